@@ -1,0 +1,24 @@
+# The staged root file system of the device, and the box that programs are run in on this machine.
+
+set(DEVICE_ROOT ${CMAKE_BINARY_DIR}/device)
+set(DEVICE_BOX ${CMAKE_SOURCE_DIR}/DevKit/box/device-box --device ${DEVICE_ROOT} --)
+
+# add_box_test_program(TARGET SOURCES... [LIBS libraries...])
+#
+# A GoogleTest program. Each of its cases runs as a process of its own in a device box of its own.
+function(add_box_test_program target)
+    cmake_parse_arguments(arg "" "" "LIBS" ${ARGN})
+    add_executable(${target} ${arg_UNPARSED_ARGUMENTS})
+    target_link_libraries(${target} PRIVATE ${arg_LIBS} TestSupport GTest::gmock GTest::gtest_main)
+    add_dependencies(${target} device-root)
+    set_target_properties(${target} PROPERTIES CROSSCOMPILING_EMULATOR "${DEVICE_BOX}")
+    gtest_discover_tests(${target} TEST_PREFIX ${target}. DISCOVERY_MODE PRE_TEST
+                         PROPERTIES TIMEOUT 60)
+endfunction()
+
+# add_box_test_script(SCRIPT): a shell test that runs in a device box; exit status 0 passes.
+function(add_box_test_script script)
+    cmake_path(GET script STEM LAST_ONLY name)
+    add_test(NAME scripts.${name} COMMAND ${DEVICE_BOX} sh ${CMAKE_CURRENT_SOURCE_DIR}/${script})
+    set_tests_properties(scripts.${name} PROPERTIES TIMEOUT 60)
+endfunction()
