@@ -1,0 +1,215 @@
+#include "DPrint.h"
+
+#include <json/json.h>
+#include <spdlog/pattern_formatter.h>
+#include <spdlog/sinks/base_sink.h>
+#include <spdlog/spdlog.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+
+namespace
+{
+constexpr char kConfigurationFile[] = "/opt/Vantor/etc/DPrintCfg.json";
+constexpr int kDefaultThreshold = 3;
+
+/** Writes each line to standard error with one write(2). */
+class StandardErrorSink final : public spdlog::sinks::base_sink<std::mutex>
+{
+protected:
+    void sink_it_(const spdlog::details::log_msg& message) override
+    {
+        spdlog::memory_buf_t line;
+        formatter_->format(message, line);
+        const char* next = line.data();
+        std::size_t left = line.size();
+        while (left > 0) {
+            const ssize_t written = ::write(STDERR_FILENO, next, left);
+            if (written < 0 && errno != EINTR) {
+                return;
+            }
+            if (written > 0) {
+                next += written;
+                left -= static_cast<std::size_t>(written);
+            }
+        }
+    }
+
+    void flush_() override {}
+};
+
+spdlog::logger& Sink()
+{
+    // Never destroyed: loggers are used until the last static destructor has run.
+    static auto& sink = *new std::shared_ptr<spdlog::logger>([] {
+        auto made = std::make_shared<spdlog::logger>("", std::make_shared<StandardErrorSink>());
+        made->set_formatter(
+            std::make_unique<spdlog::pattern_formatter>("%Y-%m-%dT%H:%M:%S.%eZ %t %v", spdlog::pattern_time_type::utc));
+        made->set_level(spdlog::level::trace);
+        return made;
+    }());
+    return *sink;
+}
+
+void WriteLine(std::string text)
+{
+    if (!text.empty() && text.back() == '\n') {
+        text.pop_back();
+    }
+    std::string line;
+    line.reserve(text.size());
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '\n') {
+            line += "\\n";
+        } else if (c == '\r') {
+            line += "\\r";
+        } else if ((byte < 0x20 && c != '\t') || byte == 0x7f) {
+            char escape[5];
+            std::snprintf(escape, sizeof escape, "\\x%02x", static_cast<unsigned>(byte));
+            line += escape;
+        } else {
+            line += c;
+        }
+    }
+    Sink().log(spdlog::level::info, spdlog::string_view_t(line));
+}
+
+std::string Format(const char* format, va_list arguments)
+{
+    va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, again);
+    va_end(again);
+    if (length < 0) {
+        return format;
+    }
+    std::string text(static_cast<std::size_t>(length) + 1, '\0');
+    std::vsnprintf(text.data(), text.size(), format, arguments);
+    text.pop_back();
+    return text;
+}
+} // namespace
+
+/** All loggers of the process, and the thresholds for those yet to come. */
+class DPrintRegistry
+{
+public:
+    static DPrintRegistry& Instance()
+    {
+        static DPrintRegistry& registry = *new DPrintRegistry;
+        return registry;
+    }
+
+    void Add(DPrint* logger)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_loggers.insert(logger);
+        logger->m_threshold = ThresholdOf(logger->m_name);
+    }
+
+    void Remove(DPrint* logger)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_loggers.erase(logger);
+    }
+
+    void Configure(int threshold, std::map<std::string, int> byName)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_threshold = threshold;
+        m_byName = std::move(byName);
+        for (DPrint* logger : m_loggers) {
+            logger->m_threshold = ThresholdOf(logger->m_name);
+        }
+    }
+
+private:
+    int ThresholdOf(const char* name) const
+    {
+        const auto found = m_byName.find(name);
+        return found == m_byName.end() ? m_threshold : found->second;
+    }
+
+    std::mutex m_mutex;
+    std::set<DPrint*> m_loggers;
+    int m_threshold = kDefaultThreshold;
+    std::map<std::string, int> m_byName;
+};
+
+void DPrint::Initialize()
+{
+    static const DPrint log("DPrint");
+    std::ifstream file(kConfigurationFile);
+    if (!file) {
+        DPrintRegistry::Instance().Configure(kDefaultThreshold, {});
+        return;
+    }
+    try {
+        Json::Value configuration;
+        std::string errors;
+        if (!Json::parseFromStream(Json::CharReaderBuilder(), file, &configuration, &errors)) {
+            throw Json::RuntimeError(errors);
+        }
+        std::map<std::string, int> byName;
+        const Json::Value& loggers = configuration["loggers"];
+        for (const auto& name : loggers.getMemberNames()) {
+            byName[name] = loggers[name].asInt();
+        }
+        DPrintRegistry::Instance().Configure(configuration.get("threshold", kDefaultThreshold).asInt(), byName);
+    } catch (const std::exception& error) {
+        DPrintRegistry::Instance().Configure(kDefaultThreshold, {});
+        log.LogWarning("%s: %s is not usable, the default threshold applies: %s", __func__, kConfigurationFile,
+                       error.what());
+    }
+}
+
+DPrint::DPrint(const char* name) : m_name(name), m_threshold(kDefaultThreshold)
+{
+    DPrintRegistry::Instance().Add(this);
+}
+
+DPrint::~DPrint()
+{
+    DPrintRegistry::Instance().Remove(this);
+}
+
+std::ostream& DPrint::Prefix(std::ostream& stream, int level, const char* functionName) const
+{
+    return stream << level << ' ' << m_name << ": " << functionName << ": ";
+}
+
+void DPrint::Put(const std::ostringstream& stream) const
+{
+    WriteLine(stream.str());
+}
+
+void DPrint::Log(int level, const char* format, ...) const
+{
+    if (!IsLog(level)) {
+        return;
+    }
+    va_list arguments;
+    va_start(arguments, format);
+    WriteLine(std::to_string(level) + ' ' + m_name + ": " + Format(format, arguments));
+    va_end(arguments);
+}
+
+void DPrint::LogWarning(const char* format, ...) const
+{
+    constexpr int kWarning = 2;
+    if (!IsLog(kWarning)) {
+        return;
+    }
+    va_list arguments;
+    va_start(arguments, format);
+    WriteLine(std::to_string(kWarning) + ' ' + m_name + ": " + Format(format, arguments));
+    va_end(arguments);
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <memory>
+
+#include "CTask.h"
+#include "NotifyTargetTaskIF.h"
+
+/**
+ * A task with a message queue: a thread that runs OnEntry and then, one at a time, what callbacks bound to it bring.
+ *
+ * All state of a derived class belongs to its thread. A std::exception that leaves OnEntry or a handler is logged with
+ * the task's name, and the task goes on. What arrives before Start waits in the queue. An idle task sleeps in the
+ * kernel.
+ *
+ * A derived class that can be destroyed calls Stop in its destructor, before its members go.
+ */
+class APTask : public CTask, public NotifyTargetTaskIF
+{
+public:
+    /** @param stackSize of the thread, in bytes; 0 for the default. The other parameters are those of CTask. */
+    APTask(const char* name, unsigned int stackSize, CTask::RealtimeType realtime, int priority);
+    ~APTask() override;
+
+    /**
+     * Ends the task: what waits in its queue is dropped, what is posted later does nothing. Called from another thread
+     * it returns when the handler that was running has returned; called from a handler it returns at once, and the
+     * thread ends after that handler.
+     */
+    void Stop();
+
+    const std::shared_ptr<TaskQueue>& Queue() const noexcept override { return m_queue; }
+
+protected:
+    /** Runs first on the task's thread. */
+    virtual void OnEntry() {}
+
+private:
+    void ThreadBody() final;
+
+    const std::shared_ptr<TaskQueue> m_queue;
+};

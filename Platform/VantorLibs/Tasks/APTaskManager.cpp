@@ -1,0 +1,41 @@
+#include "APTaskManager.h"
+
+#include "APTask.h"
+#include "TaskQueue.h"
+
+void APTaskManager::AddTask(APTask* task)
+{
+    const std::lock_guard lock(m_mutex);
+    m_tasks.push_back(task);
+}
+
+void APTaskManager::StartAllTasks()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_isStopped) {
+        return;
+    }
+    for (APTask* task : m_tasks) {
+        task->Start();
+    }
+}
+
+void APTaskManager::JoinAllTasks()
+{
+    const std::vector<APTask*> tasks = [this] {
+        const std::lock_guard lock(m_mutex);
+        return m_tasks;
+    }();
+    for (APTask* task : tasks) {
+        task->Join();
+    }
+}
+
+void APTaskManager::StopAllTasks()
+{
+    const std::lock_guard lock(m_mutex);
+    m_isStopped = true;
+    for (APTask* task : m_tasks) {
+        task->Queue()->Close();
+    }
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <mutex>
+#include <vector>
+
+class APTask;
+
+/** Starts the tasks that a service is made of, and waits for them. */
+class APTaskManager
+{
+public:
+    APTaskManager() = default;
+    virtual ~APTaskManager() = default;
+    APTaskManager(const APTaskManager&) = delete;
+    APTaskManager& operator=(const APTaskManager&) = delete;
+
+    /** Any thread, before StartAllTasks: the task is not owned and must outlive the manager's JoinAllTasks. */
+    void AddTask(APTask* task);
+
+    /** Starts the added tasks in order of addition; none once StopAllTasks was called. */
+    void StartAllTasks();
+
+    /** Blocks while any started task runs. */
+    void JoinAllTasks();
+
+    /** Any thread: has every added task, and any added later, end after the handler that it is in, without waiting. */
+    void StopAllTasks();
+
+protected:
+    /** Where a derived manager creates and adds its tasks. The derived class says when. */
+    virtual void CreateAllTasks() {}
+
+private:
+    std::mutex m_mutex;
+    std::vector<APTask*> m_tasks;
+    bool m_isStopped = false;
+};

@@ -1,0 +1,96 @@
+#pragma once
+
+#include <memory>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+#include "CallbackConnection.h"
+#include "NotifyTargetTaskIF.h"
+#include "TaskQueue.h"
+#include "WeakRef.h"
+
+/**
+ * A call to another task: bound to a member function and to the task that owns it.
+ *
+ * Invoking it, from any thread, posts a copy of the arguments to the task and returns; the member runs later on the
+ * task's thread, after everything posted before. When the task has been stopped, or was stopped before the turn came,
+ * it does nothing; so does an empty callback. Copies are cheap and stay bound to the same target.
+ */
+template <typename... Args>
+class AsyncCallback
+{
+public:
+    AsyncCallback() = default;
+
+    /** The object must live until the task is stopped. */
+    template <class Object, class... Parameters>
+    AsyncCallback(const NotifyTargetTaskIF* task, Object* object, void (Object::*member)(Parameters...))
+        : m_target(
+              std::make_shared<MemberTarget<Object, Parameters...>>(task->Queue(), WeakRef<Object>(object), member))
+    {}
+
+    /** The callback does nothing once the connection is gone. */
+    template <class Object, class... Parameters>
+    AsyncCallback(const CallbackConnection& connection, Object* object, void (Object::*member)(Parameters...))
+        : m_target(std::make_shared<MemberTarget<Object, Parameters...>>(
+              connection.Queue(), WeakRef<Object>(object, connection.Anchor()), member))
+    {}
+
+    explicit operator bool() const noexcept { return static_cast<bool>(m_target); }
+
+    void operator()(std::decay_t<Args>... args) const
+    {
+        if (m_target) {
+            m_target->queue->Push(std::make_unique<Message>(m_target, std::move(args)...));
+        }
+    }
+
+private:
+    struct Target
+    {
+        explicit Target(std::shared_ptr<TaskQueue> targetQueue) : queue(std::move(targetQueue)) {}
+        virtual ~Target() = default;
+        virtual void Invoke(std::decay_t<Args>&&... args) const = 0;
+
+        const std::shared_ptr<TaskQueue> queue;
+    };
+
+    template <class Object, class... Parameters>
+    struct MemberTarget final : Target
+    {
+        MemberTarget(std::shared_ptr<TaskQueue> targetQueue, WeakRef<Object> targetObject,
+                     void (Object::*targetMember)(Parameters...))
+            : Target(std::move(targetQueue)), object(std::move(targetObject)), member(targetMember)
+        {}
+
+        void Invoke(std::decay_t<Args>&&... args) const override
+        {
+            if (Object* const alive = object.Get()) {
+                (alive->*member)(std::move(args)...);
+            }
+        }
+
+        const WeakRef<Object> object;
+        void (Object::*const member)(Parameters...);
+    };
+
+    class Message final : public TaskMessage
+    {
+    public:
+        Message(std::shared_ptr<const Target> target, std::decay_t<Args>&&... args)
+            : m_target(std::move(target)), m_args(std::move(args)...)
+        {}
+
+        void Run() override
+        {
+            std::apply([this](auto&... args) { m_target->Invoke(std::move(args)...); }, m_args);
+        }
+
+    private:
+        const std::shared_ptr<const Target> m_target;
+        std::tuple<std::decay_t<Args>...> m_args;
+    };
+
+    std::shared_ptr<const Target> m_target;
+};

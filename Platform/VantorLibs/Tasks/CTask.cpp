@@ -1,0 +1,132 @@
+#include "CTask.h"
+
+#include <pthread.h>
+#include <sched.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <condition_variable>
+#include <cstring>
+#include <mutex>
+#include <system_error>
+#include <thread>
+
+#include "DPrint.h"
+
+namespace
+{
+const DPrint s_log("CTask");
+}
+
+struct CTask::Thread
+{
+    std::string name;
+    RealtimeType realtime = NOT_REALTIME;
+    int priority = -1;
+    CTask* task = nullptr;
+    std::shared_ptr<Thread> self;
+
+    std::atomic<bool> started{false};
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool ended = false;
+    std::thread::id id;
+
+    bool IsCaller()
+    {
+        const std::lock_guard lock(mutex);
+        return id == std::this_thread::get_id();
+    }
+
+    void ApplyScheduling() const
+    {
+        int error = 0;
+        if (realtime != NOT_REALTIME) {
+            sched_param parameters{};
+            parameters.sched_priority = priority < 0 ? sched_get_priority_min(SCHED_FIFO) : priority;
+            error =
+                pthread_setschedparam(pthread_self(), realtime == REALTIME_FIFO ? SCHED_FIFO : SCHED_RR, &parameters);
+        } else if (priority >= 0) {
+            const auto threadId = static_cast<id_t>(syscall(SYS_gettid));
+            error = setpriority(PRIO_PROCESS, threadId, priority) == 0 ? 0 : errno;
+        }
+        if (error != 0) {
+            s_log.LogWarning("%s: runs with default scheduling: %s", name.c_str(), std::strerror(error));
+        }
+    }
+
+    static void* Entry(void* argument)
+    {
+        const auto thread = std::move(static_cast<Thread*>(argument)->self);
+        {
+            const std::lock_guard lock(thread->mutex);
+            thread->id = std::this_thread::get_id();
+        }
+        constexpr std::size_t kKernelNameLength = 15;
+        pthread_setname_np(pthread_self(), thread->name.substr(0, kKernelNameLength).c_str());
+        thread->ApplyScheduling();
+        try {
+            thread->task->ThreadBody();
+        } catch (const std::exception& error) {
+            s_log.Log(1, "%s: the task ended by an exception: %s", thread->name.c_str(), error.what());
+        }
+        const std::lock_guard lock(thread->mutex);
+        thread->ended = true;
+        thread->changed.notify_all();
+        return nullptr;
+    }
+};
+
+CTask::CTask(const char* name, bool detached, RealtimeType realtime, int priority)
+    : m_name(name),
+      m_detached(detached),
+      m_realtime(realtime),
+      m_priority(priority),
+      m_thread(std::make_shared<Thread>())
+{}
+
+CTask::~CTask()
+{
+    if (!m_detached) {
+        Join();
+    }
+}
+
+void CTask::Start()
+{
+    if (m_thread->started.exchange(true)) {
+        return;
+    }
+    m_thread->name = m_name;
+    m_thread->realtime = m_realtime;
+    m_thread->priority = m_priority;
+    m_thread->task = this;
+    m_thread->self = m_thread;
+
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+    if (m_stackSize != 0) {
+        pthread_attr_setstacksize(&attributes, m_stackSize);
+    }
+    pthread_t unused{};
+    const int error = pthread_create(&unused, &attributes, &Thread::Entry, m_thread.get());
+    pthread_attr_destroy(&attributes);
+    if (error != 0) {
+        m_thread->self.reset();
+        m_thread->started = false;
+        throw std::system_error(error, std::generic_category(), "cannot start the task " + m_name);
+    }
+}
+
+void CTask::Join()
+{
+    if (!m_thread->started || m_thread->IsCaller()) {
+        return;
+    }
+    std::unique_lock lock(m_thread->mutex);
+    m_thread->changed.wait(lock, [this] { return m_thread->ended; });
+}

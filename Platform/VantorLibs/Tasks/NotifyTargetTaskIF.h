@@ -1,0 +1,20 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+class TaskQueue;
+
+/** A task as the target of callbacks: what is posted to it runs on its thread, one after another, in order of arrival.
+ */
+class NotifyTargetTaskIF
+{
+public:
+    virtual ~NotifyTargetTaskIF() = default;
+
+    /** The task's queue, for those who bind callbacks to the task. It may be kept longer than the task lives. */
+    virtual const std::shared_ptr<TaskQueue>& Queue() const noexcept = 0;
+
+    /** Any thread: runs the work on the task; drops it when the task has been stopped. */
+    void Post(std::function<void()> work);
+};
