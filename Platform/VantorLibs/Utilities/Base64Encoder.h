@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+/** Base64 in the padded standard alphabet, RFC 4648 section 4. Any thread may call. */
+class Base64Encoder
+{
+public:
+    /** The text form of any bytes: one line, padded with "=" to a multiple of four characters. */
+    static std::string Encode(const std::string& bytes);
+
+    /**
+     * The bytes that the text stands for. Empty when the text is not valid: a length that is no multiple of four, a
+     * character outside the alphabet (white space included), "=" anywhere but as the last one or two characters.
+     */
+    static std::string Decode(const std::string& text);
+};

@@ -1,0 +1,52 @@
+#include "FileDescriptor.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+
+FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept
+{
+    if (this != &other) {
+        Reset();
+        m_descriptor = std::exchange(other.m_descriptor, -1);
+    }
+    return *this;
+}
+
+void FileDescriptor::Reset() noexcept
+{
+    if (m_descriptor >= 0) {
+        const int error = errno;
+        ::close(std::exchange(m_descriptor, -1));
+        errno = error;
+    }
+}
+
+bool FileDescriptor::WriteAll(const std::string& bytes) const
+{
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t written = ::write(m_descriptor, bytes.data() + done, bytes.size() - done);
+        if (written < 0 && errno != EINTR) {
+            return false;
+        }
+        done += written > 0 ? static_cast<std::size_t>(written) : 0;
+    }
+    return true;
+}
+
+bool FileDescriptor::ReadAll(std::string& bytes) const
+{
+    std::array<char, 16384> chunk;
+    while (true) {
+        const ssize_t got = ::read(m_descriptor, chunk.data(), chunk.size());
+        if (got > 0) {
+            bytes.append(chunk.data(), static_cast<std::size_t>(got));
+        } else if (got == 0) {
+            return true;
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+}

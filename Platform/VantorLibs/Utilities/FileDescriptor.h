@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <utility>
+
+/** Owns one open descriptor and closes it at the end of its scope. Belongs to one thread at a time. */
+class FileDescriptor
+{
+public:
+    FileDescriptor() = default;
+    explicit FileDescriptor(int descriptor) noexcept : m_descriptor(descriptor) {}
+    ~FileDescriptor() { Reset(); }
+    FileDescriptor(FileDescriptor&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept;
+
+    /** False after a failed open(2) and the like. */
+    explicit operator bool() const noexcept { return m_descriptor >= 0; }
+    int Get() const noexcept { return m_descriptor; }
+
+    /** Closes the descriptor now; errno is left as it was. */
+    void Reset() noexcept;
+
+    /** Writes all of the bytes, however many write(2) calls that takes. False, with errno set, when one fails. */
+    bool WriteAll(const std::string& bytes) const;
+
+    /** Appends everything up to the end of the file. False, with errno set, when a read(2) fails. */
+    bool ReadAll(std::string& bytes) const;
+
+private:
+    int m_descriptor = -1;
+};

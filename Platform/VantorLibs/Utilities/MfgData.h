@@ -1,0 +1,15 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+/** The manufacturing data of this unit, /persist/mfg_data.json: a NameValueFile written once, in the factory. */
+class MfgData
+{
+public:
+    /**
+     * The value of that name; none when the file or the name is missing. Any thread may call. Each call reads the
+     * file, so that a service which was started before the partition was mounted finds the data later.
+     */
+    static std::optional<std::string> Get(const std::string& name);
+};

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+
+/**
+ * A flat JSON file of names and values. The values are texts, numbers or booleans and are given back as text, a number
+ * exactly as the file writes it ("1.10" stays "1.10").
+ *
+ * Nothing here throws for what a file holds: a file that is missing, unreadable or not a JSON object acts as one
+ * without names; null, a list or an object acts as an absent value. Each such miss is logged at level 2.
+ * The file is read once, by the constructor. Afterwards any thread may ask.
+ */
+class NameValueFile
+{
+public:
+    explicit NameValueFile(const std::string& path);
+
+    /** The value of that name, or the default if the file has none. */
+    std::string Get(const std::string& name, const std::string& defaultValue) const;
+
+    /** The value of that name, if the file has one. */
+    std::optional<std::string> Find(const std::string& name) const;
+
+private:
+    const std::string m_path;
+    /** Without a text: the name is in the file, its value not one to give back. */
+    std::map<std::string, std::optional<std::string>> m_values;
+};

@@ -1,0 +1,95 @@
+#include "SystemUtils.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <mutex>
+#include <stdexcept>
+#include <system_error>
+
+#include "FileDescriptor.h"
+#include "StringUtils.h"
+
+namespace
+{
+constexpr char kLockFolder[] = "/run/vantor";
+
+[[noreturn]] void ThrowErrno(const std::string& what)
+{
+    throw std::runtime_error(what + ": " + std::generic_category().message(errno));
+}
+
+FileDescriptor TakeLock(const std::string& program)
+{
+    if (::mkdir(kLockFolder, 0755) != 0 && errno != EEXIST) {
+        ThrowErrno(program + ": cannot make " + kLockFolder);
+    }
+    const std::string path = std::string(kLockFolder) + "/" + program + ".lock";
+    FileDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!file) {
+        ThrowErrno(program + ": cannot open " + path);
+    }
+    if (::flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK) {
+            ThrowErrno(program + ": cannot lock " + path);
+        }
+        const std::string holder = StringUtils::trim(SystemUtils::ReadFile(path));
+        throw std::runtime_error(program + " is already running" +
+                                 (holder.empty() ? std::string() : " as process " + holder));
+    }
+    // The lock is what counts: a full file system, which loses the number for people, is no reason not to run.
+    if (::fchmod(file.Get(), 0600) == 0 && ::ftruncate(file.Get(), 0) == 0) {
+        file.WriteAll(std::to_string(::getpid()) + "\n");
+    }
+    return file;
+}
+} // namespace
+
+void SystemUtils::ThereCanBeOnlyOne()
+{
+    static std::mutex mutex;
+    static FileDescriptor lock;
+    static pid_t owner = 0;
+
+    const std::lock_guard guard(mutex);
+    if (lock && owner == ::getpid()) {
+        return;
+    }
+    // A forked child inherited its parent's descriptor but is another process: it lets go and asks for itself.
+    lock.Reset();
+    lock = TakeLock(GetEXE());
+    owner = ::getpid();
+}
+
+std::string SystemUtils::GetEXE()
+{
+    std::error_code error;
+    std::string name = std::filesystem::read_symlink("/proc/self/exe", error).filename().string();
+    // So the kernel marks a program whose file was replaced by an update while it runs.
+    const std::string mark = " (deleted)";
+    if (name.size() > mark.size() && name.compare(name.size() - mark.size(), mark.size(), mark) == 0) {
+        name.resize(name.size() - mark.size());
+    }
+    return name;
+}
+
+bool SystemUtils::Exists(const std::string& path)
+{
+    return ::access(path.c_str(), F_OK) == 0;
+}
+
+std::string SystemUtils::ReadFile(const std::string& path)
+{
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status
+    {};
+    std::string content;
+    if (!file || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode) || !file.ReadAll(content)) {
+        return {};
+    }
+    return content;
+}
