@@ -1,0 +1,21 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "ProtoPersistenceIF.h"
+
+/** Makes the objects through which services keep messages in non-volatile storage. */
+class ProtoPersistenceFactory
+{
+public:
+    /**
+     * Any thread; touches no file yet.
+     *
+     * @param fileName  the name of the file, without folders
+     * @param directory its folder, relative to /mnt/nv/, with or without a "/" at its end; empty for /mnt/nv/ itself
+     * @throws ProtoPersistenceIF::ProtoPersistenceException when the file would not lie below /mnt/nv/: an absolute
+     *         folder, a "." or ".." in either, an empty file name or one with a "/"
+     */
+    static std::shared_ptr<ProtoPersistenceIF> Create(const std::string& fileName, const std::string& directory);
+};
