@@ -1,0 +1,188 @@
+#include "ProtoToMarkup.h"
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+#include "UploadSysInfo.pb.h"
+
+namespace
+{
+using namespace DFSCommonPB;
+using testing::HasSubstr;
+
+UploadManifest SampleManifest()
+{
+    UploadManifest manifest;
+    ManifestItem* const item = manifest.add_item();
+    item->set_filename("dfs_top.txt");
+    item->set_type(TOP);
+    item->set_subtype("a \"b\"\n\xc3\xa9<");
+    manifest.set_version(1.2);
+    return manifest;
+}
+
+template <class Action>
+std::string ErrorOf(Action action)
+{
+    try {
+        action();
+    } catch (const ProtoToMarkup::MarkupError& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+std::string ErrorOfReading(const std::string& text, google::protobuf::Message& message)
+{
+    return ErrorOf([&] { ProtoToMarkup::FromJson(text, message); });
+}
+} // namespace
+
+TEST(ProtoToMarkup, ToJson_WritesOneLineWithDeclaredNames)
+{
+    UploadManifest manifest = SampleManifest();
+    manifest.mutable_item(0)->set_subtype("top");
+    EXPECT_EQ(ProtoToMarkup::ToJson(manifest, true, false, false),
+              R"({"UploadManifest":{"item":[{"filename":"dfs_top.txt","type":"TOP","subType":"top"}],"version":1.2}})");
+    FeatureFlagConfigMsg flag;
+    EXPECT_EQ(ProtoToMarkup::ToJson(flag, false, false, false), "{}");
+    EXPECT_EQ(ProtoToMarkup::ToJson(flag, false, false, true), R"({"upload_enabled":false})");
+    flag.set_upload_enabled(true);
+    EXPECT_EQ(ProtoToMarkup::ToJson(flag), R"({"FeatureFlagConfigMsg":{"upload_enabled":true}})");
+}
+
+TEST(ProtoToMarkup, EveryWrittenForm_IsReadAgain)
+{
+    const UploadManifest manifest = SampleManifest();
+    for (const bool root : {false, true}) {
+        for (const bool indented : {false, true}) {
+            for (const bool defaults : {false, true}) {
+                const std::string json = ProtoToMarkup::ToJson(manifest, root, indented, defaults);
+                EXPECT_EQ(json.find('\n') != std::string::npos, indented);
+                UploadManifest back;
+                ProtoToMarkup::FromJson(json, back);
+                EXPECT_EQ(back.SerializeAsString(), manifest.SerializeAsString()) << json;
+            }
+        }
+    }
+    EXPECT_EQ(ProtoToMarkup::ToJson(UploadTypes(), true, true, false), "{\n \"UploadTypes\": {}\n}\n");
+}
+
+TEST(ProtoToMarkup, ToJsonOfAMessageThatIsNotComplete_NamesTheField)
+{
+    UploadManifest manifest = SampleManifest();
+    manifest.add_item()->set_filename("x");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(ErrorOf([&] { ProtoToMarkup::ToJson(manifest); }),
+              "UploadManifest: item[1].type: the required field is missing");
+    manifest.mutable_item()->RemoveLast();
+    manifest.mutable_item(0)->set_subtype("caf\xe9");
+    EXPECT_EQ(ErrorOf([&] { ProtoToMarkup::ToJson(manifest); }),
+              "UploadManifest: item[0].subType: the text is not UTF-8");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(ProtoToMarkup, FromJson_ReplacesWhatTheMessageHeld)
+{
+    UploadRequest request;
+    request.set_subtype("old");
+    request.add_filetype(TOP);
+    ProtoToMarkup::FromJson(R"( {"UploadRequest": {"fileType":["LOGREAD",9], "later":{"x":[1]}, "version":null} } )",
+                            request);
+    EXPECT_EQ(request.ShortDebugString(), "fileType: LOGREAD fileType: DISK_FREE_INFO");
+}
+
+TEST(ProtoToMarkup, UndeclaredEnumerationNumber_IsKeptAsAnUnknownField)
+{
+    UploadRequest request;
+    ProtoToMarkup::FromJson(R"({"fileType":[50, 9]})", request);
+    ASSERT_EQ(request.filetype_size(), 1);
+    EXPECT_EQ(request.filetype(0), DISK_FREE_INFO);
+    EXPECT_EQ(request.unknown_fields().field_count(), 1);
+
+    UploadTypeItem item;
+    EXPECT_EQ(ErrorOfReading(R"({"type":50,"subType":"x"})", item),
+              "UploadTypeItem: type: the required field holds no declared value");
+}
+
+TEST(ProtoToMarkup, RootOfAnotherName_IsExpectedAndQuoted)
+{
+    UploadTypeItem item;
+    ProtoToMarkup::FromJson(R"({"Stored":{"type":"TOP","subType":"a"}})", item, "Stored");
+    EXPECT_EQ(item.subtype(), "a");
+    ProtoToMarkup::FromJson(R"({"type":"TOP","subType":"b"})", item, "Stored");
+    EXPECT_EQ(item.subtype(), "b");
+    EXPECT_EQ(
+        ErrorOf([&] { ProtoToMarkup::FromJson(R"({"UploadTypeItem":{"type":1,"subType":"c"}})", item, "Stored"); }),
+        "Stored: type: the required field is missing");
+    EXPECT_EQ(item.subtype(), "b");
+}
+
+TEST(ProtoToMarkup, WrongText_IsRefusedWithThePlaceAndTheMessageKept)
+{
+    const std::string item = R"({"input":"a","fileType":"TOP","subType":"s","harvestType":0})";
+    const std::pair<std::string, const char*> cases[] = {
+        {"", "not JSON"},
+        {"{", "not JSON"},
+        {"[]", "an object is expected"},
+        {"5", "not JSON"},
+        {"null", "not JSON"},
+        {"{} x", "not JSON"},
+        {std::string("{}\0x", 4), "after the end"},
+        {"{'version':1}", "not JSON"},
+        {R"({"version":1,"version":2})", "Duplicate key"},
+        {"{\"version\":1e999}", ""},
+        {R"({"version":nan})", "not JSON"},
+        {"{\"x\":\"\xff\"}", "UTF-8"},
+        {R"({"item":[{"input":"\ud800"}]})", "not JSON"},
+        {"{\"x\":" + std::string(200, '[') + std::string(200, ']') + "}", "not JSON"},
+        {std::string(1000000, '['), "not JSON"},
+        {R"({"version":"abc"})", "version"},
+        {R"({"version":true})", "version"},
+        {R"({"item":[)" + item + R"(,{"input":"a","fileType":"TOP","harvestType":0}]})",
+         "item[1].subType: the required field is missing"},
+        {R"({"item":[{"input":"a","fileType":"NOPE","subType":"s","harvestType":0}]})",
+         "item[0].fileType: 'NOPE' is no DiagFileType"},
+        {R"({"item":[{"input":7,"fileType":"TOP","subType":"s","harvestType":0}]})", "item[0].input"},
+        {R"({"item":[{"input":["a"],"fileType":"TOP","subType":"s","harvestType":0}]})",
+         "item[0].input: a plain value"},
+        {R"({"item":[{"input":"a","fileType":1.5,"subType":"s","harvestType":0}]})", "item[0].fileType"},
+        {R"({"item":)" + item + "}", "item: a list is expected"},
+        {R"({"item":[null]})", "item[0]: an object is expected"},
+        {R"({"diagItemConfigList":{},"version":1})", "beside the root"},
+        {R"({"diagItemConfigList":{"diagItemConfigList":{}}})", "root under the root"},
+        {R"({"diagItemConfigList":[]})", "under the root"},
+        {R"({"version":")" + std::string(100000, 'x') + R"("})", "version"},
+    };
+    for (const auto& [text, reason] : cases) {
+        diagItemConfigList list;
+        list.set_version(7);
+        testing::internal::CaptureStderr();
+        const std::string error = ErrorOfReading(text, list);
+        EXPECT_THAT(error, testing::StartsWith("diagItemConfigList: ")) << text.substr(0, 100);
+        EXPECT_THAT(error, HasSubstr(reason)) << text.substr(0, 100);
+        EXPECT_EQ(error.find('\n'), std::string::npos) << error;
+        EXPECT_LT(error.size(), 500U);
+        EXPECT_EQ(list.version(), 7);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    }
+}
+
+TEST(ProtoToMarkup, ManyThreads_ConvertAtOnce)
+{
+    std::vector<std::thread> threads;
+    for (int index = 0; index < 4; ++index) {
+        threads.emplace_back([] {
+            const UploadManifest manifest = SampleManifest();
+            for (int round = 0; round < 200; ++round) {
+                UploadManifest back;
+                ProtoToMarkup::FromJson(ProtoToMarkup::ToJson(manifest), back);
+                ASSERT_EQ(back.item_size(), 1);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
