@@ -5,7 +5,6 @@
 namespace
 {
 using google::protobuf::Descriptor;
-using google::protobuf::EnumDescriptor;
 using google::protobuf::FieldDescriptor;
 using JsonShape::Complaint;
 

@@ -19,11 +19,9 @@ std::string StringUtils::FindReplace(std::string text, const std::string& from, 
 std::string StringUtils::trim(std::string text)
 {
     constexpr char kWhiteSpace[] = " \t\n\v\f\r";
-    const std::size_t first = text.find_first_not_of(kWhiteSpace);
-    if (first == std::string::npos) {
-        return {};
-    }
-    return text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1);
+    text.erase(text.find_last_not_of(kWhiteSpace) + 1);
+    text.erase(0, text.find_first_not_of(kWhiteSpace));
+    return text;
 }
 
 std::string StringUtils::ToJson(const std::map<std::string, std::string>& values)
