@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "AsyncCallback.h"
+#include "Callback.h"
+#include "NotifyTargetTaskIF.h"
+
+class CliServer;
+
+/**
+ * Offers a service's commands on the product's command line.
+ *
+ * The commands are reached by tools through a socket of this client's name (see CliWire.h). Tools are served by threads
+ * of this library, which sleep while nothing happens; no operation waits for a tool, and no tool for another. Up to 8
+ * tools may be connected, with 16 commands each that wait for their replies; a tool that does not read what it is sent
+ * is disconnected.
+ */
+class CliClientMT
+{
+public:
+    /**
+     * Answers one command: the text, and the integer that the handler was given with it. To be invoked once, at once or
+     * later, from any thread; later invocations, and those after the tool has gone, do nothing.
+     */
+    using Reply = AsyncCallback<std::string, int>;
+
+    /**
+     * Runs a command: its key, the words behind the command's own words, the reply and the integer to invoke it with.
+     * When it throws, the tool is told that no reply will come, and the exception goes on to the task.
+     */
+    using Handler = Callback<std::uint16_t, std::vector<std::string>, Reply, int>;
+
+    /** @param name of the client, a file name: tools show it, and no other client may have it. */
+    explicit CliClientMT(const std::string& name);
+
+    /** Disconnects all tools. Commands on their way to a handler still reach it. */
+    ~CliClientMT();
+    CliClientMT(const CliClientMT&) = delete;
+    CliClientMT& operator=(const CliClientMT&) = delete;
+
+    /**
+     * Starts listening. When that is not possible (the name is taken, no descriptor is left) it logs the reason at
+     * level 1, and the service goes on without a command line. To be called once.
+     *
+     * @param task runs the handlers of commands that are registered without a task; must outlive this client
+     */
+    void Initialize(NotifyTargetTaskIF* task);
+
+    /**
+     * Any thread, before or after Initialize: adds a command. A command of the same words is replaced. What cannot be
+     * called (no words, no handler, no task) is logged at level 1 and dropped.
+     *
+     * @param words   the command's words, parted by blanks. A command line calls the longest command that it begins
+     * with.
+     * @param help    one line for people: what it does
+     * @param usage   one line for people: how to call it
+     * @param task    runs the handler; null for the task given to Initialize; must outlive this client
+     * @param handler copied
+     * @param key     handed to the handler, which may serve several commands
+     */
+    void RegisterCLIServerCommands(const std::string& words, const std::string& help, const std::string& usage,
+                                   NotifyTargetTaskIF* task, Handler handler, std::uint16_t key);
+
+    /** Any thread: shows a line on every connected tool. */
+    void SendAsyncResponse(const std::string& text);
+
+private:
+    const std::unique_ptr<CliServer> m_server;
+    NotifyTargetTaskIF* m_task = nullptr;
+};
