@@ -1,0 +1,112 @@
+#include "CommandLoop.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <array>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "CliWire.h"
+#include "CommandWords.h"
+#include "Console.h"
+
+namespace
+{
+/** Reads lines; while it waits for one, what services send is shown. */
+class LineReader
+{
+public:
+    LineReader(Console& console, bool isPrompted) : m_console(console), m_isPrompted(isPrompted) {}
+
+    /** The next line; nothing at the end of the input. The last line may lack its line feed. */
+    std::optional<std::string> Next()
+    {
+        // Some of it may have been read with the last reply: poll would not tell.
+        m_console.ShowArrived();
+        ShowPrompt();
+        while (true) {
+            if (auto line = m_lines.Next()) {
+                return line;
+            }
+            if (m_isEnded) {
+                return std::nullopt;
+            }
+            if (m_lines.IsTooLong()) {
+                std::cerr << "vcli: the line is too long" << std::endl;
+                return std::nullopt;
+            }
+            Wait();
+        }
+    }
+
+private:
+    void ShowPrompt() const
+    {
+        if (m_isPrompted) {
+            std::cout << "vcli> " << std::flush;
+        }
+    }
+
+    void Wait()
+    {
+        std::vector<pollfd> watched{{STDIN_FILENO, POLLIN, 0}};
+        for (const int descriptor : m_console.Descriptors()) {
+            watched.push_back({descriptor, POLLIN, 0});
+        }
+        if (::poll(watched.data(), watched.size(), -1) < 0) {
+            return;
+        }
+        if (watched[0].revents != 0) {
+            Read();
+            return;
+        }
+        if (m_isPrompted) {
+            std::cout << std::endl;
+        }
+        m_console.ShowArrived();
+        ShowPrompt();
+    }
+
+    void Read()
+    {
+        std::array<char, 4096> chunk;
+        const ssize_t got = ::read(STDIN_FILENO, chunk.data(), chunk.size());
+        if (got > 0) {
+            m_lines.Append(chunk.data(), static_cast<std::size_t>(got));
+            return;
+        }
+        m_isEnded = true;
+        m_lines.Append("\n", 1);
+    }
+
+    Console& m_console;
+    const bool m_isPrompted;
+    CliWire::LineCutter m_lines{CliWire::kMaxRequestLength};
+    bool m_isEnded = false;
+};
+} // namespace
+
+ExitStatus RunCommandLoop(const Options& options)
+{
+    const bool isPrompted = ::isatty(STDIN_FILENO) == 1;
+    Console console(options, isPrompted);
+    LineReader lines(console, isPrompted);
+    ExitStatus first = ExitStatus::Done;
+    while (const auto line = lines.Next()) {
+        ExitStatus status = ExitStatus::Done;
+        const auto words = CommandWords::Split(*line);
+        if (!words) {
+            std::cerr << "vcli: a quote is not closed" << std::endl;
+            status = ExitStatus::WrongUsage;
+        } else if (words->size() == 1 && (words->front() == "quit" || words->front() == "exit")) {
+            break;
+        } else if (!words->empty()) {
+            status = console.Run(*words);
+        }
+        first = first == ExitStatus::Done ? status : first;
+    }
+    return first;
+}

@@ -1,0 +1,263 @@
+#include "Console.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <iostream>
+#include <set>
+#include <system_error>
+#include <utility>
+
+#include "CommandWords.h"
+#include "UnixSocket.h"
+
+namespace
+{
+using CliWire::Event;
+using Result = ServiceLink::Result;
+
+ExitStatus Complain(ExitStatus status, const std::string& text)
+{
+    std::cout.flush();
+    std::cerr << "vcli: " << text << std::endl;
+    return status;
+}
+
+void Print(const std::string& text)
+{
+    std::cout << text << std::endl;
+}
+
+/** Prints an event that nobody waits for. */
+void ShowUnasked(const std::string& service, const Event& event)
+{
+    switch (event.kind) {
+        case Event::Kind::Async:
+            Print(event.text);
+            break;
+        case Event::Kind::Reply:
+            Print("(late reply) " + event.text);
+            break;
+        case Event::Kind::Failed:
+        case Event::Kind::Error:
+            Complain(ExitStatus::HandlerFailed, service + ": " + event.text);
+            break;
+        case Event::Kind::Commands:
+        case Event::Kind::UnknownCommand:
+            break;
+    }
+}
+
+std::string ListOf(const std::string& service, const std::vector<CliWire::Command>& commands)
+{
+    std::string list = service + "\n";
+    for (const CliWire::Command& command : commands) {
+        list += "  " + command.usage + "\n      " + command.help + "\n";
+    }
+    return list;
+}
+
+std::set<std::filesystem::path> SocketFiles()
+{
+    std::set<std::filesystem::path> files;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(CliWire::kSocketFolder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        if (entry->path().extension() == CliWire::kSocketSuffix) {
+            files.insert(entry->path());
+        }
+    }
+    if (error && error != std::errc::no_such_file_or_directory) {
+        Complain(ExitStatus::NoService, std::string(CliWire::kSocketFolder) + ": " + error.message());
+    }
+    return files;
+}
+} // namespace
+
+Console::Console(const Options& options, bool isPrompted) : m_options(options), m_isPrompted(isPrompted) {}
+
+ExitStatus Console::Run(const std::vector<std::string>& words)
+{
+    const std::string line = CommandWords::Join(words);
+    if (line.size() > CliWire::kMaxRequestLength / 2) {
+        return Complain(ExitStatus::WrongUsage, "the command is too long");
+    }
+    ShowArrived();
+    Connect();
+    if (m_links.empty()) {
+        return Complain(ExitStatus::NoService, std::string("no service can be reached in ") + CliWire::kSocketFolder);
+    }
+    const std::size_t asked = m_links.size();
+    const Offers offers = AskForCommands();
+    if (offers.empty()) {
+        return m_links.empty() ? ExitStatus::NoService : ExitStatus::NoReply;
+    }
+
+    std::string list;
+    std::vector<std::vector<std::string>> commands;
+    std::vector<std::string> owners;
+    for (const auto& [service, offered] : offers) {
+        list += ListOf(service, offered);
+        for (const CliWire::Command& command : offered) {
+            commands.push_back(CommandWords::Split(command.words).value_or(std::vector<std::string>()));
+            owners.push_back(service);
+        }
+    }
+    if (words.front() == "help") {
+        std::cout << list << std::flush;
+        return offers.size() == asked ? ExitStatus::Done : ExitStatus::NoReply;
+    }
+    const auto found = CommandWords::FindCommand(commands, words);
+    if (!found) {
+        Complain(ExitStatus::NoSuchCommand, "no service offers the command '" + line + "'. There are:");
+        std::cerr << list << std::flush;
+        return offers.size() == asked ? ExitStatus::NoSuchCommand : ExitStatus::NoReply;
+    }
+    const std::string& owner = owners[*found];
+    const ExitStatus status = RunOn(m_links.at(owner), line);
+    if (status == ExitStatus::ServiceGone) {
+        m_links.erase(owner);
+    }
+    return status;
+}
+
+void Console::Connect()
+{
+    for (const std::filesystem::path& file : SocketFiles()) {
+        const std::string name = file.stem().string();
+        if (m_links.count(name) != 0) {
+            continue;
+        }
+        FileDescriptor socket = UnixSocket::Connect(file.string());
+        if (socket) {
+            m_links.emplace(name, ServiceLink(name, std::move(socket)));
+        } else {
+            Complain(ExitStatus::NoService, name + " cannot be reached: " + std::generic_category().message(errno));
+        }
+    }
+}
+
+Console::Offers Console::AskForCommands()
+{
+    const int id = ++m_lastId;
+    const auto deadline = ReplyDeadline();
+    for (auto& [name, link] : m_links) {
+        link.Send({CliWire::Request::Kind::List, id, ""}, deadline);
+    }
+    Offers offers;
+    for (auto next = m_links.begin(); next != m_links.end();) {
+        const auto current = next++;
+        Event event;
+        switch (Await(current->second, id, event, deadline)) {
+            case Result::Event:
+                offers.emplace_back(current->first, std::move(event.commands));
+                break;
+            case Result::TimedOut:
+                Complain(ExitStatus::NoReply, current->first + " does not answer");
+                break;
+            case Result::Gone:
+                Complain(ExitStatus::ServiceGone, current->first + " closed the connection");
+                m_links.erase(current);
+                break;
+        }
+    }
+    return offers;
+}
+
+ExitStatus Console::RunOn(ServiceLink& link, const std::string& line)
+{
+    const int id = ++m_lastId;
+    const auto deadline = ReplyDeadline();
+    Event event;
+    const Result result =
+        link.Send({CliWire::Request::Kind::Run, id, line}, deadline) ? Await(link, id, event, deadline) : Result::Gone;
+    if (result == Result::Gone) {
+        return Complain(ExitStatus::ServiceGone, link.Name() + " closed the connection before it replied");
+    }
+    if (result == Result::TimedOut) {
+        return Complain(ExitStatus::NoReply,
+                        link.Name() + " sent no reply within " + std::to_string(m_options.timeout.count()) + " s");
+    }
+    switch (event.kind) {
+        case Event::Kind::Reply:
+            Print(event.text);
+            return IsToWait(event.text) ? AwaitOutcome(link) : ExitStatus::Done;
+        case Event::Kind::UnknownCommand:
+            return Complain(ExitStatus::NoSuchCommand, link.Name() + ": " + event.text);
+        default:
+            return Complain(ExitStatus::HandlerFailed, "no reply came: " + event.text);
+    }
+}
+
+ExitStatus Console::AwaitOutcome(ServiceLink& link)
+{
+    const auto deadline = ServiceLink::Clock::now() + m_options.waitTimeout;
+    while (true) {
+        Event event;
+        switch (link.Next(event, deadline)) {
+            case Result::Event:
+                ShowUnasked(link.Name(), event);
+                if (event.kind == Event::Kind::Async) {
+                    return ExitStatus::Done;
+                }
+                break;
+            case Result::TimedOut:
+                return Complain(ExitStatus::NoOutcome, "the outcome did not come within " +
+                                                           std::to_string(m_options.waitTimeout.count()) + " s");
+            case Result::Gone:
+                return Complain(ExitStatus::ServiceGone,
+                                link.Name() + " closed the connection before it told the outcome");
+        }
+    }
+}
+
+Result Console::Await(ServiceLink& link, int id, Event& event, ServiceLink::Clock::time_point deadline)
+{
+    while (true) {
+        const Result result = link.Next(event, deadline);
+        const bool isUnasked = event.kind == Event::Kind::Async || event.kind == Event::Kind::Error || event.id != id;
+        if (result != Result::Event || !isUnasked) {
+            return result;
+        }
+        ShowUnasked(link.Name(), event);
+    }
+}
+
+void Console::ShowArrived()
+{
+    for (auto next = m_links.begin(); next != m_links.end();) {
+        const auto current = next++;
+        Event event;
+        Result result = Result::Event;
+        while ((result = current->second.Next(event, ServiceLink::Clock::now())) == Result::Event) {
+            ShowUnasked(current->first, event);
+        }
+        if (result == Result::Gone) {
+            Complain(ExitStatus::ServiceGone, current->first + " closed the connection");
+            m_links.erase(current);
+        }
+    }
+}
+
+std::vector<int> Console::Descriptors() const
+{
+    std::vector<int> descriptors;
+    for (const auto& [name, link] : m_links) {
+        descriptors.push_back(link.Descriptor());
+    }
+    return descriptors;
+}
+
+bool Console::IsToWait(const std::string& reply) const
+{
+    const std::string mark = "Triggered";
+    switch (m_options.wait) {
+        case Options::Wait::Always:
+            return true;
+        case Options::Wait::Never:
+            return false;
+        case Options::Wait::IfTriggered:
+            break;
+    }
+    return !m_isPrompted && reply.size() >= mark.size() &&
+           reply.compare(reply.size() - mark.size(), mark.size(), mark) == 0;
+}

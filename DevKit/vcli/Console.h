@@ -1,0 +1,51 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "CliWire.h"
+#include "ExitStatus.h"
+#include "Options.h"
+#include "ServiceLink.h"
+
+/**
+ * Runs commands on the services of this machine. Replies and lines of services go to standard output, what is wrong to
+ * standard error. Connections are kept from one command to the next.
+ */
+class Console
+{
+public:
+    /** @param isPrompted somebody sits at a prompt */
+    Console(const Options& options, bool isPrompted);
+
+    /** Runs one command to its reply and, as the options say, to its outcome. */
+    ExitStatus Run(const std::vector<std::string>& words);
+
+    /** Prints what services have sent by themselves, and drops connections that were closed. */
+    void ShowArrived();
+
+    /** The descriptors of the connections, to be watched for arrivals. */
+    std::vector<int> Descriptors() const;
+
+private:
+    using Links = std::map<std::string, ServiceLink>;
+    using Offers = std::vector<std::pair<std::string, std::vector<CliWire::Command>>>;
+
+    /** Connects to the services that are not connected yet. */
+    void Connect();
+    /** What the services offer, by service; those that do not say so in time are complained of. */
+    Offers AskForCommands();
+    ExitStatus RunOn(ServiceLink& link, const std::string& line);
+    ExitStatus AwaitOutcome(ServiceLink& link);
+    /** Waits for the answer to a request; prints all else that comes before. */
+    ServiceLink::Result Await(ServiceLink& link, int id, CliWire::Event& event,
+                              ServiceLink::Clock::time_point deadline);
+    bool IsToWait(const std::string& reply) const;
+    ServiceLink::Clock::time_point ReplyDeadline() const { return ServiceLink::Clock::now() + m_options.timeout; }
+
+    const Options m_options;
+    const bool m_isPrompted;
+    Links m_links;
+    int m_lastId = 0;
+};
