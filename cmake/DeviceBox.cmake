@@ -16,9 +16,14 @@ function(add_box_test_program target)
                          PROPERTIES TIMEOUT 60)
 endfunction()
 
-# add_box_test_script(SCRIPT): a shell test that runs in a device box; exit status 0 passes.
+# add_box_test_script(SCRIPT [ARGS words...] [SUFFIX text] [LAUNCHER script...])
+#
+# A shell test that runs in a device box; exit status 0 passes. SUFFIX sets the names of several tests of one script
+# apart; LAUNCHER is a script that prepares the box and then runs the test.
 function(add_box_test_script script)
+    cmake_parse_arguments(arg "" "SUFFIX" "ARGS;LAUNCHER" ${ARGN})
     cmake_path(GET script STEM LAST_ONLY name)
-    add_test(NAME scripts.${name} COMMAND ${DEVICE_BOX} sh ${CMAKE_CURRENT_SOURCE_DIR}/${script})
-    set_tests_properties(scripts.${name} PROPERTIES TIMEOUT 60)
+    add_test(NAME scripts.${name}${arg_SUFFIX}
+             COMMAND ${DEVICE_BOX} sh ${arg_LAUNCHER} ${CMAKE_CURRENT_SOURCE_DIR}/${script} ${arg_ARGS})
+    set_tests_properties(scripts.${name}${arg_SUFFIX} PROPERTIES TIMEOUT 60)
 endfunction()

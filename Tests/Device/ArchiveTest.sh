@@ -1,0 +1,82 @@
+#!/bin/sh
+# ArchiveTest.sh: collected files are compressed in place and packed into one archive.
+. "${0%/*}/assert.sh"
+nv=/mnt/nv/product-persistence
+archive=$nv/dfs_diagfile.tar.gz
+cd "$nv" || exit 1
+
+members() {
+    tar -tzf "$archive" | tr '\n' ' '
+}
+
+no_archive() {
+    equal "$1: archives and their parts" "" "$(find . -name '*diagfile*')"
+}
+
+# Compression, whatever the name and whatever is there already.
+head -c 100000 /dev/urandom >/tmp/random
+for name in dfs_a.txt dfs_b.gz dfs_c.tgz dfs_d-gz 'dfs e.txt' -f; do
+    cp /tmp/random "./$name"
+    echo old >"./$name.gz"
+    check "compression of $name" compress-diag-file.sh "$name"
+    refute "$name is gone" [ -e "./$name" ]
+    gzip -dc <"./$name.gz" >/tmp/opened
+    check "content of $name" cmp /tmp/random /tmp/opened
+done
+mkdir folder
+for name in missing folder ''; do
+    refute "compression of '$name'" compress-diag-file.sh "$name" 2>/tmp/err
+    equal "lines of error" 1 "$(wc -l </tmp/err)"
+    refute "no file is made of '$name'" [ -e "$name.gz" ]
+done
+cp /tmp/random uncompressed
+shadow gzip 'head -c 10; exit 1'
+refute "compression by a gzip that fails" compress-diag-file.sh uncompressed 2>/dev/null
+refute "no half file" [ -e uncompressed.gz ]
+check "the file stays" cmp /tmp/random uncompressed
+unshadow
+
+# Packing, in the order named, each file once; what is no file of this directory is left out.
+echo '{}' >dfs_uploadmanifest.json
+ln -s dfs_a.txt.gz link
+mkfifo fifo
+echo half >.dfs_diagfile.tar.gz.partial
+check "packing" tar-compress-diag-files.sh dfs_uploadmanifest.json dfs_b.gz.gz dfs_a.txt.gz dfs_b.gz.gz
+equal "members" "dfs_uploadmanifest.json dfs_b.gz.gz dfs_a.txt.gz " "$(members)"
+tar -xzOf "$archive" dfs_a.txt.gz | cmp - dfs_a.txt.gz || fail "content of a member"
+equal "only the archive is left" ./dfs_diagfile.tar.gz "$(find . -name '*diagfile*')"
+
+echo secret >/mnt/nv/outside
+for name in missing ../outside /mnt/nv/outside ./dfs_a.txt.gz . .. '' folder link fifo dfs_diagfile.tar.gz; do
+    check "packing with '$name'" tar-compress-diag-files.sh dfs_uploadmanifest.json "$name" 2>/tmp/err
+    equal "members with '$name'" "dfs_uploadmanifest.json " "$(members)"
+    equal "lines on '$name'" 1 "$(wc -l </tmp/err)"
+done
+: >--to-command=x
+check "names that look like options" tar-compress-diag-files.sh -f.gz --to-command=x
+equal "members that look like options" "-f.gz --to-command=x " "$(members)"
+
+# Whole or not at all; and an earlier archive is never taken for this one.
+refute "nothing to pack" tar-compress-diag-files.sh missing 2>/dev/null
+no_archive "nothing to pack"
+refute "no names" tar-compress-diag-files.sh 2>/dev/null
+for tool in tar gzip; do
+    shadow "$tool" 'head -c 10; exit 1' </dev/null
+    refute "packing by a $tool that fails" tar-compress-diag-files.sh dfs_a.txt.gz </dev/null 2>/dev/null
+    no_archive "a $tool that fails"
+    unshadow
+done
+
+mkfifo /tmp/begun /tmp/go
+shadow gzip 'head -c 10; echo >/tmp/begun; read -r go </tmp/go'
+tar-compress-diag-files.sh dfs_a.txt.gz &
+packing=$!
+read -r _ </tmp/begun
+refute "no archive before its end" [ -e "$archive" ]
+kill -TERM "$packing"
+echo >/tmp/go
+refute "packing that is ended" wait "$packing"
+no_archive "packing that is ended"
+unshadow
+
+finish_tests

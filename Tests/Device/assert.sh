@@ -1,0 +1,101 @@
+# shellcheck shell=sh disable=SC2154  # $key is the test's
+# What the tests of the device's scripts share. Sourced; a failed check is told with its reason, and finish_tests judges.
+
+failures=0
+
+fail() {
+    failures=$((failures + 1))
+    printf 'FAILED: %s\n' "$*" >&2
+}
+
+# check WHAT COMMAND...: the command must succeed.
+check() {
+    what=$1
+    shift
+    "$@" || fail "$what: $*"
+}
+
+# refute WHAT COMMAND...: the command must fail.
+refute() {
+    what=$1
+    shift
+    ! "$@" || fail "$what: $*"
+}
+
+# equal WHAT EXPECTED ACTUAL
+equal() {
+    [ "$2" = "$3" ] || fail "$1: expected '$2', got '$3'"
+}
+
+# eventually WHAT COMMAND...: the command must succeed within ten seconds.
+eventually() {
+    what=$1
+    shift
+    tries=200
+    until "$@"; do
+        tries=$((tries - 1))
+        if [ "$tries" -eq 0 ]; then
+            fail "$what: not within ten seconds: $*"
+            return
+        fi
+        sleep 0.05
+    done
+}
+
+# running WORD: whether a process is alive whose command line holds WORD.
+running() {
+    for process in /proc/[0-9]*; do
+        case ${process#/proc/} in 1 | "$$") continue ;; esac
+        case $(tr '\0' ' ' <"$process/cmdline") in *"$1"*) return 0 ;; esac
+    done 2>/dev/null
+    return 1
+}
+
+gone() {
+    ! running "$1"
+}
+
+seconds_up() {
+    cut -d. -f1 /proc/uptime
+}
+
+# open_sealed KEY FILE: what the file held before it was compressed and encrypted.
+open_sealed() {
+    openssl cms -decrypt -binary -inform DER -inkey "$1" -in "$2" | gzip -dc
+}
+
+# encrypt COMMAND...: as the service runs it: both streams go into one file, and SIGPIPE is ignored. Sets $status; the file
+# "plain" is what the recipient, with the private key in $key, reads.
+encrypt() {
+    (
+        trap '' PIPE
+        exec encrypt-logs "$@"
+    ) >sealed 2>&1
+    # shellcheck disable=SC2034  # for the test
+    status=$?
+    open_sealed "$key" sealed >plain
+}
+
+# set_bound NAME VALUE: a bound of the encrypting scripts, on this box's copy of them.
+set_bound() {
+    sed -i "s/^$1=[0-9.]*/$1=$2/" /opt/Vantor/lib/diag-encrypt.sh
+    check "bound $1 is set" grep -q "^$1=$2" /opt/Vantor/lib/diag-encrypt.sh
+}
+
+# shadow PROGRAM SCRIPT: from now on PROGRAM is this script; until unshadow.
+shadow() {
+    mkdir -p /tmp/shadow
+    printf '#!/bin/sh\n%s\n' "$2" >"/tmp/shadow/$1"
+    chmod +x "/tmp/shadow/$1"
+    PATH=/tmp/shadow:${PATH#/tmp/shadow:}
+}
+
+unshadow() {
+    rm -r /tmp/shadow
+    PATH=${PATH#/tmp/shadow:}
+}
+
+finish_tests() {
+    [ "$failures" -eq 0 ] || exit 1
+    exit 0
+}
