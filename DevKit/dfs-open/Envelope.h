@@ -1,0 +1,48 @@
+#pragma once
+
+#include "ByteSink.h"
+
+#include <memory>
+#include <string>
+
+struct evp_pkey_st;
+
+namespace DfsOpen
+{
+
+/** A private key read from a PEM file; a key that is itself encrypted has its pass phrase asked for on the terminal. */
+class PrivateKey
+{
+public:
+    /** @throws std::runtime_error with a text for the user when the file cannot be read or holds no private key. */
+    explicit PrivateKey(const std::string& path);
+
+    evp_pkey_st* Get() const { return m_key.get(); }
+
+private:
+    std::shared_ptr<evp_pkey_st> m_key;
+};
+
+enum class EnvelopeStatus
+{
+    kOpened,   //!< Decrypted into the sink to its end.
+    kSealed,   //!< Whole as far as can be seen without a key.
+    kNotCms,   //!< Not a CMS enveloped message.
+    kDamaged,  //!< A CMS enveloped message that is cut short, followed by something else, or wrong inside.
+    kWrongKey, //!< The key is none of the message's recipients'.
+    kSinkFull, //!< The sink took no more.
+};
+
+/**
+ * Opens one CMS EnvelopedData message (RFC 5652, section 6) in DER or in the indefinite-length form that a streamed
+ * encryption writes.
+ *
+ * EnvelopedData carries no proof of its integrity: kOpened says only that the end of the message decrypted to proper
+ * padding, and what reaches the sink must be verified by its reader.
+ *
+ * @param message the whole message
+ * @param key the recipient's key; without one the message is only looked at
+ */
+EnvelopeStatus OpenEnvelope(const std::string& message, const PrivateKey* key, const ByteSink& sink);
+
+} // namespace DfsOpen

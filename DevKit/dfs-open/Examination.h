@@ -1,0 +1,52 @@
+#pragma once
+
+#include "Envelope.h"
+#include "Item.h"
+#include "Limits.h"
+#include "Manifest.h"
+#include "PlainOutput.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace DfsOpen
+{
+
+struct ItemReport
+{
+    ManifestEntry entry;
+    bool listed = true; //!< In the manifest; otherwise a member that the manifest does not know.
+    ItemState state = ItemState::kMissing;
+    std::optional<std::uint64_t> storedSize;
+    std::optional<std::uint64_t> plainSize;
+    std::string problem; //!< More about the state, for the user.
+};
+
+/** What an archive was found to be. */
+struct ArchiveReport
+{
+    /** In the manifest's order, then members that it does not list in the archive's. */
+    std::vector<ItemReport> items;
+    /** What else is wrong, in words for the user. Names in it are escaped. */
+    std::vector<std::string> faults;
+
+    /** Whether nothing is missing, damaged, refused or unlisted. */
+    bool IsWhole() const;
+};
+
+/**
+ * Goes through an archive: reads its manifest, opens the items that the output wants, in the archive's order, and
+ * notes for each what it found. A member that the manifest does not list is opened like the others, so that nothing in
+ * the archive is lost, but is a fault.
+ *
+ * @param descriptor an open regular file
+ * @param key the recipient's key; without one no plain content is to be had
+ */
+ArchiveReport Examine(int descriptor, const PrivateKey* key, const Limits& limits, PlainOutput& output);
+
+/** The text with everything but printable ASCII escaped as \\xNN, so that it can do a terminal no harm. */
+std::string Escape(const std::string& text);
+
+} // namespace DfsOpen

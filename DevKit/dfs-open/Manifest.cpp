@@ -1,0 +1,73 @@
+#include "Manifest.h"
+
+#include "DiagFileTypes.pb.h"
+
+#include <json/json.h>
+
+#include <memory>
+#include <stdexcept>
+
+namespace DfsOpen
+{
+
+namespace
+{
+
+Json::Value ParseObject(const std::string& text)
+{
+    Json::CharReaderBuilder builder;
+    Json::CharReaderBuilder::strictMode(&builder.settings_);
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    Json::Value value;
+    std::string errors;
+    try {
+        if (reader->parse(text.data(), text.data() + text.size(), &value, &errors) && value.isObject()) {
+            return value;
+        }
+    } catch (const Json::Exception&) { // thrown for values nested too deeply
+    }
+    throw std::runtime_error("the manifest is not a JSON object");
+}
+
+std::string TypeName(const Json::Value& type)
+{
+    if (type.isString()) {
+        return type.asString();
+    }
+    if (!type.isInt()) {
+        return {};
+    }
+    return DFSCommonPB::DiagFileType_IsValid(type.asInt())
+               ? DFSCommonPB::DiagFileType_Name(static_cast<DFSCommonPB::DiagFileType>(type.asInt()))
+               : std::to_string(type.asInt());
+}
+
+std::string Text(const Json::Value& value)
+{
+    return value.isString() ? value.asString() : std::string();
+}
+
+} // namespace
+
+std::vector<ManifestEntry> ParseManifest(const std::string& text)
+{
+    Json::Value manifest = ParseObject(text);
+    if (manifest.isMember("UploadManifest")) {
+        manifest = Json::Value(manifest["UploadManifest"]);
+    }
+    const Json::Value items = manifest.isObject() ? manifest["item"] : Json::Value();
+    if (!items.isArray()) {
+        throw std::runtime_error("the manifest has no list of items");
+    }
+
+    std::vector<ManifestEntry> entries;
+    for (const Json::Value& item : items) {
+        if (!item.isObject()) {
+            throw std::runtime_error("the manifest has an item that is not an object");
+        }
+        entries.push_back({Text(item["filename"]), TypeName(item["type"]), Text(item["subType"])});
+    }
+    return entries;
+}
+
+} // namespace DfsOpen

@@ -1,0 +1,181 @@
+#include "TarReader.h"
+
+#include "Gunzip.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <new>
+#include <system_error>
+#include <vector>
+
+namespace DfsOpen
+{
+
+namespace
+{
+
+// gzip unpacks one such piece to 16 MiB at the most, which are held in memory.
+constexpr std::size_t kInputChunk = 16 * 1024;
+constexpr std::size_t kOutputChunk = 64 * 1024;
+
+std::string Describe(GunzipStatus status)
+{
+    switch (status) {
+        case GunzipStatus::kOk:
+            return "its compression is whole";
+        case GunzipStatus::kNotGzip:
+            return "it is not a gzip file";
+        case GunzipStatus::kDamaged:
+            return "its compressed data is damaged";
+        case GunzipStatus::kTruncated:
+            return "it is cut short";
+        case GunzipStatus::kTooLarge:
+            return "it unpacks to more than is accepted";
+        case GunzipStatus::kSinkFull:
+            return "it cannot be unpacked";
+    }
+    return {};
+}
+
+} // namespace
+
+/** The unpacked bytes of the file as libarchive asks for them. */
+struct TarReader::Source
+{
+    Source(int fd, std::uint64_t sizeLimit)
+        : descriptor(fd),
+          gunzip([this](const char* data, std::size_t size) { return Keep(data, size); }, GunzipBounds{sizeLimit})
+    {}
+    ~Source() { archive_read_free(reader); }
+    Source(const Source&) = delete;
+    Source& operator=(const Source&) = delete;
+
+    bool Keep(const char* data, std::size_t size)
+    {
+        unpacked.insert(unpacked.end(), data, data + size);
+        return true;
+    }
+
+    /** Unpacks until there is something, or the file ends; false when there will be no more. */
+    bool Fill()
+    {
+        unpacked.clear();
+        while (unpacked.empty() && fault.empty() && !ended) {
+            const ssize_t got = read(descriptor, input.data(), input.size());
+            if (got < 0 && errno == EINTR) {
+                continue;
+            }
+            if (got < 0) {
+                fault = "it cannot be read: " + std::generic_category().message(errno);
+                break;
+            }
+            ended = got == 0;
+            const GunzipStatus status =
+                ended ? gunzip.Finish() : gunzip.Feed(input.data(), static_cast<std::size_t>(got));
+            if (status != GunzipStatus::kOk) {
+                fault = Describe(status);
+            }
+        }
+        return !unpacked.empty();
+    }
+
+    /** Why libarchive could not go on: what is wrong with the file beneath it, if anything is, says it best. */
+    [[noreturn]] void Fail()
+    {
+        while (Fill()) {
+        }
+        throw ArchiveError(!fault.empty() ? fault : "it is not a whole tar file");
+    }
+
+    static la_ssize_t OnRead(archive* /*reader*/, void* context, const void** data)
+    {
+        auto* source = static_cast<Source*>(context);
+        if (!source->Fill() && !source->fault.empty()) {
+            return ARCHIVE_FATAL;
+        }
+        *data = source->unpacked.data();
+        return static_cast<la_ssize_t>(source->unpacked.size());
+    }
+
+    int descriptor;
+    Gunzip gunzip;
+    std::array<char, kInputChunk> input{};
+    std::vector<char> unpacked;
+    std::string fault;
+    bool ended = false;
+    archive* reader = archive_read_new();
+    archive_entry* entry = nullptr;
+};
+
+TarReader::TarReader(int descriptor, const Limits& limits) : m_memberLimit(limits.members)
+{
+    if (lseek(descriptor, 0, SEEK_SET) != 0) {
+        throw ArchiveError("it is not a regular file");
+    }
+    m_source = std::make_unique<Source>(descriptor, limits.tarSize);
+    archive* reader = m_source->reader;
+    if (reader == nullptr || archive_read_support_format_tar(reader) != ARCHIVE_OK) {
+        throw std::bad_alloc();
+    }
+    if (archive_read_open(reader, m_source.get(), nullptr, Source::OnRead, nullptr) != ARCHIVE_OK) {
+        m_source->Fail();
+    }
+}
+
+TarReader::~TarReader() = default;
+
+bool TarReader::Next(TarMember& member)
+{
+    const int result = archive_read_next_header(m_source->reader, &m_source->entry);
+    if (result == ARCHIVE_EOF) {
+        // What follows the tar file's end is of no interest, but the checksum behind it is.
+        while (m_source->Fill()) {
+        }
+        if (!m_source->fault.empty()) {
+            throw ArchiveError(m_source->fault);
+        }
+        return false;
+    }
+    if (result != ARCHIVE_OK && result != ARCHIVE_WARN) {
+        m_source->Fail();
+    }
+    if (++m_memberCount > m_memberLimit) {
+        throw ArchiveError("it has more than " + std::to_string(m_memberLimit) + " members");
+    }
+
+    archive_entry* entry = m_source->entry;
+    const char* name = archive_entry_pathname(entry);
+    const char* target = archive_entry_hardlink(entry);
+    member = TarMember();
+    member.name = name != nullptr ? name : "";
+    if (target != nullptr) {
+        member.kind = MemberKind::kHardLink;
+        member.linkTarget = target;
+    } else if (archive_entry_filetype(entry) == AE_IFREG) {
+        member.kind = MemberKind::kFile;
+    }
+    return true;
+}
+
+bool TarReader::Read(const ByteSink& sink)
+{
+    std::array<char, kOutputChunk> buffer;
+    for (;;) {
+        const la_ssize_t got = archive_read_data(m_source->reader, buffer.data(), buffer.size());
+        if (got < 0) {
+            m_source->Fail();
+        }
+        if (got == 0) {
+            return true;
+        }
+        if (!sink(buffer.data(), static_cast<std::size_t>(got))) {
+            return false;
+        }
+    }
+}
+
+} // namespace DfsOpen

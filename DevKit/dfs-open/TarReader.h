@@ -1,0 +1,72 @@
+#pragma once
+
+#include "ByteSink.h"
+#include "Limits.h"
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace DfsOpen
+{
+
+/** The archive cannot be read any further; the text is for the user. */
+class ArchiveError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+enum class MemberKind
+{
+    kFile,
+    kHardLink,
+    kOther, //!< Symbolic link, folder, device, pipe and so on.
+};
+
+struct TarMember
+{
+    std::string name; //!< As the archive has it, whatever that is.
+    MemberKind kind = MemberKind::kOther;
+    std::string linkTarget; //!< Of a hard link.
+};
+
+/** Goes once through the members of a gzip-compressed tar file, from its beginning. One thread at a time. */
+class TarReader
+{
+public:
+    /**
+     * @param descriptor an open regular file, read from its beginning; stays the caller's, whose use of it must wait
+     *     until this reader is gone
+     * @param limits of these, the size of the tar file and the number of its members
+     * @throws ArchiveError when the file does not begin as such an archive
+     */
+    TarReader(int descriptor, const Limits& limits);
+    ~TarReader();
+    TarReader(const TarReader&) = delete;
+    TarReader& operator=(const TarReader&) = delete;
+
+    /**
+     * Moves on to the next member; false after the last one, when the file proved whole to its end.
+     *
+     * @throws ArchiveError when the file is damaged, cut short or beyond the limits
+     */
+    bool Next(TarMember& member);
+
+    /**
+     * Gives the current member's content to the sink; false when the sink took no more.
+     *
+     * @throws ArchiveError as Next
+     */
+    bool Read(const ByteSink& sink);
+
+private:
+    struct Source;
+
+    std::unique_ptr<Source> m_source;
+    std::uint64_t m_memberCount = 0;
+    std::uint64_t m_memberLimit;
+};
+
+} // namespace DfsOpen

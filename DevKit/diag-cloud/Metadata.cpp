@@ -1,0 +1,78 @@
+#include "Metadata.h"
+
+#include "Json.h"
+
+#include <array>
+
+namespace DiagCloud
+{
+
+namespace
+{
+
+constexpr std::array<const char*, 6> kTexts = {"productName",     "productId", "productType",
+                                               "softwareVersion", "fileType",  "uploadTimeStamp"};
+
+bool IsTimeStamp(const std::string& text)
+{
+    static const std::string kForm = "dddd-dd-ddTdd:dd:ddZ";
+    if (text.size() != kForm.size()) {
+        return false;
+    }
+    for (std::size_t index = 0; index < kForm.size(); ++index) {
+        const bool digit = text[index] >= '0' && text[index] <= '9';
+        if (kForm[index] == 'd' ? !digit : text[index] != kForm[index]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string FindItemsFault(const Json::Value& items)
+{
+    if (!items.isNull() && !items.isArray()) {
+        return "\"uploadedItems\" is not an array";
+    }
+    for (const Json::Value& item : items) {
+        if (!item.isObject() || !(item["type"].isString() || item["type"].isInt()) || !item["subType"].isString()) {
+            return "an entry of \"uploadedItems\" has no \"type\" and \"subType\"";
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+std::string FindMetadataFault(const std::string& text, const std::string& productId)
+{
+    std::string error;
+    const Json::Value record = ParseJson(text, error);
+    if (!error.empty() || !record.isObject()) {
+        return "the body is not a JSON object";
+    }
+    for (const char* name : kTexts) {
+        if (!record[name].isString()) {
+            return std::string("there is no text \"") + name + "\"";
+        }
+    }
+    if (record["productId"].asString() != productId) {
+        return "\"productId\" is not the product id of the path";
+    }
+    if (!IsTimeStamp(record["uploadTimeStamp"].asString())) {
+        return "\"uploadTimeStamp\" is not a time as 2026-11-15T03:04:05Z";
+    }
+    if (!record["version"].isNull() && !record["version"].isNumeric()) {
+        return "\"version\" is not a number";
+    }
+    return FindItemsFault(record["uploadedItems"]);
+}
+
+std::string ProductIdOf(const std::string& text)
+{
+    std::string error;
+    const Json::Value record = ParseJson(text, error);
+    return error.empty() && record.isObject() && record["productId"].isString() ? record["productId"].asString()
+                                                                                : std::string();
+}
+
+} // namespace DiagCloud

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "ReceivedRequest.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace DiagCloud
+{
+
+/** Takes one line without its end. Called by one thread at a time, but not always by the same one. */
+using LineWriter = std::function<void(const std::string& line)>;
+
+/** Numbers, records and prints the requests. Any thread may call. */
+class RequestLog
+{
+public:
+    /** @param keep whether requests are kept for Requests and WaitFor @param writer takes a line for each; may be empty
+     */
+    RequestLog(bool keep, LineWriter writer);
+
+    /** Adds a request, whose number is set here; remark ends its line. */
+    void Add(ReceivedRequest request, const std::string& remark);
+
+    /** Prints a line that is about no request. */
+    void Print(const std::string& text);
+
+    std::vector<ReceivedRequest> Requests() const;
+
+    /** The request of that number, counted from 1, waiting for it if need be; none when the time is up. */
+    std::optional<ReceivedRequest> WaitFor(std::size_t number, std::chrono::milliseconds timeout) const;
+
+private:
+    mutable std::mutex m_mutex;
+    mutable std::condition_variable m_added;
+    bool m_keep;
+    LineWriter m_writer;
+    std::size_t m_count = 0;
+    std::vector<ReceivedRequest> m_requests;
+};
+
+} // namespace DiagCloud

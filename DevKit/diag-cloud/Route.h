@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+
+namespace DiagCloud
+{
+
+enum class RequestKind
+{
+    kMetadata, //!< POST to "/senders/" product id "/metadata".
+    kArchive,  //!< POST to "/archives/" archive id.
+    kOther,
+};
+
+/** What a request line asks for. */
+struct Route
+{
+    RequestKind kind = RequestKind::kOther;
+    std::string id;         //!< The product's for kMetadata, the archive's for kArchive.
+    bool pathKnown = false; //!< The path is one of the two, whatever the method.
+};
+
+/**
+ * Reads a request line's method and target, in origin form or, as a proxy is sent it, in absolute form (RFC 9112,
+ * section 3.2); the host is not looked at.
+ */
+Route FindRoute(const std::string& method, const std::string& target);
+
+} // namespace DiagCloud
