@@ -193,7 +193,7 @@ OpenedItem OpenItem(TarReader& reader, const PrivateKey* key, const Limits& limi
 
     Gunzip plain(sink, GunzipBounds{limits.plainSize, limits.plainRatio, limits.ratioFrom});
     item.state = OpenMessage(message, key, plain);
-    if (key != nullptr) {
+    if (item.state == ItemState::kWhole || plain.Produced() > 0) {
         item.plainSize = plain.Produced();
     }
     return item;

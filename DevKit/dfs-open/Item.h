@@ -53,7 +53,7 @@ struct OpenedItem
 {
     ItemState state = ItemState::kSealed;
     std::uint64_t storedSize = 0;           //!< Bytes in the archive.
-    std::optional<std::uint64_t> plainSize; //!< Bytes given to the sink; none when it was not decrypted.
+    std::optional<std::uint64_t> plainSize; //!< Bytes given to the sink; none when nothing could be decrypted.
     std::string digest;                     //!< Of the bytes in the archive, SHA-256.
 };
 

@@ -49,7 +49,7 @@ std::string Summary(const ReceivedRequest& request)
             line += Printable(request.method) + " " + Printable(request.target);
             break;
     }
-    line += ", " + std::to_string(request.bodySize) + (request.complete ? " bytes" : " bytes of more");
+    line += ", " + std::to_string(request.bodySize) + (request.complete ? " bytes" : " bytes, then broken off");
     if (request.md5 != Md5Verdict::kNotChecked) {
         line += std::string(", Content-MD5 ") + Describe(request.md5);
     }
