@@ -15,7 +15,7 @@ namespace
 {
 
 constexpr int kGzipOnly = 16; // added to the window size, it has zlib take the gzip format and no other
-constexpr std::size_t kOutputChunk = 64 * 1024;
+constexpr std::size_t kOutputChunk = std::size_t{64} * 1024;
 
 } // namespace
 

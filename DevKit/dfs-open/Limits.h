@@ -5,7 +5,7 @@
 namespace DfsOpen
 {
 
-constexpr std::uint64_t kMebibyte = 1024 * 1024;
+constexpr std::uint64_t kMebibyte = std::uint64_t{1024} * 1024;
 
 /** How much of an archive is opened before it is taken for an attack. All sizes are in bytes. */
 struct Limits

@@ -19,8 +19,8 @@ namespace
 {
 
 // gzip unpacks one such piece to 16 MiB at the most, which are held in memory.
-constexpr std::size_t kInputChunk = 16 * 1024;
-constexpr std::size_t kOutputChunk = 64 * 1024;
+constexpr std::size_t kInputChunk = std::size_t{16} * 1024;
+constexpr std::size_t kOutputChunk = std::size_t{64} * 1024;
 
 std::string Describe(GunzipStatus status)
 {

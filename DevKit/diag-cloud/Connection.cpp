@@ -35,8 +35,8 @@ namespace http = boost::beast::http;
 using Parser = http::request_parser<http::buffer_body>;
 
 constexpr std::uint32_t kHeaderLimit = 64 * 1024; // tokens are long
-constexpr std::size_t kBodyChunk = 64 * 1024;
-constexpr std::uint64_t kLongestDrain = 64 * 1024 * 1024;
+constexpr std::size_t kBodyChunk = std::size_t{64} * 1024;
+constexpr std::uint64_t kLongestDrain = std::uint64_t{64} * 1024 * 1024;
 constexpr std::chrono::seconds kDrainTime{2};
 constexpr int kBadRequest = 400;
 constexpr int kTooLarge = 413;
@@ -98,6 +98,7 @@ public:
         beast::error_code ignored;
         m_stream.socket().assign(six ? asio::ip::tcp::v6() : asio::ip::tcp::v4(), socket.Release(), ignored);
         m_stream.socket().set_option(asio::ip::tcp::no_delay(true), ignored);
+        m_buffer.reserve(kBodyChunk); // or it is filled by a few hundred bytes at a time
     }
 
     void Run()

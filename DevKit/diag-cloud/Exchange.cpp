@@ -12,7 +12,7 @@ namespace DiagCloud
 namespace
 {
 
-constexpr std::size_t kLongestText = 1024 * 1024;
+constexpr std::size_t kLongestText = std::size_t{1024} * 1024;
 constexpr int kOk = 200;
 constexpr int kBadRequest = 400;
 constexpr int kNotFound = 404;
@@ -94,7 +94,7 @@ Answer Exchange::Finish()
         answer.hang = m_outcome->hang;
         m_remark = answer.hang ? "no answer" : std::to_string(answer.status);
         for (const auto& [name, value] : answer.headers) {
-            m_remark += ", " + name + ": " + value;
+            m_remark.append(", ").append(name).append(": ").append(value);
         }
     } else {
         answer = Decide();

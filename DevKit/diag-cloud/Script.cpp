@@ -15,9 +15,9 @@ constexpr int kLowestStatus = 200;
 constexpr int kHighestStatus = 599;
 constexpr int kNoContent = 204;
 constexpr int kNotModified = 304;
-constexpr std::uint64_t kLongestDelayMs = 3600 * 1000;
+constexpr std::uint64_t kLongestDelayMs = std::uint64_t{3600} * 1000;
 constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 40U;
-constexpr std::uint64_t kMostRepeats = 1000 * 1000;
+constexpr std::uint64_t kMostRepeats = std::uint64_t{1000} * 1000;
 
 [[noreturn]] void Refuse(const std::string& what)
 {
@@ -114,14 +114,15 @@ Outcome ParseOutcome(const Json::Value& value)
     for (const std::string& name : value.getMemberNames()) {
         SetMember(outcome, name, value[name]);
     }
-    const bool lost = outcome.resetAfterRequestBytes.has_value();
     if (!outcome.status && (value.isMember("headers") || value.isMember("body"))) {
         Refuse("\"headers\" and \"body\" need a \"status\"");
     }
     if ((outcome.status == kNoContent || outcome.status == kNotModified) && value.isMember("body")) {
         Refuse("an answer of status 204 or 304 has no \"body\"");
     }
-    if ((outcome.hang || lost) && (outcome.status || outcome.resetAfterBytes || (outcome.hang && lost))) {
+    const bool answers = outcome.status || outcome.resetAfterBytes;
+    const int endings = int{answers} + int{outcome.hang} + int{outcome.resetAfterRequestBytes.has_value()};
+    if (endings > 1) {
         Refuse("\"hang\", \"resetAfterRequestBytes\" and an answer exclude each other");
     }
     if (value.isMember("body") && !HasHeader(outcome.headers, "Content-Type")) {

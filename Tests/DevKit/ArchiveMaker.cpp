@@ -23,6 +23,7 @@ std::string ArchiveMaker::Filter(std::string command, const std::string& input) 
     }
     const std::string in = m_folder.Write("filter.in", input);
     const std::string out = m_folder.Path() + "/filter.out";
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): tests run it in one thread
     EXPECT_EQ(0, std::system(("( " + command + " ) < " + in + " > " + out).c_str())) << command;
     return ReadWholeFile(out);
 }
@@ -36,15 +37,19 @@ std::string ArchiveMaker::Manifest(const std::vector<std::pair<std::string, std:
 {
     std::string list;
     for (const auto& [file, subType] : items) {
-        list += (list.empty() ? "" : ",") + (R"({"filename":")" + file) + R"(","type":"TOP","subType":")" + subType +
-                R"("})";
+        list += list.empty() ? "" : ",";
+        list.append(R"({"filename":")")
+            .append(file)
+            .append(R"(","type":"TOP","subType":")")
+            .append(subType)
+            .append(R"("})");
     }
     return R"({"UploadManifest":{"item":[)" + list + R"(],"version":1}})";
 }
 
 std::string ArchiveMaker::Write(const std::vector<Member>& members) const
 {
-    const std::string path = m_folder.Path() + "/archive.tar.gz";
+    std::string path = m_folder.Path() + "/archive.tar.gz";
     archive* writer = archive_write_new();
     archive_write_add_filter_gzip(writer);
     archive_write_set_format_pax_restricted(writer);

@@ -89,9 +89,9 @@ TEST(CloudFault, MoreClientsThanAllowed_WaitTheirTurn)
     DiagCloud::CloudSettings settings;
     settings.maxConnections = 2;
     TestCloud cloud({}, settings);
-    std::vector<std::future<Reply>> clients;
-    for (int count = 0; count < 12; ++count) {
-        clients.push_back(std::async(std::launch::async, [&] { return cloud.PostMetadata(); }));
+    std::vector<std::future<Reply>> clients(12);
+    for (std::future<Reply>& client : clients) {
+        client = std::async(std::launch::async, [&] { return cloud.PostMetadata(); });
     }
     for (std::future<Reply>& client : clients) {
         EXPECT_EQ(200, client.get().status);

@@ -69,8 +69,9 @@ TEST(CloudScript, ResetAfterBytes_CutsTheAnswerThereAndKeepsTheEffect)
         const std::string url = cloud.Announce();
         const std::string path = url.substr(cloud.Server().Url().size());
         RawClient client(cloud.Server().Port());
-        client.Send("POST " + path + " HTTP/1.1\r\nHost: x\r\nContent-MD5: " + kMd5 + "\r\nContent-Length: 43\r\n\r\n" +
-                    kContent);
+        std::string request = "POST ";
+        request.append(path).append(" HTTP/1.1\r\nHost: x\r\nContent-MD5: ").append(kMd5);
+        client.Send(request.append("\r\nContent-Length: 43\r\n\r\n").append(kContent));
         const std::string whole = "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\n";
         EXPECT_EQ(whole.substr(0, bytes), client.ReadAll());
         EXPECT_TRUE(client.WasReset());

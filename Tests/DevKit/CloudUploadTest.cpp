@@ -21,7 +21,7 @@ struct Sample
 
 const Sample kArchive = {"The quick brown fox jumps over the lazy dog", "9e107d9d372bb6826bd81d3542a419d6"};
 const Sample kEmpty = {"", "d41d8cd98f00b204e9800998ecf8427e"};
-const Sample kLarge = {std::string(8 * 1024 * 1024, '\0'), "96995b58d4cbf6aaa9041b4f00c7f6ae"};
+const Sample kLarge = {std::string(8388608, '\0'), "96995b58d4cbf6aaa9041b4f00c7f6ae"};
 
 std::string Replaced(std::string text, const std::string& from, const std::string& to)
 {
@@ -89,7 +89,7 @@ TEST(CloudUpload, BadMetadata_IsRefusedWithTheReason)
         EXPECT_EQ(400, reply.status) << body;
         EXPECT_THAT(reply.body, HasSubstr(reason));
     }
-    EXPECT_EQ(413, cloud.PostMetadata(std::string(2 * 1024 * 1024, ' ')).status);
+    EXPECT_EQ(413, cloud.PostMetadata(std::string(2000000, ' ')).status);
     EXPECT_TRUE(cloud.Stored().empty());
 }
 
