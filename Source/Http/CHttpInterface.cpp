@@ -1,0 +1,182 @@
+#include "CHttpInterface.h"
+
+#include <curl/curl.h>
+
+#include <csignal>
+#include <exception>
+#include <utility>
+
+#include "AsyncTaskRunner.h"
+#include "HSMFileFetcherCallback.h"
+#include "HSMSimpleURLFetcherCallback.h"
+#include "HttpLog.h"
+#include "HttpOpHandle.h"
+#include "RunTask.h"
+
+namespace Http
+{
+namespace
+{
+const DPrint s_log("CHttpInterface");
+
+using SharedCallback = std::shared_ptr<ISimpleURLFetcherCallback>;
+
+HSMResponse NothingSent()
+{
+    HSMResponse response;
+    response.curlCode = CURLE_FAILED_INIT;
+    return response;
+}
+
+/** Runs an operation and passes its outcome on, exactly once. */
+class Operation final : public Threads_Http::IRunnable
+{
+public:
+    Operation(std::shared_ptr<RunTask> task, SharedCallback callback)
+        : m_task(std::move(task)), m_callback(std::move(callback))
+    {}
+
+    void Run() override { m_callback->OnFetchCompleted(Outcome()); }
+
+private:
+    HSMResponse Outcome() const
+    {
+        try {
+            m_task->Run();
+            return m_task->TakeResponse();
+        } catch (const std::exception& error) {
+            LogLine(s_log, 1, __func__, "The operation ended by an exception: ", error.what());
+            return NothingSent();
+        }
+    }
+
+    const std::shared_ptr<RunTask> m_task;
+    const SharedCallback m_callback;
+};
+} // namespace
+
+CHttpInterface::CHttpInterface(bool useDefaultBackoff, std::string proxy) : m_proxy(std::move(proxy))
+{
+    if (useDefaultBackoff) {
+        m_settings.retry = RetrySettings::WithBackoff();
+    }
+    struct sigaction ignore = {};
+    ignore.sa_handler = SIG_IGN;
+    sigaction(SIGPIPE, &ignore, nullptr);
+}
+
+void CHttpInterface::SetSettings(HttpSettings settings)
+{
+    m_settings = std::move(settings);
+}
+
+void CHttpInterface::Get(const std::string& url, const HeaderMap& headers, const AsyncCallback<HSMResponse>& callback,
+                         std::shared_ptr<IHttpOpHandle>& handle)
+{
+    s_log.Log(kMostDetailedLevel, "CHttpInterface::Get(url:%s)\n", url.c_str());
+    Submit(NewRequest(HttpMethod::Get, url, headers), m_settings,
+           std::make_unique<HSMSimpleURLFetcherCallback>(callback), handle);
+}
+
+void CHttpInterface::GetUrlAsFile(const std::string& url, const std::string& path, const HeaderMap& headers,
+                                  const AsyncCallback<HSMResponse>& callback, std::shared_ptr<IHttpOpHandle>& handle)
+{
+    s_log.Log(kMostDetailedLevel, "CHttpInterface::GetUrlAsFile(url:%s)\n", url.c_str());
+    Submit(NewRequest(HttpMethod::Get, url, headers), m_settings,
+           std::make_unique<HSMFileFetcherCallback>(path, callback), handle);
+}
+
+void CHttpInterface::Delete(const std::string& url, const HeaderMap& headers,
+                            const AsyncCallback<HSMResponse>& callback, std::shared_ptr<IHttpOpHandle>& handle)
+{
+    s_log.Log(kMostDetailedLevel, "CHttpInterface::Delete(url:%s)\n", url.c_str());
+    Submit(NewRequest(HttpMethod::Delete, url, headers), m_settings,
+           std::make_unique<HSMSimpleURLFetcherCallback>(callback), handle);
+}
+
+void CHttpInterface::Delete(const std::string& url, const HeaderMap& headers,
+                            const std::vector<std::uint32_t>& retryBackoffSeconds,
+                            const AsyncCallback<HSMResponse>& callback, std::shared_ptr<IHttpOpHandle>& handle)
+{
+    s_log.Log(kMostDetailedLevel, "CHttpInterface::Delete(url:%s) with retryBackoffSeconds\n", url.c_str());
+    HttpSettings settings = m_settings;
+    settings.retry.m_RetryBackoffSeconds = retryBackoffSeconds;
+    Submit(NewRequest(HttpMethod::Delete, url, headers), std::move(settings),
+           std::make_unique<HSMSimpleURLFetcherCallback>(callback), handle);
+}
+
+void CHttpInterface::Post(const std::string& url, const HeaderMap& headers, std::string body,
+                          const std::string& contentType, const AsyncCallback<HSMResponse>& callback,
+                          std::shared_ptr<IHttpOpHandle>& handle)
+{
+    s_log.Log(kMostDetailedLevel, "CHttpInterface::Post(url:%s)\n", url.c_str());
+    HttpRequest request = NewRequest(HttpMethod::Post, url, headers);
+    request.body = std::move(body);
+    request.contentType = contentType;
+    Submit(std::move(request), m_settings, std::make_unique<HSMSimpleURLFetcherCallback>(callback), handle);
+}
+
+void CHttpInterface::PostBinaryData(const std::string& url, const HeaderMap& headers, std::string bytes,
+                                    const std::string& contentType, const AsyncCallback<HSMResponse>& callback,
+                                    std::shared_ptr<IHttpOpHandle>& handle)
+{
+    s_log.Log(kMostDetailedLevel, "CHttpInterface::PostBinaryData(url:%s)\n", url.c_str());
+    HttpRequest request = NewRequest(HttpMethod::Post, url, headers);
+    request.body = std::move(bytes);
+    request.contentType = contentType;
+    Submit(std::move(request), m_settings, std::make_unique<HSMSimpleURLFetcherCallback>(callback), handle);
+}
+
+void CHttpInterface::Put(const std::string& url, const HeaderMap& headers, std::string body,
+                         const std::string& contentType, const AsyncCallback<HSMResponse>& callback,
+                         std::shared_ptr<IHttpOpHandle>& handle)
+{
+    s_log.Log(kMostDetailedLevel, "CHttpInterface::Put(url:%s)\n", url.c_str());
+    HttpRequest request = NewRequest(HttpMethod::Put, url, headers);
+    request.body = std::move(body);
+    request.contentType = contentType;
+    Submit(std::move(request), m_settings, std::make_unique<HSMSimpleURLFetcherCallback>(callback), handle);
+}
+
+void CHttpInterface::CallDeviceService(HttpMethod method, const std::string& host, const std::string& resource,
+                                       const HeaderMap& headers, std::string body, const std::string& contentType,
+                                       const AsyncCallback<HSMResponse>& callback,
+                                       std::shared_ptr<IHttpOpHandle>& handle)
+{
+    const std::string url = "http://" + host + ":8090/" + resource;
+    switch (method) {
+    case HttpMethod::Post:
+        return Post(url, headers, std::move(body), contentType, callback, handle);
+    case HttpMethod::Get:
+        return Get(url, headers, callback, handle);
+    case HttpMethod::Delete:
+        return Delete(url, headers, callback, handle);
+    case HttpMethod::Put:
+        return Put(url, headers, std::move(body), contentType, callback, handle);
+    }
+}
+
+HttpRequest CHttpInterface::NewRequest(HttpMethod method, const std::string& url, const HeaderMap& headers) const
+{
+    HttpRequest request;
+    request.method = method;
+    request.url = url;
+    request.proxy = m_proxy;
+    request.headers2Add = headers;
+    return request;
+}
+
+void CHttpInterface::Submit(HttpRequest request, HttpSettings settings,
+                            std::unique_ptr<ISimpleURLFetcherCallback> callback, std::shared_ptr<IHttpOpHandle>& handle)
+{
+    const SharedCallback shared = std::move(callback);
+    try {
+        const auto task = std::make_shared<RunTask>(std::move(request), std::move(settings));
+        handle = std::make_shared<HttpOpHandle>(task);
+        AsyncTaskRunner::GetInstance().Run(std::make_shared<Operation>(task, shared));
+    } catch (const std::exception& error) {
+        LogLine(s_log, 1, __func__, "The operation cannot be started: ", error.what());
+        shared->OnFetchCompleted(NothingSent());
+    }
+}
+} // namespace Http

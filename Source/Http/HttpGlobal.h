@@ -1,0 +1,14 @@
+#pragma once
+
+namespace Http
+{
+/**
+ * Prepares the process for HTTP: initialises libcurl, and seeds rand(3), from which the waits between retries take
+ * their randomness, so that devices that lost the same server do not come back to it in step.
+ *
+ * To be called by main before it starts any thread, as libcurl asks (curl_global_init(3)); more calls do nothing.
+ *
+ * @return whether libcurl is usable; a failure is logged at level 0, and every operation then fails.
+ */
+bool InitializeProcess();
+} // namespace Http

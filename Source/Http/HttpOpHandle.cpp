@@ -1,0 +1,21 @@
+#include "HttpOpHandle.h"
+
+#include <utility>
+
+#include "HttpLog.h"
+
+namespace Http
+{
+namespace
+{
+const DPrint s_log("HttpOpHandle");
+}
+
+HttpOpHandle::HttpOpHandle(std::shared_ptr<IRunTask> task) : m_task(std::move(task)) {}
+
+void HttpOpHandle::Cancel()
+{
+    s_log.Log(kMostDetailedLevel, "HttpOpHandle::Cancel()\n");
+    m_task->Cancel();
+}
+} // namespace Http

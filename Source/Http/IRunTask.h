@@ -1,0 +1,14 @@
+#pragma once
+
+#include "IRunnable.h"
+
+namespace Http
+{
+/** A job that can be told to stop waiting. */
+class IRunTask : public Threads_Http::IRunnable
+{
+public:
+    /** Any thread, at any time: ends the job's wait between two attempts, the present one or the next. */
+    virtual void Cancel() = 0;
+};
+} // namespace Http

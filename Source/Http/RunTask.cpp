@@ -1,0 +1,139 @@
+#include "RunTask.h"
+
+#include <sys/types.h>
+
+#include <algorithm>
+#include <chrono>
+#include <limits>
+#include <string>
+#include <utility>
+
+#include "HttpLog.h"
+
+namespace Http
+{
+namespace
+{
+const DPrint s_log("RunTask");
+
+const char* MethodName(HttpMethod method)
+{
+    switch (method) {
+    case HttpMethod::Post:
+        return "POST";
+    case HttpMethod::Get:
+        return "GET";
+    case HttpMethod::Delete:
+        return "DELETE";
+    case HttpMethod::Put:
+        return "PUT";
+    }
+    return "";
+}
+
+std::int64_t Now()
+{
+    return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
+} // namespace
+
+RunTask::RunTask(HttpRequest request, HttpSettings settings, std::unique_ptr<SimpleURLFetcher> fetcher)
+    : m_request(std::move(request)),
+      m_settings(std::move(settings)),
+      m_fetcher(std::move(fetcher)),
+      m_policy(m_settings.retry)
+{
+    m_waiter.ClearWakeCalled();
+}
+
+void RunTask::Run()
+{
+    s_log.Log(kMostDetailedLevel, "Run(data size:%zd headers2Add size:%zd, method:%d)\n", m_request.body.size(),
+              m_request.headers2Add.size(), static_cast<int>(m_request.method));
+    PrepareFetcher();
+    const char* const method = MethodName(m_request.method);
+    do {
+        LogLine(s_log, 6, __func__, method, " ", m_request.url);
+        m_response = Send();
+        // A fetcher that has nothing to send with will not have it later either.
+    } while (m_fetcher->IsUsable() && CheckIfRetryNeededAndSleep(m_request, m_response, method));
+    m_request.body = std::string();
+}
+
+void RunTask::Cancel()
+{
+    s_log.Log(kMostDetailedLevel, "RunTask::Cancel()\n");
+    m_waiter.Wake();
+}
+
+void RunTask::PrepareFetcher()
+{
+    if (!m_fetcher) {
+        m_fetcher = std::make_unique<SimpleURLFetcher>();
+    }
+    m_fetcher->SetSleeper([this](int seconds) { return Sleep(static_cast<std::uint32_t>(seconds)); });
+    if (!m_request.proxy.empty()) {
+        m_fetcher->SetProxy(m_request.proxy);
+    }
+    m_fetcher->SetURL(m_request.url);
+    m_fetcher->SetRetryCount(m_settings.fetcherRetryCount);
+    m_fetcher->SetRetryDelay(m_settings.fetcherRetryDelaySeconds);
+    m_fetcher->SetTimeOut(static_cast<float>(m_settings.timeOutSeconds));
+    if (!m_request.userName.empty() || !m_request.password.empty()) {
+        m_fetcher->SetSimpleAuthentication(m_request.userName, m_request.password);
+    }
+    if (m_settings.followRedirects) {
+        m_fetcher->SetFollowRedirects(true);
+    }
+}
+
+HSMResponse RunTask::Send()
+{
+    switch (m_request.method) {
+    case HttpMethod::Post:
+        return m_fetcher->Post(m_request.headers2Add, m_request.body, m_request.contentType);
+    case HttpMethod::Get:
+        return m_fetcher->Get(m_request.headers2Add);
+    case HttpMethod::Delete:
+        return m_fetcher->Delete(m_request.headers2Add);
+    case HttpMethod::Put:
+        return m_fetcher->Put(m_request.headers2Add, m_request.body, m_request.contentType);
+    }
+    return {};
+}
+
+bool RunTask::CheckIfRetryNeededAndSleep(const HttpRequest& request, const HSMResponse& response, const char* method)
+{
+    const RetryDecision decision = m_policy.Decide(response, Now());
+    switch (decision.action) {
+    case RetryDecision::Action::Finished:
+        return false;
+    case RetryDecision::Action::GiveUp:
+        LogLine(s_log, 1, __func__, "The ", method, " request for ", request.url, " failed with ", response.status);
+        return false;
+    case RetryDecision::Action::Retry:
+        LogLine(s_log, 3, __func__, "Attempt:", m_policy.State().attemptCount, " retrying ", method, " in ",
+                decision.seconds, " seconds on ", request.url);
+        return Sleep(decision.seconds);
+    }
+    return false;
+}
+
+bool RunTask::Sleep(std::uint32_t seconds)
+{
+    constexpr std::uint32_t kLongest = std::numeric_limits<int>::max();
+    switch (m_waiter.Wait(static_cast<int>(std::min(seconds, kLongest)))) {
+    case EventWaiter::Result::TimedOut:
+        LogLine(s_log, 6, __func__, "Sleep completed");
+        return true;
+    case EventWaiter::Result::Woken:
+        LogLine(s_log, 4, __func__, "The request was cancelled");
+        return false;
+    case EventWaiter::Result::Error:
+        break;
+    }
+    LogLine(s_log, 0, __func__, "Could not set a wait event to retry request, request will be cancelled");
+    return false;
+}
+} // namespace Http

@@ -1,0 +1,81 @@
+#include "ResponseCollector.h"
+
+#include <new>
+
+#include "DPrint.h"
+
+namespace Http
+{
+namespace
+{
+const DPrint s_log("SimpleURLFetcher");
+
+std::string_view Trim(std::string_view text)
+{
+    constexpr std::string_view kWhiteSpace = " \t\r\n";
+    const std::size_t first = text.find_first_not_of(kWhiteSpace);
+    return first == std::string_view::npos ? std::string_view()
+                                           : text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1);
+}
+} // namespace
+
+void ResponseCollector::Clear()
+{
+    m_headers.clear();
+    m_headerSize = 0;
+    m_isInHeaderSection = false;
+    m_body = std::string();
+}
+
+bool ResponseCollector::AddHeaderLine(std::string_view line) noexcept
+{
+    constexpr std::string_view kStatusLine = "HTTP/";
+    if (line.substr(0, kStatusLine.size()) == kStatusLine) {
+        Clear();
+        m_isInHeaderSection = true;
+        return true;
+    }
+    if (!m_isInHeaderSection) {
+        return true;
+    }
+    if (Trim(line).empty()) {
+        m_isInHeaderSection = false;
+        return true;
+    }
+    m_headerSize += line.size();
+    if (m_headerSize > kMaxHeaderSize) {
+        s_log.Log(1, "The header section of the answer exceeds %zu bytes, it is refused\n", kMaxHeaderSize);
+        return false;
+    }
+    try {
+        AddField(line);
+    } catch (const std::bad_alloc&) {
+        s_log.Log(1, "No memory for the header section of the answer\n");
+        return false;
+    }
+    return true;
+}
+
+void ResponseCollector::AddField(std::string_view line)
+{
+    const std::size_t colon = line.find(':');
+    if (colon != std::string_view::npos) {
+        m_headers[std::string(line.substr(0, colon))] = Trim(line.substr(colon + 1));
+    }
+}
+
+bool ResponseCollector::AddBody(std::string_view bytes) noexcept
+{
+    if (bytes.size() > kMaxBodySize - m_body.size()) {
+        s_log.Log(1, "The body of the answer exceeds %zu bytes, it is refused\n", kMaxBodySize);
+        return false;
+    }
+    try {
+        m_body.append(bytes);
+    } catch (const std::bad_alloc&) {
+        s_log.Log(1, "No memory for the body of the answer\n");
+        return false;
+    }
+    return true;
+}
+} // namespace Http

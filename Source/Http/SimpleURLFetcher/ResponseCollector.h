@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "HeaderMap.h"
+
+namespace Http
+{
+/**
+ * Takes in an answer as it arrives. What it takes is bounded: no server can exhaust the device's memory.
+ *
+ * Of several answers to one request (100 Continue, a proxy's answer to CONNECT, redirects) only the last one stays. Of a
+ * field that comes more than once the last value stays. Trailer fields are dropped (RFC 9110, section 6.5.1).
+ */
+class ResponseCollector
+{
+public:
+    static constexpr std::size_t kMaxBodySize = 16 * 1024 * 1024;
+    static constexpr std::size_t kMaxHeaderSize = 256 * 1024;
+
+    void Clear();
+
+    /**
+     * @param line a line of the header section: status line, field or the empty line at its end
+     * @return false, once and for all of this answer, when the header section is too large or memory is short
+     */
+    bool AddHeaderLine(std::string_view line) noexcept;
+
+    /** @return false when the body is too large or memory is short */
+    bool AddBody(std::string_view bytes) noexcept;
+
+    HeaderMap TakeHeaders() { return std::move(m_headers); }
+    std::string TakeBody() { return std::move(m_body); }
+
+private:
+    void AddField(std::string_view line);
+
+    HeaderMap m_headers;
+    std::size_t m_headerSize = 0;
+    bool m_isInHeaderSection = false;
+    std::string m_body;
+};
+} // namespace Http

@@ -1,0 +1,108 @@
+#pragma once
+
+#include <curl/curl.h>
+
+#include <cstddef>
+#include <functional>
+#include <string>
+
+#include "HSMResponse.h"
+#include "HeaderMap.h"
+#include "ResponseCollector.h"
+
+namespace Http
+{
+/**
+ * One libcurl easy handle, and one HTTP exchange at a time over it: it collects status, headers and body, and reports
+ * every failure as a response. Settings persist between exchanges.
+ *
+ * The environment's proxy variables have no say. Only http and https are spoken, in HTTP/1.1, which hands on header
+ * names as the server wrote them; certificates are verified unless that is switched off.
+ *
+ * To be used by one thread at a time. An operation blocks until the exchange has ended, with what retries the settings
+ * ask for; references passed to it must stay valid for just as long.
+ */
+class SimpleURLFetcher
+{
+public:
+    /** Waits for so many seconds (0 or more); returns false when there is to be no further exchange. */
+    using Sleeper = std::function<bool(int seconds)>;
+
+    SimpleURLFetcher();
+    ~SimpleURLFetcher();
+    SimpleURLFetcher(const SimpleURLFetcher&) = delete;
+    SimpleURLFetcher& operator=(const SimpleURLFetcher&) = delete;
+
+    /** False when libcurl gave no handle: then every setter returns false, and every operation fails at once. */
+    bool IsUsable() const noexcept { return m_curlHandle != nullptr; }
+
+    /** Setters return true when the setting is in force, at once when it has been before. */
+    bool SetURL(const std::string& url);
+    /** @param proxy "host:port", empty for none */
+    bool SetProxy(const std::string& proxy);
+    bool SetValidateServerCertificate(bool validate);
+    bool SetValidateHostCertificate(bool validate);
+    /** Limits the whole exchange, and connecting; 0 for libcurl's own limits. */
+    bool SetTimeOut(float seconds);
+    bool SetFollowRedirects(bool follow);
+    bool SetSimpleAuthentication(const std::string& userName, const std::string& password);
+
+    /** How often an exchange that did not end in 200..299 is repeated; negative for without limit. */
+    void SetRetryCount(int count) { m_retryCount = count; }
+    void SetRetryDelay(int seconds) { m_retryDelay = seconds; }
+
+    /** Replaces the sleep between repetitions, so that it can be ended; empty for the ordinary one. */
+    void SetSleeper(Sleeper sleeper);
+
+    HSMResponse Get(const HeaderMap& headers2Add);
+    /** @param body text or bytes; not copied */
+    HSMResponse Post(const HeaderMap& headers2Add, const std::string& body, const std::string& contentType);
+    /** Posts one form part, "metadata", that holds JSON. */
+    HSMResponse PostMultipartFormData(const HeaderMap& headers2Add, const std::string& metadata);
+    /** @param body not copied */
+    HSMResponse Put(const HeaderMap& headers2Add, const std::string& body, const std::string& contentType);
+    HSMResponse Delete(const HeaderMap& headers2Add);
+
+private:
+    /** What a PUT has sent of its body. */
+    struct Upload
+    {
+        const std::string* body = nullptr;
+        std::size_t offset = 0;
+    };
+
+    static std::size_t CollectHeader_(char* data, std::size_t size, std::size_t count, void* collector);
+    static std::size_t CollectBody_(char* data, std::size_t size, std::size_t count, void* collector);
+    static std::size_t ReadUpload_(char* buffer, std::size_t size, std::size_t count, void* upload);
+    static int SeekUpload_(void* upload, curl_off_t offset, int origin);
+    static curl_socket_t OpenSocket_(void* unused, curlsocktype purpose, curl_sockaddr* address);
+
+    bool CheckHandle_(const char* operation) const;
+    template <class Value>
+    bool SetOption_(CURLoption option, Value value);
+    template <class Value>
+    bool GetInfo_(CURLINFO info, Value& value, int line);
+    bool SetNothingToSend_();
+    bool FixupRequestHeaders_(const HeaderMap& headers2Add, const std::string& contentType);
+    HSMResponse NotSent_(const char* operation) const;
+    HSMResponse DoSendREceive_();
+    CURLcode SendOnce_(HSMResponse& response);
+    void Finish_(CURLcode result, HSMResponse& response);
+
+    CURL* m_curlHandle = nullptr;
+    curl_slist* m_requestHeaders = nullptr;
+    std::string m_url;
+    std::string m_proxy;
+    float m_timeOut = 0;
+    std::string m_userName;
+    std::string m_password;
+    bool m_followRedirects = false;
+    bool m_verifyPeer = true;
+    bool m_verifyHost = true;
+    int m_retryCount = 0;
+    int m_retryDelay = 0;
+    Sleeper m_sleeper;
+    ResponseCollector m_collector;
+    Upload m_upload;
+};
+} // namespace Http
