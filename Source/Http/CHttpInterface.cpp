@@ -145,14 +145,14 @@ void CHttpInterface::CallDeviceService(HttpMethod method, const std::string& hos
 {
     const std::string url = "http://" + host + ":8090/" + resource;
     switch (method) {
-    case HttpMethod::Post:
-        return Post(url, headers, std::move(body), contentType, callback, handle);
-    case HttpMethod::Get:
-        return Get(url, headers, callback, handle);
-    case HttpMethod::Delete:
-        return Delete(url, headers, callback, handle);
-    case HttpMethod::Put:
-        return Put(url, headers, std::move(body), contentType, callback, handle);
+        case HttpMethod::Post:
+            return Post(url, headers, std::move(body), contentType, callback, handle);
+        case HttpMethod::Get:
+            return Get(url, headers, callback, handle);
+        case HttpMethod::Delete:
+            return Delete(url, headers, callback, handle);
+        case HttpMethod::Put:
+            return Put(url, headers, std::move(body), contentType, callback, handle);
     }
 }
 

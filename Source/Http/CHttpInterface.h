@@ -20,8 +20,8 @@ namespace Http
  *
  * To be used on its owner's task. It may be destroyed while calls are under way: they go on.
  *
- * Arguments of the operations: the URL; the request headers to add; the body, which is moved in and held in memory once;
- * its content type (empty for none); the callback; and `handle`, set to the handle of the operation.
+ * Arguments of the operations: the URL; the request headers to add; the body, which is moved in and held in memory
+ * once; its content type (empty for none); the callback; and `handle`, set to the handle of the operation.
  */
 class CHttpInterface
 {
@@ -50,9 +50,8 @@ public:
                 std::shared_ptr<IHttpOpHandle>& handle);
 
     /** With a back-off table of its own, in seconds, for this call. */
-    void Delete(const std::string& url, const HeaderMap& headers,
-                const std::vector<std::uint32_t>& retryBackoffSeconds, const AsyncCallback<HSMResponse>& callback,
-                std::shared_ptr<IHttpOpHandle>& handle);
+    void Delete(const std::string& url, const HeaderMap& headers, const std::vector<std::uint32_t>& retryBackoffSeconds,
+                const AsyncCallback<HSMResponse>& callback, std::shared_ptr<IHttpOpHandle>& handle);
 
     void Post(const std::string& url, const HeaderMap& headers, std::string body, const std::string& contentType,
               const AsyncCallback<HSMResponse>& callback, std::shared_ptr<IHttpOpHandle>& handle);

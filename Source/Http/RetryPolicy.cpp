@@ -142,8 +142,7 @@ bool RetryPolicy::ReadRateLimitReset(const HSMResponse& response, std::int64_t n
                 " check for Retry-After value");
         return false;
     }
-    retryValue =
-        static_cast<std::uint32_t>(std::min<std::int64_t>(ahead, std::numeric_limits<std::uint32_t>::max()));
+    retryValue = static_cast<std::uint32_t>(std::min<std::int64_t>(ahead, std::numeric_limits<std::uint32_t>::max()));
     return true;
 }
 
@@ -267,25 +266,26 @@ std::uint32_t RetryPolicy::CalculateRetrySleepValue(RetryBehavior behavior, std:
     std::uint64_t seconds = value;
 
     switch (behavior) {
-    case RetryBehavior::Constant:
-        LogLine(s_log, 3, __func__, "Using constant retry after value of:", seconds, " for retry attempt:", attempt);
-        break;
-    case RetryBehavior::Exponential:
-        if (attempt > kHighestExponent) {
-            LogLine(s_log, 2, __func__, "Retry attempt of:", attempt,
-                    " is to high to calculate exponential retry value, setting Rety time to max of:", maximum);
-            seconds = maximum;
-        } else {
-            seconds = static_cast<std::uint64_t>(value * std::pow(2.0, attempt));
-            LogLine(s_log, 3, __func__, "Using exponential retry after value of:", seconds,
+        case RetryBehavior::Constant:
+            LogLine(s_log, 3, __func__, "Using constant retry after value of:", seconds,
                     " for retry attempt:", attempt);
-        }
-        break;
-    case RetryBehavior::NotGiven:
-        LogLine(s_log, 3, __func__,
-                "Unsupported retry behavior set, defaulting to constant retry after value of:", seconds,
-                " for retry attempt:", attempt);
-        break;
+            break;
+        case RetryBehavior::Exponential:
+            if (attempt > kHighestExponent) {
+                LogLine(s_log, 2, __func__, "Retry attempt of:", attempt,
+                        " is to high to calculate exponential retry value, setting Rety time to max of:", maximum);
+                seconds = maximum;
+            } else {
+                seconds = static_cast<std::uint64_t>(value * std::pow(2.0, attempt));
+                LogLine(s_log, 3, __func__, "Using exponential retry after value of:", seconds,
+                        " for retry attempt:", attempt);
+            }
+            break;
+        case RetryBehavior::NotGiven:
+            LogLine(s_log, 3, __func__,
+                    "Unsupported retry behavior set, defaulting to constant retry after value of:", seconds,
+                    " for retry attempt:", attempt);
+            break;
     }
     if (seconds > maximum) {
         LogLine(s_log, 2, __func__, "Retry after value of:", seconds, " exceededs limit of:", maximum,

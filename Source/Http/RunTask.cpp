@@ -19,14 +19,14 @@ const DPrint s_log("RunTask");
 const char* MethodName(HttpMethod method)
 {
     switch (method) {
-    case HttpMethod::Post:
-        return "POST";
-    case HttpMethod::Get:
-        return "GET";
-    case HttpMethod::Delete:
-        return "DELETE";
-    case HttpMethod::Put:
-        return "PUT";
+        case HttpMethod::Post:
+            return "POST";
+        case HttpMethod::Get:
+            return "GET";
+        case HttpMethod::Delete:
+            return "DELETE";
+        case HttpMethod::Put:
+            return "PUT";
     }
     return "";
 }
@@ -58,7 +58,7 @@ void RunTask::Run()
         m_response = Send();
         // A fetcher that has nothing to send with will not have it later either.
     } while (m_fetcher->IsUsable() && CheckIfRetryNeededAndSleep(m_request, m_response, method));
-    m_request.body = std::string();
+    std::string().swap(m_request.body);
 }
 
 void RunTask::Cancel()
@@ -91,14 +91,14 @@ void RunTask::PrepareFetcher()
 HSMResponse RunTask::Send()
 {
     switch (m_request.method) {
-    case HttpMethod::Post:
-        return m_fetcher->Post(m_request.headers2Add, m_request.body, m_request.contentType);
-    case HttpMethod::Get:
-        return m_fetcher->Get(m_request.headers2Add);
-    case HttpMethod::Delete:
-        return m_fetcher->Delete(m_request.headers2Add);
-    case HttpMethod::Put:
-        return m_fetcher->Put(m_request.headers2Add, m_request.body, m_request.contentType);
+        case HttpMethod::Post:
+            return m_fetcher->Post(m_request.headers2Add, m_request.body, m_request.contentType);
+        case HttpMethod::Get:
+            return m_fetcher->Get(m_request.headers2Add);
+        case HttpMethod::Delete:
+            return m_fetcher->Delete(m_request.headers2Add);
+        case HttpMethod::Put:
+            return m_fetcher->Put(m_request.headers2Add, m_request.body, m_request.contentType);
     }
     return {};
 }
@@ -107,15 +107,15 @@ bool RunTask::CheckIfRetryNeededAndSleep(const HttpRequest& request, const HSMRe
 {
     const RetryDecision decision = m_policy.Decide(response, Now());
     switch (decision.action) {
-    case RetryDecision::Action::Finished:
-        return false;
-    case RetryDecision::Action::GiveUp:
-        LogLine(s_log, 1, __func__, "The ", method, " request for ", request.url, " failed with ", response.status);
-        return false;
-    case RetryDecision::Action::Retry:
-        LogLine(s_log, 3, __func__, "Attempt:", m_policy.State().attemptCount, " retrying ", method, " in ",
-                decision.seconds, " seconds on ", request.url);
-        return Sleep(decision.seconds);
+        case RetryDecision::Action::Finished:
+            return false;
+        case RetryDecision::Action::GiveUp:
+            LogLine(s_log, 1, __func__, "The ", method, " request for ", request.url, " failed with ", response.status);
+            return false;
+        case RetryDecision::Action::Retry:
+            LogLine(s_log, 3, __func__, "Attempt:", m_policy.State().attemptCount, " retrying ", method, " in ",
+                    decision.seconds, " seconds on ", request.url);
+            return Sleep(decision.seconds);
     }
     return false;
 }
@@ -124,14 +124,14 @@ bool RunTask::Sleep(std::uint32_t seconds)
 {
     constexpr std::uint32_t kLongest = std::numeric_limits<int>::max();
     switch (m_waiter.Wait(static_cast<int>(std::min(seconds, kLongest)))) {
-    case EventWaiter::Result::TimedOut:
-        LogLine(s_log, 6, __func__, "Sleep completed");
-        return true;
-    case EventWaiter::Result::Woken:
-        LogLine(s_log, 4, __func__, "The request was cancelled");
-        return false;
-    case EventWaiter::Result::Error:
-        break;
+        case EventWaiter::Result::TimedOut:
+            LogLine(s_log, 6, __func__, "Sleep completed");
+            return true;
+        case EventWaiter::Result::Woken:
+            LogLine(s_log, 4, __func__, "The request was cancelled");
+            return false;
+        case EventWaiter::Result::Error:
+            break;
     }
     LogLine(s_log, 0, __func__, "Could not set a wait event to retry request, request will be cancelled");
     return false;

@@ -22,9 +22,10 @@ std::string_view Trim(std::string_view text)
 void ResponseCollector::Clear()
 {
     m_headers.clear();
+    m_lastValue = nullptr;
     m_headerSize = 0;
     m_isInHeaderSection = false;
-    m_body = std::string();
+    std::string().swap(m_body);
 }
 
 bool ResponseCollector::AddHeaderLine(std::string_view line) noexcept
@@ -58,9 +59,15 @@ bool ResponseCollector::AddHeaderLine(std::string_view line) noexcept
 
 void ResponseCollector::AddField(std::string_view line)
 {
+    const bool isContinuation = line.front() == ' ' || line.front() == '\t';
     const std::size_t colon = line.find(':');
-    if (colon != std::string_view::npos) {
-        m_headers[std::string(line.substr(0, colon))] = Trim(line.substr(colon + 1));
+    if (isContinuation) {
+        if (m_lastValue != nullptr) {
+            m_lastValue->append(" ").append(Trim(line));
+        }
+    } else if (colon != std::string_view::npos) {
+        m_lastValue = &m_headers[std::string(line.substr(0, colon))];
+        *m_lastValue = Trim(line.substr(colon + 1));
     }
 }
 

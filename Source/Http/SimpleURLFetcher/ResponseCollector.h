@@ -11,8 +11,8 @@ namespace Http
 /**
  * Takes in an answer as it arrives. What it takes is bounded: no server can exhaust the device's memory.
  *
- * Of several answers to one request (100 Continue, a proxy's answer to CONNECT, redirects) only the last one stays. Of a
- * field that comes more than once the last value stays. Trailer fields are dropped (RFC 9110, section 6.5.1).
+ * Of several answers to one request (100 Continue, a proxy's answer to CONNECT, redirects) only the last one stays. Of
+ * a field that comes more than once the last value stays. Trailer fields are dropped (RFC 9110, section 6.5.1).
  */
 class ResponseCollector
 {
@@ -38,6 +38,8 @@ private:
     void AddField(std::string_view line);
 
     HeaderMap m_headers;
+    /** Of the field that a folded line would continue (RFC 9112, section 5.2). */
+    std::string* m_lastValue = nullptr;
     std::size_t m_headerSize = 0;
     bool m_isInHeaderSection = false;
     std::string m_body;

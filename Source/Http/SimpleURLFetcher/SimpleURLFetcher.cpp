@@ -13,7 +13,9 @@
 #include <thread>
 #include <utility>
 
+#include "Base64Encoder.h"
 #include "HttpLog.h"
+#include "MfgData.h"
 
 namespace Http
 {
@@ -43,15 +45,15 @@ bool IsSuccess(std::int32_t status)
 bool IsFinal(CURLcode result)
 {
     switch (result) {
-    case CURLE_UNSUPPORTED_PROTOCOL:
-    case CURLE_FAILED_INIT:
-    case CURLE_URL_MALFORMAT:
-    case CURLE_NOT_BUILT_IN:
-    case CURLE_OUT_OF_MEMORY:
-    case CURLE_OPERATION_TIMEDOUT:
-        return true;
-    default:
-        return false;
+        case CURLE_UNSUPPORTED_PROTOCOL:
+        case CURLE_FAILED_INIT:
+        case CURLE_URL_MALFORMAT:
+        case CURLE_NOT_BUILT_IN:
+        case CURLE_OUT_OF_MEMORY:
+        case CURLE_OPERATION_TIMEDOUT:
+            return true;
+        default:
+            return false;
     }
 }
 
@@ -78,7 +80,8 @@ struct FormFree
 };
 } // namespace
 
-SimpleURLFetcher::SimpleURLFetcher() : m_curlHandle(curl_easy_init()), m_sleeper(SleepFor)
+SimpleURLFetcher::SimpleURLFetcher()
+    : m_curlHandle(curl_easy_init()), m_sleeper(SleepFor), m_isDevelopment(MfgData::Get("development") == "true")
 {
     if (m_curlHandle == nullptr) {
         ReportFailure(__LINE__);
@@ -198,7 +201,9 @@ bool SimpleURLFetcher::SetTimeOut(float seconds)
     }
     if (seconds != m_timeOut) {
         const long milliseconds = ToMilliseconds(seconds);
-        if (!SetOption_(CURLOPT_TIMEOUT_MS, milliseconds) || !SetOption_(CURLOPT_CONNECTTIMEOUT_MS, milliseconds)) {
+        // libcurl itself takes a negative time for a very long one.
+        if (milliseconds < 0 || !SetOption_(CURLOPT_TIMEOUT_MS, milliseconds) ||
+            !SetOption_(CURLOPT_CONNECTTIMEOUT_MS, milliseconds)) {
             s_log.Log(1, "SetTimeOut, curl_easy_setup error, returning an error");
             return false;
         }
@@ -249,8 +254,8 @@ HSMResponse SimpleURLFetcher::Get(const HeaderMap& headers2Add)
 
 HSMResponse SimpleURLFetcher::Delete(const HeaderMap& headers2Add)
 {
-    const bool isReady = CheckHandle_("DELETE") && SetNothingToSend_() &&
-                         SetOption_(CURLOPT_CUSTOMREQUEST, "DELETE") && FixupRequestHeaders_(headers2Add, {});
+    const bool isReady = CheckHandle_("DELETE") && SetNothingToSend_() && SetOption_(CURLOPT_CUSTOMREQUEST, "DELETE") &&
+                         FixupRequestHeaders_(headers2Add, {});
     return isReady ? DoSendREceive_() : NotSent_("DELETE");
 }
 
@@ -272,10 +277,9 @@ HSMResponse SimpleURLFetcher::PostMultipartFormData(const HeaderMap& headers2Add
     }
     curl_httppost* first = nullptr;
     curl_httppost* last = nullptr;
-    const CURLFORMcode added =
-        curl_formadd(&first, &last, CURLFORM_COPYNAME, "metadata", CURLFORM_CONTENTTYPE, "application/json",
-                     CURLFORM_PTRCONTENTS, metadata.c_str(), CURLFORM_CONTENTSLENGTH, static_cast<long>(metadata.size()),
-                     CURLFORM_END);
+    const CURLFORMcode added = curl_formadd(&first, &last, CURLFORM_COPYNAME, "metadata", CURLFORM_CONTENTTYPE,
+                                            "application/json", CURLFORM_PTRCONTENTS, metadata.c_str(),
+                                            CURLFORM_CONTENTSLENGTH, static_cast<long>(metadata.size()), CURLFORM_END);
     const std::unique_ptr<curl_httppost, FormFree> form(first);
     if (added != CURL_FORMADD_OK) {
         s_log.Log(1, "POST multipart, Unable to curl_formadd for metadata");
@@ -291,14 +295,13 @@ HSMResponse SimpleURLFetcher::PostMultipartFormData(const HeaderMap& headers2Add
 HSMResponse SimpleURLFetcher::Put(const HeaderMap& headers2Add, const std::string& body, const std::string& contentType)
 {
     m_upload.body = &body;
-    const bool isReady = CheckHandle_("PUT") && SetNothingToSend_() && SetOption_(CURLOPT_CUSTOMREQUEST, "PUT") &&
-                         SetOption_(CURLOPT_PUT, 1L) &&
-                         SetOption_(CURLOPT_READFUNCTION, &SimpleURLFetcher::ReadUpload_) &&
-                         SetOption_(CURLOPT_READDATA, &m_upload) &&
-                         SetOption_(CURLOPT_SEEKFUNCTION, &SimpleURLFetcher::SeekUpload_) &&
-                         SetOption_(CURLOPT_SEEKDATA, &m_upload) && SetOption_(CURLOPT_UPLOAD, 1L) &&
-                         SetOption_(CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(body.size())) &&
-                         FixupRequestHeaders_(headers2Add, contentType);
+    const bool isReady =
+        CheckHandle_("PUT") && SetNothingToSend_() && SetOption_(CURLOPT_CUSTOMREQUEST, "PUT") &&
+        SetOption_(CURLOPT_PUT, 1L) && SetOption_(CURLOPT_READFUNCTION, &SimpleURLFetcher::ReadUpload_) &&
+        SetOption_(CURLOPT_READDATA, &m_upload) && SetOption_(CURLOPT_SEEKFUNCTION, &SimpleURLFetcher::SeekUpload_) &&
+        SetOption_(CURLOPT_SEEKDATA, &m_upload) && SetOption_(CURLOPT_UPLOAD, 1L) &&
+        SetOption_(CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(body.size())) &&
+        FixupRequestHeaders_(headers2Add, contentType);
     return isReady ? DoSendREceive_() : NotSent_("PUT");
 }
 
@@ -307,8 +310,7 @@ bool SimpleURLFetcher::SetNothingToSend_()
 {
     return SetOption_(CURLOPT_CUSTOMREQUEST, static_cast<const char*>(nullptr)) &&
            SetOption_(CURLOPT_POSTFIELDS, static_cast<const char*>(nullptr)) && SetOption_(CURLOPT_HTTPGET, 1L) &&
-           SetOption_(CURLOPT_READFUNCTION, static_cast<curl_read_callback>(nullptr)) &&
-           SetOption_(CURLOPT_UPLOAD, 0L);
+           SetOption_(CURLOPT_READFUNCTION, static_cast<curl_read_callback>(nullptr)) && SetOption_(CURLOPT_UPLOAD, 0L);
 }
 
 bool SimpleURLFetcher::FixupRequestHeaders_(const HeaderMap& headers2Add, const std::string& contentType)
@@ -320,16 +322,24 @@ bool SimpleURLFetcher::FixupRequestHeaders_(const HeaderMap& headers2Add, const 
         return longer != nullptr;
     };
 
+    const bool hasCredentials = !m_userName.empty() || !m_password.empty();
     bool isComplete = true;
     for (const auto& [name, value] : headers2Add) {
         if (!IsOneLine(name) || !IsOneLine(value)) {
             s_log.Log(1, "The header %s has a line break, it is not sent\n", name.c_str());
-        } else if (contentType.empty() || !IsName(name, "Content-Type")) {
-            isComplete = append(name + ": " + value) && isComplete;
+            continue;
         }
+        const bool isReplaced =
+            (!contentType.empty() && IsName(name, "Content-Type")) || (hasCredentials && IsName(name, "Authorization"));
+        isComplete = (isReplaced || append(name + ": " + value)) && isComplete;
     }
     if (!contentType.empty()) {
         isComplete = append("Content-Type: " + contentType) && isComplete;
+    }
+    if (hasCredentials) {
+        // The basic scheme of RFC 7617. libcurl, which has the credentials too, leaves the header to this line.
+        const std::string credentials = Base64Encoder::Encode(m_userName + ":" + m_password);
+        isComplete = append("Authorization: Basic " + credentials) && isComplete;
     }
     isComplete = isComplete && SetOption_(CURLOPT_HTTPHEADER, list);
     if (!isComplete) {

@@ -36,6 +36,9 @@ public:
     /** False when libcurl gave no handle: then every setter returns false, and every operation fails at once. */
     bool IsUsable() const noexcept { return m_curlHandle != nullptr; }
 
+    /** Whether the manufacturing data has this unit down as one for development. */
+    bool IsDevelopment() const noexcept { return m_isDevelopment; }
+
     /** Setters return true when the setting is in force, at once when it has been before. */
     bool SetURL(const std::string& url);
     /** @param proxy "host:port", empty for none */
@@ -102,6 +105,7 @@ private:
     int m_retryCount = 0;
     int m_retryDelay = 0;
     Sleeper m_sleeper;
+    const bool m_isDevelopment;
     ResponseCollector m_collector;
     Upload m_upload;
 };

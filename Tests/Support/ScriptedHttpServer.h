@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+/**
+ * An HTTP server on the loopback interface that plays a list of answers, one a connection, and records what it was
+ * sent. What the answers are is up to the test, byte by byte; a request beyond the list is answered with 500.
+ */
+class ScriptedHttpServer
+{
+public:
+    enum class Then
+    {
+        Close, ///< the connection in order
+        Reset, ///< the connection with RST
+        Hang,  ///< leave the connection open until the server is destroyed
+    };
+
+    struct Step
+    {
+        std::string answer;
+        Then then = Then::Close;
+    };
+
+    struct Request
+    {
+        std::string head; ///< request line and header section, with the empty line at its end
+        std::string body; ///< its first 64 KiB
+        std::size_t bodySize = 0;
+
+        std::string Line() const { return head.substr(0, head.find("\r\n")); }
+        /** The values of all fields of that name, as they were sent. */
+        std::vector<std::string> Fields(const std::string& name) const;
+    };
+
+    /** @param port 0 for any free one */
+    explicit ScriptedHttpServer(std::vector<Step> script, std::uint16_t port = 0);
+    ~ScriptedHttpServer();
+    ScriptedHttpServer(const ScriptedHttpServer&) = delete;
+    ScriptedHttpServer& operator=(const ScriptedHttpServer&) = delete;
+
+    std::uint16_t Port() const { return m_port; }
+    /** "127.0.0.1:port" */
+    std::string Address() const { return "127.0.0.1:" + std::to_string(m_port); }
+    std::string Url(const std::string& path = "/") const { return "http://" + Address() + path; }
+
+    std::vector<Request> Requests() const;
+    /** Waits until so many requests have arrived. */
+    bool WaitForRequests(std::size_t count) const;
+
+    /** An answer with its Content-Length. */
+    static std::string Answer(int status, const std::string& body = {},
+                              const std::map<std::string, std::string>& headers = {});
+
+private:
+    void Serve();
+    void ServeConnection(int connection);
+
+    const std::vector<Step> m_script;
+    int m_listener = -1;
+    std::uint16_t m_port = 0;
+    int m_stop = -1;
+    mutable std::mutex m_mutex;
+    std::vector<Request> m_requests;
+    std::vector<int> m_hanging;
+    std::thread m_thread;
+};
