@@ -18,7 +18,7 @@
 
 namespace
 {
-constexpr std::size_t kRecordedBody = 64 * 1024;
+constexpr std::size_t kRecordedBody = 65536;
 
 /** False when the server is to stop. */
 bool WaitForInput(int descriptor, int stop)
@@ -167,7 +167,7 @@ std::string ScriptedHttpServer::Answer(int status, const std::string& body,
 {
     std::string answer = "HTTP/1.1 " + std::to_string(status) + " Scripted\r\nConnection: close\r\n";
     for (const auto& [name, value] : headers) {
-        answer += name + ": " + value + "\r\n";
+        answer.append(name).append(": ").append(value).append("\r\n");
     }
     return answer + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }

@@ -17,8 +17,8 @@ namespace Http
 class ResponseCollector
 {
 public:
-    static constexpr std::size_t kMaxBodySize = 16 * 1024 * 1024;
-    static constexpr std::size_t kMaxHeaderSize = 256 * 1024;
+    static constexpr std::size_t kMaxBodySize = std::size_t{16} * 1024 * 1024;
+    static constexpr std::size_t kMaxHeaderSize = std::size_t{256} * 1024;
 
     void Clear();
 

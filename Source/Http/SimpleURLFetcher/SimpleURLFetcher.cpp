@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <cstring>
 #include <limits>
 #include <memory>
 #include <string_view>
@@ -136,62 +135,47 @@ bool SimpleURLFetcher::GetInfo_(CURLINFO info, Value& value, int line)
     return true;
 }
 
+template <class Setting, class Value>
+bool SimpleURLFetcher::SetRemembered_(const char* setter, Setting& remembered, const Setting& wanted, CURLoption option,
+                                      Value value)
+{
+    if (!CheckHandle_(setter)) {
+        return false;
+    }
+    if (wanted != remembered) {
+        if (!SetOption_(option, value)) {
+            return false;
+        }
+        remembered = wanted;
+    }
+    return true;
+}
+
 bool SimpleURLFetcher::SetURL(const std::string& url)
 {
     s_log.Log(kMostDetailedLevel, "SimpleURLFetcher::SetURL (%s)\n", url.c_str());
-    if (!CheckHandle_(__func__)) {
-        return false;
-    }
-    if (url != m_url) {
-        if (!SetOption_(CURLOPT_URL, url.c_str())) {
-            return false;
-        }
-        m_url = url;
-    }
-    return true;
+    return SetRemembered_(__func__, m_url, url, CURLOPT_URL, url.c_str());
 }
 
 bool SimpleURLFetcher::SetProxy(const std::string& proxy)
 {
     s_log.Log(kMostDetailedLevel, "SimpleURLFetcher::SetProxy (%s)\n", proxy.c_str());
-    if (!CheckHandle_(__func__)) {
-        return false;
-    }
-    if (proxy != m_proxy) {
-        if (!SetOption_(CURLOPT_PROXY, proxy.c_str())) {
-            return false;
-        }
-        m_proxy = proxy;
-    }
-    return true;
+    return SetRemembered_(__func__, m_proxy, proxy, CURLOPT_PROXY, proxy.c_str());
 }
 
 bool SimpleURLFetcher::SetValidateServerCertificate(bool validate)
 {
-    if (!CheckHandle_(__func__)) {
-        return false;
-    }
-    if (validate != m_verifyPeer) {
-        if (!SetOption_(CURLOPT_SSL_VERIFYPEER, validate ? 1L : 0L)) {
-            return false;
-        }
-        m_verifyPeer = validate;
-    }
-    return true;
+    return SetRemembered_(__func__, m_verifyPeer, validate, CURLOPT_SSL_VERIFYPEER, validate ? 1L : 0L);
 }
 
 bool SimpleURLFetcher::SetValidateHostCertificate(bool validate)
 {
-    if (!CheckHandle_(__func__)) {
-        return false;
-    }
-    if (validate != m_verifyHost) {
-        if (!SetOption_(CURLOPT_SSL_VERIFYHOST, validate ? 2L : 0L)) {
-            return false;
-        }
-        m_verifyHost = validate;
-    }
-    return true;
+    return SetRemembered_(__func__, m_verifyHost, validate, CURLOPT_SSL_VERIFYHOST, validate ? 2L : 0L);
+}
+
+bool SimpleURLFetcher::SetFollowRedirects(bool follow)
+{
+    return SetRemembered_(__func__, m_followRedirects, follow, CURLOPT_FOLLOWLOCATION, follow ? 1L : 0L);
 }
 
 bool SimpleURLFetcher::SetTimeOut(float seconds)
@@ -208,20 +192,6 @@ bool SimpleURLFetcher::SetTimeOut(float seconds)
             return false;
         }
         m_timeOut = seconds;
-    }
-    return true;
-}
-
-bool SimpleURLFetcher::SetFollowRedirects(bool follow)
-{
-    if (!CheckHandle_(__func__)) {
-        return false;
-    }
-    if (follow != m_followRedirects) {
-        if (!SetOption_(CURLOPT_FOLLOWLOCATION, follow ? 1L : 0L)) {
-            return false;
-        }
-        m_followRedirects = follow;
     }
     return true;
 }
@@ -331,7 +301,9 @@ bool SimpleURLFetcher::FixupRequestHeaders_(const HeaderMap& headers2Add, const 
         }
         const bool isReplaced =
             (!contentType.empty() && IsName(name, "Content-Type")) || (hasCredentials && IsName(name, "Authorization"));
-        isComplete = (isReplaced || append(name + ": " + value)) && isComplete;
+        std::string line = name;
+        line.append(": ").append(value);
+        isComplete = (isReplaced || append(line)) && isComplete;
     }
     if (!contentType.empty()) {
         isComplete = append("Content-Type: " + contentType) && isComplete;
@@ -437,8 +409,7 @@ std::size_t SimpleURLFetcher::CollectBody_(char* data, std::size_t size, std::si
 std::size_t SimpleURLFetcher::ReadUpload_(char* buffer, std::size_t size, std::size_t count, void* upload)
 {
     auto& [body, offset] = *static_cast<Upload*>(upload);
-    const std::size_t length = std::min(size * count, body->size() - offset);
-    std::memcpy(buffer, body->data() + offset, length);
+    const std::size_t length = body->copy(buffer, size * count, offset);
     offset += length;
     return length;
 }

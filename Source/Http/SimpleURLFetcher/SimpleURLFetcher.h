@@ -83,6 +83,8 @@ private:
     bool CheckHandle_(const char* operation) const;
     template <class Value>
     bool SetOption_(CURLoption option, Value value);
+    template <class Setting, class Value>
+    bool SetRemembered_(const char* setter, Setting& remembered, const Setting& wanted, CURLoption option, Value value);
     template <class Value>
     bool GetInfo_(CURLINFO info, Value& value, int line);
     bool SetNothingToSend_();

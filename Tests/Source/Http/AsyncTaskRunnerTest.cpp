@@ -84,6 +84,7 @@ TEST(AsyncTaskRunner, RunsJobsOfManyThreads)
     std::atomic<int> runs{0};
     std::vector<Jobs> jobs(kThreads);
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (Jobs& own : jobs) {
         threads.emplace_back([&own, &runs] {
             for (int i = 0; i < kJobs; ++i) {

@@ -5,7 +5,6 @@
 
 #include <functional>
 #include <limits>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -38,15 +37,12 @@ struct Case
     HeaderMap headers;
     /** After the first such response, after the second, and so on. */
     std::vector<Wait> waits;
-    std::function<void(RetrySettings&)> change = [](RetrySettings&) {};
+    std::function<void(RetrySettings&)> change = nullptr;
     std::uint32_t retriesMade = 0;
     std::int64_t now = kNow;
 };
 
-void PrintTo(const Case& c, std::ostream* out)
-{
-    *out << c.name;
-}
+using S = RetrySettings;
 
 std::string At(std::int64_t secondsAhead)
 {
@@ -61,222 +57,139 @@ Http::HSMResponse Response(std::int32_t status, const HeaderMap& headers = {})
     return response;
 }
 
-class RetryPolicyTable : public testing::TestWithParam<Case>
-{};
-
-const Case kWithoutHeaders[] = {
-    {"NoAnswer_UsesTheTableAndEnds", 0, {}, {{10, 20}, {42, 78}, {168, 312}, {672, 1248}, kGivesUp}},
-    {"NotFound_IsNotRetried", 404, {{"Retry-After", "5"}, {"X-Retry-Behavior", "constant"}}, {kGivesUp}},
-    {"NotFound_AnyStatusRetried",
-     404,
-     {},
-     {{1, 3}, kGivesUp},
-     [](RetrySettings& s) {
-         s.m_RetryAnyStatus = true;
-         s.m_RetryBackoffSeconds = {2};
-     }},
-    {"ServerError_NotInTheList", 500, {}, {kGivesUp}},
-    {"EmptyList_MatchesNothing", 503, {}, {kGivesUp}, [](RetrySettings& s) { s.m_RetryableStatuses = {}; }},
-    {"RepeatedTable_GoesOn",
-     503,
-     {},
-     {{1, 1}, {3, 5}, {3, 5}, {3, 5}},
-     [](RetrySettings& s) {
-         s.m_RetryBackoffSeconds = {1, 4};
-         s.m_RetryBackoffRepeat = true;
-     }},
-    {"ZeroInTheTable_GivesUp",
-     503,
-     {},
-     {kGivesUp},
-     [](RetrySettings& s) {
-         s.m_RetryBackoffSeconds = {0, 5};
-     }},
-    {"BehaviorNotHonoured_ValueAsItStands",
-     503,
-     {{"X-Retry-Behavior", "exponential"}},
-     {{50000, 50000}, {7, 7}, kGivesUp},
-     [](RetrySettings& s) {
-         s.m_HonourRetryBehavior = false;
-         s.m_RetryBackoffSeconds = {50000, 7};
-     }},
-};
-
-const Case kRetryCount[] = {
-    {"TwoAllowed", 503, {{"X-Retry-Count", "2"}, {"Retry-After", "7"}}, {{5, 9}, {5, 9}, kGivesUp}},
-    {"NoneAllowed", 503, {{"X-Retry-Count", "0"}, {"Retry-After", "7"}}, {kGivesUp}},
-    {"Unlimited_ButNoTime_UsesTheTable",
-     503,
-     {{"X-Retry-Count", "-1"}},
-     {{10, 20}, {42, 78}, {168, 312}, {672, 1248}, kGivesUp}},
-    {"Unlimited_OutlivesTheTable", 500, {{"X-Retry-Count", "-1"}, {"Retry-After", "1"}}, {{1, 1}}, {}, kMax - 1},
-    {"Absent_LengthOfTheTable", 500, {{"Retry-After", "1"}}, {{1, 1}, {1, 1}, {1, 1}, {1, 1}, kGivesUp}},
-    {"Unreadable_LengthOfTheTable",
-     500,
-     {{"X-Retry-Count", "-2"}, {"Retry-After", "1"}},
-     {{1, 1}, kGivesUp},
-     [](RetrySettings& s) { s.m_RetryBackoffSeconds = {9}; }},
-    {"Absent_RepeatedTable_Unlimited",
-     500,
-     {{"Retry-After", "1"}},
-     {{1, 1}},
-     [](RetrySettings& s) { s.m_RetryBackoffRepeat = true; },
-     1000},
-    {"Absent_NoTable_CountOfTheSettings",
-     599,
-     {{"Retry-After", "1"}},
-     {{1, 1}, {1, 1}, {1, 1}, {1, 1}, kGivesUp},
-     [](RetrySettings& s) { s.m_RetryBackoffSeconds = {}; }},
-};
-
-const Case kRetryAfter[] = {
-    {"Date_IsIgnored", 503, {{"Retry-After", "Fri, 15 Jan 2027 08:00:00 GMT"}}, {{10, 20}}},
-    {"OtherCaseOfTheName_IsIgnored", 503, {{"retry-after", "7"}}, {{10, 20}}},
-    {"Zero_GivesUp", 503, {{"Retry-After", "0"}}, {kGivesUp}},
-    {"BeyondTheCap", 503, {{"Retry-After", "4294967295"}}, {{30240, 56160}}},
-    {"DoesNotUseUpTheTable", 503, {{"Retry-After", "100"}}, {{70, 130}, {70, 130}}},
-};
-
-const Case kBehavior[] = {
-    {"Exponential_DoublesFromTheGivenValue",
-     503,
-     {{"X-Retry-Count", "-1"}, {"X-Retry-Behavior", "exponential"}, {"Retry-After", "10"}},
-     {{7, 13}, {14, 26}, {28, 52}, {56, 104}}},
-    {"Exponential_LastBelowTheCap",
-     503,
-     {{"X-Retry-Count", "-1"}, {"X-Retry-Behavior", "exponential"}, {"Retry-After", "10"}},
-     {{28672, 53248}, {30240, 56160}},
-     {},
-     12},
-    {"Exponential_BeyondAllNumbers",
-     503,
-     {{"X-Retry-Count", "-1"}, {"X-Retry-Behavior", "exponential"}, {"Retry-After", "4294967295"}},
-     {{30240, 56160}, {30240, 56160}, {30240, 56160}},
-     {},
-     28},
-    {"Exponential_WithoutCount_LengthOfTheTable",
-     503,
-     {{"X-Retry-Behavior", "exponential"}, {"Retry-After", "10"}},
-     {{7, 13}, {14, 26}, {28, 52}, {56, 104}, kGivesUp}},
-    {"Exponential_WithoutTime_FromTheTablesFirst",
-     503,
-     {{"X-Retry-Behavior", "exponential"}},
-     {{10, 20}, {21, 39}, {42, 78}, {84, 156}, kGivesUp}},
-    {"CapitalE_IsNotGiven", 503, {{"X-Retry-Behavior", "Exponential"}, {"Retry-After", "10"}}, {{7, 13}, {7, 13}}},
-    {"Constant_WithoutTimeOrTable_DefaultValue",
-     500,
-     {{"X-Retry-Behavior", "constant"}},
-     {{10, 20}, {10, 20}, {10, 20}, {10, 20}, kGivesUp}},
-    {"Exponential_WithoutTimeOrTable_DefaultValueGrows",
-     500,
-     {{"X-Retry-Behavior", "exponential"}},
-     {{10, 20}, {21, 39}}},
-    {"DefaultValueZero_GivesUp",
-     500,
-     {{"X-Retry-Behavior", "constant"}},
-     {kGivesUp},
-     [](RetrySettings& s) { s.m_DefaultRetryValue = 0; }},
-};
-
-const Case kRateLimit[] = {
-    {"WaitsForTheReset_NeverLess", 429, {{"X-Ratelimit-Remaining", "0"}, {"X-Ratelimit-Reset", At(100)}}, {{100, 130}}},
-    {"ResetLeavesRetryAfterAlone",
-     429,
-     {{"X-Ratelimit-Remaining", "0"}, {"X-Ratelimit-Reset", At(100)}, {"Retry-After", "5"}},
-     {{100, 130}}},
-    {"ResetIsNow_RetryAfter",
-     429,
-     {{"X-Ratelimit-Remaining", "0"}, {"X-Ratelimit-Reset", At(0)}, {"Retry-After", "50"}},
-     {{50, 65}}},
-    {"ResetUnreadable_RetryAfter",
-     429,
-     {{"X-Ratelimit-Remaining", "0"}, {"X-Ratelimit-Reset", "soon"}, {"Retry-After", "50"}},
-     {{50, 65}}},
-    {"Remaining_RetryAfter",
-     429,
-     {{"X-Ratelimit-Remaining", "3"}, {"X-Ratelimit-Reset", At(100)}, {"Retry-After", "10"}},
-     {{10, 13}}},
-    {"Remaining_IsNotLimitedByTheCount",
-     429,
-     {{"X-Ratelimit-Remaining", "3"}, {"X-Retry-Count", "0"}, {"Retry-After", "10"}},
-     {{10, 13}},
-     {},
-     99},
-    {"NothingRemaining_NoTime_GivesUp",
-     429,
-     {{"X-Ratelimit-Remaining", "0"}, {"X-Retry-Behavior", "constant"}},
-     {kGivesUp}},
-    {"NoRemaining_CountAndRetryAfter",
-     429,
-     {{"X-Retry-Count", "2"}, {"Retry-After", "10"}},
-     {{10, 13}, {10, 13}, kGivesUp}},
-    {"NoHeaders_GivesUp", 429, {}, {kGivesUp}},
-    {"SwitchedOff_IsAnOrdinaryStatus",
-     429,
-     {{"X-Ratelimit-Remaining", "0"}, {"X-Ratelimit-Reset", At(100)}},
-     {kGivesUp},
-     [](RetrySettings& s) { s.m_HandleRateLimit = false; }},
-    {"ServerErrorAsTheStatus_CountIsReadToo",
-     503,
-     {{"X-Ratelimit-Remaining", "0"}, {"X-Ratelimit-Reset", At(100)}, {"Retry-After", "20"}},
-     {{20, 26}},
-     [](RetrySettings& s) { s.m_RateLimitStatus = 503; }},
-    {"ServerErrorAsTheStatus_ResetOutlivesTheCount",
-     503,
-     {{"X-Ratelimit-Remaining", "0"}, {"X-Ratelimit-Reset", At(100)}, {"X-Retry-Count", "0"}},
-     {{100, 130}},
-     [](RetrySettings& s) { s.m_RateLimitStatus = 503; }},
-    {"ResetBeyond2038",
-     429,
-     {{"X-Ratelimit-Remaining", "0"}, {"X-Ratelimit-Reset", "2500000100"}},
-     {{100, 130}},
-     {},
-     0,
-     2500000000},
-    {"ClockBeyondTheReset32Bit",
-     429,
-     {{"X-Ratelimit-Remaining", "0"}, {"X-Ratelimit-Reset", "4294967295"}, {"Retry-After", "10"}},
-     {{10, 13}},
-     {},
-     0,
-     4294967296},
-    {"ResetFarAhead_IsCapped",
-     429,
-     {{"X-Ratelimit-Remaining", "0"}, {"X-Ratelimit-Reset", "4294967295"}},
-     {{43200, 56160}},
-     {},
-     0,
-     0},
-};
-} // namespace
-
-TEST_P(RetryPolicyTable, Decides)
+void Check(const std::vector<Case>& cases)
 {
-    const Case& c = GetParam();
-    RetrySettings settings = RetrySettings::WithBackoff();
-    if (c.change) {
-        c.change(settings);
-    }
-    // Chance as low as it comes, as high as it counts, and one more, which is the low end again.
-    for (const std::uint32_t beyond : {0U, 1U, 2U}) {
-        int chance = 0;
-        RetryPolicy policy(
-            settings, [&chance] { return chance; }, RetryState{0, c.retriesMade, false});
-        for (const auto& [shortest, longest] : c.waits) {
-            chance = static_cast<int>(beyond == 0 ? 0 : longest - shortest + beyond - 1);
-            const RetryDecision decision = policy.Decide(Response(c.status, c.headers), c.now);
-            EXPECT_EQ(decision.seconds, beyond == 1 ? longest : shortest);
-            EXPECT_EQ(decision.action, shortest == 0 ? RetryDecision::Action::GiveUp : RetryDecision::Action::Retry);
+    for (const Case& c : cases) {
+        RetrySettings settings = RetrySettings::WithBackoff();
+        if (c.change) {
+            c.change(settings);
+        }
+        // Chance as low as it comes, as high as it counts, and one more, which is the low end again.
+        for (const std::uint32_t beyond : {0U, 1U, 2U}) {
+            SCOPED_TRACE(c.name);
+            int chance = 0;
+            RetryPolicy policy(
+                settings, [&chance] { return chance; }, RetryState{0, c.retriesMade, false});
+            for (const auto& [shortest, longest] : c.waits) {
+                chance = static_cast<int>(beyond == 0 ? 0 : longest - shortest + beyond - 1);
+                const RetryDecision decision = policy.Decide(Response(c.status, c.headers), c.now);
+                EXPECT_EQ(decision.seconds, beyond == 1 ? longest : shortest);
+                EXPECT_EQ(decision.action,
+                          shortest == 0 ? RetryDecision::Action::GiveUp : RetryDecision::Action::Retry);
+            }
         }
     }
 }
+} // namespace
 
-const auto kName = [](const testing::TestParamInfo<Case>& info) { return std::string(info.param.name); };
-INSTANTIATE_TEST_SUITE_P(WithoutHeaders, RetryPolicyTable, testing::ValuesIn(kWithoutHeaders), kName);
-INSTANTIATE_TEST_SUITE_P(RetryCount, RetryPolicyTable, testing::ValuesIn(kRetryCount), kName);
-INSTANTIATE_TEST_SUITE_P(RetryAfter, RetryPolicyTable, testing::ValuesIn(kRetryAfter), kName);
-INSTANTIATE_TEST_SUITE_P(Behavior, RetryPolicyTable, testing::ValuesIn(kBehavior), kName);
-INSTANTIATE_TEST_SUITE_P(RateLimit, RetryPolicyTable, testing::ValuesIn(kRateLimit), kName);
+// The tables are read by rows.
+// clang-format off
+
+TEST(RetryPolicy, WithoutHeaders)
+{
+    Check({
+        {"no answer, the table and then the end", 0, {}, {{10, 20}, {42, 78}, {168, 312}, {672, 1248}, kGivesUp}},
+        {"not found, headers are not read", 404, {{"Retry-After", "5"}, {"X-Retry-Behavior", "constant"}}, {kGivesUp}},
+        {"not found, any status is retried", 404, {}, {{1, 3}, kGivesUp},
+         [](S& s) { s.m_RetryAnyStatus = true; s.m_RetryBackoffSeconds = {2}; }},
+        {"server error that is not in the list", 500, {}, {kGivesUp}},
+        {"an empty list matches nothing", 503, {}, {kGivesUp}, [](S& s) { s.m_RetryableStatuses = {}; }},
+        {"the repeated table goes on", 503, {}, {{1, 1}, {3, 5}, {3, 5}, {3, 5}},
+         [](S& s) { s.m_RetryBackoffSeconds = {1, 4}; s.m_RetryBackoffRepeat = true; }},
+        {"zero in the table", 503, {}, {kGivesUp}, [](S& s) { s.m_RetryBackoffSeconds = {0, 5}; }},
+        {"behaviour not honoured, values as they stand", 503, {{"X-Retry-Behavior", "exponential"}},
+         {{50000, 50000}, {7, 7}, kGivesUp},
+         [](S& s) { s.m_HonourRetryBehavior = false; s.m_RetryBackoffSeconds = {50000, 7}; }},
+    });
+}
+
+TEST(RetryPolicy, RetryCount)
+{
+    Check({
+        {"two allowed", 503, {{"X-Retry-Count", "2"}, {"Retry-After", "7"}}, {{5, 9}, {5, 9}, kGivesUp}},
+        {"none allowed", 503, {{"X-Retry-Count", "0"}, {"Retry-After", "7"}}, {kGivesUp}},
+        {"unlimited but no time, the table", 503, {{"X-Retry-Count", "-1"}},
+         {{10, 20}, {42, 78}, {168, 312}, {672, 1248}, kGivesUp}},
+        {"unlimited", 500, {{"X-Retry-Count", "-1"}, {"Retry-After", "1"}}, {{1, 1}}, {}, kMax - 1},
+        {"absent, length of the table", 500, {{"Retry-After", "1"}}, {{1, 1}, {1, 1}, {1, 1}, {1, 1}, kGivesUp}},
+        {"unreadable, length of the table", 500, {{"X-Retry-Count", "-2"}, {"Retry-After", "1"}}, {{1, 1}, kGivesUp},
+         [](S& s) { s.m_RetryBackoffSeconds = {9}; }},
+        {"absent and the table is repeated, unlimited", 500, {{"Retry-After", "1"}}, {{1, 1}},
+         [](S& s) { s.m_RetryBackoffRepeat = true; }, 1000},
+        {"absent and no table", 599, {{"Retry-After", "1"}}, {{1, 1}, {1, 1}, {1, 1}, {1, 1}, kGivesUp},
+         [](S& s) { s.m_RetryBackoffSeconds = {}; }},
+    });
+}
+
+TEST(RetryPolicy, RetryAfter)
+{
+    Check({
+        {"date", 503, {{"Retry-After", "Fri, 15 Jan 2027 08:00:00 GMT"}}, {{10, 20}}},
+        {"name in another case", 503, {{"retry-after", "7"}}, {{10, 20}}},
+        {"zero", 503, {{"Retry-After", "0"}}, {kGivesUp}},
+        {"beyond the cap", 503, {{"Retry-After", "4294967295"}}, {{30240, 56160}}},
+        {"again and again", 503, {{"Retry-After", "100"}}, {{70, 130}, {70, 130}}},
+    });
+}
+
+TEST(RetryPolicy, Behavior)
+{
+    const HeaderMap unlimited = {{"X-Retry-Count", "-1"}, {"X-Retry-Behavior", "exponential"}, {"Retry-After", "10"}};
+    const HeaderMap hugely = {
+        {"X-Retry-Count", "-1"}, {"X-Retry-Behavior", "exponential"}, {"Retry-After", "4294967295"}};
+    Check({
+        {"doubles", 503, unlimited, {{7, 13}, {14, 26}, {28, 52}, {56, 104}}},
+        {"up to the cap", 503, unlimited, {{28672, 53248}, {30240, 56160}}, {}, 12},
+        {"beyond all numbers", 503, hugely, {{30240, 56160}, {30240, 56160}, {30240, 56160}}, {}, 28},
+        {"exponential without count", 503, {{"X-Retry-Behavior", "exponential"}, {"Retry-After", "10"}},
+         {{7, 13}, {14, 26}, {28, 52}, {56, 104}, kGivesUp}},
+        {"exponential without time, from the table's first", 503, {{"X-Retry-Behavior", "exponential"}},
+         {{10, 20}, {21, 39}, {42, 78}, {84, 156}, kGivesUp}},
+        {"capital letter", 503, {{"X-Retry-Behavior", "Exponential"}, {"Retry-After", "10"}}, {{7, 13}, {7, 13}}},
+        {"no time and no table, the default", 500, {{"X-Retry-Behavior", "constant"}},
+         {{10, 20}, {10, 20}, {10, 20}, {10, 20}, kGivesUp}},
+        {"no time and no table, the default grows", 500, {{"X-Retry-Behavior", "exponential"}}, {{10, 20}, {21, 39}}},
+        {"default of zero", 500, {{"X-Retry-Behavior", "constant"}}, {kGivesUp},
+         [](S& s) { s.m_DefaultRetryValue = 0; }},
+    });
+}
+
+TEST(RetryPolicy, RateLimit)
+{
+    const HeaderMap none = {{"X-Ratelimit-Remaining", "0"}};
+    const auto with = [](HeaderMap headers, const HeaderMap& more) {
+        headers.insert(more.begin(), more.end());
+        return headers;
+    };
+    const auto serverError = [](S& s) { s.m_RateLimitStatus = 503; };
+    Check({
+        {"waits for the reset, never less", 429, with(none, {{"X-Ratelimit-Reset", At(100)}}), {{100, 130}}},
+        {"reset before Retry-After", 429, with(none, {{"X-Ratelimit-Reset", At(100)}, {"Retry-After", "5"}}),
+         {{100, 130}}},
+        {"reset is now", 429, with(none, {{"X-Ratelimit-Reset", At(0)}, {"Retry-After", "50"}}), {{50, 65}}},
+        {"reset unreadable", 429, with(none, {{"X-Ratelimit-Reset", "soon"}, {"Retry-After", "50"}}), {{50, 65}}},
+        {"some remain", 429, {{"X-Ratelimit-Remaining", "3"}, {"X-Ratelimit-Reset", At(100)}, {"Retry-After", "10"}},
+         {{10, 13}}},
+        {"count is not read", 429, {{"X-Ratelimit-Remaining", "3"}, {"X-Retry-Count", "0"}, {"Retry-After", "10"}},
+         {{10, 13}}, {}, 99},
+        {"no time, and no default for it", 429, with(none, {{"X-Retry-Behavior", "constant"}}), {kGivesUp}},
+        {"remaining not told, count", 429, {{"X-Retry-Count", "2"}, {"Retry-After", "10"}},
+         {{10, 13}, {10, 13}, kGivesUp}},
+        {"no headers", 429, {}, {kGivesUp}},
+        {"switched off", 429, with(none, {{"X-Ratelimit-Reset", At(100)}}), {kGivesUp},
+         [](S& s) { s.m_HandleRateLimit = false; }},
+        {"server error as the status, count allows Retry-After", 503,
+         with(none, {{"X-Ratelimit-Reset", At(100)}, {"Retry-After", "20"}}), {{20, 26}}, serverError},
+        {"server error as the status, reset outlives the count", 503,
+         with(none, {{"X-Ratelimit-Reset", At(100)}, {"X-Retry-Count", "0"}}), {{100, 130}}, serverError},
+        {"beyond 2038", 429, with(none, {{"X-Ratelimit-Reset", "2500000100"}}), {{100, 130}}, {}, 0, 2500000000},
+        {"beyond 2106", 429, with(none, {{"X-Ratelimit-Reset", "4294967295"}, {"Retry-After", "10"}}),
+         {{10, 13}}, {}, 0, 4294967296},
+        {"far ahead", 429, with(none, {{"X-Ratelimit-Reset", "4294967295"}}), {{43200, 56160}}, {}, 0, 0},
+    });
+}
+
+// clang-format on
 
 TEST(RetryPolicy, LeavesSuccessAlone_AndEverythingWhenSwitchedOff)
 {

@@ -161,11 +161,11 @@ TEST(SimpleURLFetcher, RepeatsAsItsOwnRetryCountSays)
     const Server::Step busy{Server::Answer(503, "busy", {{"X-Busy", "yes"}})};
     const struct
     {
-        int count;
         std::size_t busyAnswers;
         std::size_t expectedRequests;
+        int count;
         std::int32_t expectedStatus;
-    } cases[] = {{0, 1, 1, 503}, {2, 9, 3, 503}, {2, 1, 2, 200}, {-1, 5, 6, 200}};
+    } cases[] = {{1, 1, 0, 503}, {9, 3, 2, 503}, {1, 2, 2, 200}, {5, 6, -1, 200}};
     for (const auto& c : cases) {
         std::vector<Server::Step> script(c.busyAnswers, busy);
         script.push_back(Ok("done"));
@@ -194,7 +194,7 @@ TEST(SimpleURLFetcher, RepeatsAsItsOwnRetryCountSays)
 TEST(SimpleURLFetcher, ReportsWhatIsNoAnswer)
 {
     const std::string half = "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf";
-    const std::string tooLarge(17 * 1024 * 1024, 'x');
+    const std::string tooLarge(Http::ResponseCollector::kMaxBodySize + 1, 'x');
     const struct
     {
         const char* url; ///< null for the server's
@@ -254,7 +254,7 @@ TEST(SimpleURLFetcher, WaitsForItsProxy_UntilToldNotTo)
 
 TEST(SimpleURLFetcher, TakesNoProxyFromTheEnvironment)
 {
-    setenv("http_proxy", "http://127.0.0.1:1", 1);
+    setenv("http_proxy", "http://127.0.0.1:1", 1); // NOLINT(concurrency-mt-unsafe): no other thread runs yet
     Server server({Ok()});
     SimpleURLFetcher fetcher;
     fetcher.SetURL(server.Url());
