@@ -61,7 +61,7 @@ refute "nothing to pack" tar-compress-diag-files.sh missing 2>/dev/null
 no_archive "nothing to pack"
 refute "no names" tar-compress-diag-files.sh 2>/dev/null
 for tool in tar gzip; do
-    shadow "$tool" 'head -c 10; exit 1' </dev/null
+    shadow "$tool" 'head -c 10; exit 1'
     refute "packing by a $tool that fails" tar-compress-diag-files.sh dfs_a.txt.gz </dev/null 2>/dev/null
     no_archive "a $tool that fails"
     unshadow

@@ -1,6 +1,7 @@
 #!/bin/sh
-# compress-diag-file.sh FILE: replaces FILE by FILE.gz, whatever FILE's name ends in (plain `gzip FILE` refuses a name that
-# looks compressed). The lowest level: what the service collects is compressed and encrypted already.
+# compress-diag-file.sh FILE: replaces FILE by FILE.gz, whatever FILE's name ends in: gzip reads standard input, as many
+# versions of it refuse a file whose name looks compressed. The lowest level: what the service collects is compressed and
+# encrypted already.
 
 fail() {
     printf '%s: %s\n' "${0##*/}" "$1" >&2

@@ -11,7 +11,7 @@
 recipient=/opt/Vantor/etc/diag-recipient.pem
 time_limit=60    # seconds that a command may take
 kill_delay=5     # seconds from TERM to KILL
-grace=1          # seconds for what a command left behind to close the output
+grace=2          # seconds for what a command left behind to close the output
 block_size=65536 # bytes; the bounds on output are counted in such blocks
 # shellcheck disable=SC2034  # for the scripts
 command_blocks=256
