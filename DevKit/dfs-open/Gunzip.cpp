@@ -81,16 +81,15 @@ GunzipStatus Gunzip::Inflate(const char* data, std::size_t size)
         stream.next_out = reinterpret_cast<Bytef*>(m_inflater->output.data());
         stream.avail_out = kOutputChunk;
         const int result = inflate(&stream, Z_NO_FLUSH);
+        const GunzipStatus delivered = Deliver(m_inflater->output.data(), kOutputChunk - stream.avail_out);
+        if (delivered != GunzipStatus::kOk) {
+            return delivered;
+        }
         if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) {
             // A fault in the ten bytes that every gzip member begins with means that this is something else.
             constexpr uLong kFixedHeader = 10;
             const bool neverGzip = !m_memberEnded && stream.total_in <= kFixedHeader;
             return neverGzip ? GunzipStatus::kNotGzip : GunzipStatus::kDamaged;
-        }
-
-        const GunzipStatus delivered = Deliver(m_inflater->output.data(), kOutputChunk - stream.avail_out);
-        if (delivered != GunzipStatus::kOk) {
-            return delivered;
         }
         if (result == Z_STREAM_END) {
             m_insideMember = false;

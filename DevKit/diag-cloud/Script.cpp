@@ -117,7 +117,8 @@ Outcome ParseOutcome(const Json::Value& value)
     if (!outcome.status && (value.isMember("headers") || value.isMember("body"))) {
         Refuse("\"headers\" and \"body\" need a \"status\"");
     }
-    if ((outcome.status == kNoContent || outcome.status == kNotModified) && value.isMember("body")) {
+    const int status = outcome.status.value_or(0);
+    if ((status == kNoContent || status == kNotModified) && value.isMember("body")) {
         Refuse("an answer of status 204 or 304 has no \"body\"");
     }
     const bool answers = outcome.status || outcome.resetAfterBytes;

@@ -109,6 +109,27 @@ TEST(DfsOpenDamage, ManifestAndMembers_MustAgree)
     }
 }
 
+TEST(DfsOpenDamage, ArchiveWithADamagedEnd_IsFaultyThoughItsItemsAreWhole)
+{
+    const ArchiveMaker maker;
+    const std::string archive =
+        maker.Write({{"dfs_uploadmanifest.json", maker.Manifest({{"log", "l"}})}, {"log.gz", maker.Seal(kLog)}});
+    const std::string bytes = ReadWholeFile(archive);
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {Flip(bytes, bytes.size() - 8), "its compressed data is damaged"},
+        {bytes.substr(0, bytes.size() - 1), "it is cut short"},
+        {bytes + "more", "its compressed data is damaged"},
+    };
+    for (const auto& [content, expected] : cases) {
+        TemporaryFolder folder;
+        const std::string path = folder.Write("changed.tar.gz", content);
+        const OpenResult result = DfsOpenRun({path, "--key", maker.KeyPath(), "--extract", folder.Path() + "/out"});
+        EXPECT_EQ(1, result.status);
+        EXPECT_THAT(result.out, HasSubstr("the archive cannot be read to its end: " + expected));
+        EXPECT_EQ(kLog, ReadWholeFile(folder.Path() + "/out/log"));
+    }
+}
+
 TEST(DfsOpenDamage, ChangedArchive_NeverYieldsChangedContent)
 {
     const ArchiveMaker maker;
