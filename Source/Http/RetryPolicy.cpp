@@ -21,7 +21,7 @@ constexpr char X_RATELIMIT_REMAINING[] = "X-Ratelimit-Remaining";
 constexpr char X_RATELIMIT_RESET[] = "X-Ratelimit-Reset";
 constexpr char RETRY_AFTER[] = "Retry-After";
 
-// The operations that lines name, whichever helper writes them.
+// The operations that lines name, whichever function writes them.
 constexpr char kHeaderStep[] = "HandleRetryHeaders";
 constexpr char kDecisionStep[] = "CheckIfRetryNeededAndSleep";
 
