@@ -36,11 +36,11 @@ Shows what an archive of diagnostic files holds and whether it is whole, and ope
 Exit status: 0 all is whole, 1 something is missing or damaged (with --cat: of what was asked for), 2 bad usage.
 )";
 
-DevKit::FileDescriptor OpenArchive(const std::string& path)
+FileDescriptor OpenArchive(const std::string& path)
 {
     // A named pipe must not keep the program waiting: what is opened is looked at first.
-    DevKit::FileDescriptor archive(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    if (!archive.IsOpen()) {
+    FileDescriptor archive(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!archive) {
         throw std::runtime_error("cannot open " + path + ": " + std::generic_category().message(errno));
     }
     struct stat status
@@ -98,7 +98,7 @@ ExitStatus Run(const Options& options, std::ostream& out, std::ostream& err)
         return ExitStatus::kWhole;
     }
     try {
-        const DevKit::FileDescriptor archive = OpenArchive(options.archive);
+        const FileDescriptor archive = OpenArchive(options.archive);
         std::unique_ptr<PrivateKey> key;
         if (options.key) {
             key = std::make_unique<PrivateKey>(*options.key);

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <ostream>
@@ -49,8 +50,8 @@ FolderOutput::FolderOutput(const std::string& path)
     if (mkdir(path.c_str(), kFolderMode) != 0 && errno != EEXIST) {
         throw std::runtime_error("cannot make the folder " + path + ": " + ErrorText(errno));
     }
-    m_folder = DevKit::FileDescriptor(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!m_folder.IsOpen()) {
+    m_folder = FileDescriptor(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!m_folder) {
         throw std::runtime_error("cannot open the folder " + path + ": " + ErrorText(errno));
     }
 }
@@ -59,9 +60,9 @@ bool FolderOutput::Begin(const ManifestEntry& entry)
 {
     m_name = entry.fileName;
     m_written = 0;
-    m_file = DevKit::FileDescriptor(
+    m_file = FileDescriptor(
         openat(m_folder.Get(), m_name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kFileMode));
-    return m_file.IsOpen() || Fail(ErrorText(errno));
+    return m_file || Fail(ErrorText(errno));
 }
 
 bool FolderOutput::Write(const char* data, std::size_t size)
@@ -83,7 +84,7 @@ bool FolderOutput::Write(const char* data, std::size_t size)
 
 bool FolderOutput::End(bool whole)
 {
-    const bool closed = m_file.Close() || Fail(ErrorText(errno));
+    const bool closed = m_file.Reset() || Fail(ErrorText(errno));
     if (whole && closed) {
         return true;
     }

@@ -88,8 +88,8 @@ public:
     bool End(bool whole) override;
 
 private:
-    DevKit::FileDescriptor m_folder;
-    DevKit::FileDescriptor m_file;
+    FileDescriptor m_folder;
+    FileDescriptor m_file;
     std::string m_name;
     std::uint64_t m_written = 0;
 };

@@ -24,7 +24,7 @@ constexpr int kPauseMs = 100;
 
 struct Worker
 {
-    Worker(DevKit::FileDescriptor socket, Cloud& cloud, const ConnectionLimits& limits)
+    Worker(FileDescriptor socket, Cloud& cloud, const ConnectionLimits& limits)
         : connection(std::move(socket), cloud, limits)
     {}
 
@@ -47,7 +47,7 @@ public:
           m_limits{settings.maxBodySize},
           m_maxConnections(settings.maxConnections)
     {
-        if (!m_wake.IsOpen()) {
+        if (!m_wake) {
             throw std::system_error(errno, std::generic_category(), "cannot make an event descriptor");
         }
         m_acceptor = std::thread([this] { Accept(); });
@@ -82,7 +82,7 @@ private:
             std::vector<pollfd> watched = {{m_wake.Get(), POLLIN, 0}};
             // With as many clients as may be, the next ones wait in the listening sockets' queues.
             if (m_workers.size() < m_maxConnections && timeout < 0) {
-                for (const DevKit::FileDescriptor& socket : m_listener.sockets) {
+                for (const FileDescriptor& socket : m_listener.sockets) {
                     watched.push_back({socket.Get(), POLLIN, 0});
                 }
             }
@@ -109,8 +109,8 @@ private:
 
     bool AcceptFrom(int listening)
     {
-        DevKit::FileDescriptor socket(accept4(listening, nullptr, nullptr, SOCK_CLOEXEC));
-        if (!socket.IsOpen()) {
+        FileDescriptor socket(accept4(listening, nullptr, nullptr, SOCK_CLOEXEC));
+        if (!socket) {
             return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR || errno == ECONNABORTED;
         }
         bool listed = false;
@@ -154,7 +154,7 @@ private:
     }
 
     Listener m_listener;
-    DevKit::FileDescriptor m_wake;
+    FileDescriptor m_wake;
     std::string m_url;
     Cloud m_cloud;
     ConnectionLimits m_limits;

@@ -84,7 +84,7 @@ bool IsProtocolError(beast::error_code error)
 class Connection::Implementation
 {
 public:
-    Implementation(DevKit::FileDescriptor socket, Cloud& cloud, const ConnectionLimits& limits)
+    Implementation(FileDescriptor socket, Cloud& cloud, const ConnectionLimits& limits)
         : m_work(asio::make_work_guard(m_context)),
           m_stream(m_context),
           m_timer(m_context),
@@ -278,7 +278,7 @@ private:
     bool m_cancelled = false;
 };
 
-Connection::Connection(DevKit::FileDescriptor socket, Cloud& cloud, const ConnectionLimits& limits)
+Connection::Connection(FileDescriptor socket, Cloud& cloud, const ConnectionLimits& limits)
     : m_implementation(std::make_unique<Implementation>(std::move(socket), cloud, limits))
 {}
 

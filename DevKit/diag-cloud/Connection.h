@@ -23,7 +23,7 @@ class Connection
 {
 public:
     /** @param socket a connected TCP socket @param cloud must outlive the connection */
-    Connection(DevKit::FileDescriptor socket, Cloud& cloud, const ConnectionLimits& limits);
+    Connection(FileDescriptor socket, Cloud& cloud, const ConnectionLimits& limits);
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;

@@ -15,22 +15,22 @@ namespace
 {
 
 /** Binds and listens; on failure the descriptor is closed and errno tells why. */
-DevKit::FileDescriptor ListenOn(int family, const sockaddr* address, socklen_t length)
+FileDescriptor ListenOn(int family, const sockaddr* address, socklen_t length)
 {
-    DevKit::FileDescriptor socketFd(socket(family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    FileDescriptor socketFd(socket(family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     const int on = 1;
-    if (socketFd.IsOpen() && setsockopt(socketFd.Get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on)) == 0 &&
+    if (socketFd && setsockopt(socketFd.Get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on)) == 0 &&
         (family != AF_INET6 || setsockopt(socketFd.Get(), IPPROTO_IPV6, IPV6_V6ONLY, &on, sizeof(on)) == 0) &&
         bind(socketFd.Get(), address, length) == 0 && listen(socketFd.Get(), SOMAXCONN) == 0) {
         return socketFd;
     }
     const int error = errno;
-    socketFd.Close();
+    socketFd.Reset();
     errno = error;
-    return DevKit::FileDescriptor();
+    return FileDescriptor();
 }
 
-DevKit::FileDescriptor ListenOnIPv4(std::uint16_t port)
+FileDescriptor ListenOnIPv4(std::uint16_t port)
 {
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -39,7 +39,7 @@ DevKit::FileDescriptor ListenOnIPv4(std::uint16_t port)
     return ListenOn(AF_INET, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
 }
 
-DevKit::FileDescriptor ListenOnIPv6(std::uint16_t port)
+FileDescriptor ListenOnIPv6(std::uint16_t port)
 {
     sockaddr_in6 address{};
     address.sin6_family = AF_INET6;
@@ -48,7 +48,7 @@ DevKit::FileDescriptor ListenOnIPv6(std::uint16_t port)
     return ListenOn(AF_INET6, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
 }
 
-std::uint16_t PortOf(const DevKit::FileDescriptor& socketFd)
+std::uint16_t PortOf(const FileDescriptor& socketFd)
 {
     sockaddr_in address{};
     socklen_t length = sizeof(address);
@@ -62,16 +62,16 @@ Listener Listen(std::uint16_t port)
 {
     constexpr int kAttempts = 10; // a port that is free on one address may be taken on the other
     for (int attempt = 1;; ++attempt) {
-        DevKit::FileDescriptor four = ListenOnIPv4(port);
-        if (!four.IsOpen()) {
+        FileDescriptor four = ListenOnIPv4(port);
+        if (!four) {
             throw std::system_error(errno, std::generic_category(),
                                     "cannot listen on 127.0.0.1:" + std::to_string(port));
         }
         Listener listener;
         listener.port = PortOf(four);
         listener.sockets.push_back(std::move(four));
-        DevKit::FileDescriptor six = ListenOnIPv6(listener.port);
-        if (six.IsOpen()) {
+        FileDescriptor six = ListenOnIPv6(listener.port);
+        if (six) {
             listener.sockets.push_back(std::move(six));
         } else if (errno == EADDRINUSE && port == 0 && attempt < kAttempts) {
             continue;

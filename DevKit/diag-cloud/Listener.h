@@ -11,7 +11,7 @@ namespace DiagCloud
 /** Listening TCP sockets on the loopback addresses 127.0.0.1 and, where the machine has it, ::1. */
 struct Listener
 {
-    std::vector<DevKit::FileDescriptor> sockets; //!< Non-blocking.
+    std::vector<FileDescriptor> sockets; //!< Non-blocking.
     std::uint16_t port = 0;
 };
 

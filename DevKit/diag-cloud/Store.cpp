@@ -1,6 +1,7 @@
 #include "Store.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -54,8 +55,8 @@ bool IsId(const std::string& text)
 IncomingFile::IncomingFile(const std::string& folder, const std::string& name)
     : m_path(folder + "/" + name), m_temporaryPath(folder + "/.incoming-XXXXXX")
 {
-    m_file = DevKit::FileDescriptor(mkostemp(m_temporaryPath.data(), O_CLOEXEC));
-    if (!m_file.IsOpen()) {
+    m_file = FileDescriptor(mkostemp(m_temporaryPath.data(), O_CLOEXEC));
+    if (!m_file) {
         Throw(errno, "cannot make a file in " + folder);
     }
 }
@@ -82,7 +83,7 @@ void IncomingFile::Write(const char* data, std::size_t size)
 
 std::string IncomingFile::Complete()
 {
-    if (m_error == 0 && !m_file.Close()) {
+    if (m_error == 0 && !m_file.Reset()) {
         m_error = errno;
     }
     if (m_error == 0 && std::rename(m_temporaryPath.c_str(), m_path.c_str()) != 0) {

@@ -32,7 +32,7 @@ public:
 private:
     std::string m_path;
     std::string m_temporaryPath;
-    DevKit::FileDescriptor m_file;
+    FileDescriptor m_file;
     int m_error = 0;
 };
 

@@ -30,7 +30,9 @@ private:
 
 void NotifyTargetTaskIF::Post(std::function<void()> work)
 {
-    Queue()->Push(std::make_unique<ClosureMessage>(std::move(work)));
+    // A copy: as soon as the work has run, the task and its queue may be gone.
+    const std::shared_ptr<TaskQueue> queue = Queue();
+    queue->Push(std::make_unique<ClosureMessage>(std::move(work)));
 }
 
 APTask::APTask(const char* name, unsigned int stackSize, CTask::RealtimeType realtime, int priority)

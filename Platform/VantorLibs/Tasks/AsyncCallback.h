@@ -41,8 +41,10 @@ public:
 
     void operator()(std::decay_t<Args>... args) const
     {
-        if (m_target) {
-            m_target->queue->Push(std::make_unique<Message>(m_target, std::move(args)...));
+        // A copy: as soon as the handler has run, its task may destroy this callback and the queue.
+        const std::shared_ptr<const Target> target = m_target;
+        if (target) {
+            target->queue->Push(std::make_unique<Message>(target, std::move(args)...));
         }
     }
 

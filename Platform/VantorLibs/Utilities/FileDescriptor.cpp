@@ -14,13 +14,17 @@ FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept
     return *this;
 }
 
-void FileDescriptor::Reset() noexcept
+bool FileDescriptor::Reset() noexcept
 {
-    if (m_descriptor >= 0) {
-        const int error = errno;
-        ::close(std::exchange(m_descriptor, -1));
-        errno = error;
+    if (m_descriptor < 0) {
+        return true;
     }
+    const int error = errno;
+    if (::close(std::exchange(m_descriptor, -1)) != 0) {
+        return false;
+    }
+    errno = error;
+    return true;
 }
 
 bool FileDescriptor::WriteAll(const std::string& bytes) const

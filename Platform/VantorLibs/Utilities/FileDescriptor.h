@@ -17,8 +17,12 @@ public:
     explicit operator bool() const noexcept { return m_descriptor >= 0; }
     int Get() const noexcept { return m_descriptor; }
 
-    /** Closes the descriptor now; errno is left as it was. */
-    void Reset() noexcept;
+    /** Closes the descriptor now; false, with errno set, when close(2) reports a write that failed late. Otherwise
+     *  errno is left as it was. */
+    bool Reset() noexcept;
+
+    /** Gives the descriptor away; the caller closes it. */
+    int Release() noexcept { return std::exchange(m_descriptor, -1); }
 
     /** Writes all of the bytes, however many write(2) calls that takes. False, with errno set, when one fails. */
     bool WriteAll(const std::string& bytes) const;
