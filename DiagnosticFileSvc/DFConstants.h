@@ -1,0 +1,120 @@
+#pragma once
+
+/** What the service's parts share: names, paths, command lines and answers. Constant before main runs. */
+namespace DiagnosticFileSvc
+{
+// A macro, so that the paths below are put together by the compiler.
+#define DFS_PERSISTENCE_SUBDIRECTORY "product-persistence/"
+#define DFS_PERSISTENCE_DIRECTORY "/mnt/nv/" DFS_PERSISTENCE_SUBDIRECTORY
+
+// Names of modules and tasks, in log lines and process listings
+inline constexpr char kServiceTag[] = "DiagnosticFileSvc";
+inline constexpr char kTriggerHandler[] = "DFTriggerHandler";
+inline constexpr char kGatrixClient[] = "DFGatrixClient";
+inline constexpr char kCliHandler[] = "DFCliHandler";
+inline constexpr char kHarvestSysInfo[] = "DFHarvestSysInfo";
+inline constexpr char kSpawner[] = "posixSpawnUtils";
+inline constexpr char kUploadDiagnosticFiles[] = "DFUploadDiagnosticFiles";
+inline constexpr char kUploadExistingFile[] = "DFUploadExistingFile";
+inline constexpr char kSeeManifest[] = "See Manifest";
+inline constexpr char kDiagnosticLabel[] = "VRD9 Diagnostics";
+
+// The persistence directory, its files, and the names of outputs
+inline constexpr char kPersistenceSubdirectory[] = DFS_PERSISTENCE_SUBDIRECTORY;
+inline constexpr char kPersistenceDirectory[] = DFS_PERSISTENCE_DIRECTORY;
+inline constexpr char kRelativePersistenceDirectory[] = "mnt/nv/" DFS_PERSISTENCE_SUBDIRECTORY;
+inline constexpr char kOutputPrefix[] = "dfs_";
+inline constexpr char kCustomOutputPrefix[] = "dfs_custom_";
+inline constexpr char kUploadManifestFile[] = "dfs_uploadmanifest.json";
+inline constexpr char kItemConfigurationFile[] = "DFSDiagItemConfigurationFile.json";
+inline constexpr char kArchive[] = DFS_PERSISTENCE_DIRECTORY "dfs_diagfile.tar.gz";
+inline constexpr char kScratchFile[] = DFS_PERSISTENCE_DIRECTORY "DFTempFile.txt";
+inline constexpr char kEncryptExistingFileCommand[] = "dfs-encrypt-existing-file.sh ";
+inline constexpr char kEncryptStringCommand[] = "dfs-encrypt-string.sh ";
+
+// Sources and outputs of built-in items
+inline constexpr char kSystemLogScript[] = "encrypt-logs dfs-pts-logs.sh";
+inline constexpr char kSystemLogOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_logread.txt";
+inline constexpr char kSiteScanScript[] = "encrypt-logs dfs-wifi-site-scan.sh";
+inline constexpr char kSiteScanOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_sitescan.txt";
+inline constexpr char kSiteScanCompressedOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_sitescan.txt.gz";
+inline constexpr char kNetworkingScript[] = "encrypt-logs dfs-networking-info.sh";
+inline constexpr char kNetworkingOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_networkinginfo.txt";
+inline constexpr char kMemoryDiskScript[] = "encrypt-logs dfs-memory-disk.sh";
+inline constexpr char kMemoryDiskOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_memory_disk.txt";
+inline constexpr char kDiskFreeCommand[] = "encrypt-logs df -ahT";
+inline constexpr char kDiskFreeOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_disk_free.txt";
+inline constexpr char kUptimeScript[] = "encrypt-logs dfs-uptime.sh";
+inline constexpr char kUptimeOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_uptime.txt";
+inline constexpr char kCpuStatisticsScript[] = "encrypt-logs dfs-mpstat.sh";
+inline constexpr char kCpuStatisticsOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_mpstat.txt";
+inline constexpr char kProcessListScript[] = "encrypt-logs dfs-top.sh";
+inline constexpr char kProcessListOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_top.txt";
+inline constexpr char kManufacturingData[] = "/persist/mfg_data.json";
+inline constexpr char kManufacturingDataOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_mfg_data.json";
+inline constexpr char kMemoryInfo[] = "/proc/meminfo";
+inline constexpr char kMemoryInfoOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_proc_meminfo.txt";
+inline constexpr char kLoadAverage[] = "/proc/loadavg";
+inline constexpr char kLoadAverageOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_proc_loadavg.txt";
+inline constexpr char kUpdateStates[] = "/mnt/nv/update/SwUpHsmStates.txt";
+inline constexpr char kUpdateStatesOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_SwUpHsmStates.json";
+inline constexpr char kUpdateSystemStatus[] = "/mnt/nv/update/SwUpSystemStatus.txt";
+inline constexpr char kUpdateSystemStatusOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_SwUpSystemStatus.json";
+inline constexpr char kUpdateReleaseHistory[] = "/mnt/nv/update/SwUpReleaseHistory.txt";
+inline constexpr char kUpdateReleaseHistoryOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_SwUpReleaseHistory.json";
+inline constexpr char kCoreDumpListCommand[] = "encrypt-logs ls -la /data/logs/core*";
+inline constexpr char kCoreDumpListOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_coredump_filelist.txt";
+
+// Identity, version and token
+inline constexpr char kTokenFile[] = DFS_PERSISTENCE_DIRECTORY "quillane_jwt.json";
+inline constexpr char kVersionFile[] = "/opt/Vantor/etc/VantorVersion.json";
+inline constexpr char kGatrixWebSocketConfiguration[] = "/opt/Vantor/etc/GatrixWSSCfg.json";
+inline constexpr char kGatrixConfiguration[] = "/opt/Vantor/etc/GatrixCfg.json";
+inline constexpr char kFallbackIdentifier[] = "99999";
+inline constexpr char kFallbackVersion[] = "0.000.000";
+inline constexpr char kIdentityKeySet[] = "https://identity.vantor.example/.well-known/jwks.json";
+inline constexpr char kProductIdentityKeySet[] = "https://product-identity.vantor.example/.well-known/jwks.json";
+inline constexpr char kProductAccessBase[] = "https://product-access.vantor.example/products/";
+
+// The cloud
+inline constexpr char kDiagnosticsServiceHost[] = "diagnostics.vantor.example";
+inline constexpr char kMetadataProxy[] = "localhost:8888";
+inline constexpr char kConstantRetryPolicy[] = "constant";
+inline constexpr char kExponentialRetryPolicy[] = "exponential";
+
+// Answers to a request
+inline constexpr char kBusyAnswer[] = "Unable to process request, system busy";
+inline constexpr char kFeatureDisabledAnswer[] = "Unable to process request, feature flag not set";
+
+// Names and endpoints of the gateway
+inline constexpr char kGatrixSelfService[] = "GatrixSelfService";
+inline constexpr char kGatrixProxy[] = "GatrixProxy";
+inline constexpr char kGatrixReady[] = "GatrixReady";
+inline constexpr char kClientDisconnected[] = "ClientDisconnected";
+inline constexpr char kNetworkPingEndpoint[] = "/network/ping";
+inline constexpr char kSystemCapabilitiesEndpoint[] = "/system/capabilities";
+inline constexpr char kInternalCapabilitiesEndpoint[] = "/internal/capabilities";
+inline constexpr char kSubscription[] = "subscription";
+inline constexpr char kRegister[] = "register";
+inline constexpr char kDeregister[] = "deregister";
+inline constexpr char kSystemErrorEndpoint[] = "/system/error";
+inline constexpr char kPayloadPublish[] = "payload/publish";
+inline constexpr char kPayloadConfiguration[] = "payload/cfg";
+inline constexpr char kGatrixProxyStatusEndpoint[] = "/gatrix/proxy/status";
+inline constexpr char kGatrixProxyRecreateEndpoint[] = "/gatrix/proxy/recreate";
+inline constexpr char kConnectionReadyEndpoint[] = "/connectionReady";
+inline constexpr char kClientDisconnectedEndpoint[] = "/internal/ClientDisconnected";
+inline constexpr char kSubscriptionEndpoint[] = "/subscription";
+inline constexpr char kRegisterEndpoint[] = "/register";
+inline constexpr char kDeregisterEndpoint[] = "/deregister";
+inline constexpr char kPayloadPublishEndpoint[] = "/payload/publish";
+inline constexpr char kPayloadConfigurationEndpoint[] = "/payload/cfg";
+inline constexpr char kProductTokenEndpoint[] = "/system/authentication/productToken";
+inline constexpr char kAccessPointEndpoint[] = "/network/wifi/ap";
+inline constexpr char kNetworkStatusEndpoint[] = "/network/status";
+inline constexpr char kTravikAccountInfoEndpoint[] = "/system/travikAccountInfo";
+inline constexpr char kAccountInfoEndpoint[] = "/system/travikAccountInfo";
+
+#undef DFS_PERSISTENCE_DIRECTORY
+#undef DFS_PERSISTENCE_SUBDIRECTORY
+} // namespace DiagnosticFileSvc

@@ -1,0 +1,101 @@
+#include "DFDiagnosticItem.h"
+
+#include <ctime>
+#include <utility>
+
+#include "DFConstants.h"
+#include "DFLog.h"
+#include "StringUtils.h"
+#include "UploadSysInfo.pb.h"
+
+namespace DiagnosticFileSvc
+{
+namespace
+{
+const DPrint s_log("DFDiagnosticItem");
+
+/** The text after the last "/", or all of it; empty when there is none. */
+std::string FilenameOf(const std::string& path)
+{
+    return path.substr(path.rfind('/') + 1);
+}
+
+std::string OutputOf(const DFSCommonPB::diagItemRegistration& registration)
+{
+    if (registration.has_outputfilename()) {
+        return registration.outputfilename();
+    }
+    return std::string(kPersistenceDirectory) + kOutputPrefix +
+           StringUtils::FindReplace(registration.subtype(), " ", "_");
+}
+} // namespace
+
+DFDiagnosticItem::DFDiagnosticItem(std::string input, std::string outputFilename,
+                                   DFSCommonPB::DiagFileType diagFileType, std::string subType,
+                                   DFSCommonPB::HarvestType harvestType)
+    : m_input(std::move(input)),
+      m_outputFilename(std::move(outputFilename)),
+      m_diagFileType(diagFileType),
+      m_subType(std::move(subType)),
+      m_harvestType(harvestType)
+{}
+
+DFDiagnosticItem::DFDiagnosticItem(const DFSCommonPB::diagItemRegistration& registration)
+    : DFDiagnosticItem(registration.input(), OutputOf(registration), registration.filetype(), registration.subtype(),
+                       registration.harvesttype())
+{}
+
+void DFDiagnosticItem::ProcessDiagnosticItem()
+{
+    LogLine(s_log, LOG_LEVEL_ERROR, __func__, "BASE CLASS NOT IMPLEMENTED!!!");
+}
+
+void DFDiagnosticItem::ProcessGXResponse(const std::string& /*response*/)
+{
+    LogLine(s_log, LOG_LEVEL_ERROR, __func__, "BASE CLASS NOT IMPLEMENTED!!!");
+}
+
+std::string DFDiagnosticItem::AddDateTimeToFilename(const std::string& outputFilename)
+{
+    return AddDateTimeToFilename(outputFilename, std::time(nullptr));
+}
+
+std::string DFDiagnosticItem::AddDateTimeToFilename(const std::string& outputFilename, std::int64_t now)
+{
+    std::string name = FilenameOf(outputFilename);
+    if (name.empty()) {
+        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "Could not extract the filename from the filepath");
+        return {};
+    }
+    const auto time = static_cast<std::time_t>(now);
+    std::tm utc{};
+    gmtime_r(&time, &utc);
+    char stamp[30];
+    std::strftime(stamp, sizeof stamp, "_%Y%m%d%H%M%S", &utc);
+
+    const std::size_t dot = name.rfind('.');
+    const bool hasExtension = dot != std::string::npos && dot != 0;
+    name.insert(hasExtension ? dot : name.size(), stamp);
+    return kPersistenceDirectory + name;
+}
+
+void DFDiagnosticItem::AddFileToManifest(DFSCommonPB::UploadManifest& manifest) const
+{
+    const LogScope scope(s_log, __func__);
+    DFSCommonPB::ManifestItem& entry = *manifest.add_item();
+    const std::string filename = FilenameOf(m_harvestedFilename);
+    if (filename.empty()) {
+        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "AddFileToManifest - Invalid filepath");
+        return;
+    }
+    entry.set_filename(filename);
+    entry.set_type(m_diagFileType);
+    entry.set_subtype(m_subType);
+}
+
+const std::string& DFDiagnosticItem::BeginHarvestedFile()
+{
+    m_harvestedFilename = AddDateTimeToFilename(m_outputFilename);
+    return m_harvestedFilename;
+}
+} // namespace DiagnosticFileSvc

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <sstream>
+#include <string>
+
+#include "DPrint.h"
+
+/** How the service writes its log lines. */
+namespace DiagnosticFileSvc
+{
+/** The levels of DPrint, as the service uses them. */
+enum LogLevel : int
+{
+    LOG_LEVEL_ERROR = 1,
+    LOG_LEVEL_WARNING = 2,
+    LOG_LEVEL_PROGRESS = 3,
+    /** Not written unless asked for: what holds a credential goes here, at the lowest. */
+    LOG_LEVEL_DETAIL = 4,
+};
+
+/** Writes one line put together from its parts, which are only formatted if the line is to be written. */
+template <typename... Parts>
+void LogLine(const DPrint& log, LogLevel level, const char* operation, const Parts&... parts)
+{
+    if (log.IsLog(level)) {
+        std::ostringstream line;
+        log.Prefix(line, level, operation);
+        (line << ... << parts);
+        log.Put(line);
+    }
+}
+
+/** LogLine at the level of ordinary progress. */
+template <typename... Parts>
+void LogProgress(const DPrint& log, const char* operation, const Parts&... parts)
+{
+    LogLine(log, LOG_LEVEL_PROGRESS, operation, parts...);
+}
+
+/** Writes the " - START" line of an operation now and its " - END" line when the scope ends, however it ends. */
+class LogScope
+{
+public:
+    /**
+     * @param operation the operation's name, the prefix of both lines
+     * @param words     what the lines call the operation: its name, often with the class in front
+     * @param endWords  what the end line calls it, where that differs
+     * All texts must outlive the scope.
+     */
+    LogScope(const DPrint& log, const char* operation, const char* words, const char* endWords)
+        : m_log(log), m_operation(operation), m_endWords(endWords)
+    {
+        LogProgress(m_log, m_operation, words, " - START");
+    }
+    LogScope(const DPrint& log, const char* operation, const char* words) : LogScope(log, operation, words, words) {}
+    LogScope(const DPrint& log, const char* operation) : LogScope(log, operation, operation, operation) {}
+    ~LogScope() { LogProgress(m_log, m_operation, m_endWords, " - END"); }
+    LogScope(const LogScope&) = delete;
+    LogScope& operator=(const LogScope&) = delete;
+
+private:
+    const DPrint& m_log;
+    const char* const m_operation;
+    const char* const m_endWords;
+};
+} // namespace DiagnosticFileSvc

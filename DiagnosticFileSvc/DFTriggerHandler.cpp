@@ -1,0 +1,284 @@
+#include "DFTriggerHandler.h"
+
+#include <cstdio>
+#include <utility>
+
+#include "DFConstants.h"
+#include "DFDiagItemExistingFile.h"
+#include "DFLog.h"
+#include "DFUploadDiagnosticFiles.h"
+
+namespace DiagnosticFileSvc
+{
+namespace
+{
+const DPrint s_log(kTriggerHandler);
+
+constexpr char kCustomFileNeedsOneType[] = "Custom file upload requires exactly one file type";
+} // namespace
+
+DFTriggerHandler& DFTriggerHandler::GetInstance()
+{
+    static auto& instance = *new DFTriggerHandler;
+    return instance;
+}
+
+DFTriggerHandler::DFTriggerHandler()
+    : APTask(kTriggerHandler, 0, CTask::NOT_REALTIME, -1),
+      m_harvester(std::make_shared<DFHarvestSystemInfo>()),
+      m_harvestSysInfoResponseCB(this, this, &DFTriggerHandler::HarvestSysInfoResponseCB),
+      m_createUploadTarballResponseCB(this, this, &DFTriggerHandler::CreateUploadTarballResponseCB),
+      m_diagItemRegistrationCB(this, this, &DFTriggerHandler::DiagItemRegistrationCB),
+      m_uploadDiagFileRequestCB(this, this, &DFTriggerHandler::UploadDiagFileRequestCB),
+      m_setDeviceInfoCB(this, this, &DFTriggerHandler::SetDeviceInfoCB),
+      m_setGatrixClientCB(this, this, &DFTriggerHandler::SetGatrixClientCB),
+      m_uploadDiagFileRespCB(this, this, &DFTriggerHandler::UploadDiagFileRespCB),
+      m_gxHarvestFilepathResponseCB(this, this, &DFTriggerHandler::GXHarvestFilepathResponseCB),
+      m_gxHarvestFilepathErrorResponseCB(this, this, &DFTriggerHandler::GXHarvestFilepathErrorResponseCB),
+      m_gxHarvestPayloadResponseCB(this, this, &DFTriggerHandler::GXHarvestPayloadResponseCB),
+      m_gxHarvestPayloadErrorResponseCB(this, this, &DFTriggerHandler::GXHarvestPayloadErrorResponseCB)
+{
+    m_harvester->Start();
+}
+
+void DFTriggerHandler::OnEntry()
+{
+    const LogScope scope(s_log, __func__, "DFTriggger::OnEntry");
+    m_uploadClient = &DFUploadDiagnosticFiles::GetInstance();
+}
+
+void DFTriggerHandler::UploadDiagFileRequest(DFSCommonPB::UploadRequest request, Answer* response)
+{
+    const LogScope scope(s_log, __func__, "DFTriggerHandler::UploadDiagFileRequest");
+    LogProgress(s_log, __func__, "uploadRequest.filetype_size(): ", request.filetype_size());
+    m_uploadDiagFileRequestCB(std::move(request), response);
+}
+
+void DFTriggerHandler::SetDeviceInfo(DeviceManagerPb::DeviceInfo info)
+{
+    const LogScope scope(s_log, __func__, "DFTriggerHandler::SetDeviceInfo");
+    m_setDeviceInfoCB(std::move(info));
+}
+
+void DFTriggerHandler::SetDeviceInfoCB(const DeviceManagerPb::DeviceInfo& info)
+{
+    const LogScope scope(s_log, __func__, "DFTriggerHandler::SetDeviceInfoCB");
+    m_uploadClient->SetDeviceInfo(info);
+}
+
+void DFTriggerHandler::UploadDiagFileRequestCB(const DFSCommonPB::UploadRequest& request, Answer* response)
+{
+    const LogScope scope(s_log, __func__, "DFTriggerHandler::UploadDiagFileRequestCB");
+    if (m_isBusy) {
+        LogProgress(s_log, __func__, "******Cannot service current request, system is busy");
+        // The requester of the request in progress is told, not the new one, which gets no answer: deliberate.
+        (*m_response)(kBusyAnswer, 555);
+        return;
+    }
+    RemoveOldDiagnosticFiles();
+    m_response = response;
+    if (request.filetoupload().empty()) {
+        BeginStandardUpload(request);
+    } else {
+        BeginCustomUpload(request);
+    }
+}
+
+void DFTriggerHandler::BeginCustomUpload(const DFSCommonPB::UploadRequest& request)
+{
+    const std::string& path = request.filetoupload();
+    LogProgress(s_log, __func__, "Processing custom file upload: ", path);
+    if (request.filetype_size() != 1) {
+        LogLine(s_log, LOG_LEVEL_ERROR, __func__, kCustomFileNeedsOneType, ", got: ", request.filetype_size());
+        (*m_response)(kCustomFileNeedsOneType, 400);
+        return;
+    }
+    std::string subType = "custom_file";
+    if (!request.subtype().empty()) {
+        subType = request.subtype();
+        LogProgress(s_log, __func__, "Using provided subType: ", subType);
+    }
+    const std::string output = kCustomOutputPrefix + path.substr(path.rfind('/') + 1);
+    m_diagnosticItems.push_back(std::make_unique<DFDiagItemExistingFile>(m_harvester, path, output, request.filetype(0),
+                                                                         subType, DFSCommonPB::EXISTING_FILE,
+                                                                         &m_harvestSysInfoResponseCB));
+    m_requestedInputs = {path};
+    m_isBusy = true;
+    ProcessDiagnosticItem();
+}
+
+void DFTriggerHandler::BeginStandardUpload(const DFSCommonPB::UploadRequest& request)
+{
+    LogProgress(s_log, __func__, "Processing standard file types upload");
+    LogProgress(s_log, __func__, "uploadRequest.filetype_size(): ", request.filetype_size());
+    std::vector<DFSCommonPB::DiagFileType> types;
+    for (const int type : request.filetype()) {
+        LogProgress(s_log, __func__, "fileToUpload:", type);
+        types.push_back(static_cast<DFSCommonPB::DiagFileType>(type));
+    }
+    if (!request.subtype().empty()) {
+        LogProgress(s_log, __func__, "Filtering by subType: ", request.subtype());
+    }
+    PopulateReqDiagItemsInputList(types, request.subtype());
+    m_isBusy = true;
+    ProcessDiagnosticItem();
+}
+
+void DFTriggerHandler::PopulateReqDiagItemsInputList(const std::vector<DFSCommonPB::DiagFileType>& types,
+                                                     const std::string& subTypeFilter)
+{
+    m_requestedInputs.clear();
+    const bool isEverything = types.size() == 1 && types.front() == DFSCommonPB::UPLOAD_EVERYTHING;
+    if (isEverything) {
+        LogProgress(s_log, __func__, "UPLOAD_EVERYTHING");
+    }
+    for (const DFSCommonPB::DiagFileType type : types) {
+        LogProgress(s_log, __func__, "diagFileType loop");
+        for (const auto& item : m_diagnosticItems) {
+            LogProgress(s_log, __func__, "m_diagnosticItems loop");
+            if (!isEverything && item->GetDiagFileType() != type) {
+                continue;
+            }
+            if (!subTypeFilter.empty() && subTypeFilter != item->GetSubType()) {
+                LogProgress(s_log, __func__, "Filtering out item with subType: ", item->GetSubType(),
+                            " (requested: ", subTypeFilter, ")");
+                continue;
+            }
+            LogProgress(s_log, __func__, "Including diagnostic item with subType: ", item->GetSubType());
+            m_requestedInputs.push_back(item->GetInput());
+        }
+    }
+}
+
+DFDiagnosticItem* DFTriggerHandler::FindRequestedDiagItem()
+{
+    const LogScope scope(s_log, __func__);
+    if (m_requestedInputs.empty()) {
+        LogProgress(s_log, __func__, "No more diagnostic items to process - inputs list is empty");
+        return nullptr;
+    }
+    const std::string input = std::move(m_requestedInputs.front());
+    m_requestedInputs.pop_front();
+    LogProgress(s_log, __func__, "requested input:", input);
+    for (const auto& item : m_diagnosticItems) {
+        if (item->GetInput() == input) {
+            return item.get();
+        }
+    }
+    // This ends the collection, whatever is left of the list: deliberate.
+    LogLine(s_log, LOG_LEVEL_WARNING, __func__, "Could not find diagnostic item with input: ", input);
+    return nullptr;
+}
+
+void DFTriggerHandler::ProcessDiagnosticItem()
+{
+    const LogScope scope(s_log, __func__, "ProcessDiagnosticItem", "ProcessDiagnosticIte");
+    m_currentItem = FindRequestedDiagItem();
+    if (m_currentItem == nullptr) {
+        FinishCollection();
+        return;
+    }
+    LogProgress(s_log, __func__, "GetInput(): ", m_currentItem->GetInput());
+    LogProgress(s_log, __func__, "GetOutputFilename(): ", m_currentItem->GetOutputFilename());
+    LogProgress(s_log, __func__, "GetHarvestType(): ", m_currentItem->GetHarvestType());
+    LogProgress(s_log, __func__, "GetDiagFileType(): ", m_currentItem->GetDiagFileType());
+    m_currentItem->ProcessDiagnosticItem();
+}
+
+void DFTriggerHandler::FinishCollection()
+{
+    constexpr const char* kOperation = "ProcessDiagnosticItem";
+    LogProgress(s_log, kOperation, "ProcessDiagnosticItem - All diagnostic items have  been processed");
+    LogProgress(s_log, kOperation, "UploadManifest size: ", m_uploadManifest.item_size());
+    if (m_uploadManifest.item_size() == 0) {
+        LogProgress(s_log, kOperation,
+                    "ProcessDiagnosticItem - All diagnostic items have been processed & manifest is empty");
+        FinishRequest("Manifest is empty, nothing to upload", 400);
+        return;
+    }
+    WriteUploadManifest();
+    CreateTarballFromManifest();
+}
+
+void DFTriggerHandler::HarvestSysInfoResponseCB(const std::string& /*text*/, int code)
+{
+    const LogScope scope(s_log, __func__);
+    if (code == 200) {
+        LogProgress(s_log, __func__, "System information was harvested successfully");
+        m_currentItem->AddFileToManifest(m_uploadManifest);
+        DFSCommonPB::UploadTypeItem& type = *m_uploadTypes.add_uploaditems();
+        type.set_type(m_currentItem->GetDiagFileType());
+        type.set_subtype(m_currentItem->GetSubType());
+    } else {
+        LogProgress(s_log, __func__, "Harvesting system information FAILED");
+        DropCurrentItem();
+    }
+    ProcessDiagnosticItem();
+}
+
+void DFTriggerHandler::DropCurrentItem()
+{
+    // The harvested file name is a full path already, so this names no file and what the item left stays: deliberate.
+    const std::string path = kPersistenceDirectory + m_currentItem->GetHarvestedFilename();
+    std::remove(path.c_str());
+    std::remove((path + ".gz").c_str());
+}
+
+void DFTriggerHandler::GXHarvestFilepathResponseCB(const std::string& filepath)
+{
+    const LogScope scope(s_log, __func__);
+    m_currentItem->ProcessGXResponse(filepath);
+}
+
+void DFTriggerHandler::GXHarvestPayloadResponseCB(const std::string& payload)
+{
+    const LogScope scope(s_log, __func__);
+    m_currentItem->ProcessGXResponse(payload);
+}
+
+void DFTriggerHandler::GXHarvestFilepathErrorResponseCB(const std::string& /*error*/)
+{
+    const LogScope scope(s_log, __func__);
+    LogProgress(s_log, __func__, "Harvesting Gatrix Filepath FAILED");
+    DropCurrentItem();
+    ProcessDiagnosticItem();
+}
+
+void DFTriggerHandler::GXHarvestPayloadErrorResponseCB(const std::string& /*error*/)
+{
+    const LogScope scope(s_log, __func__);
+    LogProgress(s_log, __func__, "Harvesting Gatrix Payload FAILED");
+    DropCurrentItem();
+    ProcessDiagnosticItem();
+}
+
+void DFTriggerHandler::CreateUploadTarballResponseCB(bool isPacked)
+{
+    const LogScope scope(s_log, __func__);
+    if (isPacked) {
+        UploadDiagFile();
+    } else {
+        FinishRequest("Unable to create tarball", 400);
+    }
+}
+
+void DFTriggerHandler::UploadDiagFile()
+{
+    const LogScope scope(s_log, __func__);
+    m_uploadClient->PostMetadata(m_uploadTypes, kArchive, &m_uploadDiagFileRespCB);
+}
+
+void DFTriggerHandler::UploadDiagFileRespCB(const std::string& text, int code)
+{
+    const LogScope scope(s_log, __func__);
+    LogProgress(s_log, __func__, "Sending response to the diag file upload request");
+    FinishRequest(text, code);
+}
+
+void DFTriggerHandler::FinishRequest(const std::string& text, int code)
+{
+    m_isBusy = false;
+    RemoveOldDiagnosticFiles();
+    (*m_response)(text, code);
+}
+} // namespace DiagnosticFileSvc

@@ -1,0 +1,110 @@
+// What a request leaves on the device: the manifest, the list of files to pack, and the clean-up.
+
+#include <algorithm>
+#include <cstdio>
+
+#include "DFConstants.h"
+#include "DFLog.h"
+#include "DFTriggerHandler.h"
+#include "ProtoPersistenceFactory.h"
+#include "ProtoToMarkup.h"
+#include "SystemUtils.h"
+
+namespace DiagnosticFileSvc
+{
+namespace
+{
+const DPrint s_log(kTriggerHandler);
+
+constexpr double kManifestVersion = 1.0;
+
+void RemoveFile(const std::string& path)
+{
+    std::remove(path.c_str());
+}
+
+/** The manifest that the last request, or one that a crash ended, has left. Empty when there is none to be read. */
+DFSCommonPB::UploadManifest ReadManifestFile(const char* operation)
+{
+    DFSCommonPB::UploadManifest manifest;
+    const std::string text = SystemUtils::ReadFile(std::string(kPersistenceDirectory) + kUploadManifestFile);
+    if (text.empty()) {
+        LogProgress(s_log, operation, "Could not load the manifest file");
+        return manifest;
+    }
+    try {
+        ProtoToMarkup::FromJson(text, manifest);
+    } catch (const ProtoToMarkup::MarkupError& error) {
+        LogLine(s_log, LOG_LEVEL_ERROR, operation, "The manifest file cannot be read: ", error.what());
+        manifest.Clear();
+    }
+    return manifest;
+}
+} // namespace
+
+void DFTriggerHandler::WriteUploadManifest()
+{
+    const LogScope scope(s_log, __func__);
+    LogProgress(s_log, __func__, "UploadManifest size: ", m_uploadManifest.item_size());
+    m_uploadManifest.set_version(kManifestVersion);
+    if (s_log.IsLog(LOG_LEVEL_PROGRESS)) {
+        LogProgress(s_log, __func__, "UploadManifest: ", m_uploadManifest.ShortDebugString());
+    }
+    try {
+        const auto file = ProtoPersistenceFactory::Create(kUploadManifestFile, kPersistenceSubdirectory);
+        LogProgress(s_log, __func__, "Now convert manifest to json");
+        file->Store(ProtoToMarkup::ToJson(m_uploadManifest, true, false, false));
+    } catch (const ProtoPersistenceIF::ProtoPersistenceException& error) {
+        s_log.Log(LOG_LEVEL_ERROR, "%s: DFS UploadManifest store persistence error - %s", __func__, error.what());
+    } catch (const ProtoToMarkup::MarkupError& error) {
+        s_log.Log(LOG_LEVEL_ERROR, "%s: DFS UploadManifest markup error - %s", __func__, error.what());
+    }
+}
+
+void DFTriggerHandler::CreateTarballFromManifest()
+{
+    const LogScope scope(s_log, __func__);
+    std::string filesToTar = kUploadManifestFile;
+    for (const auto& item : m_uploadManifest.item()) {
+        if (item.has_filename()) {
+            filesToTar += " " + item.filename() + ".gz";
+        }
+    }
+    LogProgress(s_log, __func__, "filesToTar: ", filesToTar);
+    m_harvester->CreateUploadTarball(filesToTar, &m_createUploadTarballResponseCB);
+}
+
+void DFTriggerHandler::RemoveOldDiagnosticFiles()
+{
+    const LogScope scope(s_log, __func__, "Cleanup");
+    const DFSCommonPB::UploadManifest left = ReadManifestFile(__func__);
+    for (const auto& item : left.item()) {
+        LogProgress(s_log, __func__, "-----------------output filename from protobuf: ", item.filename());
+        if (item.filename().find('/') != std::string::npos) {
+            LogLine(s_log, LOG_LEVEL_WARNING, __func__,
+                    "Not a file of the persistence directory, left alone: ", item.filename());
+            continue;
+        }
+        const std::string path = kPersistenceDirectory + item.filename();
+        RemoveFile(path);
+        RemoveFile(path + ".gz");
+    }
+    RemoveFile(kArchive);
+    RemoveFile(std::string(kPersistenceDirectory) + kUploadManifestFile);
+
+    m_currentItem = nullptr;
+    m_uploadManifest.Clear();
+    m_uploadTypes.Clear();
+
+    const auto isTemporary = [](const std::unique_ptr<DFDiagnosticItem>& item) {
+        if (item->GetOutputFilename().rfind(kCustomOutputPrefix, 0) != 0) {
+            return false;
+        }
+        LogProgress(s_log, "RemoveOldDiagnosticFiles",
+                    "Removing temporary custom file diagnostic item with subType: ", item->GetSubType());
+        return true;
+    };
+    m_diagnosticItems.erase(std::remove_if(m_diagnosticItems.begin(), m_diagnosticItems.end(), isTemporary),
+                            m_diagnosticItems.end());
+}
+} // namespace DiagnosticFileSvc

@@ -1,0 +1,191 @@
+// The registry of diagnostic items and its configuration file.
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+#include "DFConstants.h"
+#include "DFDiagItemExistingFile.h"
+#include "DFDiagItemScript.h"
+#include "DFLog.h"
+#include "DFTriggerHandler.h"
+#include "ProtoPersistenceFactory.h"
+#include "ProtoToMarkup.h"
+#include "SystemUtils.h"
+
+namespace DiagnosticFileSvc
+{
+namespace
+{
+const DPrint s_log(kTriggerHandler);
+
+constexpr double kConfigurationVersion = 1.2;
+
+struct BuiltInItem
+{
+    const char* subType;
+    DFSCommonPB::DiagFileType fileType;
+    const char* input;
+    const char* output;
+    bool isExistingFile;
+};
+
+// The disk-free type is that of the memory and disk script, and the update files, plain text, end in ".json": kept.
+constexpr BuiltInItem kBuiltInItems[] = {
+    {"logread", DFSCommonPB::LOGREAD, kSystemLogScript, kSystemLogOutput, false},
+    {"network info", DFSCommonPB::NETWORKING_INFO, kNetworkingScript, kNetworkingOutput, false},
+    {"mfg_data", DFSCommonPB::PERSIST_MFGDATA, kManufacturingData, kManufacturingDataOutput, true},
+    {"proc_loadavg", DFSCommonPB::PROC_LOADAVG, kLoadAverage, kLoadAverageOutput, true},
+    {"memory disk info", DFSCommonPB::DISK_FREE_INFO, kMemoryDiskScript, kMemoryDiskOutput, false},
+    {"uptime", DFSCommonPB::PROC_UPTIME, kUptimeScript, kUptimeOutput, false},
+    {"mpstat", DFSCommonPB::MPSTAT, kCpuStatisticsScript, kCpuStatisticsOutput, false},
+    {"top", DFSCommonPB::TOP, kProcessListScript, kProcessListOutput, false},
+    {"swup_hsm_states", DFSCommonPB::SWUP_HSM_STATES, kUpdateStates, kUpdateStatesOutput, true},
+    {"swup_sys_status", DFSCommonPB::SWUP_SYS_STATUS, kUpdateSystemStatus, kUpdateSystemStatusOutput, true},
+    {"swup_release_history", DFSCommonPB::SWUP_RELEASE_HISTORY, kUpdateReleaseHistory, kUpdateReleaseHistoryOutput,
+     true},
+    {"coredumpfilelist", DFSCommonPB::CORE_DUMP_FILE_LIST, kCoreDumpListCommand, kCoreDumpListOutput, false},
+};
+
+std::string ConfigurationPath()
+{
+    return std::string(kPersistenceDirectory) + kItemConfigurationFile;
+}
+} // namespace
+
+void DFTriggerHandler::SetGatrixClient(std::shared_ptr<DFGatrixClient> gatrixClient)
+{
+    const LogScope scope(s_log, __func__, "DFTriggerHandler::SetGatrixClient");
+    m_setGatrixClientCB(std::move(gatrixClient));
+}
+
+void DFTriggerHandler::SetGatrixClientCB(const std::shared_ptr<DFGatrixClient>& gatrixClient)
+{
+    const LogScope scope(s_log, __func__, "DFTriggerHandler::SetGatrixClientCB");
+    m_gatrixClient = gatrixClient;
+    LoadDiagItemsFromConfigFile();
+}
+
+void DFTriggerHandler::DiagItemRegistration(DFDiagnosticItem item)
+{
+    const LogScope scope(s_log, __func__, "DFTriggerHandler::DiagItemRegistration");
+    m_diagItemRegistrationCB(std::move(item));
+}
+
+void DFTriggerHandler::DiagItemRegistrationCB(const DFDiagnosticItem& item)
+{
+    const LogScope scope(s_log, __func__, "DFTriggerHandler::DiagItemRegistrationCB");
+    LogProgress(s_log, __func__, "GetInput(): ", item.GetInput());
+    LogProgress(s_log, __func__, "GetOutputFilename(): ", item.GetOutputFilename());
+    LogProgress(s_log, __func__, "GetHarvestType(): ", item.GetHarvestType());
+    LogProgress(s_log, __func__, "GetDiagFileType(): ", item.GetDiagFileType());
+    LogProgress(s_log, __func__, "GetSubType(): ", item.GetSubType());
+
+    const bool isKnown = std::any_of(m_diagnosticItems.begin(), m_diagnosticItems.end(),
+                                     [&item](const auto& known) { return known->GetSubType() == item.GetSubType(); });
+    if (isKnown) {
+        LogProgress(s_log, __func__, "!!!!!!!!!!!!!!!!!the new diagFileItem already is in the list");
+        return;
+    }
+    LogProgress(s_log, __func__, "Adding new diagFileItem to the list of diagnosticItems");
+    if (auto made = MakeItem(item)) {
+        m_diagnosticItems.push_back(std::move(made));
+    }
+}
+
+std::unique_ptr<DFDiagnosticItem> DFTriggerHandler::MakeItem(const DFDiagnosticItem& item)
+{
+    constexpr const char* kOperation = "DiagItemRegistrationCB";
+    switch (item.GetHarvestType()) {
+        case DFSCommonPB::SCRIPT:
+            LogProgress(s_log, kOperation, "DFSCommonPB::HarvestType::SCRIPT");
+            return std::make_unique<DFDiagItemScript>(m_harvester, item, &m_harvestSysInfoResponseCB);
+        case DFSCommonPB::EXISTING_FILE:
+            LogProgress(s_log, kOperation, "DFSCommonPB::HarvestType::EXISTING_FILE");
+            return std::make_unique<DFDiagItemExistingFile>(m_harvester, item, &m_harvestSysInfoResponseCB);
+        default:
+            LogProgress(s_log, kOperation, "Unsupported DFSCommonPB::HarvestType");
+            return nullptr;
+    }
+}
+
+void DFTriggerHandler::RegisterBuiltInItems()
+{
+    for (const BuiltInItem& item : kBuiltInItems) {
+        if (item.isExistingFile) {
+            m_diagnosticItems.push_back(std::make_unique<DFDiagItemExistingFile>(
+                m_harvester, item.input, item.output, item.fileType, item.subType, DFSCommonPB::EXISTING_FILE,
+                &m_harvestSysInfoResponseCB));
+        } else {
+            m_diagnosticItems.push_back(
+                std::make_unique<DFDiagItemScript>(m_harvester, item.input, item.output, item.fileType, item.subType,
+                                                   DFSCommonPB::SCRIPT, &m_harvestSysInfoResponseCB));
+        }
+    }
+}
+
+void DFTriggerHandler::LoadDiagItemsFromConfigFile()
+{
+    const LogScope scope(s_log, __func__);
+    const std::string path = ConfigurationPath();
+    if (!SystemUtils::Exists(path)) {
+        LogProgress(s_log, __func__, "--- Diag Item Config DOES NOT Exist so create it");
+        RegisterBuiltInItems();
+        CreateDiagItemConfigFile();
+        return;
+    }
+    LogProgress(s_log, __func__, "--- Diag Item Config Exists so Load it");
+    const std::string text = SystemUtils::ReadFile(path);
+    if (text.empty()) {
+        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "Could not load the diagnostic configuration file file");
+        return;
+    }
+    DFSCommonPB::diagItemConfigList list;
+    try {
+        ProtoToMarkup::FromJson(text, list);
+    } catch (const ProtoToMarkup::MarkupError& error) {
+        // It goes the way of a file of another version: without items the service would be of no use.
+        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The diagnostic configuration file cannot be read: ", error.what());
+        list.Clear();
+    }
+    LogProgress(s_log, __func__, "diagItemConfigList file_version: ", list.version());
+    if (list.version() != kConfigurationVersion) {
+        LogProgress(s_log, __func__, "diagItemConfigList file version does not match current version");
+        std::remove(path.c_str());
+        RegisterBuiltInItems();
+        CreateDiagItemConfigFile();
+        return;
+    }
+    for (const auto& registration : list.item()) {
+        DiagItemRegistrationCB(DFDiagnosticItem(registration));
+    }
+}
+
+void DFTriggerHandler::CreateDiagItemConfigFile()
+{
+    const LogScope scope(s_log, __func__);
+    DFSCommonPB::diagItemConfigList list;
+    for (const auto& item : m_diagnosticItems) {
+        DFSCommonPB::diagItemRegistration& registration = *list.add_item();
+        registration.set_input(item->GetInput());
+        registration.set_filetype(item->GetDiagFileType());
+        registration.set_subtype(item->GetSubType());
+        registration.set_harvesttype(item->GetHarvestType());
+        registration.set_outputfilename(item->GetOutputFilename());
+    }
+    list.set_version(kConfigurationVersion);
+    s_log.Log(LOG_LEVEL_PROGRESS, "%s: m_diagItemCreateConfigList size: %d", __func__, list.item_size());
+    try {
+        const std::string json = ProtoToMarkup::ToJson(list, true, false, false);
+        LogProgress(s_log, __func__, "DiagItemConfigFile: ", json);
+        const auto file = ProtoPersistenceFactory::Create(kItemConfigurationFile, kPersistenceSubdirectory);
+        LogProgress(s_log, __func__, "Now convert diag items to json");
+        file->Store(json);
+    } catch (const ProtoPersistenceIF::ProtoPersistenceException& error) {
+        s_log.Log(LOG_LEVEL_ERROR, "%s: DFS WriteDiagItemConfigFile store persistence error - %s", __func__,
+                  error.what());
+    } catch (const ProtoToMarkup::MarkupError& error) {
+        s_log.Log(LOG_LEVEL_ERROR, "%s: DFS WriteDiagItemConfigFile markup error - %s", __func__, error.what());
+    }
+}
+} // namespace DiagnosticFileSvc

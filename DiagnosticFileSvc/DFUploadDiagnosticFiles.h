@@ -1,0 +1,93 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "APTask.h"
+#include "AsyncCallback.h"
+#include "CHttpInterface.h"
+#include "DeviceManager.pb.h"
+#include "HSMResponse.h"
+#include "UploadSysInfo.pb.h"
+
+namespace DiagnosticFileSvc
+{
+/**
+ * The task that sends an archive to the cloud in two phases: a metadata record, whose answer names an upload URL, then
+ * the archive itself. Retries happen below it, in the HTTP interface; it sees final responses only.
+ *
+ * One upload at a time: the starter does not begin another before it has the result. Public operations may be called
+ * from any thread: they only post to the task.
+ */
+class DFUploadDiagnosticFiles : public APTask
+{
+public:
+    /** Receives the last response's body and its HTTP status, 0 when there was no response. */
+    using Result = AsyncCallback<const std::string, int>;
+
+    /** The single instance, made and started by the first call and never destroyed. */
+    static DFUploadDiagnosticFiles& GetInstance();
+
+    /**
+     * Starts an upload.
+     *
+     * @param items       what the archive holds, for the metadata
+     * @param archivePath full path of the archive, which must stay until the result is known
+     * @param result      invoked once: with 400 when the archive cannot be read, otherwise with what the cloud said.
+     * Not owned; must stay alive until then.
+     *
+     * Without the product's identity in the manufacturing data the process ends with status 1.
+     */
+    void PostMetadata(DFSCommonPB::UploadTypes items, std::string archivePath, Result* result);
+
+    /** The device information from which later uploads take the device's name. */
+    void SetDeviceInfo(DeviceManagerPb::DeviceInfo info);
+
+protected:
+    void OnEntry() override;
+
+private:
+    using Headers = std::map<std::string, std::string>;
+
+    DFUploadDiagnosticFiles();
+
+    void PostMetadataCB(const DFSCommonPB::UploadTypes& items, const std::string& archivePath, Result* result);
+    void SetDeviceInfoCB(const DeviceManagerPb::DeviceInfo& info);
+    void MetaDataPostRespCB(const Http::HSMResponse& response);
+    void DiagFilePostRespCB(const Http::HSMResponse& response);
+
+    void LoadMetadata();
+    void LoadProductJwt();
+    void BuildMetadataPostHeader();
+    void BuildMetadataPayload(const DFSCommonPB::UploadTypes& items);
+    void BuildDiagnosticFilePostHeader();
+    void PostDiagnosticFile(const std::string& uploadUrl);
+    bool CalculateMD5Checksum(const std::string& path);
+
+    const AsyncCallback<DFSCommonPB::UploadTypes, std::string, Result*> m_postMetadataCB;
+    const AsyncCallback<DeviceManagerPb::DeviceInfo> m_setDeviceInfoCB;
+    const AsyncCallback<Http::HSMResponse> m_metaDataPostRespCB;
+    const AsyncCallback<Http::HSMResponse> m_diagFilePostRespCB;
+
+    /** For the archive, straight to the upload URL. */
+    Http::CHttpInterface m_directHttp;
+    /** For the metadata. */
+    Http::CHttpInterface m_proxiedHttp;
+    std::shared_ptr<Http::IHttpOpHandle> m_operation;
+
+    std::string m_productName;
+    std::string m_productType;
+    std::string m_productId;
+    DeviceManagerPb::DeviceInfo m_deviceInfo;
+    /** The product's access token; empty while the device holds none. */
+    std::string m_accessToken;
+    Headers m_metadataHeaders;
+    Headers m_archiveHeaders;
+    std::string m_metadataPayload;
+    /** MD5 of the archive, 32 lower-case hexadecimal digits. */
+    std::string m_archiveMd5;
+    std::string m_archivePath;
+    Result* m_result = nullptr;
+};
+} // namespace DiagnosticFileSvc

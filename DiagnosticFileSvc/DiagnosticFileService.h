@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+
+#include "APTask.h"
+#include "APTaskManager.h"
+
+namespace DiagnosticFileSvc
+{
+class DFCliHandler;
+class DFTriggerHandler;
+
+/**
+ * The service: creates its tasks and interface objects on a task of its own, then waits there for as long as they run.
+ * Made on the main thread and kept for the life of the process.
+ */
+class DiagnosticFileService : public APTaskManager, private APTask
+{
+public:
+    /** Starts the service's task. @throws std::system_error when the kernel has no thread to give. */
+    DiagnosticFileService();
+    ~DiagnosticFileService() override;
+
+protected:
+    void OnEntry() override;
+    void CreateAllTasks() override;
+
+private:
+    void CreateSystemInterfaceObjects();
+
+    /** A single instance of the process, not owned. */
+    DFTriggerHandler* m_triggerHandler = nullptr;
+};
+} // namespace DiagnosticFileSvc

@@ -1,0 +1,29 @@
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+
+#include "DPrint.h"
+#include "DiagnosticFileService.h"
+#include "HttpGlobal.h"
+#include "SystemUtils.h"
+
+int main()
+{
+    try {
+        DPrint::Initialize();
+        SystemUtils::ThereCanBeOnlyOne();
+        std::signal(SIGPIPE, SIG_IGN);
+        Http::InitializeProcess();
+        const DiagnosticFileSvc::DiagnosticFileService service;
+        DPrint::Initialize();
+        for (;;) {
+            pause();
+        }
+    } catch (const std::exception& error) {
+        std::clog << SystemUtils::GetEXE() << ": Caught top level exception: " << error.what() << std::endl;
+        std::_Exit(EXIT_FAILURE);
+    }
+}

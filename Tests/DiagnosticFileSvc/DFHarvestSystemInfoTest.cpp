@@ -1,0 +1,82 @@
+#include "DFHarvestSystemInfo.h"
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "AnswerProbe.h"
+#include "TemporaryFolder.h"
+
+namespace
+{
+using DiagnosticFileSvc::DFHarvestSystemInfo;
+using Answers = std::vector<AnswerProbe::Answer>;
+
+class ArchiveProbe : public APTask
+{
+public:
+    ArchiveProbe() : APTask("ArchiveProbe", 0, CTask::NOT_REALTIME, -1), callback(this, this, &ArchiveProbe::Take)
+    {
+        Start();
+    }
+    ~ArchiveProbe() override { Stop(); }
+
+    std::vector<bool> WaitFor(std::size_t count)
+    {
+        std::unique_lock lock(m_mutex);
+        m_arrived.wait_for(lock, kDeadline, [&] { return m_answers.size() >= count; });
+        return m_answers;
+    }
+
+    AsyncCallback<bool> callback;
+
+private:
+    void Take(bool answer)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_answers.push_back(answer);
+        m_arrived.notify_all();
+    }
+    std::mutex m_mutex;
+    std::condition_variable m_arrived;
+    std::vector<bool> m_answers;
+};
+} // namespace
+
+TEST(DFHarvestSystemInfo, AnswersEachCollectionInTurn)
+{
+    const TemporaryFolder folder;
+    AnswerProbe first;
+    AnswerProbe second;
+    DFHarvestSystemInfo harvester;
+    harvester.CollectRequestedInfo("echo before; exit 1", folder.Path() + "/failed", &first.callback);
+    harvester.CollectRequestedInfo("test -e " + folder.Path() + "/failed.gz", folder.Path() + "/after",
+                                   &second.callback);
+    harvester.Start();
+    EXPECT_EQ(second.WaitFor(1), (Answers{{"Success message", 200}})) << "the first run was over by then";
+    EXPECT_EQ(first.WaitFor(1), (Answers{{"Development success message", 400}}));
+    EXPECT_TRUE(std::filesystem::exists(folder.Path() + "/failed.gz"));
+}
+
+TEST(DFHarvestSystemInfo, AnswersAnArchiveWithTrue_EvenWhenTheScriptFails)
+{
+    ArchiveProbe probe;
+    DFHarvestSystemInfo harvester;
+    harvester.Start();
+    harvester.CreateUploadTarball("no-such-file", &probe.callback);
+    EXPECT_EQ(probe.WaitFor(1), std::vector<bool>{true});
+    EXPECT_FALSE(std::filesystem::exists("/mnt/nv/product-persistence/dfs_diagfile.tar.gz"));
+}
+
+TEST(DFHarvestSystemInfo, AnswersAFailedSiteScan)
+{
+    AnswerProbe probe;
+    DFHarvestSystemInfo harvester;
+    harvester.Start();
+    harvester.CollectWifiSiteScan("exit 1", &probe.callback);
+    EXPECT_EQ(probe.WaitFor(1), (Answers{{"Development failure message", 400}}));
+}

@@ -1,0 +1,160 @@
+#include "DFTriggerHandler.h"
+
+#include <gmock/gmock.h>
+
+#include "Pipeline.h"
+#include "TemporaryFolder.h"
+
+namespace
+{
+using namespace DFSCommonPB;
+using testing::HasSubstr;
+using SubTypes = std::vector<std::string>;
+
+class DFTriggerHandler : public Pipeline
+{
+protected:
+    DiagCloud::CloudServer m_cloud{CloudOnItsPort()};
+};
+
+const AnswerProbe::Answer kEmptyManifest("Manifest is empty, nothing to upload", 400);
+const AnswerProbe::Answer kOneTypeNeeded("Custom file upload requires exactly one file type", 400);
+const AnswerProbe::Answer kNoTarball("Unable to create tarball", 400);
+} // namespace
+
+TEST_F(DFTriggerHandler, CollectsTheItemsThatTypesAndSubTypeSelect)
+{
+    StartWithRegistry();
+    const struct
+    {
+        std::vector<DiagFileType> types;
+        const char* subType;
+        SubTypes selected;
+    } cases[] = {
+        {{PROC_LOADAVG}, "", {"proc_loadavg"}},
+        {{PERSIST_MFGDATA, PROC_LOADAVG}, "", {"mfg_data", "proc_loadavg"}},
+        {{UPLOAD_EVERYTHING}, "mfg_data", {"mfg_data"}},
+        {{UPLOAD_EVERYTHING, PROC_LOADAVG}, "", {"proc_loadavg"}},
+        {{PROC_LOADAVG, PROC_LOADAVG}, "", {"proc_loadavg", "proc_loadavg"}},
+        {{PROC_LOADAVG, SWUP_HSM_STATES}, "", {"proc_loadavg"}}, // a device without updates: that item fails
+        {{PROC_LOADAVG}, "proc_Loadavg", {}},
+        {{PROC_LOADAVG}, " proc_loadavg", {}},
+        {{PROC_STAT}, "", {}},
+        {{}, "", {}},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(testing::PrintToString(each.types) + " " + each.subType);
+        const auto answer = Ask(RequestOf(each.types, each.subType));
+        if (each.selected.empty()) {
+            EXPECT_EQ(answer, kEmptyManifest);
+        } else {
+            EXPECT_EQ(answer.second, 200) << answer.first;
+            EXPECT_EQ(LatestUpload(m_cloud).SubTypes(), each.selected);
+        }
+    }
+}
+
+TEST_F(DFTriggerHandler, UploadsWhatTheItemsHold_AndLeavesNothingBehind)
+{
+    StartWithRegistry();
+    const auto before = PersistenceFiles();
+    const auto answer = Ask(RequestOf({PERSIST_MFGDATA, PROC_UPTIME}));
+    EXPECT_EQ(answer.second, 200) << answer.first;
+
+    const ArrivedUpload upload = LatestUpload(m_cloud);
+    EXPECT_TRUE(upload.IsWhole());
+    EXPECT_EQ(upload.Content("mfg_data"), ReadWholeFile("/persist/mfg_data.json"));
+    EXPECT_EQ(upload.manifest.version(), 1.0);
+    EXPECT_EQ(upload.manifest.item(0).type(), PERSIST_MFGDATA);
+    EXPECT_THAT(upload.manifest.item(1).filename(), testing::MatchesRegex("dfs_uptime_[0-9]{14}\\.txt"));
+    EXPECT_THAT(upload.metadata, HasSubstr(R"("uploadedItems":[{"type":"PERSIST_MFGDATA","subType":"mfg_data"},)"
+                                           R"({"type":"PROC_UPTIME","subType":"uptime"}])"));
+    EXPECT_EQ(PersistenceFiles(), before);
+}
+
+TEST_F(DFTriggerHandler, UploadsACustomFile_AndForgetsItsItem)
+{
+    StartWithRegistry();
+    WriteWholeFile("/tmp/logs/c.log", "what went wrong\n");
+
+    EXPECT_EQ(Ask(CustomRequestOf("/tmp/logs/c.log", {USER_SPECIFIED_FILE})).second, 200);
+    ArrivedUpload upload = LatestUpload(m_cloud);
+    EXPECT_EQ(upload.Content("custom_file"), "what went wrong\n");
+    EXPECT_THAT(upload.manifest.item(0).filename(), testing::MatchesRegex("dfs_custom_c_[0-9]{14}\\.log"));
+
+    EXPECT_EQ(Ask(CustomRequestOf("/tmp/logs/c.log", {INTROSPECTION}, "trace of Tuesday")).second, 200);
+    upload = LatestUpload(m_cloud);
+    EXPECT_EQ(upload.SubTypes(), SubTypes{"trace of Tuesday"});
+    EXPECT_EQ(upload.manifest.item(0).type(), INTROSPECTION);
+
+    EXPECT_EQ(Ask(RequestOf({USER_SPECIFIED_FILE})), kEmptyManifest) << "the temporary items are gone";
+    EXPECT_EQ(Ask(CustomRequestOf("/tmp/logs/none.log", {USER_SPECIFIED_FILE})), kEmptyManifest);
+}
+
+TEST_F(DFTriggerHandler, RefusesACustomFileOfOtherThanOneType_AndStaysFree)
+{
+    StartWithRegistry();
+    EXPECT_EQ(Ask(CustomRequestOf("/persist/mfg_data.json", {})), kOneTypeNeeded);
+    EXPECT_EQ(Ask(CustomRequestOf("/persist/mfg_data.json", {TOP, LOGREAD})), kOneTypeNeeded);
+    EXPECT_EQ(Ask(CustomRequestOf("", {PROC_LOADAVG, PERSIST_MFGDATA})).second, 200) << "an empty path is none";
+}
+
+TEST_F(DFTriggerHandler, TellsTheFirstRequesterWhenASecondComes)
+{
+    StartWithRegistry();
+    Register("while [ ! -e /tmp/go ]; do sleep 0.02; done; echo went", "waiting");
+    AnswerProbe first;
+    AnswerProbe second;
+    m_handler.UploadDiagFileRequest(RequestOf({EXE_SCRIPT}), &first.callback);
+    m_handler.UploadDiagFileRequest(RequestOf({PROC_LOADAVG}), &second.callback);
+    EXPECT_EQ(first.WaitFor(1), (Answers{{"Unable to process request, system busy", 555}}));
+
+    WriteWholeFile("/tmp/go", "");
+    const Answers answers = first.WaitFor(2);
+    ASSERT_EQ(answers.size(), 2U);
+    EXPECT_EQ(answers[1].second, 200) << answers[1].first;
+    EXPECT_EQ(LatestUpload(m_cloud).SubTypes(), SubTypes{"waiting"});
+
+    m_handler.UploadDiagFileRequest(RequestOf({PROC_LOADAVG}), &second.callback);
+    EXPECT_EQ(second.WaitFor(1).size(), 1U) << "the refused request is never answered, the next one is";
+}
+
+TEST_F(DFTriggerHandler, RemovesWhatACrashHasLeft_ButNothingElse)
+{
+    const std::string directory = kPersistence;
+    WriteWholeFile(directory + "dfs_uploadmanifest.json",
+                   R"({"UploadManifest":{"item":[)"
+                   R"({"filename":"dfs_top_20240131235959.txt","type":"TOP","subType":"top"},)"
+                   R"({"filename":"../../persist/mfg_data.json","type":"TOP","subType":"trick"},)"
+                   R"({"filename":"/tmp/kept","type":"TOP","subType":"trick"}],"version":1}})");
+    for (const char* left : {"dfs_top_20240131235959.txt", "dfs_top_20240131235959.txt.gz", "dfs_diagfile.tar.gz"}) {
+        WriteWholeFile(directory + left, "left");
+    }
+    WriteWholeFile("/tmp/kept", "kept");
+    WriteWholeFile(directory + "someone-elses.json", "kept");
+    StartWithoutItems();
+    EXPECT_EQ(Ask(RequestOf({TOP})), kEmptyManifest);
+    EXPECT_EQ(PersistenceFiles(), std::set<std::string>{"someone-elses.json"});
+    EXPECT_EQ(ReadWholeFile("/tmp/kept"), "kept");
+    EXPECT_TRUE(std::filesystem::exists("/persist/mfg_data.json"));
+}
+
+TEST_F(DFTriggerHandler, PassesAManifestThatCannotBeRead)
+{
+    for (const char* content : {"{\"UploadManifest\":", "[]", "{\"item\":[{\"filename\":\"x\"}]}"}) {
+        WriteWholeFile(std::string(kPersistence) + "dfs_uploadmanifest.json", content);
+        StartWithoutItems();
+        EXPECT_EQ(Ask(RequestOf({TOP})), kEmptyManifest);
+        EXPECT_TRUE(PersistenceFiles().empty());
+    }
+}
+
+TEST_F(DFTriggerHandler, AnswersWhenTheArchiveCannotBeRead_AndStaysFree)
+{
+    StartWithRegistry();
+    const std::string inTheWay = std::string(kPersistence) + "dfs_diagfile.tar.gz";
+    WriteWholeFile(inTheWay + "/file", "");
+    EXPECT_EQ(Ask(RequestOf({PROC_LOADAVG})), kNoTarball);
+    std::filesystem::remove_all(inTheWay);
+    EXPECT_EQ(Ask(RequestOf({PROC_LOADAVG})).second, 200);
+}

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <future>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "AnswerProbe.h"
+#include "CloudServer.h"
+#include "DFTriggerHandler.h"
+#include "Deadline.h"
+#include "HttpGlobal.h"
+#include "Upload.h"
+
+/** The real tasks of the service, with the cloud's stand-in, and without the process around them. */
+class Pipeline : public testing::Test
+{
+protected:
+    using Answers = std::vector<AnswerProbe::Answer>;
+
+    static constexpr char kPersistence[] = "/mnt/nv/product-persistence/";
+
+    void SetUp() override { Http::InitializeProcess(); }
+
+    void StartWithRegistry()
+    {
+        m_handler.SetGatrixClient(nullptr);
+        m_handler.Start();
+        Drain();
+    }
+
+    void StartWithoutItems() { m_handler.Start(); }
+
+    /** Waits until the trigger handler has done what was posted to it. */
+    void Drain()
+    {
+        std::promise<void> done;
+        m_handler.Post([&done] { done.set_value(); });
+        done.get_future().wait();
+    }
+
+    static DFSCommonPB::UploadRequest RequestOf(const std::vector<DFSCommonPB::DiagFileType>& types,
+                                                const std::string& subType = "")
+    {
+        DFSCommonPB::UploadRequest request;
+        for (const auto type : types) {
+            request.add_filetype(type);
+        }
+        if (!subType.empty()) {
+            request.set_subtype(subType);
+        }
+        return request;
+    }
+
+    static DFSCommonPB::UploadRequest CustomRequestOf(const std::string& path,
+                                                      const std::vector<DFSCommonPB::DiagFileType>& types,
+                                                      const std::string& subType = "")
+    {
+        DFSCommonPB::UploadRequest request = RequestOf(types, subType);
+        request.set_filetoupload(path);
+        return request;
+    }
+
+    /** The one answer to a request. */
+    AnswerProbe::Answer Ask(const DFSCommonPB::UploadRequest& request)
+    {
+        AnswerProbe probe;
+        m_handler.UploadDiagFileRequest(request, &probe.callback);
+        const Answers answers = probe.WaitFor(1);
+        EXPECT_EQ(answers.size(), 1U);
+        return answers.empty() ? AnswerProbe::Answer{"no answer", -1} : answers.front();
+    }
+
+    void Register(const std::string& input, const std::string& subType,
+                  DFSCommonPB::HarvestType harvestType = DFSCommonPB::SCRIPT,
+                  DFSCommonPB::DiagFileType fileType = DFSCommonPB::EXE_SCRIPT)
+    {
+        m_handler.DiagItemRegistration(DiagnosticFileSvc::DFDiagnosticItem(
+            input, std::string(kPersistence) + "dfs_" + subType, fileType, subType, harvestType));
+    }
+
+    static std::set<std::string> PersistenceFiles()
+    {
+        std::set<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(kPersistence)) {
+            names.insert(entry.path().filename());
+        }
+        return names;
+    }
+
+    DiagnosticFileSvc::DFTriggerHandler& m_handler = DiagnosticFileSvc::DFTriggerHandler::GetInstance();
+};
