@@ -1,0 +1,41 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ChildProcess.h"
+#include "Deadline.h"
+
+/** A device in its box: the daemon runs as on the product, and is asked over its command line. */
+class Device : public testing::Test
+{
+protected:
+    /** Starts the daemon, and waits until its registry is loaded and its command line answers. */
+    void StartService()
+    {
+        m_service = std::make_unique<ChildProcess>(std::vector<std::string>{Program("DiagnosticFileService")});
+        ASSERT_TRUE(m_service->WaitForOutput("LoadDiagItemsFromConfigFile - END"));
+        ASSERT_TRUE(m_service->WaitForOutput("GetInstance - END"));
+    }
+
+    /** Gives the tool these words, and waits until it ends. */
+    static Finished Vcli(std::vector<std::string> words)
+    {
+        words.insert(words.begin(), Program("vcli"));
+        return RunProgram(words);
+    }
+
+    /** What the log says after the text; the running test fails when it does not say it. */
+    std::string LogAfter(const std::string& text) const
+    {
+        const std::string log = m_service->Output();
+        const std::size_t at = log.find(text);
+        EXPECT_NE(at, std::string::npos) << text << "\nis not in\n" << log;
+        return at == std::string::npos ? "" : log.substr(at + text.size());
+    }
+
+    std::unique_ptr<ChildProcess> m_service;
+};

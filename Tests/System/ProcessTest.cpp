@@ -1,0 +1,128 @@
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <regex>
+#include <sstream>
+
+#include "Device.h"
+#include "TemporaryFolder.h"
+
+namespace
+{
+
+using testing::HasSubstr;
+
+class Process : public Device
+{
+protected:
+    std::string Proc(const std::string& file) const
+    {
+        return ReadWholeFile("/proc/" + std::to_string(m_service->Pid()) + "/" + file);
+    }
+};
+} // namespace
+
+TEST_F(Process, StartsInItsOrder)
+{
+    StartService();
+    std::string rest = m_service->Output();
+    for (const char* line :
+         {"DiagnosticFileService::DiagnosticFileService - START", "DiagnosticFileService::OnEntry - START",
+          "DiagnosticFileService::CreateAllTasks - START", "DiagnosticFileService::CreateAllTasks - END",
+          "DiagnosticFileService::CreateSystemInterfaceObjects - START",
+          "Create the DFGatrixClient using shared_ptr+++++++++", "DFTriggerHandler::SetGatrixClient - END",
+          "DiagnosticFileService::CreateSystemInterfaceObjects - END", "DFTriggger::OnEntry - START",
+          "DFTriggger::OnEntry - END", "LoadDiagItemsFromConfigFile - START"}) {
+        const std::size_t at = rest.find(line);
+        ASSERT_NE(at, std::string::npos) << line << "\nin\n" << m_service->Output();
+        rest = rest.substr(at);
+    }
+    EXPECT_THAT(m_service->Output(), Not(HasSubstr("DiagnosticFileService::OnEntry - END")))
+        << "it waits for its tasks";
+}
+
+TEST_F(Process, NamesItsThreads_AndIgnoresABrokenPipe)
+{
+    StartService();
+    const auto hasThread = [this](const std::string& name) {
+        for (const auto& thread :
+             std::filesystem::directory_iterator("/proc/" + std::to_string(m_service->Pid()) + "/task")) {
+            if (ReadWholeFile(thread.path().string() + "/comm") == name + "\n") {
+                return true;
+            }
+        }
+        return false;
+    };
+    for (const char* name :
+         {"DiagnoticFileSe", "DFTriggerHandle", "DFHarvestSystem", "DFUploadDiagnos", "CLI Handler"}) {
+        EXPECT_TRUE(WaitUntil([&] { return hasThread(name); })) << name;
+    }
+    std::smatch ignored;
+    const std::string status = Proc("status");
+    ASSERT_TRUE(std::regex_search(status, ignored, std::regex("SigIgn:\\s+([0-9a-f]+)")));
+    EXPECT_NE(std::stoull(ignored[1].str(), nullptr, 16) & (1ULL << (SIGPIPE - 1)), 0U);
+}
+
+TEST_F(Process, RefusesToRunTwice_UntilTheFirstIsGone)
+{
+    StartService();
+    const Finished second = RunProgram({Program("DiagnosticFileService")});
+    EXPECT_EQ(second.status, 1);
+    EXPECT_THAT(second.output, testing::StartsWith("DiagnosticFileService: Caught top level exception: "));
+    EXPECT_THAT(second.output, HasSubstr("process " + std::to_string(m_service->Pid()) + "\n"));
+    EXPECT_EQ(std::count(second.output.begin(), second.output.end(), '\n'), 1);
+
+    kill(m_service->Pid(), SIGKILL);
+    m_service->WaitForExit();
+    StartService();
+    EXPECT_EQ(Vcli({"diagfileservice", "show", "uploadtypes"}).status, 0);
+}
+
+TEST_F(Process, GoesOnWithoutACommandLine_WhenItCannotBeHad)
+{
+    WriteWholeFile("/run/vantor/cli", "no folder");
+    StartService();
+    EXPECT_THAT(m_service->Output(), testing::ContainsRegex(" 1 CliClient: .*/run/vantor/cli"));
+    EXPECT_NE(Vcli({"diagfileservice", "show", "uploadtypes"}).status, 0);
+}
+
+TEST_F(Process, Ends_WhenTheProductHasNoIdentity)
+{
+    WriteWholeFile("/persist/mfg_data.json", R"({"productName":"VRD9","guid":"x"})");
+    StartService();
+    EXPECT_NE(Vcli({"diagfileservice", "upload", "6"}).status, 0) << "nobody is there to tell the outcome";
+    EXPECT_EQ(m_service->WaitForExit(), 1);
+    EXPECT_THAT(m_service->Output(), HasSubstr("LoadMetadata Fatal Error: No Product Type "));
+}
+
+TEST_F(Process, TakesAnythingOnItsCommandLine)
+{
+    StartService();
+    const struct
+    {
+        std::vector<std::string> words;
+        bool isAnswered;
+        const char* output;
+    } cases[] = {
+        {{"diagfileservice", "show", "uploadtypes"}, true, "Upload types = { PTS_SERVER_FILE_REQUEST, ???}\n"},
+        {{"diagfileservice", "upload", "103"}, true, "Upload Request Triggered\nUpload status code = 400\n"},
+        {{"diagfileservice", "upload", "77"}, true, "Upload Request Triggered\nUpload status code = 400\n"},
+        {{"diagfileservice", "upload", "abc"}, false, "no reply came"},
+        {{"diagfileservice", "download"}, false, "diagfileservice download"},
+        {{"help"}, true, "diagfileservice upload [uploadtype]"},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(testing::PrintToString(each.words));
+        const Finished told = Vcli(each.words);
+        EXPECT_EQ(told.status == 0, each.isAnswered) << told.output;
+        EXPECT_THAT(told.output, HasSubstr(each.output));
+    }
+    EXPECT_THAT(m_service->Output(), HasSubstr("CLI Handler: a handler ended by an exception: stoi"));
+    struct stat status
+    {};
+    ASSERT_EQ(stat("/run/vantor/cli/DiagnosticFileService.sock", &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+}

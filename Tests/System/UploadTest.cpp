@@ -1,0 +1,172 @@
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <map>
+#include <set>
+
+#include "Device.h"
+#include "TemporaryFolder.h"
+#include "Upload.h"
+
+namespace
+{
+using DiagCloud::CloudServer;
+using DiagCloud::Outcome;
+using DiagCloud::RequestKind;
+using testing::HasSubstr;
+
+class Upload : public Device
+{
+protected:
+    /** A device that has been in use, so that every built-in item has something to collect. */
+    static void LayOutUsedDevice()
+    {
+        std::filesystem::copy(
+            USED_DEVICE, "/",
+            std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing);
+    }
+
+    static std::vector<std::string> UploadWords(const std::string& type) { return {"diagfileservice", "upload", type}; }
+};
+
+constexpr char kSucceeded[] = "Upload Request Triggered\nUpload status code = 200\n";
+} // namespace
+
+TEST_F(Upload, OfEverything_BringsTheTwelveItems)
+{
+    LayOutUsedDevice();
+    const CloudServer cloud(CloudOnItsPort());
+    StartService();
+    EXPECT_EQ(Vcli({"diagfileservice", "upload"}).output, kSucceeded);
+
+    const ArrivedUpload upload = LatestUpload(cloud);
+    EXPECT_TRUE(upload.IsWhole());
+    EXPECT_EQ(upload.SubTypes(),
+              (std::vector<std::string>{"logread", "network info", "mfg_data", "proc_loadavg", "memory disk info",
+                                        "uptime", "mpstat", "top", "swup_hsm_states", "swup_sys_status",
+                                        "swup_release_history", "coredumpfilelist"}));
+    const std::map<std::string, std::string> contents = {
+        {"logread", "AudioRenderer.service: Main process exited"},
+        {"network info", "lo"},
+        {"mfg_data", "\"productName\""},
+        {"memory disk info", "MemTotal"},
+        {"top", "DiagnosticFileS"},
+        {"swup_hsm_states", "Idle -> Checking"},
+        {"swup_sys_status", "slot: B"},
+        {"swup_release_history", "1.0.67-10452"},
+        {"coredumpfilelist", "/data/logs/core.AudioRenderer.1187"},
+    };
+    for (const auto& [subType, content] : contents) {
+        EXPECT_THAT(upload.Content(subType), HasSubstr(content)) << subType;
+    }
+}
+
+TEST_F(Upload, OfEachType_BringsItsItem)
+{
+    LayOutUsedDevice();
+    const CloudServer cloud(CloudOnItsPort());
+    StartService();
+    const std::map<std::string, std::string> items = {
+        {"1", "logread"},           {"4", "network info"},
+        {"6", "proc_loadavg"},      {"7", "mfg_data"},
+        {"9", "memory disk info"},  {"10", "uptime"},
+        {"11", "mpstat"},           {"12", "swup_hsm_states"},
+        {"13", "swup_sys_status"},  {"14", "swup_release_history"},
+        {"15", "coredumpfilelist"}, {"16", "top"},
+    };
+    for (const auto& [type, subType] : items) {
+        ASSERT_EQ(Vcli(UploadWords(type)).output, kSucceeded) << type;
+        EXPECT_EQ(LatestUpload(cloud).SubTypes(), std::vector<std::string>{subType});
+    }
+    const Finished two = Vcli({"diagfileservice", "upload", "7", "6"});
+    EXPECT_EQ(two.output, kSucceeded);
+    EXPECT_EQ(LatestUpload(cloud).SubTypes(), (std::vector<std::string>{"mfg_data", "proc_loadavg"}));
+}
+
+TEST_F(Upload, WaitsAsLongAsTheCloudAsks)
+{
+    Outcome overloaded;
+    overloaded.status = 503;
+    overloaded.headers = {{"Retry-After", "1"}, {"X-Retry-Count", "2"}, {"X-Retry-Behavior", "constant"}};
+    overloaded.match = RequestKind::kMetadata;
+    Outcome limited;
+    limited.status = 429;
+    limited.headers = {{"X-Ratelimit-Remaining", "3"}, {"Retry-After", "1"}};
+    limited.match = RequestKind::kArchive;
+    const CloudServer cloud(CloudOnItsPort({overloaded, limited}));
+    StartService();
+    EXPECT_EQ(Vcli(UploadWords("6")).output, kSucceeded);
+
+    const auto requests = cloud.Requests();
+    ASSERT_EQ(requests.size(), 4U);
+    EXPECT_GE(requests[1].arrival - requests[0].arrival, std::chrono::seconds(1));
+    EXPECT_GE(requests[3].arrival - requests[2].arrival, std::chrono::seconds(1));
+    EXPECT_TRUE(LatestUpload(cloud).IsWhole()) << "the body is sent again whole";
+}
+
+TEST_F(Upload, TriesAgain_WhenTheConnectionIsReset)
+{
+    Outcome reset;
+    reset.match = RequestKind::kArchive;
+    reset.resetAfterRequestBytes = 100;
+    const CloudServer cloud(CloudOnItsPort({reset}));
+    StartService();
+    const ChildProcess vcli({Program("vcli"), "diagfileservice", "upload", "6"});
+    // The wait comes from the back-off table: 15 s, give or take 30 %.
+    ASSERT_TRUE(m_service->WaitForOutput("Attempt:1 retrying POST in "));
+    ASSERT_TRUE(vcli.WaitForOutput("Upload status code = ", std::chrono::seconds(30)));
+    EXPECT_EQ(vcli.Output(), kSucceeded);
+    EXPECT_TRUE(LatestUpload(cloud).IsWhole());
+}
+
+TEST_F(Upload, ReportsARefusal_AndTakesTheNextRequest)
+{
+    Outcome refusal;
+    refusal.status = 403;
+    refusal.body = "not today\r\nforged line";
+    Outcome garbage;
+    garbage.status = 200;
+    garbage.body = std::string("\0\x1b[2J{", 6);
+    const CloudServer cloud(CloudOnItsPort({refusal, garbage}));
+    StartService();
+    EXPECT_THAT(Vcli(UploadWords("6")).output, HasSubstr("Upload status code = 403\n"));
+    EXPECT_THAT(Vcli(UploadWords("6")).output, HasSubstr("Upload status code = 200\n")) << "the status is the cloud's";
+    EXPECT_EQ(Vcli(UploadWords("6")).output, kSucceeded);
+    EXPECT_EQ(cloud.Requests().size(), 4U);
+    EXPECT_THAT(m_service->Output(), HasSubstr(R"(response: not today\r\nforged line)"));
+}
+
+TEST_F(Upload, WhileAnotherIsInProgress_IsRefused)
+{
+    Outcome slow;
+    slow.delay = std::chrono::milliseconds(1500);
+    const CloudServer cloud(CloudOnItsPort({slow}));
+    StartService();
+    const ChildProcess first({Program("vcli"), "diagfileservice", "upload", "6"});
+    ASSERT_TRUE(m_service->WaitForOutput("post metadata url"));
+    EXPECT_THAT(Vcli(UploadWords("7")).output, HasSubstr("Upload status code = 555\n"));
+    EXPECT_TRUE(WaitUntil([&cloud] { return cloud.Requests().size() == 2; }));
+    EXPECT_EQ(LatestUpload(cloud).SubTypes(), std::vector<std::string>{"proc_loadavg"});
+}
+
+TEST_F(Upload, KeepsThePersistenceFolderClean_AlsoAfterAKill)
+{
+    LayOutUsedDevice();
+    Outcome hang;
+    hang.hang = true;
+    const CloudServer cloud(CloudOnItsPort({hang}));
+    StartService();
+    {
+        const ChildProcess vcli({Program("vcli"), "diagfileservice", "upload", "6"});
+        ASSERT_TRUE(cloud.WaitForRequest(1, kDeadline));
+    }
+    EXPECT_TRUE(std::filesystem::exists("/mnt/nv/product-persistence/dfs_diagfile.tar.gz"));
+    m_service.reset();
+    StartService();
+    EXPECT_EQ(Vcli(UploadWords("7")).output, kSucceeded);
+    std::set<std::string> left;
+    for (const auto& entry : std::filesystem::directory_iterator("/mnt/nv/product-persistence")) {
+        left.insert(entry.path().filename());
+    }
+    EXPECT_EQ(left, std::set<std::string>{"DFSDiagItemConfigurationFile.json"});
+}
