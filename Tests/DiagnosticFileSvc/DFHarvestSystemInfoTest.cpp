@@ -1,5 +1,6 @@
 #include "DFHarvestSystemInfo.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <condition_variable>
@@ -9,7 +10,10 @@
 #include <vector>
 
 #include "AnswerProbe.h"
+#include "ChildProcess.h"
+#include "HttpGlobal.h"
 #include "TemporaryFolder.h"
+#include "Upload.h"
 
 namespace
 {
@@ -72,11 +76,23 @@ TEST(DFHarvestSystemInfo, AnswersAnArchiveWithTrue_EvenWhenTheScriptFails)
     EXPECT_FALSE(std::filesystem::exists("/mnt/nv/product-persistence/dfs_diagfile.tar.gz"));
 }
 
-TEST(DFHarvestSystemInfo, AnswersAFailedSiteScan)
+TEST(DFHarvestSystemInfo, UploadsASiteScanByItself)
 {
+    Http::InitializeProcess();
+    const DiagCloud::CloudServer cloud(CloudOnItsPort());
     AnswerProbe probe;
     DFHarvestSystemInfo harvester;
     harvester.Start();
-    harvester.CollectWifiSiteScan("exit 1", &probe.callback);
+    harvester.CollectWifiSiteScan("echo networks; exit 1", &probe.callback);
     EXPECT_EQ(probe.WaitFor(1), (Answers{{"Development failure message", 400}}));
+    EXPECT_TRUE(cloud.Requests().empty());
+
+    harvester.CollectWifiSiteScan("echo networks", &probe.callback);
+    const Answers answers = probe.WaitFor(2);
+    ASSERT_EQ(answers.size(), 2U);
+    EXPECT_EQ(answers[1].second, 200) << answers[1].first;
+    const auto requests = cloud.Requests();
+    ASSERT_EQ(requests.size(), 2U);
+    EXPECT_THAT(requests[0].body, testing::HasSubstr(R"([{"type":"WIFI_SITE_SCAN","subType":"wifi site scan"}])"));
+    EXPECT_EQ(RunProgram({"gzip", "-dc", requests[1].archivePath}).output, "networks\n");
 }

@@ -83,6 +83,21 @@ TEST_F(Upload, OfEachType_BringsItsItem)
     EXPECT_EQ(LatestUpload(cloud).SubTypes(), (std::vector<std::string>{"mfg_data", "proc_loadavg"}));
 }
 
+TEST_F(Upload, GoesByTheConfigurationFile_IfThatIsOfTheVersion)
+{
+    const std::string path = "/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json";
+    const std::string item =
+        R"({"input":"encrypt-logs echo one","fileType":"TOP","subType":"one","harvestType":"SCRIPT"})";
+    const CloudServer cloud(CloudOnItsPort());
+    for (const auto& [version, subType] : {std::pair("1.2", "one"), std::pair("1.1", "top")}) {
+        WriteWholeFile(path, R"({"diagItemConfigList":{"item":[)" + item + R"(],"version":)" + version + "}}");
+        StartService();
+        EXPECT_EQ(Vcli(UploadWords("16")).output, kSucceeded);
+        EXPECT_EQ(LatestUpload(cloud).SubTypes(), std::vector<std::string>{subType});
+        m_service.reset();
+    }
+}
+
 TEST_F(Upload, WaitsAsLongAsTheCloudAsks)
 {
     Outcome overloaded;
