@@ -65,8 +65,8 @@ void DFCliHandler::RegisterCliCommands()
     }
 }
 
-void DFCliHandler::HandleCliCmd(std::uint16_t key, std::vector<std::string> arguments,
-                                AsyncCallback<std::string, int> reply, int context)
+void DFCliHandler::HandleCliCmd(std::uint16_t key, const std::vector<std::string>& arguments,
+                                const AsyncCallback<std::string, int>& reply, int context)
 {
     const LogScope scope(s_log, __func__);
     LogProgress(s_log, __func__, "cmdKey = ", key);

@@ -44,8 +44,8 @@ public:
      * @throws std::invalid_argument, std::out_of_range for an argument that is no number or none that fits an int;
      *         nothing is requested then, and no reply is given.
      */
-    void HandleCliCmd(std::uint16_t key, std::vector<std::string> arguments, AsyncCallback<std::string, int> reply,
-                      int context);
+    void HandleCliCmd(std::uint16_t key, const std::vector<std::string>& arguments,
+                      const AsyncCallback<std::string, int>& reply, int context);
 
 private:
     DFCliHandler(NotifyTargetTaskIF* task, DFTriggerHandler* triggerHandler);

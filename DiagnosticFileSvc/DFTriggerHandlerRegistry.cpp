@@ -24,27 +24,27 @@ constexpr double kConfigurationVersion = 1.2;
 struct BuiltInItem
 {
     const char* subType;
-    DFSCommonPB::DiagFileType fileType;
     const char* input;
     const char* output;
+    DFSCommonPB::DiagFileType fileType;
     bool isExistingFile;
 };
 
 // The disk-free type is that of the memory and disk script, and the update files, plain text, end in ".json": kept.
 constexpr BuiltInItem kBuiltInItems[] = {
-    {"logread", DFSCommonPB::LOGREAD, kSystemLogScript, kSystemLogOutput, false},
-    {"network info", DFSCommonPB::NETWORKING_INFO, kNetworkingScript, kNetworkingOutput, false},
-    {"mfg_data", DFSCommonPB::PERSIST_MFGDATA, kManufacturingData, kManufacturingDataOutput, true},
-    {"proc_loadavg", DFSCommonPB::PROC_LOADAVG, kLoadAverage, kLoadAverageOutput, true},
-    {"memory disk info", DFSCommonPB::DISK_FREE_INFO, kMemoryDiskScript, kMemoryDiskOutput, false},
-    {"uptime", DFSCommonPB::PROC_UPTIME, kUptimeScript, kUptimeOutput, false},
-    {"mpstat", DFSCommonPB::MPSTAT, kCpuStatisticsScript, kCpuStatisticsOutput, false},
-    {"top", DFSCommonPB::TOP, kProcessListScript, kProcessListOutput, false},
-    {"swup_hsm_states", DFSCommonPB::SWUP_HSM_STATES, kUpdateStates, kUpdateStatesOutput, true},
-    {"swup_sys_status", DFSCommonPB::SWUP_SYS_STATUS, kUpdateSystemStatus, kUpdateSystemStatusOutput, true},
-    {"swup_release_history", DFSCommonPB::SWUP_RELEASE_HISTORY, kUpdateReleaseHistory, kUpdateReleaseHistoryOutput,
+    {"logread", kSystemLogScript, kSystemLogOutput, DFSCommonPB::LOGREAD, false},
+    {"network info", kNetworkingScript, kNetworkingOutput, DFSCommonPB::NETWORKING_INFO, false},
+    {"mfg_data", kManufacturingData, kManufacturingDataOutput, DFSCommonPB::PERSIST_MFGDATA, true},
+    {"proc_loadavg", kLoadAverage, kLoadAverageOutput, DFSCommonPB::PROC_LOADAVG, true},
+    {"memory disk info", kMemoryDiskScript, kMemoryDiskOutput, DFSCommonPB::DISK_FREE_INFO, false},
+    {"uptime", kUptimeScript, kUptimeOutput, DFSCommonPB::PROC_UPTIME, false},
+    {"mpstat", kCpuStatisticsScript, kCpuStatisticsOutput, DFSCommonPB::MPSTAT, false},
+    {"top", kProcessListScript, kProcessListOutput, DFSCommonPB::TOP, false},
+    {"swup_hsm_states", kUpdateStates, kUpdateStatesOutput, DFSCommonPB::SWUP_HSM_STATES, true},
+    {"swup_sys_status", kUpdateSystemStatus, kUpdateSystemStatusOutput, DFSCommonPB::SWUP_SYS_STATUS, true},
+    {"swup_release_history", kUpdateReleaseHistory, kUpdateReleaseHistoryOutput, DFSCommonPB::SWUP_RELEASE_HISTORY,
      true},
-    {"coredumpfilelist", DFSCommonPB::CORE_DUMP_FILE_LIST, kCoreDumpListCommand, kCoreDumpListOutput, false},
+    {"coredumpfilelist", kCoreDumpListCommand, kCoreDumpListOutput, DFSCommonPB::CORE_DUMP_FILE_LIST, false},
 };
 
 std::string ConfigurationPath()

@@ -5,10 +5,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <utility>
+
 #include "DFConstants.h"
 #include "DFLog.h"
-
-extern char** environ;
 
 namespace DiagnosticFileSvc
 {
@@ -72,9 +72,9 @@ constexpr ScriptRun kTarRun = {
     "TarDiagnosticFiles - Child is done, clean exit: ",
 };
 
-void RunScript(const ScriptRun& run, const std::string& filename)
+void RunScript(const ScriptRun& run, std::string filename)
 {
-    const std::string command = run.script + filename;
+    const std::string command = run.script + std::move(filename);
     LogProgress(s_log, run.operation, run.command, command);
     pid_t child = 0;
     const int error = SpawnShell(command, nullptr, child);
@@ -106,13 +106,13 @@ posixSpawnUtils::posixSpawnUtils()
 void posixSpawnUtils::CompressDiagnosticFile(std::string filename)
 {
     LogProgress(s_log, __func__, "upload_sys_logs CompressDiagnosticFile - START");
-    RunScript(kCompressRun, filename);
+    RunScript(kCompressRun, std::move(filename));
 }
 
 void posixSpawnUtils::TarDiagnosticFiles(std::string filename)
 {
     LogProgress(s_log, __func__, "TarDiagnosticFiles - START");
-    RunScript(kTarRun, filename);
+    RunScript(kTarRun, std::move(filename));
 }
 
 int posixSpawnUtils::CollectEncryptLogs(const std::string& outputPath, const std::string& command)

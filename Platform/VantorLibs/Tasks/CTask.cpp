@@ -9,7 +9,6 @@
 #include <atomic>
 #include <cerrno>
 #include <condition_variable>
-#include <cstring>
 #include <mutex>
 #include <system_error>
 #include <thread>
@@ -54,7 +53,8 @@ struct CTask::Thread
             error = setpriority(PRIO_PROCESS, threadId, priority) == 0 ? 0 : errno;
         }
         if (error != 0) {
-            s_log.LogWarning("%s: runs with default scheduling: %s", name.c_str(), std::strerror(error));
+            s_log.LogWarning("%s: runs with default scheduling: %s", name.c_str(),
+                             std::generic_category().message(error).c_str());
         }
     }
 
