@@ -1,23 +1,18 @@
 #pragma once
 
-#include <curl/curl.h>
-
-#include <cstddef>
 #include <functional>
 #include <string>
 
+#include "CurlHandle.h"
 #include "HSMResponse.h"
 #include "HeaderMap.h"
-#include "ResponseCollector.h"
+#include "RequestHeaders.h"
 
 namespace Http
 {
 /**
  * One libcurl easy handle, and one HTTP exchange at a time over it: it collects status, headers and body, and reports
- * every failure as a response. Settings persist between exchanges.
- *
- * The environment's proxy variables have no say. Only http and https are spoken, in HTTP/1.1, which hands on header
- * names as the server wrote them; certificates are verified unless that is switched off.
+ * every failure as a response. Settings persist between exchanges. For what is spoken see CurlHandle.
  *
  * To be used by one thread at a time. An operation blocks until the exchange has ended, with what retries the settings
  * ask for; references passed to it must stay valid for just as long.
@@ -29,12 +24,9 @@ public:
     using Sleeper = std::function<bool(int seconds)>;
 
     SimpleURLFetcher();
-    ~SimpleURLFetcher();
-    SimpleURLFetcher(const SimpleURLFetcher&) = delete;
-    SimpleURLFetcher& operator=(const SimpleURLFetcher&) = delete;
 
     /** False when libcurl gave no handle: then every setter returns false, and every operation fails at once. */
-    bool IsUsable() const noexcept { return m_curlHandle != nullptr; }
+    bool IsUsable() const noexcept { return m_curlHandle.IsUsable(); }
 
     /** Whether the manufacturing data has this unit down as one for development. */
     bool IsDevelopment() const noexcept { return m_isDevelopment; }
@@ -67,40 +59,21 @@ public:
     HSMResponse Delete(const HeaderMap& headers2Add);
 
 private:
-    /** What a PUT has sent of its body. */
-    struct Upload
-    {
-        const std::string* body = nullptr;
-        std::size_t offset = 0;
-    };
-
-    static std::size_t CollectHeader_(char* data, std::size_t size, std::size_t count, void* collector);
-    static std::size_t CollectBody_(char* data, std::size_t size, std::size_t count, void* collector);
-    static std::size_t ReadUpload_(char* buffer, std::size_t size, std::size_t count, void* upload);
-    static int SeekUpload_(void* upload, curl_off_t offset, int origin);
-    static curl_socket_t OpenSocket_(void* unused, curlsocktype purpose, curl_sockaddr* address);
-
     bool CheckHandle_(const char* operation) const;
-    template <class Value>
-    bool SetOption_(CURLoption option, Value value);
     template <class Setting, class Value>
     bool SetRemembered_(const char* setter, Setting& remembered, const Setting& wanted, CURLoption option, Value value);
-    template <class Value>
-    bool GetInfo_(CURLINFO info, Value& value, int line);
     bool SetNothingToSend_();
     bool FixupRequestHeaders_(const HeaderMap& headers2Add, const std::string& contentType);
     HSMResponse NotSent_(const char* operation) const;
     HSMResponse DoSendREceive_();
-    CURLcode SendOnce_(HSMResponse& response);
-    void Finish_(CURLcode result, HSMResponse& response);
 
-    CURL* m_curlHandle = nullptr;
-    curl_slist* m_requestHeaders = nullptr;
+    /** The handle refers to them, and so goes before them. */
+    RequestHeaders m_requestHeaders;
+    CurlHandle m_curlHandle;
     std::string m_url;
     std::string m_proxy;
     float m_timeOut = 0;
-    std::string m_userName;
-    std::string m_password;
+    std::string m_credentials;
     bool m_followRedirects = false;
     bool m_verifyPeer = true;
     bool m_verifyHost = true;
@@ -108,7 +81,5 @@ private:
     int m_retryDelay = 0;
     Sleeper m_sleeper;
     const bool m_isDevelopment;
-    ResponseCollector m_collector;
-    Upload m_upload;
 };
 } // namespace Http
