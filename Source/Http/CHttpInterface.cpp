@@ -19,8 +19,6 @@ namespace
 {
 const DPrint s_log("CHttpInterface");
 
-using SharedCallback = std::shared_ptr<ISimpleURLFetcherCallback>;
-
 HSMResponse NothingSent()
 {
     HSMResponse response;
@@ -32,7 +30,7 @@ HSMResponse NothingSent()
 class Operation final : public Threads_Http::IRunnable
 {
 public:
-    Operation(std::shared_ptr<RunTask> task, SharedCallback callback)
+    Operation(std::shared_ptr<RunTask> task, std::shared_ptr<ISimpleURLFetcherCallback> callback)
         : m_task(std::move(task)), m_callback(std::move(callback))
     {}
 
@@ -51,7 +49,7 @@ private:
     }
 
     const std::shared_ptr<RunTask> m_task;
-    const SharedCallback m_callback;
+    const std::shared_ptr<ISimpleURLFetcherCallback> m_callback;
 };
 } // namespace
 
@@ -75,7 +73,7 @@ void CHttpInterface::Get(const std::string& url, const HeaderMap& headers, const
 {
     s_log.Log(kMostDetailedLevel, "CHttpInterface::Get(url:%s)\n", url.c_str());
     Submit(NewRequest(HttpMethod::Get, url, headers), m_settings,
-           std::make_unique<HSMSimpleURLFetcherCallback>(callback), handle);
+           std::make_shared<HSMSimpleURLFetcherCallback>(callback), handle);
 }
 
 void CHttpInterface::GetUrlAsFile(const std::string& url, const std::string& path, const HeaderMap& headers,
@@ -83,7 +81,7 @@ void CHttpInterface::GetUrlAsFile(const std::string& url, const std::string& pat
 {
     s_log.Log(kMostDetailedLevel, "CHttpInterface::GetUrlAsFile(url:%s)\n", url.c_str());
     Submit(NewRequest(HttpMethod::Get, url, headers), m_settings,
-           std::make_unique<HSMFileFetcherCallback>(path, callback), handle);
+           std::make_shared<HSMFileFetcherCallback>(path, callback), handle);
 }
 
 void CHttpInterface::Delete(const std::string& url, const HeaderMap& headers,
@@ -91,7 +89,7 @@ void CHttpInterface::Delete(const std::string& url, const HeaderMap& headers,
 {
     s_log.Log(kMostDetailedLevel, "CHttpInterface::Delete(url:%s)\n", url.c_str());
     Submit(NewRequest(HttpMethod::Delete, url, headers), m_settings,
-           std::make_unique<HSMSimpleURLFetcherCallback>(callback), handle);
+           std::make_shared<HSMSimpleURLFetcherCallback>(callback), handle);
 }
 
 void CHttpInterface::Delete(const std::string& url, const HeaderMap& headers,
@@ -102,7 +100,7 @@ void CHttpInterface::Delete(const std::string& url, const HeaderMap& headers,
     HttpSettings settings = m_settings;
     settings.retry.m_RetryBackoffSeconds = retryBackoffSeconds;
     Submit(NewRequest(HttpMethod::Delete, url, headers), std::move(settings),
-           std::make_unique<HSMSimpleURLFetcherCallback>(callback), handle);
+           std::make_shared<HSMSimpleURLFetcherCallback>(callback), handle);
 }
 
 void CHttpInterface::Post(const std::string& url, const HeaderMap& headers, std::string body,
@@ -110,10 +108,8 @@ void CHttpInterface::Post(const std::string& url, const HeaderMap& headers, std:
                           std::shared_ptr<IHttpOpHandle>& handle)
 {
     s_log.Log(kMostDetailedLevel, "CHttpInterface::Post(url:%s)\n", url.c_str());
-    HttpRequest request = NewRequest(HttpMethod::Post, url, headers);
-    request.body = std::move(body);
-    request.contentType = contentType;
-    Submit(std::move(request), m_settings, std::make_unique<HSMSimpleURLFetcherCallback>(callback), handle);
+    Submit(NewRequest(HttpMethod::Post, url, headers, std::move(body), contentType), m_settings,
+           std::make_shared<HSMSimpleURLFetcherCallback>(callback), handle);
 }
 
 void CHttpInterface::PostBinaryData(const std::string& url, const HeaderMap& headers, std::string bytes,
@@ -121,10 +117,8 @@ void CHttpInterface::PostBinaryData(const std::string& url, const HeaderMap& hea
                                     std::shared_ptr<IHttpOpHandle>& handle)
 {
     s_log.Log(kMostDetailedLevel, "CHttpInterface::PostBinaryData(url:%s)\n", url.c_str());
-    HttpRequest request = NewRequest(HttpMethod::Post, url, headers);
-    request.body = std::move(bytes);
-    request.contentType = contentType;
-    Submit(std::move(request), m_settings, std::make_unique<HSMSimpleURLFetcherCallback>(callback), handle);
+    Submit(NewRequest(HttpMethod::Post, url, headers, std::move(bytes), contentType), m_settings,
+           std::make_shared<HSMSimpleURLFetcherCallback>(callback), handle);
 }
 
 void CHttpInterface::Put(const std::string& url, const HeaderMap& headers, std::string body,
@@ -132,10 +126,8 @@ void CHttpInterface::Put(const std::string& url, const HeaderMap& headers, std::
                          std::shared_ptr<IHttpOpHandle>& handle)
 {
     s_log.Log(kMostDetailedLevel, "CHttpInterface::Put(url:%s)\n", url.c_str());
-    HttpRequest request = NewRequest(HttpMethod::Put, url, headers);
-    request.body = std::move(body);
-    request.contentType = contentType;
-    Submit(std::move(request), m_settings, std::make_unique<HSMSimpleURLFetcherCallback>(callback), handle);
+    Submit(NewRequest(HttpMethod::Put, url, headers, std::move(body), contentType), m_settings,
+           std::make_shared<HSMSimpleURLFetcherCallback>(callback), handle);
 }
 
 void CHttpInterface::CallDeviceService(HttpMethod method, const std::string& host, const std::string& resource,
@@ -156,27 +148,30 @@ void CHttpInterface::CallDeviceService(HttpMethod method, const std::string& hos
     }
 }
 
-HttpRequest CHttpInterface::NewRequest(HttpMethod method, const std::string& url, const HeaderMap& headers) const
+HttpRequest CHttpInterface::NewRequest(HttpMethod method, const std::string& url, const HeaderMap& headers,
+                                       std::string body, const std::string& contentType) const
 {
     HttpRequest request;
     request.method = method;
     request.url = url;
     request.proxy = m_proxy;
     request.headers2Add = headers;
+    request.body = std::move(body);
+    request.contentType = contentType;
     return request;
 }
 
 void CHttpInterface::Submit(HttpRequest request, HttpSettings settings,
-                            std::unique_ptr<ISimpleURLFetcherCallback> callback, std::shared_ptr<IHttpOpHandle>& handle)
+                            const std::shared_ptr<ISimpleURLFetcherCallback>& callback,
+                            std::shared_ptr<IHttpOpHandle>& handle)
 {
-    const SharedCallback shared = std::move(callback);
     try {
         const auto task = std::make_shared<RunTask>(std::move(request), std::move(settings));
         handle = std::make_shared<HttpOpHandle>(task);
-        AsyncTaskRunner::GetInstance().Run(std::make_shared<Operation>(task, shared));
+        AsyncTaskRunner::GetInstance().Run(std::make_shared<Operation>(task, callback));
     } catch (const std::exception& error) {
         LogLine(s_log, 1, __func__, "The operation cannot be started: ", error.what());
-        shared->OnFetchCompleted(NothingSent());
+        callback->OnFetchCompleted(NothingSent());
     }
 }
 } // namespace Http

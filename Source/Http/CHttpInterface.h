@@ -72,8 +72,10 @@ public:
                            const AsyncCallback<HSMResponse>& callback, std::shared_ptr<IHttpOpHandle>& handle);
 
 private:
-    HttpRequest NewRequest(HttpMethod method, const std::string& url, const HeaderMap& headers) const;
-    static void Submit(HttpRequest request, HttpSettings settings, std::unique_ptr<ISimpleURLFetcherCallback> callback,
+    HttpRequest NewRequest(HttpMethod method, const std::string& url, const HeaderMap& headers, std::string body = {},
+                           const std::string& contentType = {}) const;
+    static void Submit(HttpRequest request, HttpSettings settings,
+                       const std::shared_ptr<ISimpleURLFetcherCallback>& callback,
                        std::shared_ptr<IHttpOpHandle>& handle);
 
     const std::string m_proxy;
