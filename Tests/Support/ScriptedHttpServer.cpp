@@ -2,74 +2,29 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <poll.h>
-#include <strings.h>
-#include <sys/eventfd.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdlib>
-#include <sstream>
+#include <cstring>
+#include <regex>
 #include <stdexcept>
 
 #include "Deadline.h"
 
-namespace
-{
-constexpr std::size_t kRecordedBody = 65536;
-
-/** False when the server is to stop. */
-bool WaitForInput(int descriptor, int stop)
-{
-    std::array<pollfd, 2> entries{{{descriptor, POLLIN, 0}, {stop, POLLIN, 0}}};
-    return poll(entries.data(), entries.size(), -1) > 0 && entries[1].revents == 0;
-}
-
-void Send(int connection, const std::string& bytes)
-{
-    for (std::size_t sent = 0; sent < bytes.size();) {
-        const ssize_t count = send(connection, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-        if (count <= 0) {
-            return;
-        }
-        sent += static_cast<std::size_t>(count);
-    }
-}
-
-std::string Receive(int connection, int stop)
-{
-    static thread_local std::array<char, 65536> buffer;
-    const ssize_t count = WaitForInput(connection, stop) ? recv(connection, buffer.data(), buffer.size(), 0) : 0;
-    return {buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
-}
-} // namespace
-
 std::vector<std::string> ScriptedHttpServer::Request::Fields(const std::string& name) const
 {
-    std::vector<std::string> values;
-    std::istringstream lines(head);
-    for (std::string line; std::getline(lines, line);) {
-        const std::size_t colon = line.find(": ");
-        if (colon == name.size() && strncasecmp(line.c_str(), name.c_str(), colon) == 0) {
-            values.push_back(line.substr(colon + 2, line.size() - colon - 3));
-        }
-    }
-    return values;
+    const std::regex field("\r\n" + name + ": ([^\r]*)", std::regex::icase);
+    return {std::sregex_token_iterator(head.begin(), head.end(), field, 1), std::sregex_token_iterator()};
 }
 
 ScriptedHttpServer::ScriptedHttpServer(std::vector<Step> script, std::uint16_t port)
-    : m_script(std::move(script)),
-      m_listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)),
-      m_stop(eventfd(0, EFD_CLOEXEC))
+    : m_script(std::move(script)), m_listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
 {
     const int on = 1;
     setsockopt(m_listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr_in address{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
     socklen_t length = sizeof address;
     auto* const generic = reinterpret_cast<sockaddr*>(&address);
     if (bind(m_listener, generic, length) != 0 || listen(m_listener, 16) != 0 ||
@@ -77,61 +32,48 @@ ScriptedHttpServer::ScriptedHttpServer(std::vector<Step> script, std::uint16_t p
         throw std::runtime_error("the scripted server cannot listen");
     }
     m_port = ntohs(address.sin_port);
-    m_thread = std::thread([this] { Serve(); });
+    m_thread = std::thread([this] {
+        for (int connection = 0; (connection = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC)) >= 0;) {
+            ServeConnection(connection);
+        }
+    });
 }
 
 ScriptedHttpServer::~ScriptedHttpServer()
 {
-    eventfd_write(m_stop, 1);
+    shutdown(m_listener, SHUT_RDWR); // accept returns
     m_thread.join();
-    for (const int connection : m_hanging) {
-        close(connection);
-    }
     close(m_listener);
-    close(m_stop);
-}
-
-void ScriptedHttpServer::Serve()
-{
-    while (WaitForInput(m_listener, m_stop)) {
-        const int connection = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
-        if (connection >= 0) {
-            ServeConnection(connection);
-        }
-    }
 }
 
 void ScriptedHttpServer::ServeConnection(int connection)
 {
-    const std::string end = "\r\n\r\n";
+    const auto sendAll = [connection](const std::string& bytes) {
+        send(connection, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    };
+    const timeval deadline{kDeadline.count(), 0};
+    setsockopt(connection, SOL_SOCKET, SO_RCVTIMEO, &deadline, sizeof deadline);
+    const std::shared_ptr<std::FILE> stream(fdopen(connection, "r"), std::fclose);
+
     Request request;
-    std::string received;
-    while (received.find(end) == std::string::npos) {
-        const std::string more = Receive(connection, m_stop);
-        if (more.empty()) {
-            close(connection);
+    char buffer[65536] = "";
+    while (std::strcmp(buffer, "\r\n") != 0) {
+        if (std::fgets(buffer, sizeof buffer, stream.get()) == nullptr) {
             return;
         }
-        received += more;
+        request.head += buffer;
     }
-    request.head = received.substr(0, received.find(end) + end.size());
-    request.body = received.substr(request.head.size());
-    request.bodySize = request.body.size();
     if (!request.Fields("Expect").empty()) {
-        Send(connection, "HTTP/1.1 100 Continue\r\nX-Interim: yes\r\n\r\n");
+        sendAll("HTTP/1.1 100 Continue\r\nX-Interim: yes\r\n\r\n");
     }
     const auto length = request.Fields("Content-Length");
-    const std::size_t wanted = length.empty() ? 0 : std::strtoull(length[0].c_str(), nullptr, 10);
-    while (request.bodySize < wanted) {
-        const std::string more = Receive(connection, m_stop);
-        if (more.empty()) {
-            break;
-        }
-        request.bodySize += more.size();
-        request.body.append(more, 0, kRecordedBody - std::min(kRecordedBody, request.body.size()));
+    const std::size_t wanted = length.empty() ? 0 : std::stoul(length[0]);
+    for (std::size_t more = 1; more != 0 && request.bodySize < wanted; request.bodySize += more) {
+        more = std::fread(buffer, 1, std::min(sizeof buffer, wanted - request.bodySize), stream.get());
+        request.body.append(buffer, request.body.size() < sizeof buffer ? more : 0);
     }
 
-    Step step{Answer(500, "beyond the script"), Then::Close};
+    Step step{Answer(500, "beyond the script")};
     {
         const std::lock_guard lock(m_mutex);
         if (m_requests.size() < m_script.size()) {
@@ -139,16 +81,14 @@ void ScriptedHttpServer::ServeConnection(int connection)
         }
         m_requests.push_back(request);
     }
-    Send(connection, step.answer);
+    sendAll(step.answer);
     if (step.then == Then::Hang) {
-        m_hanging.push_back(connection);
-        return;
+        m_hanging.push_back(stream);
     }
     if (step.then == Then::Reset) {
         const linger immediately{1, 0};
         setsockopt(connection, SOL_SOCKET, SO_LINGER, &immediately, sizeof immediately);
     }
-    close(connection);
 }
 
 std::vector<ScriptedHttpServer::Request> ScriptedHttpServer::Requests() const

@@ -1,24 +1,27 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
 /**
- * An HTTP server on the loopback interface that plays a list of answers, one a connection, and records what it was
- * sent. What the answers are is up to the test, byte by byte; a request beyond the list is answered with 500.
+ * An HTTP server on the loopback interface that plays a list of answers, byte by byte and one a connection, and records
+ * what it was sent. A request beyond the list is answered with 500.
  */
 class ScriptedHttpServer
 {
 public:
+    /** What becomes of the connection: closed in order, closed with RST, or left open until the server goes. */
     enum class Then
     {
-        Close, ///< the connection in order
-        Reset, ///< the connection with RST
-        Hang,  ///< leave the connection open until the server is destroyed
+        Close,
+        Reset,
+        Hang,
     };
 
     struct Step
@@ -30,11 +33,11 @@ public:
     struct Request
     {
         std::string head; ///< request line and header section, with the empty line at its end
-        std::string body; ///< its first 64 KiB
+        std::string body; ///< its first 64 KiB or so
         std::size_t bodySize = 0;
 
         std::string Line() const { return head.substr(0, head.find("\r\n")); }
-        /** The values of all fields of that name, as they were sent. */
+        /** The values of all fields of that name. */
         std::vector<std::string> Fields(const std::string& name) const;
     };
 
@@ -45,10 +48,7 @@ public:
     ScriptedHttpServer& operator=(const ScriptedHttpServer&) = delete;
 
     std::uint16_t Port() const { return m_port; }
-    /** "127.0.0.1:port" */
-    std::string Address() const { return "127.0.0.1:" + std::to_string(m_port); }
-    std::string Url(const std::string& path = "/") const { return "http://" + Address() + path; }
-
+    std::string Url(const std::string& path = "/") const { return "http://127.0.0.1:" + std::to_string(m_port) + path; }
     std::vector<Request> Requests() const;
     /** Waits until so many requests have arrived. */
     bool WaitForRequests(std::size_t count) const;
@@ -58,15 +58,13 @@ public:
                               const std::map<std::string, std::string>& headers = {});
 
 private:
-    void Serve();
     void ServeConnection(int connection);
 
     const std::vector<Step> m_script;
-    int m_listener = -1;
+    const int m_listener;
     std::uint16_t m_port = 0;
-    int m_stop = -1;
     mutable std::mutex m_mutex;
     std::vector<Request> m_requests;
-    std::vector<int> m_hanging;
+    std::vector<std::shared_ptr<std::FILE>> m_hanging;
     std::thread m_thread;
 };
