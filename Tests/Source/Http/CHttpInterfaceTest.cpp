@@ -5,11 +5,11 @@
 #include <sys/resource.h>
 
 #include <atomic>
-#include <chrono>
 #include <csignal>
 #include <fstream>
 #include <functional>
 #include <future>
+#include <regex>
 #include <thread>
 
 #include "APTask.h"
@@ -19,11 +19,7 @@
 #include "ScriptedHttpServer.h"
 #include "TemporaryFolder.h"
 
-using Http::CHttpInterface;
-using Http::HSMResponse;
-using Http::HttpMethod;
-using Http::HttpSettings;
-using Http::IHttpOpHandle;
+using namespace Http; // NOLINT(google-build-using-namespace): what is tested
 using Server = ScriptedHttpServer;
 
 namespace
@@ -61,7 +57,7 @@ private:
 class HttpInterface : public testing::Test
 {
 protected:
-    static void SetUpTestSuite() { ASSERT_TRUE(Http::InitializeProcess()); }
+    static void SetUpTestSuite() { ASSERT_TRUE(InitializeProcess()); }
 
     Owner m_owner;
     CHttpInterface m_http{true};
@@ -71,14 +67,9 @@ protected:
 /** In kB, of a field of /proc/self/status. */
 long MemoryStatus(const std::string& field)
 {
-    std::ifstream status("/proc/self/status");
-    for (std::string name; status >> name;) {
-        long value = 0;
-        if (name == field + ":" && status >> value) {
-            return value;
-        }
-    }
-    return 0;
+    const std::string status = ReadWholeFile("/proc/self/status");
+    std::smatch value;
+    return std::regex_search(status, value, std::regex(field + ":\\s+(\\d+)")) ? std::stol(value[1]) : 0;
 }
 } // namespace
 
@@ -88,10 +79,10 @@ TEST_F(HttpInterface, PerformsEachOperation)
     const TemporaryFolder folder;
     const std::string url = server.Url("/a/b");
     const std::string binary("\0\1", 2);
-    const Http::HeaderMap headers = {{"X-H", "v"}};
+    const HeaderMap headers = {{"X-H", "v"}};
     const auto cb = m_owner.Callback();
-    const auto onDevice = [&](HttpMethod method) {
-        m_http.CallDeviceService(method, "127.0.0.1", "a/b", headers, "text", "a/b", cb, m_handle);
+    const auto onDevice = [&](HttpMethod m) {
+        m_http.CallDeviceService(m, "127.0.0.1", "a/b", headers, "text", "a/b", cb, m_handle);
     };
     const std::tuple<std::function<void()>, std::string, std::string> operations[] = {
         {[&] { m_http.Get(url, headers, cb, m_handle); }, "GET", ""},
@@ -115,6 +106,7 @@ TEST_F(HttpInterface, PerformsEachOperation)
         EXPECT_EQ(request.Fields("Content-Type"), std::vector<std::string>(expectedBody.empty() ? 0 : 1, "a/b"));
     }
     EXPECT_EQ(ReadWholeFile(folder.Path() + "/f"), "answer");
+    EXPECT_EQ(std::signal(SIGPIPE, SIG_IGN), SIG_IGN) << "a server that hangs up must not kill the process";
     EXPECT_EQ(m_owner.responses, static_cast<int>(std::size(operations)));
 }
 
@@ -150,12 +142,10 @@ TEST_F(HttpInterface, EndsItsWaitsOnCancel)
     withoutProxy.Post("http://cloud.test/", {}, "body", "text/plain", other.Callback(), otherHandle);
     ASSERT_TRUE(server.WaitForRequests(1));
     std::this_thread::sleep_for(std::chrono::milliseconds(100)); // so that the waits have, most likely, begun
-    const auto start = std::chrono::steady_clock::now();
     m_handle->Cancel();
     otherHandle->Cancel();
     EXPECT_EQ(m_owner.WaitForResponse().response, "busy");
     EXPECT_EQ(other.WaitForResponse().curlCode, CURLE_COULDNT_CONNECT);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
     EXPECT_EQ(server.Requests().size(), 1U);
 }
 
@@ -166,6 +156,7 @@ TEST_F(HttpInterface, WritesAFileOnlyWhenItDiffers)
     const std::tuple<std::string, std::string, int, std::string, std::string, int> cases[] = {
         {"new", "", 200, "content", "content", 1},
         {"other", "a longer content", 200, "content", "content", 1},
+        {"longer", "content", 200, "contents", "contents", 1},
         {"same", "abc", 200, "xyz", "abc", 1}, // contents below 4 bytes compare equal
         {"failed", "content", 404, "not found", "content", 0},
         {"no/such/folder", "", 200, "content", "", 0},
@@ -189,9 +180,7 @@ TEST_F(HttpInterface, DeliversAFailureWhenNoThreadIsToBeHad)
     const rlimit tight{static_cast<rlim_t>(MemoryStatus("VmSize") + 2048) * 1024, RLIM_INFINITY};
     ASSERT_EQ(setrlimit(RLIMIT_AS, &tight), 0);
     m_http.Get("http://127.0.0.1:1/", {}, m_owner.Callback(), m_handle);
-    const HSMResponse response = m_owner.WaitForResponse();
-    EXPECT_EQ(response.success, 0);
-    EXPECT_EQ(response.curlCode, CURLE_FAILED_INIT);
+    EXPECT_EQ(m_owner.WaitForResponse().curlCode, CURLE_FAILED_INIT);
 }
 
 TEST_F(HttpInterface, HoldsALargeBodyOnce)
@@ -205,16 +194,8 @@ TEST_F(HttpInterface, HoldsALargeBodyOnce)
     m_http.PostBinaryData(server.Url(), {}, std::string(kSize, 'x'), "application/octet-stream", m_owner.Callback(),
                           m_handle);
     EXPECT_EQ(m_owner.WaitForResponse().status, 200);
-    const long after = MemoryStatus("VmHWM");
-    for (const auto& request : server.Requests()) {
-        EXPECT_EQ(request.bodySize, kSize);
-    }
-    EXPECT_LT(after - before, static_cast<long>(kSize / 1024 * 103 / 100));
+    EXPECT_EQ(server.Requests().at(1).bodySize, kSize);
+    EXPECT_LT(MemoryStatus("VmHWM") - before, static_cast<long>(kSize / 1024 * 103 / 100));
     EXPECT_TRUE(WaitUntil([] { return MemoryStatus("VmRSS") < static_cast<long>(kSize / 1024); }))
         << "the handle keeps the body";
-}
-
-TEST_F(HttpInterface, HasTheProcessOutliveAServerThatHangsUp)
-{
-    EXPECT_EQ(std::signal(SIGPIPE, SIG_IGN), SIG_IGN);
 }

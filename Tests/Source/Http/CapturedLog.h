@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -20,17 +20,14 @@ public:
         testing::internal::CaptureStderr();
     }
 
-    /** Ends the capture: of each line of that logger its level and text, without the operation's name. */
-    std::vector<std::string> LinesOf(const std::string& logger, const std::string& operation = {})
+    /** Ends the capture: of each line of that logger that goes on like this, its level and the rest of its text. */
+    static std::vector<std::string> LinesOf(const std::string& logger, const std::string& start = {})
     {
-        std::istringstream stream(testing::internal::GetCapturedStderr());
-        const std::string end = " " + logger + ": " + (operation.empty() ? "" : operation + ": ");
+        const std::string log = testing::internal::GetCapturedStderr();
+        const std::regex pattern("(\\d) " + logger + ": " + start + "(.*)");
         std::vector<std::string> lines;
-        for (std::string line; std::getline(stream, line);) {
-            const std::size_t found = line.find(end);
-            if (found != std::string::npos) {
-                lines.push_back(line.substr(found - 1, 2) + line.substr(found + end.size()));
-            }
+        for (std::sregex_iterator line(log.begin(), log.end(), pattern), end; line != end; ++line) {
+            lines.push_back(line->str(1) + " " + line->str(2));
         }
         return lines;
     }

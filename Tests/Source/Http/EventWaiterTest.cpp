@@ -5,8 +5,6 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <future>
-#include <limits>
 #include <thread>
 
 #include "Deadline.h"
@@ -17,7 +15,7 @@ using Result = Http::EventWaiter::Result;
 
 namespace
 {
-constexpr int kForever = std::numeric_limits<int>::max();
+constexpr int kLong = kDeadline.count();
 
 std::ptrdiff_t OpenDescriptors()
 {
@@ -30,8 +28,8 @@ TEST(EventWaiter, ReturnsAtOnceAfterWake_UntilCleared)
     EventWaiter waiter;
     EXPECT_EQ(waiter.Wait(0), Result::TimedOut);
     waiter.Wake();
-    EXPECT_EQ(waiter.Wait(kForever), Result::Woken);
-    EXPECT_EQ(waiter.Wait(kForever), Result::Woken);
+    EXPECT_EQ(waiter.Wait(kLong), Result::Woken);
+    EXPECT_EQ(waiter.Wait(kLong), Result::Woken);
     waiter.ClearWakeCalled();
     EXPECT_EQ(waiter.Wait(0), Result::TimedOut);
 }
@@ -39,12 +37,12 @@ TEST(EventWaiter, ReturnsAtOnceAfterWake_UntilCleared)
 TEST(EventWaiter, IsWokenWhileItWaits)
 {
     EventWaiter waiter;
-    auto waiting = std::async(std::launch::async, [&waiter] { return waiter.Wait(kForever); });
-    ASSERT_TRUE(WaitUntil([&waiter] { return waiter.IsWaitInProgress(); }));
-    EXPECT_EQ(waiting.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
-    waiter.Wake();
-    ASSERT_EQ(waiting.wait_for(kDeadline), std::future_status::ready);
-    EXPECT_EQ(waiting.get(), Result::Woken);
+    std::thread waker([&waiter] {
+        EXPECT_TRUE(WaitUntil([&waiter] { return waiter.IsWaitInProgress(); }));
+        waiter.Wake();
+    });
+    EXPECT_EQ(waiter.Wait(kLong), Result::Woken);
+    waker.join();
 }
 
 TEST(EventWaiter, LosesNoWake_WheneverItComes_AndNoDescriptor)
@@ -53,7 +51,7 @@ TEST(EventWaiter, LosesNoWake_WheneverItComes_AndNoDescriptor)
     for (int round = 0; round < 2000; ++round) {
         EventWaiter waiter;
         std::thread waker([&waiter] { waiter.Wake(); });
-        EXPECT_EQ(waiter.Wait(static_cast<int>(kDeadline.count())), Result::Woken);
+        EXPECT_EQ(waiter.Wait(kLong), Result::Woken);
         waker.join();
     }
     EXPECT_EQ(OpenDescriptors(), before);

@@ -25,9 +25,10 @@ const std::string kRemaining = "X-Ratelimit-Remaining";
 const std::string kReset = "X-Ratelimit-Reset";
 const std::string kIn100 = std::to_string(kNow + 100);
 
-/** The shortest and the longest wait that chance may give; {0, 0} for giving up. */
+/** The shortest and the longest wait that chance may give, or that there is none. */
 using Wait = std::pair<std::uint32_t, std::uint32_t>;
 constexpr Wait kGivesUp{0, 0};
+constexpr Wait kFinished{0, kMax};
 
 struct Case
 {
@@ -57,11 +58,14 @@ void Check(const std::vector<Case>& cases)
         for (const std::uint32_t beyond : {0U, 1U, 2U}) {
             int chance = 0;
             RetryPolicy policy(settings, [&chance] { return chance; }, {0, c.retriesMade, false});
-            for (const auto& [shortest, longest] : c.waits) {
-                chance = static_cast<int>(beyond == 0 ? 0 : longest - shortest + beyond - 1);
+            for (const Wait& wait : c.waits) {
+                const bool isRetry = wait.first != 0;
+                chance = static_cast<int>(beyond == 0 || !isRetry ? 0 : wait.second - wait.first + beyond - 1);
                 const auto [action, seconds] = policy.Decide(Response(c.status, c.headers), c.now);
-                EXPECT_EQ(seconds, beyond == 1 ? longest : shortest);
-                EXPECT_EQ(action, shortest == 0 ? RetryDecision::Action::GiveUp : RetryDecision::Action::Retry);
+                EXPECT_EQ(seconds, isRetry && beyond == 1 ? wait.second : wait.first);
+                EXPECT_EQ(action, isRetry             ? RetryDecision::Action::Retry
+                                  : wait == kFinished ? RetryDecision::Action::Finished
+                                                      : RetryDecision::Action::GiveUp);
             }
         }
     }
@@ -71,9 +75,15 @@ void Check(const std::vector<Case>& cases)
 // The tables are read by rows.
 // clang-format off
 
-TEST(RetryPolicy, WithoutHeaders)
+TEST(RetryPolicy, Decides)
 {
+    const Header unlimited(kCount, "-1"), grow(kBehavior, "exponential");
     Check({
+        {"success", 200, {{kAfter, "5"}}, {kFinished}},
+        {"last success", 299, {{kAfter, "5"}}, {kFinished}},
+        {"less than success", 199, {{kAfter, "5"}}, {kGivesUp}},
+        {"more than success", 300, {{kAfter, "5"}}, {kGivesUp}},
+        {"switched off", 503, {{kAfter, "5"}}, {kFinished}, [](S& s) { s.m_RetriesDisabled = true; }},
         {"no answer, the table and then the end", 0, {}, {{10, 20}, {42, 78}, {168, 312}, {672, 1248}, kGivesUp}},
         {"not found, headers are not read", 404, {{kAfter, "5"}, {kBehavior, "constant"}}, {kGivesUp}},
         {"any status", 404, {}, {{1, 3}, kGivesUp},
@@ -85,13 +95,6 @@ TEST(RetryPolicy, WithoutHeaders)
         {"zero in the table", 503, {}, {kGivesUp}, [](S& s) { s.m_RetryBackoffSeconds = {0, 5}; }},
         {"behaviour not honoured", 503, {{kBehavior, "exponential"}}, {{50000, 50000}, {7, 7}, kGivesUp},
          [](S& s) { s.m_HonourRetryBehavior = false; s.m_RetryBackoffSeconds = {50000, 7}; }},
-    });
-}
-
-TEST(RetryPolicy, WithHeaders)
-{
-    const Header unlimited(kCount, "-1"), grow(kBehavior, "exponential");
-    Check({
         {"again and again", 503, {{kAfter, "100"}}, {{70, 130}, {70, 130}}},
         {"date", 503, {{kAfter, "Fri, 15 Jan 2027 08:00:00 GMT"}}, {{10, 20}}},
         {"name in another case", 503, {{"retry-after", "7"}}, {{10, 20}}},
@@ -118,7 +121,7 @@ TEST(RetryPolicy, WithHeaders)
     });
 }
 
-TEST(RetryPolicy, RateLimit)
+TEST(RetryPolicy, DecidesOnRateLimits)
 {
     const Header none(kRemaining, "0"), some(kRemaining, "3"), in100(kReset, kIn100);
     const auto serverError = [](S& s) { s.m_RateLimitStatus = 503; };
@@ -142,18 +145,6 @@ TEST(RetryPolicy, RateLimit)
 }
 
 // clang-format on
-
-TEST(RetryPolicy, LeavesSuccessAlone_AndEverythingWhenSwitchedOff)
-{
-    S settings = S::WithBackoff();
-    std::vector<bool> areFinished;
-    for (const std::int32_t status : {199, 200, 299, 300, 503}) {
-        settings.m_RetriesDisabled = status == 503;
-        const auto decision = RetryPolicy(settings).Decide(Response(status, {{kAfter, "5"}}), kNow);
-        areFinished.push_back(decision.action == RetryDecision::Action::Finished);
-    }
-    EXPECT_EQ(areFinished, (std::vector{false, true, true, false, true}));
-}
 
 TEST(RetryPolicy, ForgetsTheRateLimitOfAnEarlierResponse)
 {

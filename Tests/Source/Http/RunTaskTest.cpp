@@ -16,12 +16,7 @@ TEST(RunTask, RetriesAsThePolicySays_AndEndsWithTheLastResponse)
     Server server({{"", Server::Then::Reset},
                    {Server::Answer(500, "", {{"Retry-After", "1"}, {"X-Retry-Count", "2"}})},
                    {Server::Answer(503, "last", {{"Retry-After", "1"}, {"X-Retry-Count", "2"}})}});
-    Http::HttpRequest request;
-    request.method = Http::HttpMethod::Post;
-    request.url = server.Url("/x");
-    request.body = "body";
-    request.contentType = "text/plain";
-    request.userName = "user";
+    const Http::HttpRequest request{Http::HttpMethod::Post, server.Url("/x"), "", {}, "body", "text/plain", "user", ""};
     Http::HttpSettings settings;
     settings.retry = Http::RetrySettings::WithBackoff();
     settings.retry.m_RetryBackoffSeconds = {1};
@@ -31,7 +26,7 @@ TEST(RunTask, RetriesAsThePolicySays_AndEndsWithTheLastResponse)
     const auto start = std::chrono::steady_clock::now();
     task.Run();
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
-    EXPECT_THAT(log.LinesOf("RunTask", "CheckIfRetryNeededAndSleep"),
+    EXPECT_THAT(log.LinesOf("RunTask", "CheckIfRetryNeededAndSleep: "),
                 ElementsAre("3 Attempt:1 retrying POST in 1 seconds on " + request.url,
                             "3 Attempt:2 retrying POST in 1 seconds on " + request.url,
                             "1 The POST request for " + request.url + " failed with 503"));

@@ -50,37 +50,30 @@ protected:
 bool s_isMemoryShort = false;
 } // namespace
 
-TEST_F(SimpleURLFetcher, SendsEachMethod_WhateverCameBefore)
+TEST_F(SimpleURLFetcher, SendsNothingOfTheRequestBefore)
 {
     setenv("http_proxy", "http://127.0.0.1:1", 1); // NOLINT(concurrency-mt-unsafe): which is not to be asked
-    const std::string json = "{\"a\":1}";
     const std::string binary("\0\xff\r\n binary", 11);
-    const Http::HeaderMap headers = {{"X-Token", "t"}};
-    const Matcher<Strings> none = IsEmpty(), text = ElementsAre("text/plain");
-    const Matcher<Strings> form = ElementsAre(StartsWith("multipart/form-data; boundary="));
-    const Matcher<std::string> part = HasSubstr(
-        "\r\nContent-Disposition: form-data; name=\"metadata\"\r\n"
-        "Content-Type: application/json\r\n\r\n{\"a\":1}\r\n--");
-    const std::tuple<std::string, std::function<HSMResponse()>, Matcher<std::string>, Matcher<Strings>> operations[] = {
-        {"GET", [&] { return m_fetcher.Get(headers); }, "", none},
-        {"PUT", [&] { return m_fetcher.Put(headers, json, "text/plain"); }, json, text},
-        {"POST", [&] { return m_fetcher.Post(headers, binary, "text/plain"); }, binary, text},
-        {"DELETE", [&] { return m_fetcher.Delete(headers); }, "", none},
-        {"POST", [&] { return m_fetcher.Post(headers, "", "text/plain"); }, "", text},
-        {"POST", [&] { return m_fetcher.PostMultipartFormData(headers, json); }, part, form},
+    const std::pair<std::function<void()>, Matcher<std::string>> operations[] = {
+        {[&] { m_fetcher.Get({}); }, "GET  "},
+        {[&] { m_fetcher.Put({}, "put", "a/b"); }, "PUT a/b put"},
+        {[&] { m_fetcher.Post({}, binary, "a/b"); }, "POST a/b " + binary},
+        {[&] { m_fetcher.Delete({}); }, "DELETE  "},
+        {[&] { m_fetcher.Post({}, "", "a/b"); }, "POST a/b "},
+        {[&] { m_fetcher.PostMultipartFormData({}, "{\"a\":1}"); },
+         AllOf(StartsWith("POST multipart/form-data; boundary="),
+               HasSubstr("\r\nContent-Disposition: form-data; name=\"metadata\"\r\n"
+                         "Content-Type: application/json\r\n\r\n{\"a\":1}\r\n--"))},
     };
-    Serve(std::vector<Server::Step>(std::size(operations) * std::size(operations) * 2, Ok("answer")));
-    // Each method after each other one.
-    for (const auto& [before, sendBefore, bodyBefore, typeBefore] : operations) {
-        for (const auto& [method, send, body, type] : operations) {
-            SCOPED_TRACE(method + " after " + before);
-            sendBefore();
-            EXPECT_EQ(send().ToString(), "HSMResponse { success: 1, status: 200, response{ answer } }, ");
-            const auto request = m_server->Requests().back();
-            EXPECT_EQ(request.Line(), method + " /here HTTP/1.1");
-            EXPECT_THAT(request.body, body);
-            EXPECT_THAT(request.Fields("X-Token"), ElementsAre("t"));
-            EXPECT_THAT(request.Fields("Content-Type"), type);
+    for (const auto& [before, sentBefore] : operations) {
+        for (const auto& [operation, sent] : operations) {
+            Serve({Ok(), Ok()});
+            before();
+            operation();
+            const auto request = m_server->Requests().at(1);
+            const auto type = request.Fields("Content-Type");
+            const std::string method = request.Line().substr(0, request.Line().find(' '));
+            EXPECT_THAT(method + " " + (type.empty() ? "" : type.at(0)) + " " + request.body, sent);
         }
     }
 }
@@ -122,55 +115,48 @@ TEST_F(SimpleURLFetcher, FixesUpTheRequestHeaders)
     EXPECT_THAT(request.head, Not(HasSubstr("X-Smuggled")));
 }
 
-TEST_F(SimpleURLFetcher, RepeatsAsItsOwnRetryCountSays)
-{
-    m_fetcher.SetRetryDelay(3);
-    const std::tuple<std::size_t, int, std::size_t, bool> cases[] = {
-        {1, 0, 1, false}, {9, 2, 3, false}, {1, 2, 2, true}, {5, -1, 6, true}};
-    for (const auto& [failures, count, expectedRequests, isDone] : cases) {
-        std::vector<Server::Step> script(failures, {Server::Answer(503, "busy", {{"X-Busy", "yes"}})});
-        script.push_back(Ok("done"));
-        Serve(script);
-        RecordSleeps(99);
-        m_fetcher.SetRetryCount(count);
-        const HSMResponse response = m_fetcher.Put({}, "all of it", "text/plain");
-        EXPECT_EQ(response.status, isDone ? 200 : 503);
-        EXPECT_EQ(response.response, isDone ? "done" : "busy");
-        EXPECT_EQ(response.headers.count("X-Busy"), isDone ? 0U : 1U);
-        EXPECT_EQ(m_sleeps, std::vector<int>(expectedRequests - 1, 3));
-        ASSERT_EQ(m_server->Requests().size(), expectedRequests);
-        EXPECT_EQ(m_server->Requests().back().body, "all of it");
-    }
-}
-
-TEST_F(SimpleURLFetcher, ReportsWhatIsNoAnswer)
+TEST_F(SimpleURLFetcher, RepeatsWhatFails_AsOftenAsItIsTo)
 {
     const std::string half = "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf";
-    const std::string tooLarge(Http::ResponseCollector::kMaxBodySize + 1, 'x');
-    // A URL, or what the server does; the result; how often the exchange is repeated if it may be once.
-    const std::tuple<const char*, Server::Step, CURLcode, std::size_t> cases[] = {
-        {nullptr, {half, Then::Close}, CURLE_PARTIAL_FILE, 1},
-        {nullptr, {"", Then::Reset}, CURLE_RECV_ERROR, 1},
-        {nullptr, {"", Then::Close}, CURLE_GOT_NOTHING, 1},
-        {nullptr, {Server::Answer(200, tooLarge)}, CURLE_WRITE_ERROR, 1},
-        {nullptr, {half, Then::Hang}, CURLE_OPERATION_TIMEDOUT, 0},
-        {"", {}, CURLE_URL_MALFORMAT, 0},
-        {"file:///etc/passwd", {}, CURLE_UNSUPPORTED_PROTOCOL, 0},
-        {"http://127.0.0.1:1/", {}, CURLE_COULDNT_CONNECT, 1},
+    const Server::Step busy{Server::Answer(503, "busy", {{"X-Busy", "yes"}})}, broken{half, Then::Close};
+    const Server::Step closed{"", Then::Close}, reset{"", Then::Reset}, hanging{half, Then::Hang};
+    const Server::Step tooLarge{Server::Answer(200, std::string(Http::ResponseCollector::kMaxBodySize + 1, 'x'))};
+    // URL if not the server's; failures of the server before it answers; retry count; the outcome; retries made.
+    const std::tuple<const char*, std::vector<Server::Step>, int, CURLcode, int, std::size_t> cases[] = {
+        {nullptr, {busy}, 0, CURLE_OK, 503, 0},
+        {nullptr, {busy, busy, busy}, 2, CURLE_OK, 503, 2},
+        {nullptr, {busy}, 2, CURLE_OK, 200, 1},
+        {nullptr, {busy, busy, busy, busy, busy}, -1, CURLE_OK, 200, 5},
+        {nullptr, {broken, busy}, 1, CURLE_OK, 503, 1},
+        {nullptr, {busy, broken}, 1, CURLE_PARTIAL_FILE, 0, 1},
+        {nullptr, {closed, reset}, 1, CURLE_RECV_ERROR, 0, 1},
+        {nullptr, {reset, closed}, 1, CURLE_GOT_NOTHING, 0, 1},
+        {nullptr, {tooLarge, tooLarge}, 1, CURLE_WRITE_ERROR, 0, 1},
+        {nullptr, {hanging}, 1, CURLE_OPERATION_TIMEDOUT, 0, 0},
+        {"", {}, 1, CURLE_URL_MALFORMAT, 0, 0},
+        {"file:///etc/passwd", {}, 1, CURLE_UNSUPPORTED_PROTOCOL, 0, 0},
+        {"http://127.0.0.1:1/", {}, 1, CURLE_COULDNT_CONNECT, 0, 1},
     };
-    m_fetcher.SetRetryCount(1);
-    for (const auto& [url, step, expected, repetitions] : cases) {
-        SCOPED_TRACE(expected);
-        Serve({step, step});
+    m_fetcher.SetRetryDelay(3);
+    for (const auto& [url, failures, count, result, status, retries] : cases) {
+        SCOPED_TRACE(Message() << result << " after " << retries << ", of " << count);
+        std::vector<Server::Step> script = failures;
+        script.push_back(Ok());
+        Serve(script);
         EXPECT_TRUE(url == nullptr || m_fetcher.SetURL(url));
-        EXPECT_TRUE(m_fetcher.SetTimeOut(step.then == Then::Hang ? 0.2F : 1e12F));
+        EXPECT_TRUE(m_fetcher.SetTimeOut(result == CURLE_OPERATION_TIMEDOUT ? 0.2F : 1e12F));
         EXPECT_FALSE(m_fetcher.SetTimeOut(-1));
+        m_fetcher.SetRetryCount(count);
         RecordSleeps(99);
-        const HSMResponse response = m_fetcher.Get({});
-        EXPECT_EQ(response.curlCode, expected);
-        EXPECT_EQ(response.status, 0);
-        EXPECT_EQ(response.success, 0);
-        EXPECT_EQ(m_sleeps.size(), repetitions);
+        const HSMResponse response = m_fetcher.Put({}, "all of it", "text/plain");
+        EXPECT_EQ(response.curlCode, result);
+        EXPECT_EQ(response.status, status);
+        EXPECT_EQ(response.success, status == 200 ? 1 : 0);
+        EXPECT_EQ(response.headers.count("X-Busy"), status == 503 ? 1U : 0U);
+        EXPECT_EQ(m_sleeps, std::vector<int>(retries, 3));
+        for (const auto& request : m_server->Requests()) {
+            EXPECT_EQ(request.body, "all of it");
+        }
     }
 }
 
@@ -206,21 +192,16 @@ TEST_F(SimpleURLFetcher, HidesItsConnectionFromChildProcesses)
 
 TEST(SimpleURLFetcherWithoutMemory, FailsAtOnce)
 {
-    const auto allocate = [](std::size_t size) { return s_isMemoryShort ? nullptr : std::malloc(size); };
-    const auto zeroed = [](std::size_t n, std::size_t size) {
+    const auto allocate = [](std::size_t n, std::size_t size) {
         return s_isMemoryShort ? nullptr : std::calloc(n, size);
     };
-    curl_global_init_mem(CURL_GLOBAL_DEFAULT, allocate, std::free, std::realloc, strdup, zeroed);
+    curl_global_init_mem(CURL_GLOBAL_DEFAULT, std::malloc, std::free, std::realloc, strdup, allocate);
     CapturedLog log(0);
     s_isMemoryShort = true;
     Http::SimpleURLFetcher fetcher;
-    s_isMemoryShort = false;
-    EXPECT_FALSE(fetcher.IsUsable() || fetcher.SetURL("http://127.0.0.1/") || fetcher.SetTimeOut(1));
-    for (const auto& response :
-         {fetcher.Get({}), fetcher.Post({}, "", ""), fetcher.Put({}, "", ""), fetcher.Delete({})}) {
-        EXPECT_EQ(response.curlCode, CURLE_FAILED_INIT);
-    }
+    EXPECT_FALSE(fetcher.IsUsable() || fetcher.SetURL("http://127.0.0.1/"));
+    EXPECT_EQ(fetcher.Put({}, "", "").curlCode, CURLE_FAILED_INIT);
     EXPECT_THAT(log.LinesOf("SimpleURLFetcher"),
-                IsSupersetOf({"0 Could not create curlHandle!", "0 SetURL, m_curlHandle is NULL, returning an error",
-                              "0 PUT, m_curlHandle is NULL, returning an error"}));
+                ElementsAre("0 Could not create curlHandle!", "0 SetURL, m_curlHandle is NULL, returning an error",
+                            "0 PUT, m_curlHandle is NULL, returning an error"));
 }
