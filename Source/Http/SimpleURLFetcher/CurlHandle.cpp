@@ -56,7 +56,6 @@ CurlHandle::CurlHandle() : m_handle(curl_easy_init())
 
     // An address that a server names must not make the device read its own files, or speak to its mail server.
     Set(CURLOPT_PROTOCOLS, static_cast<long>(CURLPROTO_HTTP | CURLPROTO_HTTPS));
-    Set(CURLOPT_REDIR_PROTOCOLS, static_cast<long>(CURLPROTO_HTTP | CURLPROTO_HTTPS));
     // HTTP/2 has header names in lower case, and retry headers are looked up by their exact names.
     Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     // Empty is not unset: unset would have libcurl look at the environment.

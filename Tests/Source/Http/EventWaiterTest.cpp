@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
 #include <thread>
 
@@ -50,7 +51,15 @@ TEST(EventWaiter, LosesNoWake_WheneverItComes_AndNoDescriptor)
     const auto before = OpenDescriptors();
     for (int round = 0; round < 2000; ++round) {
         EventWaiter waiter;
-        std::thread waker([&waiter] { waiter.Wake(); });
+        std::atomic<int> pause{-1}; // sweeps the steps of Wait
+        std::thread waker([&] {
+            while (pause == -1) {
+            }
+            while (pause-- > 0) {
+            }
+            waiter.Wake();
+        });
+        pause = round % 500;
         EXPECT_EQ(waiter.Wait(kLong), Result::Woken);
         waker.join();
     }

@@ -81,9 +81,8 @@ TEST_F(SimpleURLFetcher, SendsNothingOfTheRequestBefore)
 TEST_F(SimpleURLFetcher, GathersTheAnswer)
 {
     const Server::Step there{Server::Answer(302, "", {{"Location", "/there"}})};
-    const Server::Step file{Server::Answer(302, "", {{"Location", "file:///etc/passwd"}})};
-    Serve(
-        {{Server::Answer(404, "none", {{"Content-Type", "a/b"}, {"X-Case", "Kept"}})}, there, there, Ok("yes"), file});
+    const Server::Step ftp{Server::Answer(302, "", {{"Location", "ftp://127.0.0.1:1/"}})};
+    Serve({{Server::Answer(404, "none", {{"Content-Type", "a/b"}, {"X-Case", "Kept"}})}, there, there, Ok("yes"), ftp});
     HSMResponse response = m_fetcher.Get({});
     EXPECT_EQ(response.ToString(), "HSMResponse { success: 0, status: 404, response{ none } }, ");
     EXPECT_EQ(response.contentType, "a/b");
