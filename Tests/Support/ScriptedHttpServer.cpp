@@ -8,15 +8,19 @@
 
 #include <algorithm>
 #include <cstring>
-#include <regex>
 #include <stdexcept>
 
 #include "Deadline.h"
 
 std::vector<std::string> ScriptedHttpServer::Request::Fields(const std::string& name) const
 {
-    const std::regex field("\r\n" + name + ": ([^\r]*)", std::regex::icase);
-    return {std::sregex_token_iterator(head.begin(), head.end(), field, 1), std::sregex_token_iterator()};
+    std::vector<std::string> values;
+    const std::string start = "\r\n" + name + ": ";
+    for (const char* at = head.c_str(); (at = strcasestr(at, start.c_str())) != nullptr;) {
+        at += start.size();
+        values.emplace_back(at, std::strcspn(at, "\r"));
+    }
+    return values;
 }
 
 ScriptedHttpServer::ScriptedHttpServer(std::vector<Step> script, std::uint16_t port)
@@ -85,10 +89,8 @@ void ScriptedHttpServer::ServeConnection(int connection)
     if (step.then == Then::Hang) {
         m_hanging.push_back(stream);
     }
-    if (step.then == Then::Reset) {
-        const linger immediately{1, 0};
-        setsockopt(connection, SOL_SOCKET, SO_LINGER, &immediately, sizeof immediately);
-    }
+    const linger immediately{step.then == Then::Reset ? 1 : 0, 0};
+    setsockopt(connection, SOL_SOCKET, SO_LINGER, &immediately, sizeof immediately);
 }
 
 std::vector<ScriptedHttpServer::Request> ScriptedHttpServer::Requests() const

@@ -37,12 +37,10 @@ public:
         std::size_t bodySize = 0;
 
         std::string Line() const { return head.substr(0, head.find("\r\n")); }
-        /** The values of all fields of that name. */
         std::vector<std::string> Fields(const std::string& name) const;
     };
 
-    /** @param port 0 for any free one */
-    explicit ScriptedHttpServer(std::vector<Step> script, std::uint16_t port = 0);
+    explicit ScriptedHttpServer(std::vector<Step> script, std::uint16_t port = 0 /* any that is free */);
     ~ScriptedHttpServer();
     ScriptedHttpServer(const ScriptedHttpServer&) = delete;
     ScriptedHttpServer& operator=(const ScriptedHttpServer&) = delete;
@@ -50,7 +48,6 @@ public:
     std::uint16_t Port() const { return m_port; }
     std::string Url(const std::string& path = "/") const { return "http://127.0.0.1:" + std::to_string(m_port) + path; }
     std::vector<Request> Requests() const;
-    /** Waits until so many requests have arrived. */
     bool WaitForRequests(std::size_t count) const;
 
     /** An answer with its Content-Length. */
