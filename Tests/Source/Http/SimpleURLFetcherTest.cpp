@@ -10,6 +10,7 @@
 #include <functional>
 
 #include "CapturedLog.h"
+#include "ChildProcess.h"
 #include "ScriptedHttpServer.h"
 
 using Http::HSMResponse;
@@ -203,4 +204,23 @@ TEST(SimpleURLFetcherWithoutMemory, FailsAtOnce)
     EXPECT_THAT(log.LinesOf("SimpleURLFetcher"),
                 ElementsAre("0 Could not create curlHandle!", "0 SetURL, m_curlHandle is NULL, returning an error",
                             "0 PUT, m_curlHandle is NULL, returning an error"));
+}
+
+TEST_F(SimpleURLFetcher, TrustsOnlyCertificatesThatSomebodyVouchesFor_ForTheHost)
+{
+    ASSERT_EQ(RunProgram({"openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes",
+                          "-subj", "/CN=localhost", "-keyout", "/tmp/key.pem", "-out", "/tmp/cert.pem"})
+                  .status,
+              0);
+    const ChildProcess server(
+        {"openssl", "s_server", "-www", "-accept", "4433", "-key", "/tmp/key.pem", "-cert", "/tmp/cert.pem"});
+    ASSERT_TRUE(server.WaitForOutput("ACCEPT"));
+    m_fetcher.SetURL("https://localhost:4433/");
+    EXPECT_EQ(m_fetcher.Get({}).curlCode, CURLE_PEER_FAILED_VERIFICATION);
+    m_fetcher.SetValidateServerCertificate(false);
+    EXPECT_EQ(m_fetcher.Get({}).status, 200);
+    m_fetcher.SetURL("https://127.0.0.1:4433/");
+    EXPECT_EQ(m_fetcher.Get({}).curlCode, CURLE_PEER_FAILED_VERIFICATION) << "the certificate is another host's";
+    m_fetcher.SetValidateHostCertificate(false);
+    EXPECT_EQ(m_fetcher.Get({}).status, 200);
 }
