@@ -1,10 +1,8 @@
 #include "Options.h"
 
-#include <getopt.h>
-
-#include <array>
-#include <charconv>
 #include <stdexcept>
+
+#include "CommandLine.h"
 
 namespace DiagCloud
 {
@@ -18,29 +16,10 @@ enum Option
     kStore,
     kScript,
     kMaxBodySize,
-    kHelp
 };
-
-constexpr std::array<option, 6> kOptions = {{{"port", required_argument, nullptr, kPort},
-                                             {"store", required_argument, nullptr, kStore},
-                                             {"script", required_argument, nullptr, kScript},
-                                             {"max-body-size", required_argument, nullptr, kMaxBodySize},
-                                             {"help", no_argument, nullptr, kHelp},
-                                             {nullptr, 0, nullptr, 0}}};
 
 constexpr std::uint64_t kLargestPort = 65535;
 constexpr std::uint64_t kLargestBody = std::uint64_t{1} << 40U;
-
-std::uint64_t ParseNumber(const std::string& name, const std::string& text, std::uint64_t most)
-{
-    std::uint64_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size() || number > most) {
-        throw std::invalid_argument(name + " takes a number from 0 to " + std::to_string(most) + ", not '" + text +
-                                    "'");
-    }
-    return number;
-}
 
 } // namespace
 
@@ -59,50 +38,34 @@ them and prints a line for each request. Listens on 127.0.0.1 and ::1 only. Ends
 
 Options ParseOptions(std::vector<std::string> arguments)
 {
-    std::string program = "diag-cloud";
-    std::vector<char*> words = {program.data()};
-    for (std::string& argument : arguments) {
-        words.push_back(argument.data());
-    }
-    words.push_back(nullptr);
-
     Options options;
-    optind = 0; // has getopt begin anew
-    opterr = 0;
-    const int count = static_cast<int>(words.size()) - 1;
-    for (;;) {
-        // NOLINTNEXTLINE(concurrency-mt-unsafe): the contract says one thread at a time
-        const int found = getopt_long(count, words.data(), ":", kOptions.data(), nullptr);
-        if (found == -1) {
-            break;
-        }
-        switch (found) {
-            case kPort:
-                options.port = static_cast<std::uint16_t>(ParseNumber("--port", optarg, kLargestPort));
-                break;
-            case kStore:
-                options.store = optarg;
-                break;
-            case kScript:
-                options.script = optarg;
-                break;
-            case kMaxBodySize:
-                options.maxBodySize = ParseNumber("--max-body-size", optarg, kLargestBody);
-                break;
-            case kHelp:
-                options.help = true;
-                return options;
-            case ':':
-                throw std::invalid_argument(std::string(words[static_cast<std::size_t>(optind) - 1]) +
-                                            " takes a value; see --help");
-            default:
-                throw std::invalid_argument("no option " + std::string(words[static_cast<std::size_t>(optind) - 1]) +
-                                            "; see --help");
-        }
-    }
-    if (optind < count) {
-        throw std::invalid_argument("no argument " + std::string(words[static_cast<std::size_t>(optind)]) +
-                                    " is known; see --help");
+    const auto words = CommandLine::TakeOptions(
+        std::move(arguments),
+        {{"port", required_argument, nullptr, kPort},
+         {"store", required_argument, nullptr, kStore},
+         {"script", required_argument, nullptr, kScript},
+         {"max-body-size", required_argument, nullptr, kMaxBodySize},
+         {"help", no_argument, nullptr, CommandLine::kHelp}},
+        CommandLine::Words::kAnywhere, [&options](int option, const std::string& argument) {
+            switch (option) {
+                case kPort:
+                    options.port = static_cast<std::uint16_t>(CommandLine::Number("--port", argument, 0, kLargestPort));
+                    break;
+                case kStore:
+                    options.store = argument;
+                    break;
+                case kScript:
+                    options.script = argument;
+                    break;
+                case kMaxBodySize:
+                    options.maxBodySize = CommandLine::Number("--max-body-size", argument, 0, kLargestBody);
+                    break;
+                default:
+                    options.help = true;
+            }
+        });
+    if (!options.help && !words.empty()) {
+        throw std::invalid_argument("no argument " + words[0] + " is known; see --help");
     }
     return options;
 }

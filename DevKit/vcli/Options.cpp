@@ -1,6 +1,6 @@
 #include "Options.h"
 
-#include <charconv>
+#include "CommandLine.h"
 
 const char kHelpText[] =
     R"(usage: vcli [OPTION...] [COMMAND...]
@@ -31,51 +31,44 @@ Words may be quoted as in a shell. Exit status, with several commands that of th
 
 namespace
 {
-std::optional<std::chrono::seconds> Seconds(const std::string& text)
+enum Option
 {
-    constexpr int kMaxSeconds = 7 * 24 * 3600;
-    int value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size() || value < 1 || value > kMaxSeconds) {
-        return std::nullopt;
-    }
-    return std::chrono::seconds(value);
+    kTimeout = 1,
+    kWait,
+    kNoWait,
+};
+
+std::chrono::seconds Seconds(const std::string& name, const std::string& argument)
+{
+    constexpr std::uint64_t kMaxSeconds = 7 * 24 * 3600;
+    return std::chrono::seconds(CommandLine::Number(name, argument, 1, kMaxSeconds));
 }
 } // namespace
 
-std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, std::string& error)
+Options ParseOptions(std::vector<std::string> arguments)
 {
-    const std::string timeoutPrefix = "--timeout=";
-    const std::string waitPrefix = "--wait=";
     Options options;
-    auto next = arguments.begin();
-    for (; next != arguments.end() && next->compare(0, 1, "-") == 0; ++next) {
-        std::optional<std::chrono::seconds> seconds;
-        if (*next == "--") {
-            ++next;
-            break;
-        }
-        if (*next == "--help" || *next == "-h") {
-            options.showHelp = true;
-        } else if (*next == "--wait") {
-            options.wait = Options::Wait::Always;
-        } else if (*next == "--no-wait") {
-            options.wait = Options::Wait::Never;
-        } else if (next->compare(0, waitPrefix.size(), waitPrefix) == 0 &&
-                   (seconds = Seconds(next->substr(waitPrefix.size())))) {
-            options.wait = Options::Wait::Always;
-            options.waitTimeout = *seconds;
-        } else if (next->compare(0, timeoutPrefix.size(), timeoutPrefix) == 0 &&
-                   (seconds = Seconds(next->substr(timeoutPrefix.size())))) {
-            options.timeout = *seconds;
-        } else if (*next == "--timeout" && next + 1 != arguments.end() && (seconds = Seconds(*(next + 1)))) {
-            options.timeout = *seconds;
-            ++next;
-        } else {
-            error = "cannot make sense of " + *next;
-            return std::nullopt;
-        }
-    }
-    options.words.assign(next, arguments.end());
+    options.words = CommandLine::TakeOptions(
+        std::move(arguments),
+        {{"timeout", required_argument, nullptr, kTimeout},
+         {"wait", optional_argument, nullptr, kWait},
+         {"no-wait", no_argument, nullptr, kNoWait},
+         {"help", no_argument, nullptr, CommandLine::kHelp}},
+        CommandLine::Words::kLast, [&options](int option, const std::string& argument) {
+            switch (option) {
+                case kTimeout:
+                    options.timeout = Seconds("--timeout", argument);
+                    break;
+                case kWait:
+                    options.wait = Options::Wait::Always;
+                    options.waitTimeout = argument.empty() ? options.waitTimeout : Seconds("--wait", argument);
+                    break;
+                case kNoWait:
+                    options.wait = Options::Wait::Never;
+                    break;
+                default:
+                    options.showHelp = true;
+            }
+        });
     return options;
 }

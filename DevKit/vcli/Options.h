@@ -1,7 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,8 +24,12 @@ struct Options
     std::vector<std::string> words;
 };
 
-/** Reads the arguments that follow the program's name; nothing, with the reason in `error`, when they are wrong. */
-std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, std::string& error);
+/**
+ * Reads the arguments that follow the program's name. Not to be called by two threads at a time.
+ *
+ * @throws std::invalid_argument with one line for the user
+ */
+Options ParseOptions(std::vector<std::string> arguments);
 
 /** The text of --help. */
 extern const char kHelpText[];

@@ -1,7 +1,6 @@
 #include <exception>
 #include <iostream>
-#include <string>
-#include <vector>
+#include <stdexcept>
 
 #include "CommandLoop.h"
 #include "Console.h"
@@ -10,19 +9,17 @@
 int main(int argc, char** argv)
 {
     try {
-        std::string error;
-        const auto options = ParseOptions(std::vector<std::string>(argv + 1, argv + argc), error);
-        if (!options) {
-            std::cerr << "vcli: " << error << "; see vcli --help" << std::endl;
-            return static_cast<int>(ExitStatus::WrongUsage);
-        }
-        if (options->showHelp) {
+        const Options options = ParseOptions({argv + 1, argv + argc});
+        if (options.showHelp) {
             std::cout << kHelpText;
             return 0;
         }
         const ExitStatus status =
-            options->words.empty() ? RunCommandLoop(*options) : Console(*options, false).Run(options->words);
+            options.words.empty() ? RunCommandLoop(options) : Console(options, false).Run(options.words);
         return static_cast<int>(status);
+    } catch (const std::invalid_argument& error) {
+        std::cerr << "vcli: " << error.what() << std::endl;
+        return static_cast<int>(ExitStatus::WrongUsage);
     } catch (const std::exception& error) {
         std::cerr << "vcli: " << error.what() << std::endl;
         return static_cast<int>(ExitStatus::NoService);
