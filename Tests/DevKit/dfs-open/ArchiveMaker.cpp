@@ -1,55 +1,39 @@
 #include "ArchiveMaker.h"
 
-#include "DfsOpen.h"
-
 #include <archive.h>
-#include <archive_entry.h>
 #include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <sstream>
 
 ArchiveMaker::ArchiveMaker()
 {
-    Filter("openssl req -x509 -newkey rsa:2048 -nodes -keyout KEY -out CERT -subj /CN=device -days 2 2>/dev/null", "");
+    Filter("openssl req -x509 -newkey rsa:2048 -nodes -keyout key.pem -out certificate.pem -subj /CN=device", "");
 }
 
-std::string ArchiveMaker::Filter(std::string command, const std::string& input) const
+std::string ArchiveMaker::Filter(const std::string& command, const std::string& input) const
 {
-    for (const auto& [word, name] : {std::pair{"CERT", "/certificate.pem"}, std::pair{"KEY", "/key.pem"}}) {
-        for (std::size_t at = command.find(word); at != std::string::npos; at = command.find(word, at)) {
-            command.replace(at, std::string(word).size(), m_folder.Path() + name);
-        }
-    }
-    const std::string in = m_folder.Write("filter.in", input);
-    const std::string out = m_folder.Path() + "/filter.out";
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): tests run it in one thread
-    EXPECT_EQ(0, std::system(("( " + command + " ) < " + in + " > " + out).c_str())) << command;
-    return ReadWholeFile(out);
+    m_folder.Write("input", input);
+    const Finished run = RunProgram({"sh", "-c", "cd " + m_folder.Path() + " && exec <input " + command});
+    EXPECT_EQ(run.status, 0) << command << "\n" << run.output;
+    return run.output;
 }
 
 std::string ArchiveMaker::Encrypt(const std::string& content) const
 {
-    return Filter("openssl cms -encrypt -binary -stream -outform DER -aes-256-cbc CERT", content);
+    return Filter("openssl cms -encrypt -binary -stream -outform DER -aes-256-cbc certificate.pem", content);
 }
 
-std::string ArchiveMaker::Manifest(const std::vector<std::pair<std::string, std::string>>& items)
+Member ArchiveMaker::Manifest(const std::vector<std::pair<std::string, std::string>>& items)
 {
     std::string list;
     for (const auto& [file, subType] : items) {
-        list += list.empty() ? "" : ",";
-        list.append(R"({"filename":")")
-            .append(file)
-            .append(R"(","type":"TOP","subType":")")
-            .append(subType)
-            .append(R"("})");
+        list.append(list.empty() ? "" : ",").append(R"({"filename":")").append(file);
+        list.append(R"(","type":"TOP","subType":")").append(subType).append(R"("})");
     }
-    return R"({"UploadManifest":{"item":[)" + list + R"(],"version":1}})";
+    return {"dfs_uploadmanifest.json", R"({"UploadManifest":{"item":[)" + list + R"(],"version":1}})"};
 }
 
 std::string ArchiveMaker::Write(const std::vector<Member>& members) const
 {
-    std::string path = m_folder.Path() + "/archive.tar.gz";
+    std::string path = Path("archive.tar.gz");
     archive* writer = archive_write_new();
     archive_write_add_filter_gzip(writer);
     archive_write_set_format_pax_restricted(writer);
@@ -57,30 +41,23 @@ std::string ArchiveMaker::Write(const std::vector<Member>& members) const
     for (const Member& member : members) {
         archive_entry* entry = archive_entry_new();
         archive_entry_set_pathname(entry, member.name.c_str());
-        archive_entry_set_mode(entry, 0600);
-        archive_entry_set_filetype(entry, member.kind == 'l'   ? AE_IFLNK
-                                          : member.kind == 'd' ? AE_IFDIR
-                                          : member.kind == 'c' ? AE_IFCHR
-                                                               : AE_IFREG);
-        if (member.kind == 'l') {
-            archive_entry_set_symlink(entry, member.target.c_str());
-        } else if (member.kind == 'h') {
-            archive_entry_set_hardlink(entry, member.target.c_str());
+        archive_entry_set_mode(entry, member.type | 0600U);
+        if (!member.target.empty()) {
+            const auto setLink = member.type == AE_IFLNK ? archive_entry_set_symlink : archive_entry_set_hardlink;
+            setLink(entry, member.target.c_str());
         }
         archive_entry_set_size(entry, static_cast<la_int64_t>(member.content.size()));
-        EXPECT_EQ(ARCHIVE_OK, archive_write_header(writer, entry)) << archive_error_string(writer);
+        EXPECT_EQ(archive_write_header(writer, entry), ARCHIVE_OK) << archive_error_string(writer);
         archive_write_data(writer, member.content.data(), member.content.size());
         archive_entry_free(entry);
     }
-    EXPECT_EQ(ARCHIVE_OK, archive_write_close(writer));
-    archive_write_free(writer);
+    EXPECT_EQ(archive_write_free(writer), ARCHIVE_OK);
     return path;
 }
 
-OpenResult DfsOpenRun(const std::vector<std::string>& arguments)
+Finished ArchiveMaker::Open(const std::string& archive, const std::vector<std::string>& words) const
 {
-    std::ostringstream out;
-    std::ostringstream err;
-    const DfsOpen::ExitStatus status = DfsOpen::Run(DfsOpen::ParseOptions(arguments), out, err);
-    return {static_cast<int>(status), out.str(), err.str()};
+    std::vector<std::string> command = {Program("dfs-open"), archive, "--key", Path("key.pem")};
+    command.insert(command.end(), words.begin(), words.end());
+    return RunProgram(command);
 }

@@ -1,78 +1,61 @@
 #pragma once
 
-#include "CloudServer.h"
-#include "TemporaryFolder.h"
-
-#include <cstdint>
 #include <string>
 #include <vector>
+
+#include "CloudServer.h"
+#include "FileDescriptor.h"
+#include "TemporaryFolder.h"
 
 /** What an HTTP client got. */
 struct Reply
 {
-    int curlCode = 0; //!< libcurl's code, 0 for a whole answer.
-    long status = 0;
-    std::string headers;
-    std::string body;
+    int status = 0;   //!< HTTP status; 0 when there was no whole answer.
+    std::string text; //!< Header fields and body.
 };
 
-/** A request that libcurl sends. */
-struct ClientRequest
-{
-    std::string method = "POST";
-    std::string url = {};
-    std::string proxy = {};
-    std::vector<std::string> headers = {};
-    std::string body = {};
-};
-
-Reply SendRequest(const ClientRequest& request);
+/** A request by curl(1). */
+Reply SendRequest(const std::string& method, const std::string& url, const std::vector<std::string>& headers = {},
+                  const std::string& body = {}, const std::string& proxy = {});
 
 /** A TCP connection for what no HTTP client would do. */
 class RawClient
 {
 public:
-    explicit RawClient(std::uint16_t port);
-    ~RawClient();
-    RawClient(const RawClient&) = delete;
-    RawClient& operator=(const RawClient&) = delete;
+    RawClient(const DiagCloud::CloudServer& cloud, const std::string& bytes);
 
-    void Send(const std::string& bytes) const;
-
-    /** Reads to the end of the connection, at most 10 seconds. */
-    std::string ReadAll();
-
-    /** After ReadAll: the connection ended by a reset. */
-    bool WasReset() const { return m_reset; }
+    /** What is sent up to the end of the connection; " RESET" follows when it ended so. */
+    std::string ReadAll() const;
 
 private:
-    int m_socket;
-    bool m_reset = false;
+    FileDescriptor m_socket;
 };
 
 /** A cloud with a store of its own. */
-class TestCloud
+class TestCloud : private TemporaryFolder, public DiagCloud::CloudServer
 {
 public:
     explicit TestCloud(std::vector<DiagCloud::Outcome> script = {}, DiagCloud::CloudSettings settings = {});
 
-    DiagCloud::CloudServer& Server() { return *m_server; }
-    const std::string& Folder() const { return m_folder.Path(); }
+    const std::string& Folder() const { return TemporaryFolder::Path(); }
 
-    /** The names of the files in the store. */
-    std::vector<std::string> Stored() const;
+    /** The number of files in the store. */
+    std::ptrdiff_t Stored() const;
 
     /** Posts metadata as a device does, through the proxy. */
-    Reply PostMetadata(const std::string& body = GoodMetadata());
+    Reply PostMetadata(const std::string& body = kMetadata) const;
 
     /** Posts metadata and returns the upload URL. */
-    std::string Announce();
+    std::string Announce() const;
 
-    static Reply PostArchive(const std::string& url, const std::string& archive, const std::string& md5);
+    /** Takes the request of that number as it was recorded; an empty one when it does not come in time. */
+    DiagCloud::ReceivedRequest Request(std::size_t number) const;
 
-    static std::string GoodMetadata();
-
-private:
-    TemporaryFolder m_folder;
-    std::unique_ptr<DiagCloud::CloudServer> m_server;
+    static const std::string kMetadata;
 };
+
+/** Posts kContent as an archive. */
+Reply PostArchive(const std::string& url);
+
+const std::string kContent = "The quick brown fox jumps over the lazy dog";
+const std::string kMd5 = "Content-MD5: 9e107d9d372bb6826bd81d3542a419d6";

@@ -1,42 +1,29 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <pty.h>
+#include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
-#include <cstdio>
-#include <functional>
-#include <stdexcept>
+#include <tuple>
 
 #include "APTask.h"
+#include "ChildProcess.h"
 #include "CliClientMT.h"
+#include "FileDescriptor.h"
+#include "TemporaryFolder.h"
 
 namespace
 {
-using testing::AllOf;
 using testing::HasSubstr;
-using testing::Not;
+using Words = std::vector<std::string>;
 
-struct Result
+/** Runs vcli by a shell, so that its words may be quoted. */
+Finished Vcli(const std::string& words, const std::string& input = "")
 {
-    int status;
-    std::string output;
-};
-
-/** Runs vcli by a shell; standard error joins the output. */
-Result Vcli(const std::string& arguments, const std::string& input = "")
-{
-    const std::string command = "printf '%b' '" + input + "' | " VCLI_PROGRAM " " + arguments + " 2>&1";
-    FILE* const pipe = popen(command.c_str(), "r");
-    std::string output;
-    for (int c = 0; (c = fgetc(pipe)) != EOF;) {
-        output += static_cast<char>(c);
-    }
-    const int status = pclose(pipe);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
+    WriteWholeFile("/tmp/input", input);
+    return RunProgram({"sh", "-c", "exec " + Program("vcli") + " " + words + " </tmp/input"});
 }
-
-using Handle = std::function<void(const std::vector<std::string>&, const std::function<void(std::string)>&)>;
 
 /** A service with a command of every temper. */
 class Service
@@ -47,37 +34,29 @@ public:
     {
         m_task.Start();
         m_client->Initialize(&m_task);
-        Offer(word + " show", [](const auto& arguments, const auto& reply) {
-            std::string text = "shown";
-            for (const std::string& argument : arguments) {
-                text += "<" + argument + ">";
-            }
-            reply(text);
-        });
-        Offer(word + " upload", [this](const auto&, const auto& reply) {
+        Offer(word + " show", [](const Words& words, auto reply) { reply("shown" + testing::PrintToString(words)); });
+        Offer(word + " number", [](const Words& words, auto reply) { reply(std::to_string(std::stoi(words.at(0)))); });
+        Offer(word + " silent", [](auto...) {});
+        Offer(word + " forget", [](const Words&, auto reply) { reply("Triggered"); });
+        Offer(word + " vanish", [this](auto...) { m_client.reset(); });
+        Offer(word + " upload", [this](const Words&, auto reply) {
             reply("Upload Request Triggered");
             m_client->SendAsyncResponse("Upload status code = 200");
         });
-        Offer(word + " number",
-              [](const auto& arguments, const auto& reply) { reply(std::to_string(std::stoi(arguments.at(0)))); });
-        Offer(word + " silent", [](const auto&, const auto&) {});
-        Offer(word + " vanish", [this](const auto&, const auto&) { m_client.reset(); });
-        Offer(word + " forget", [](const auto&, const auto& reply) { reply("Triggered"); });
     }
 
     /** A handler may still be at work on the client. */
     ~Service() { m_task.Stop(); }
 
 private:
+    template <class Handle>
     void Offer(const std::string& words, Handle handle)
     {
-        m_client->RegisterCLIServerCommands(
-            words, "Help of " + words, words + " [x]", &m_task,
-            CliClientMT::Handler([handle = std::move(handle)](std::uint16_t, const std::vector<std::string>& arguments,
-                                                              const CliClientMT::Reply& reply, int context) {
-                handle(arguments, [&](std::string text) { reply(std::move(text), context); });
-            }),
-            1);
+        const CliClientMT::Handler handler(
+            [handle](std::uint16_t, const Words& arguments, const CliClientMT::Reply& reply, int context) {
+                handle(arguments, [&](const std::string& text) { reply(text, context); });
+            });
+        m_client->RegisterCLIServerCommands(words, "Help of " + words, words + " [x]", &m_task, handler, 1);
     }
 
     APTask m_task{"Handler", 0, CTask::NOT_REALTIME, -1};
@@ -88,40 +67,28 @@ private:
 TEST(Vcli, EveryEndOfACommand_HasItsWordsAndItsStatus)
 {
     const Service service("Service");
-    const struct
-    {
-        const char* arguments;
-        int status;
-        const char* output;
-    } cases[] = {
-        {"service show 'a b' '' '\"'", 0, "shown<a b><><\">\n"},
+    // The output, or its beginning when no line feed ends it.
+    const std::tuple<const char*, int, std::string> cases[] = {
+        {"service show 'a b' '' '\"'", 0, "shown{ \"a b\", \"\", \"\\\"\" }\n"},
         {"service upload 9", 0, "Upload Request Triggered\nUpload status code = 200\n"},
         {"--no-wait service upload 9", 0, "Upload Request Triggered\n"},
-        {"service number 12abc", 0, "12\n"},
         {"service number -- -7", 5, "vcli: no reply came: stoi\n"},
         {"service number -7", 0, "-7\n"},
-        {"service number abc", 5, "vcli: no reply came: stoi\n"},
         {"--timeout=1 service silent", 4, "vcli: Service sent no reply within 1 s\n"},
-        {"--wait=1 service show", 7, "shown\nvcli: the outcome did not come within 1 s\n"},
-        {"--timeout 0 service show", 2, "vcli: cannot make sense of --timeout; see vcli --help\n"},
-        {"--quick service show", 2, "vcli: cannot make sense of --quick; see vcli --help\n"},
+        {"--wait=1 service show", 7, "shown{}\nvcli: the outcome did not come within 1 s\n"},
+        {"service jump", 3, "vcli: no service offers the command 'service jump'. There are:\nService\n  service show"},
+        {"--timeout 0 service show", 2, "vcli: --timeout takes a number from 1 to 604800, not '0'\n"},
+        {"--quick service show", 2, "vcli: no option --quick; see --help\n"},
+        {"--timeout", 2, "vcli: --timeout takes a value; see --help\n"},
+        {"service vanish", 6, "vcli: Service closed the connection before it replied\n"},
+        {"help", 1, "vcli: no service can be reached in /run/vantor/cli\n"},
+        {"--help", 0, "usage: vcli"},
     };
-    for (const auto& one : cases) {
-        const Result result = Vcli(one.arguments);
-        EXPECT_EQ(result.output, one.output) << one.arguments;
-        EXPECT_EQ(result.status, one.status) << one.arguments;
+    for (const auto& [words, status, output] : cases) {
+        const Finished result = Vcli(words);
+        EXPECT_EQ(result.status, status) << words;
+        EXPECT_EQ(output.back() == '\n' ? result.output : result.output.substr(0, output.size()), output) << words;
     }
-    const Result unknown = Vcli("service jump");
-    EXPECT_EQ(unknown.status, 3);
-    EXPECT_THAT(unknown.output, AllOf(HasSubstr("'service jump'"), HasSubstr("service upload [x]")));
-}
-
-TEST(Vcli, ServiceThatGoesBeforeTheReply_IsNoticed)
-{
-    const Service service("Service");
-    const Result result = Vcli("service vanish");
-    EXPECT_EQ(result.status, 6);
-    EXPECT_EQ(result.output, "vcli: Service closed the connection before it replied\n");
 }
 
 TEST(Vcli, ServiceThatIsKilledBeforeTheOutcome_IsNoticed)
@@ -133,84 +100,52 @@ TEST(Vcli, ServiceThatIsKilledBeforeTheOutcome_IsNoticed)
             pause();
         }
     }
-    FILE* const pipe = popen("until " VCLI_PROGRAM " help >/dev/null 2>&1; do :; done; " VCLI_PROGRAM
-                             " service forget 2>&1; echo status $?",
-                             "r");
-    char line[200] = "";
-    ASSERT_NE(fgets(line, sizeof line, pipe), nullptr);
-    EXPECT_STREQ(line, "Triggered\n");
+    EXPECT_TRUE(WaitUntil([] { return Vcli("help").status == 0; }));
+    ChildProcess vcli({Program("vcli"), "service", "forget"});
+    EXPECT_TRUE(vcli.WaitForOutput("Triggered\n"));
     kill(child, SIGKILL);
     ASSERT_EQ(waitpid(child, nullptr, 0), child);
-    ASSERT_NE(fgets(line, sizeof line, pipe), nullptr);
-    EXPECT_STREQ(line, "vcli: Service closed the connection before it told the outcome\n");
-    ASSERT_NE(fgets(line, sizeof line, pipe), nullptr);
-    EXPECT_STREQ(line, "status 6\n");
-    pclose(pipe);
+    EXPECT_EQ(vcli.WaitForExit(), 6);
+    EXPECT_EQ(vcli.Output(), "Triggered\nvcli: Service closed the connection before it told the outcome\n");
 
-    const Result refused = Vcli("service show");
+    const Finished refused = Vcli("service show");
     EXPECT_EQ(refused.status, 1);
     EXPECT_THAT(refused.output, HasSubstr("Service cannot be reached: Connection refused"));
-}
-
-TEST(Vcli, NoService_IsSaid)
-{
-    const Result result = Vcli("help");
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.output, "vcli: no service can be reached in /run/vantor/cli\n");
-    EXPECT_THAT(Vcli("--help").output, HasSubstr("Exit status"));
 }
 
 TEST(Vcli, SeveralServices_AreListedAndEachGetsItsCommands)
 {
     const Service one("One", "one");
     const Service two("Two", "two");
-    const Result help = Vcli("help");
+    const Finished help = Vcli("help");
     EXPECT_EQ(help.status, 0);
-    EXPECT_THAT(help.output,
-                AllOf(HasSubstr("One\n  one show [x]\n      Help of one show\n"), HasSubstr("Two\n  two show [x]\n")));
-    EXPECT_EQ(Vcli("two show 2").output, "shown<2>\n");
+    EXPECT_THAT(help.output, HasSubstr("One\n  one show [x]\n      Help of one show\n"));
+    EXPECT_THAT(help.output, HasSubstr("Two\n  two show [x]\n"));
+    EXPECT_EQ(Vcli("two number 2").output, "2\n");
 }
 
 TEST(Vcli, CommandsFromAPipe_AllRunAndTheFirstFailureIsTheStatus)
 {
     const Service service("Service");
-    const Result result = Vcli("", "service show 1\\n\\nservice number x\\n\"\\nservice upload\\nservice show last");
+    const Finished result = Vcli("", "service number 1\n\nservice number x\n\"\nservice upload\nservice number 2");
     EXPECT_EQ(result.status, 5);
     EXPECT_EQ(result.output,
-              "shown<1>\nvcli: no reply came: stoi\nvcli: a quote is not closed\nUpload Request Triggered\n"
-              "Upload status code = 200\nshown<last>\n");
-    EXPECT_EQ(Vcli("", "service show\\nquit\\nservice show 2\\n").output, "shown\n");
-    EXPECT_EQ(Vcli("", "").status, 0);
+              "1\nvcli: no reply came: stoi\nvcli: a quote is not closed\nUpload Request Triggered\n"
+              "Upload status code = 200\n2\n");
+    EXPECT_EQ(Vcli("", "service number 1\nquit\nservice number 2\n").output, "1\n");
+    EXPECT_EQ(Vcli("").status, 0);
 }
 
 TEST(Vcli, Terminal_HasAPromptAndShowsOutcomesAsTheyCome)
 {
     const Service service("Service");
-    int terminal = -1;
-    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
-    if (child == 0) {
-        execl(VCLI_PROGRAM, "vcli", nullptr);
-        _exit(127);
-    }
-    std::string shown;
-    const auto readUntil = [&](const std::string& text) {
-        char chunk[500];
-        ssize_t got = 0;
-        while (shown.find(text) == std::string::npos && (got = read(terminal, chunk, sizeof chunk)) > 0) {
-            shown.append(chunk, static_cast<std::size_t>(got));
-        }
-        EXPECT_THAT(shown, HasSubstr(text));
-        shown.erase(0, shown.find(text) + text.size());
-    };
-    alarm(30);
-    readUntil("vcli> ");
-    ASSERT_EQ(write(terminal, "service upload\n", 15), 15);
-    readUntil("Upload Request Triggered\r\n");
-    readUntil("Upload status code = 200\r\n");
-    readUntil("vcli> ");
-    ASSERT_EQ(write(terminal, "quit\n", 5), 5);
-    int status = -1;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
-    close(terminal);
+    ASSERT_EQ(mkfifo("/tmp/keys", 0600), 0);
+    ChildProcess terminal({"sh", "-c", "exec script -qec " + Program("vcli") + " /dev/null </tmp/keys"});
+    const FileDescriptor keys(open("/tmp/keys", O_WRONLY | O_CLOEXEC));
+    ASSERT_TRUE(terminal.WaitForOutput("vcli> "));
+    keys.WriteAll("service upload\n");
+    ASSERT_TRUE(terminal.WaitForOutput("Upload Request Triggered\r\n"));
+    ASSERT_TRUE(terminal.WaitForOutput("Upload status code = 200\r\n"));
+    keys.WriteAll("quit\n");
+    EXPECT_EQ(terminal.WaitForExit(), 0);
 }
