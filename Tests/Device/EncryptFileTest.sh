@@ -14,11 +14,6 @@ seal() {
     open_sealed "$key" sealed >plain
 }
 
-refused() {
-    refute "refused" "$@" >out 2>err
-    equal "output and lines of error of: $*" "0 1" "$(wc -c <out) $(wc -l <err)"
-}
-
 head -c 300000 /dev/urandom >random
 : >empty
 ln -s random link

@@ -32,14 +32,17 @@ eventually() {
     what=$1
     shift
     tries=200
-    until "$@"; do
+    until "$@" || [ "$tries" -eq 0 ]; do
         tries=$((tries - 1))
-        if [ "$tries" -eq 0 ]; then
-            fail "$what: not within ten seconds: $*"
-            return
-        fi
         sleep 0.05
     done
+    [ "$tries" -gt 0 ] || fail "$what: not within ten seconds: $*"
+}
+
+# refused COMMAND...: the command must fail, with nothing on standard output and one line on standard error.
+refused() {
+    ! "$@" >/tmp/out 2>/tmp/err || fail "not refused: $*"
+    equal "output and lines of error of: $*" "0 1" "$(wc -c </tmp/out) $(wc -l </tmp/err)"
 }
 
 # running WORD: whether a process is alive whose command line holds WORD.
@@ -96,6 +99,5 @@ unshadow() {
 }
 
 finish_tests() {
-    [ "$failures" -eq 0 ] || exit 1
-    exit 0
+    exit "$((failures > 0))"
 }

@@ -9,7 +9,6 @@ using Words = std::vector<std::string>;
 TEST(CommandWords, Split_TakesQuotesAndBackslashes)
 {
     const std::pair<const char*, Words> lines[] = {
-        {"", {}},
         {" \t ", {}},
         {"  a\tb  c ", {"a", "b", "c"}},
         {R"("a b" 'c "d' e\ f)", {"a b", "c \"d", "e f"}},
@@ -63,19 +62,4 @@ TEST(CliWire, LineThatIsNoRequest_IsNotDecoded)
         EXPECT_FALSE(CliWire::DecodeRequest(line)) << line;
     }
     EXPECT_FALSE(CliWire::DecodeRequest(std::string(10000, '[')));
-}
-
-TEST(LineCutter, Pieces_BecomeLinesUpToTheLimit)
-{
-    CliWire::LineCutter lines(3);
-    lines.Append("a", 1);
-    EXPECT_EQ(lines.Next(), std::nullopt);
-    lines.Append("bc\n\nde", 6);
-    EXPECT_EQ(lines.Next(), "abc");
-    EXPECT_EQ(lines.Next(), "");
-    EXPECT_EQ(lines.Next(), std::nullopt);
-    EXPECT_FALSE(lines.IsTooLong());
-    lines.Append("fg\n", 3);
-    EXPECT_EQ(lines.Next(), std::nullopt);
-    EXPECT_TRUE(lines.IsTooLong());
 }

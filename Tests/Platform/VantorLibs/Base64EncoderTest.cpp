@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-
-// The vectors of RFC 4648 section 10.
-TEST(Base64Encoder, Vectors_BothWays)
+// The vectors of RFC 4648 section 10, among others.
+TEST(Base64Encoder, Bytes_ComeAndGo)
 {
     const std::pair<const char*, const char*> vectors[] = {
         {"", ""},
@@ -21,15 +19,10 @@ TEST(Base64Encoder, Vectors_BothWays)
         EXPECT_EQ(Base64Encoder::Encode(bytes), text);
         EXPECT_EQ(Base64Encoder::Decode(text), bytes) << text;
     }
-}
-
-TEST(Base64Encoder, AnyBytesOfAnyLength_ComeBack)
-{
-    std::mt19937 random(1);
-    for (const std::size_t length : {1, 2, 47, 48, 49, 1000, 3 * 1024 * 1024, 3 * 1024 * 1024 + 1}) {
+    for (const std::size_t length : {47, 48, 49, 3 * 1024 * 1024 + 1}) {
         std::string bytes(length, '\0');
-        for (char& byte : bytes) {
-            byte = static_cast<char>(random());
+        for (std::size_t at = 0; at < length; ++at) {
+            bytes[at] = static_cast<char>(at * at / 7);
         }
         EXPECT_TRUE(Base64Encoder::Decode(Base64Encoder::Encode(bytes)) == bytes) << length;
     }

@@ -1,10 +1,10 @@
 #include <gmock/gmock.h>
+#include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <atomic>
-#include <csignal>
 #include <filesystem>
 #include <thread>
 
@@ -15,13 +15,14 @@ namespace
 {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
-using Exception = ProtoPersistenceIF::ProtoPersistenceException;
 
+constexpr char kFolder[] = "/mnt/nv/product-persistence";
 constexpr char kPath[] = "/mnt/nv/product-persistence/file.json";
 
-std::shared_ptr<ProtoPersistenceIF> File()
+std::shared_ptr<ProtoPersistenceIF> File(const std::string& name = "file.json",
+                                         const std::string& folder = "product-persistence/")
 {
-    return ProtoPersistenceFactory::Create("file.json", "product-persistence/");
+    return ProtoPersistenceFactory::Create(name, folder);
 }
 
 template <class Action>
@@ -29,7 +30,7 @@ std::string ErrorOf(Action action)
 {
     try {
         action();
-    } catch (const Exception& error) {
+    } catch (const ProtoPersistenceIF::ProtoPersistenceException& error) {
         return error.what();
     }
     return "no exception";
@@ -37,10 +38,7 @@ std::string ErrorOf(Action action)
 
 unsigned ModeOf(const std::string& path)
 {
-    struct stat status
-    {};
-    EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
-    return status.st_mode & 07777U;
+    return static_cast<unsigned>(fs::status(path).permissions());
 }
 
 std::ptrdiff_t EntriesOf(const std::string& folder)
@@ -51,27 +49,28 @@ std::ptrdiff_t EntriesOf(const std::string& folder)
 
 TEST(ProtoPersistence, StoreLoadRemove)
 {
-    const auto file = File();
-    EXPECT_THAT(ErrorOf([&] { file->Load(); }), HasSubstr("No such file or directory"));
-    file->Store("first");
-    file->Store("{\"second\":1}");
+    EXPECT_THAT(ErrorOf([] { File()->Load(); }), HasSubstr("No such file or directory"));
+    WriteWholeFile(std::string(kPath) + ".tmp", "what a power cut left");
+    File()->Store("first");
+    File()->Store("{\"second\":1}");
     EXPECT_EQ(ReadWholeFile(kPath), "{\"second\":1}");
     EXPECT_EQ(File()->Load(), "{\"second\":1}");
-    file->Remove();
+    EXPECT_EQ(EntriesOf(kFolder), 1);
+    File()->Remove();
     EXPECT_FALSE(fs::exists(kPath));
-    file->Remove();
+    File()->Remove();
 }
 
 TEST(ProtoPersistence, MissingFolders_AreMadeForTheOwnerWhateverTheUmask)
 {
     for (const mode_t mask : {0000, 0777}) {
-        fs::remove_all("/mnt/nv/product-persistence");
+        fs::remove_all(kFolder);
         umask(mask);
-        ProtoPersistenceFactory::Create("file.json", "product-persistence/inner")->Store("x");
+        File("file.json", "product-persistence/inner")->Store("x");
         umask(0022);
-        EXPECT_EQ(ModeOf("/mnt/nv/product-persistence"), 0700U);
-        EXPECT_EQ(ModeOf("/mnt/nv/product-persistence/inner"), 0700U);
-        EXPECT_EQ(ModeOf("/mnt/nv/product-persistence/inner/file.json"), 0600U);
+        EXPECT_EQ(ModeOf(kFolder), 0700U);
+        EXPECT_EQ(ModeOf(std::string(kFolder) + "/inner"), 0700U);
+        EXPECT_EQ(ModeOf(std::string(kFolder) + "/inner/file.json"), 0600U);
     }
 }
 
@@ -83,27 +82,18 @@ TEST(ProtoPersistence, FailingWrite_LeavesTheOldContentAndNoOtherFile)
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
     EXPECT_THAT(ErrorOf([] { File()->Store(std::string(5000, 'x')); }), HasSubstr("File too large"));
     EXPECT_EQ(ReadWholeFile(kPath), "old");
-    EXPECT_EQ(EntriesOf("/mnt/nv/product-persistence"), 1);
-}
-
-TEST(ProtoPersistence, LeftOverOfAPowerCut_IsReplaced)
-{
-    WriteWholeFile(std::string(kPath) + ".tmp", "half");
-    File()->Store("whole");
-    EXPECT_EQ(ReadWholeFile(kPath), "whole");
-    EXPECT_EQ(EntriesOf("/mnt/nv/product-persistence"), 1);
+    EXPECT_EQ(EntriesOf(kFolder), 1);
 }
 
 TEST(ProtoPersistence, PlaceThatCannotBeWritten_IsNamedWithTheReason)
 {
     WriteWholeFile("/mnt/nv/plain", "");
-    EXPECT_EQ(ErrorOf([] { ProtoPersistenceFactory::Create("f", "plain/")->Store("x"); }),
+    EXPECT_EQ(ErrorOf([] { File("f", "plain/")->Store("x"); }),
               "cannot make the folder of /mnt/nv/plain/f: Not a directory");
     fs::create_directories("/mnt/nv/folder/f/x");
-    EXPECT_EQ(ErrorOf([] { ProtoPersistenceFactory::Create("f", "folder")->Store("x"); }),
-              "cannot write /mnt/nv/folder/f: Is a directory");
+    EXPECT_EQ(ErrorOf([] { File("f", "folder")->Store("x"); }), "cannot write /mnt/nv/folder/f: Is a directory");
     EXPECT_EQ(EntriesOf("/mnt/nv/folder"), 1);
-    EXPECT_THAT(ErrorOf([] { ProtoPersistenceFactory::Create("f", "folder")->Remove(); }), HasSubstr("Is a directory"));
+    EXPECT_THAT(ErrorOf([] { File("f", "folder")->Remove(); }), HasSubstr("Is a directory"));
 }
 
 TEST(ProtoPersistence, NamesThatLeaveTheStorage_AreRefused)
@@ -112,37 +102,31 @@ TEST(ProtoPersistence, NamesThatLeaveTheStorage_AreRefused)
         {"", "a/"},       {".", "a/"},      {"..", "a/"},  {"../x", "a/"}, {"a/b", ""},  {"/etc/x", ""},
         {"x", "/mnt/nv"}, {"x", "../etc/"}, {"x", "a/.."}, {"x", "a//b"},  {"x", "./a"}, {std::string("x\0y", 3), ""},
     };
-    for (const auto& [name, directory] : names) {
-        EXPECT_THAT(ErrorOf([&n = name, &d = directory] { ProtoPersistenceFactory::Create(n, d); }),
-                    HasSubstr("Invalid argument"))
-            << directory << " " << name;
+    for (const auto& each : names) {
+        EXPECT_THAT(ErrorOf([&each] { File(each.first, each.second); }), HasSubstr("Invalid argument"))
+            << each.second << " " << each.first;
     }
-    EXPECT_NO_THROW(ProtoPersistenceFactory::Create("..x", ""));
+    EXPECT_NO_THROW(File("..x", ""));
 }
 
 TEST(ProtoPersistence, ReadersAndWriters_SeeWholeContents)
 {
-    static constexpr std::size_t kLength = 20000;
-    File()->Store(std::string(kLength, 'a'));
-    std::atomic<bool> done{false};
-    std::thread writers[2];
-    for (int index = 0; index < 2; ++index) {
-        writers[index] = std::thread([index] {
-            for (int round = 0; round < 200; ++round) {
-                File()->Store(std::string(kLength, static_cast<char>('a' + index)));
-            }
-        });
-    }
-    std::thread reader([&done] {
-        while (!done) {
-            const std::string content = File()->Load();
-            ASSERT_EQ(content.size(), kLength);
-            ASSERT_EQ(std::count(content.begin(), content.end(), content[0]), static_cast<std::ptrdiff_t>(kLength));
+    const auto store = [](char filling) { File()->Store(std::string(20000, filling)); };
+    store('a');
+    std::atomic<int> writing{2};
+    const auto write = [&](char filling) {
+        for (int round = 0; round < 200; ++round) {
+            store(filling);
         }
-    });
-    writers[0].join();
-    writers[1].join();
-    done = true;
-    reader.join();
-    EXPECT_EQ(EntriesOf("/mnt/nv/product-persistence"), 1);
+        --writing;
+    };
+    std::thread one(write, 'a');
+    std::thread two(write, 'b');
+    while (writing > 0) {
+        const std::string content = File()->Load();
+        EXPECT_EQ(std::count(content.begin(), content.end(), content[0]), 20000);
+    }
+    one.join();
+    two.join();
+    EXPECT_EQ(EntriesOf(kFolder), 1);
 }
