@@ -20,9 +20,6 @@ TEST(CloudFault, BrokenHttp_IsAnsweredAndTheConnectionEnded)
     const std::string chunked = "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n";
     const std::pair<std::string, std::string> cases[] = {
         {"garbage\r\n\r\n", "400 "},
-        {"POST / HTTP/9.9\r\n\r\n", "400 "},
-        {"GET / HTTP/1.1\r\nno colon\r\n\r\n", "400 "},
-        {"POST / HTTP/1.1\r\nContent-Length: -1\r\n\r\n", "400 "},
         {chunked + "xyz\r\n", "400 "},
         {"GET / HTTP/1.1\r\nX: " + std::string(70000, 'x') + "\r\n\r\n", "431 "},
         {"POST / HTTP/1.1\r\nContent-Length: 1001\r\nExpect: 100-continue\r\n\r\n", "413 "},

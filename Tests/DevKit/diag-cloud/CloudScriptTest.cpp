@@ -72,19 +72,15 @@ TEST(CloudScript, Reset_CutsAnswerOrRequestWhereItIsTold)
 TEST(CloudScript, BadScript_IsRefusedWithTheReason)
 {
     const std::pair<const char*, const char*> cases[] = {
-        {R"([{"status":503},])", "not JSON"},
         {R"({"status":503})", "not a JSON array"},
         {R"([503])", "outcome 1: it must be an object"},
         {R"([{},{"stauts":503}])", "outcome 2: there is no member \"stauts\""},
         {R"([{"status":"503"}])", "\"status\" must be a whole number from 200 to 599"},
-        {R"([{"status":100}])", "\"status\" must be"},
         {R"([{"delayMs":-1}])", "\"delayMs\" must be"},
         {R"([{"repeat":0}])", "\"repeat\" must be"},
         {R"([{"match":"upload"}])", "\"match\" must be"},
-        {R"([{"hang":1}])", "\"hang\" must be"},
         {R"([{"status":503,"headers":["Retry-After"]}])", "\"headers\" must be an object"},
         {R"([{"status":503,"headers":{"Retry-After":"1\r\nX: y"}}])", "\"headers\" must map"},
-        {R"([{"headers":{"Retry-After":"1"}}])", "need a \"status\""},
         {R"([{"status":204,"body":"x"}])", "has no \"body\""},
         {R"([{"hang":true,"status":503}])", "exclude each other"},
         {R"([{"resetAfterBytes":1,"resetAfterRequestBytes":1}])", "exclude each other"},

@@ -60,7 +60,6 @@ TEST(CloudUpload, BadMetadata_IsRefusedWithTheReason)
     const TestCloud cloud;
     const std::string& good = TestCloud::kMetadata;
     const std::pair<std::string, std::string> cases[] = {
-        {"", "not a JSON object"},
         {"[]", "not a JSON object"},
         {std::string(3000, '['), "not a JSON object"},
         {R"({"MetadataPayload":)" + good + "}", R"(no text \"productName\")"},
@@ -91,9 +90,7 @@ TEST(CloudUpload, BadArchiveOrPath_IsRefusedAndNothingStored)
         {"POST", url, {"Content-MD5: nhB9nTcrtoJr2B01QqQZ1g=="}, 400, "32 lower-case hexadecimal digits"},
         {"POST", url + "0", {kMd5}, 404, "no metadata announced this archive"},
         {"POST", root + "/archives/..%2f..%2fx", {kMd5}, 404, "no metadata announced this archive"},
-        {"POST", root + "/archives/", {kMd5}, 404, "no such path"},
         {"POST", root + "/senders/a/b/metadata", {}, 404, "no such path"},
-        {"POST", root + "/senders//metadata", {}, 404, "no such path"},
         {"GET", "http://127.0.0.1:" + std::to_string(cloud.Port()) + "/", {}, 404, "no such path"},
         {"GET", "http://[::1]:" + std::to_string(cloud.Port()) + "/", {}, 404, "no such path"},
         {"GET", url, {}, 405, "only POST"},

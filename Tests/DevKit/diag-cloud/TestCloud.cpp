@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <regex>
 
 #include "ChildProcess.h"
 #include "Deadline.h"
@@ -75,11 +76,9 @@ Reply TestCloud::PostMetadata(const std::string& body) const
 std::string TestCloud::Announce() const
 {
     const std::string text = PostMetadata().text;
-    const std::string before = R"({"uploadUrl":")";
-    const std::size_t begin = text.find(before);
-    EXPECT_NE(begin, std::string::npos) << text;
-    return begin == std::string::npos ? ""
-                                      : text.substr(begin + before.size(), text.size() - begin - before.size() - 2);
+    std::smatch url;
+    EXPECT_TRUE(std::regex_search(text, url, std::regex(R"re(\{"uploadUrl":"([^"]*)"\}$)re"))) << text;
+    return url[1];
 }
 
 DiagCloud::ReceivedRequest TestCloud::Request(std::size_t number) const

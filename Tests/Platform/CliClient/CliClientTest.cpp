@@ -176,9 +176,10 @@ TEST_F(CliClient, WhatIsNoRequest_EndsThatConnectionOnly)
 {
     OfferEcho("echo", 1);
     Tool bystander;
+    const std::string tooLong = "echo " + std::string(CliWire::kMaxRequestLength, 'x');
     for (const std::string& bytes :
-         {std::string("hello\n"), std::string("\n"), std::string("\0\n", 2), std::string(10000, '[') + "\n",
-          std::string(CliWire::kMaxRequestLength + 1, 'x')}) {
+         {std::string("hello\n"), std::string("\n"), std::string("\0\n", 2), std::string(10000, '[') + "\n", tooLong,
+          CliWire::Encode(Request{Request::Kind::Run, 1, tooLong})}) {
         Tool tool;
         tool.Send(bytes);
         EXPECT_THAT(tool.Next(), HasSubstr("error 0 ")) << bytes.substr(0, 20);
