@@ -40,7 +40,7 @@ enum Option
 
 std::chrono::seconds Seconds(const std::string& name, const std::string& argument)
 {
-    constexpr std::uint64_t kMaxSeconds = 7 * 24 * 3600;
+    constexpr std::uint64_t kMaxSeconds = std::uint64_t{7} * 24 * 3600;
     return std::chrono::seconds(CommandLine::Number(name, argument, 1, kMaxSeconds));
 }
 } // namespace

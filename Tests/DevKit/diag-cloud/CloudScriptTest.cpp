@@ -49,19 +49,19 @@ TEST(CloudScript, Delay_LiesBetweenRequestAndAnswer)
 
 TEST(CloudScript, Reset_CutsAnswerOrRequestWhereItIsTold)
 {
-    const std::tuple<std::string, std::size_t, std::string, std::size_t, std::ptrdiff_t> cases[] = {
-        {"resetAfterBytes", 0, " RESET", 43, 2},
-        {"resetAfterBytes", 25, "HTTP/1.1 200 OK\r\nContent- RESET", 43, 2},
-        {"resetAfterRequestBytes", 0, " RESET", 0, 1},
-        {"resetAfterRequestBytes", 10, " RESET", 10, 1},
-        {"resetAfterRequestBytes", 1000, " RESET", 43, 1},
+    const std::tuple<std::string, std::string, std::size_t, std::ptrdiff_t> cases[] = {
+        {R"("resetAfterBytes":0)", " RESET", 43, 2},
+        {R"("resetAfterBytes":25)", "HTTP/1.1 200 OK\r\nContent- RESET", 43, 2},
+        {R"("resetAfterRequestBytes":0)", " RESET", 0, 1},
+        {R"("resetAfterRequestBytes":10)", " RESET", 10, 1},
+        {R"("resetAfterRequestBytes":1000)", " RESET", 43, 1},
     };
-    for (const auto& [member, bytes, answer, bodySize, stored] : cases) {
-        SCOPED_TRACE(member + " " + std::to_string(bytes));
-        const TestCloud cloud(ParseScript(R"([{"match":"archive",")" + member + "\":" + std::to_string(bytes) + "}]"));
+    const std::string rest = " HTTP/1.1\r\n" + kMd5 + "\r\nContent-Length: 43\r\n\r\n" + kContent;
+    for (const auto& [reset, answer, bodySize, stored] : cases) {
+        SCOPED_TRACE(reset);
+        const TestCloud cloud(ParseScript(R"([{"match":"archive",)" + reset + "}]"));
         const std::string url = cloud.Announce();
-        const RawClient client(cloud, "POST " + url.substr(cloud.Url().size()) + " HTTP/1.1\r\n" + kMd5 +
-                                          "\r\nContent-Length: 43\r\n\r\n" + kContent);
+        const RawClient client(cloud, ("POST " + url).append(rest));
         EXPECT_EQ(client.ReadAll(), answer);
         EXPECT_EQ(cloud.Request(2).bodySize, bodySize);
         EXPECT_EQ(cloud.Stored(), stored);

@@ -98,7 +98,7 @@ TEST(CloudUpload, BadArchiveOrPath_IsRefusedAndNothingStored)
         {"DELETE", root + "/senders/x/metadata?y=z", {}, 405, "only POST"},
     };
     for (const auto& [method, target, headers, status, reason] : cases) {
-        SCOPED_TRACE(method + " " + target + " " + reason);
+        SCOPED_TRACE(testing::Message() << method << " " << target << " " << reason);
         const Reply reply = SendRequest(method, target, headers, kContent);
         EXPECT_EQ(reply.status, status);
         EXPECT_THAT(reply.text, HasSubstr(reason));

@@ -32,7 +32,7 @@ constexpr char kSocket[] = "/run/vantor/cli/Service.sock";
 class Tool
 {
 public:
-    Tool() : m_socket(UnixSocket::Connect(kSocket)) { EXPECT_TRUE(m_socket) << strerror(errno); }
+    Tool() : m_socket(UnixSocket::Connect(kSocket)) { EXPECT_TRUE(m_socket) << "error " << errno; }
 
     void Send(const std::string& bytes) const { EXPECT_TRUE(m_socket.WriteAll(bytes)); }
     void Run(int id, const std::string& line) const { Send(CliWire::Encode(Request{Request::Kind::Run, id, line})); }
@@ -196,7 +196,7 @@ TEST_F(CliClient, ToolThatDoesNotRead_IsDroppedAndOthersAreServed)
     Tool sleeper;
     Tool tool;
     EXPECT_EQ(sleeper.List() + tool.List(), "commands 1 commands 1 ");
-    const std::string text(500 * 1000, 'x');
+    const std::string text(500000, 'x');
     for (int count = 0; count < 10; ++count) {
         client->SendAsyncResponse(text);
         EXPECT_EQ(tool.Next(), "async 0 " + text);

@@ -32,6 +32,7 @@ public:
         entries.push_back(text + std::to_string(number));
     }
 
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): a handler that takes its argument over
     void CountOwners(std::shared_ptr<int> value) { owners = value.use_count(); }
 
     /** Waits until everything posted before has run. */
