@@ -1,8 +1,8 @@
 // A cross-task callback, from post to run, beside boost::asio::post to an io_context that one thread runs.
 //
-// Both post copies of the same arguments, a text and a number, to the same kind of handler. Throughput: producers post as
-// fast as they can until the receiver has run everything. Latency: producers post at a pace that lets the receiver fall
-// asleep between posts, as it does in the service; the time from post to run is taken for each.
+// Both post copies of the same arguments, a text and a number, to the same kind of handler. Throughput: producers post
+// as fast as they can until the receiver has run everything. Latency: producers post at a pace that lets the receiver
+// fall asleep between posts, as it does in the service; the time from post to run is taken for each.
 
 #include <benchmark/benchmark.h>
 
