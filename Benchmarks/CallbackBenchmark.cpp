@@ -25,7 +25,7 @@ namespace
 using Clock = std::chrono::steady_clock;
 
 constexpr int kThroughputPosts = 100000;
-constexpr int kLatencyPosts = 4000;
+constexpr int kLatencyPosts = 4000; // of each producer
 constexpr std::chrono::microseconds kPace(100);
 
 std::int64_t Now()
@@ -151,10 +151,10 @@ void Latency(benchmark::State& state)
     Target target;
     std::vector<std::int64_t> all;
     for (auto _ : state) {
-        target.Expect(kLatencyPosts / producers * producers);
+        target.Expect(kLatencyPosts * producers);
         const auto start = Clock::now();
         RunProducers(producers, [&] {
-            for (int post = 0; post < kLatencyPosts / producers; ++post) {
+            for (int post = 0; post < kLatencyPosts; ++post) {
                 std::this_thread::sleep_for(kPace);
                 target.Post(text, Now());
             }

@@ -31,6 +31,16 @@ std::unique_ptr<TaskMessage> TaskMessageList::TakeFirst() noexcept
     return taken;
 }
 
+TaskQueue::TaskQueue()
+{
+    sem_init(&m_wake, 0, 0);
+}
+
+TaskQueue::~TaskQueue()
+{
+    sem_destroy(&m_wake);
+}
+
 void TaskQueue::Push(std::unique_ptr<TaskMessage> message)
 {
     bool wake = false;
@@ -43,28 +53,36 @@ void TaskQueue::Push(std::unique_ptr<TaskMessage> message)
         wake = std::exchange(m_isReceiverAsleep, false);
     }
     if (wake) {
-        m_arrived.notify_one();
+        sem_post(&m_wake);
     }
 }
 
 TaskMessageList TaskQueue::WaitForMessages()
 {
-    std::unique_lock lock(m_mutex);
-    while (m_messages.IsEmpty() && !m_closed) {
-        m_isReceiverAsleep = true;
-        m_arrived.wait(lock);
+    for (;;) {
+        {
+            const std::lock_guard lock(m_mutex);
+            if (!m_messages.IsEmpty() || m_closed) {
+                return std::move(m_messages);
+            }
+            m_isReceiverAsleep = true;
+        }
+        while (sem_wait(&m_wake) != 0) { // a signal handler ran
+        }
     }
-    m_isReceiverAsleep = false;
-    return std::move(m_messages);
 }
 
 void TaskQueue::Close()
 {
     // Dropped outside the lock: a message's destructor may release the last owner of anything.
-    const TaskMessageList dropped = [this] {
+    bool wake = false;
+    const TaskMessageList dropped = [this, &wake] {
         const std::lock_guard lock(m_mutex);
         m_closed = true;
+        wake = std::exchange(m_isReceiverAsleep, false);
         return TaskMessageList(std::move(m_messages));
     }();
-    m_arrived.notify_all();
+    if (wake) {
+        sem_post(&m_wake);
+    }
 }

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <semaphore.h>
+
 #include <atomic>
-#include <condition_variable>
 #include <memory>
 #include <mutex>
 
@@ -48,6 +49,11 @@ private:
 class TaskQueue
 {
 public:
+    TaskQueue();
+    ~TaskQueue();
+    TaskQueue(const TaskQueue&) = delete;
+    TaskQueue& operator=(const TaskQueue&) = delete;
+
     /** Any thread: appends a message; drops it when the queue is closed. */
     void Push(std::unique_ptr<TaskMessage> message);
 
@@ -64,7 +70,8 @@ public:
 
 private:
     std::mutex m_mutex;
-    std::condition_variable m_arrived;
+    /** Posted once for each time that the receiver lay down to sleep. */
+    sem_t m_wake;
     TaskMessageList m_messages;
     bool m_isReceiverAsleep = false;
     std::atomic<bool> m_closed{false};
