@@ -1,9 +1,6 @@
 #pragma once
 
-#include <sstream>
-#include <string>
-
-#include "DPrint.h"
+#include "LogLine.h"
 
 /** How the service writes its log lines. */
 namespace DiagnosticFileSvc
@@ -17,18 +14,6 @@ enum LogLevel : int
     /** Not written unless asked for: what holds a credential goes here, at the lowest. */
     LOG_LEVEL_DETAIL = 4,
 };
-
-/** Writes one line put together from its parts, which are only formatted if the line is to be written. */
-template <typename... Parts>
-void LogLine(const DPrint& log, LogLevel level, const char* operation, const Parts&... parts)
-{
-    if (log.IsLog(level)) {
-        std::ostringstream line;
-        log.Prefix(line, level, operation);
-        (line << ... << parts);
-        log.Put(line);
-    }
-}
 
 /** LogLine at the level of ordinary progress. */
 template <typename... Parts>

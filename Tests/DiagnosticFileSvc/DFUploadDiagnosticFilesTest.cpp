@@ -17,7 +17,6 @@ namespace
 {
 using DiagCloud::Outcome;
 using DiagCloud::RequestKind;
-using testing::HasSubstr;
 
 class DFUploadDiagnosticFiles : public testing::Test
 {
@@ -128,27 +127,6 @@ TEST_F(DFUploadDiagnosticFiles, ReportsWhatTheCloudSays)
     for (const auto& each : cases) {
         const DiagCloud::CloudServer cloud(CloudOnItsPort(each.script));
         EXPECT_EQ(Upload(m_archive), each.answer);
-    }
-}
-
-TEST_F(DFUploadDiagnosticFiles, TriesAnEmptyUrl_WhenTheAnswerNamesNone)
-{
-    for (const char* body : {"{}", R"({"uploadUrl": 7})", R"({"uploadUrl": null})", "[\"uploadUrl\"]", "3"}) {
-        SCOPED_TRACE(body);
-        const DiagCloud::CloudServer cloud(CloudOnItsPort({Answering(RequestKind::kMetadata, 200, body)}));
-        AnswerProbe probe;
-        testing::internal::CaptureStderr();
-        DiagnosticFileSvc::DFUploadDiagnosticFiles::GetInstance().PostMetadata({}, m_archive, &probe.callback);
-        // The first wait for a retry is 10 s at the least, so the test does not stay for the outcome.
-        std::string log;
-        EXPECT_TRUE(WaitUntil([&log] {
-            log += testing::internal::GetCapturedStderr();
-            testing::internal::CaptureStderr();
-            return log.find("retrying POST in") != std::string::npos;
-        })) << log;
-        testing::internal::GetCapturedStderr();
-        EXPECT_THAT(log, HasSubstr("MetaDataPostRespCB, uploadUrl: \n"));
-        EXPECT_THAT(log, testing::ContainsRegex("Attempt:1 retrying POST in (1[0-9]|20) seconds on \n"));
     }
 }
 
