@@ -12,8 +12,6 @@
 
 #include "TemporaryFolder.h"
 
-extern char** environ;
-
 ChildProcess::ChildProcess(const std::vector<std::string>& command)
 {
     std::string path = "/tmp/child-XXXXXX";
@@ -22,6 +20,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command)
 
     std::vector<std::string> words = command;
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (auto& word : words) {
         arguments.push_back(word.data());
     }

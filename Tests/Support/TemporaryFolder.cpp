@@ -27,7 +27,7 @@ TemporaryFolder::~TemporaryFolder()
 
 std::string TemporaryFolder::Write(const std::string& name, const std::string& content) const
 {
-    const std::string path = m_path + "/" + name;
+    std::string path = m_path + "/" + name;
     WriteWholeFile(path, content);
     return path;
 }

@@ -86,6 +86,7 @@ std::string Format(const char* format, va_list arguments)
 {
     va_list again;
     va_copy(again, arguments);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): initialised by va_copy
     const int length = std::vsnprintf(nullptr, 0, format, again);
     va_end(again);
     if (length < 0) {
