@@ -2,31 +2,42 @@
 
 #include <utility>
 
+namespace
+{
+/** Not a message: a place in memory of its own. */
+class Mark final : public TaskMessage
+{
+public:
+    void Run() override {}
+};
+
+Mark s_asleep;
+Mark s_closed;
+TaskMessage* const kAsleep = &s_asleep;
+TaskMessage* const kClosed = &s_closed;
+} // namespace
+
+TaskMessageList::TaskMessageList(TaskMessage* latest) noexcept
+{
+    while (latest != nullptr) {
+        TaskMessage* const before = std::exchange(latest->m_next, m_first);
+        m_first = std::exchange(latest, before);
+    }
+}
+
 TaskMessageList::~TaskMessageList()
 {
     while (TakeFirst()) {
     }
 }
 
-TaskMessageList::TaskMessageList(TaskMessageList&& other) noexcept
-    : m_first(std::exchange(other.m_first, nullptr)), m_last(std::exchange(other.m_last, nullptr))
-{}
-
-void TaskMessageList::Append(std::unique_ptr<TaskMessage> message) noexcept
-{
-    TaskMessage* const added = message.release();
-    (m_last == nullptr ? m_first : m_last->m_next) = added;
-    m_last = added;
-}
+TaskMessageList::TaskMessageList(TaskMessageList&& other) noexcept : m_first(std::exchange(other.m_first, nullptr)) {}
 
 std::unique_ptr<TaskMessage> TaskMessageList::TakeFirst() noexcept
 {
     std::unique_ptr<TaskMessage> taken(m_first);
     if (m_first != nullptr) {
         m_first = m_first->m_next;
-    }
-    if (m_first == nullptr) {
-        m_last = nullptr;
     }
     return taken;
 }
@@ -38,21 +49,21 @@ TaskQueue::TaskQueue()
 
 TaskQueue::~TaskQueue()
 {
+    Close();
     sem_destroy(&m_wake);
 }
 
 void TaskQueue::Push(std::unique_ptr<TaskMessage> message)
 {
-    bool wake = false;
-    {
-        const std::lock_guard lock(m_mutex);
-        if (m_closed) {
+    TaskMessage* latest = m_latest.load();
+    do {
+        if (latest == kClosed) {
             return;
         }
-        m_messages.Append(std::move(message));
-        wake = std::exchange(m_isReceiverAsleep, false);
-    }
-    if (wake) {
+        message->m_next = latest == kAsleep ? nullptr : latest;
+    } while (!m_latest.compare_exchange_weak(latest, message.get()));
+    static_cast<void>(message.release());
+    if (latest == kAsleep) {
         sem_post(&m_wake);
     }
 }
@@ -60,12 +71,16 @@ void TaskQueue::Push(std::unique_ptr<TaskMessage> message)
 TaskMessageList TaskQueue::WaitForMessages()
 {
     for (;;) {
-        {
-            const std::lock_guard lock(m_mutex);
-            if (!m_messages.IsEmpty() || m_closed) {
-                return std::move(m_messages);
-            }
-            m_isReceiverAsleep = true;
+        TaskMessage* latest = m_latest.load();
+        if (latest == kClosed) {
+            return TaskMessageList(nullptr);
+        }
+        // Another message, or the end, may come between the two steps: then look again.
+        if (!m_latest.compare_exchange_weak(latest, latest == nullptr ? kAsleep : nullptr)) {
+            continue;
+        }
+        if (latest != nullptr) {
+            return TaskMessageList(latest);
         }
         while (sem_wait(&m_wake) != 0) { // a signal handler ran
         }
@@ -74,15 +89,15 @@ TaskMessageList TaskQueue::WaitForMessages()
 
 void TaskQueue::Close()
 {
-    // Dropped outside the lock: a message's destructor may release the last owner of anything.
-    bool wake = false;
-    const TaskMessageList dropped = [this, &wake] {
-        const std::lock_guard lock(m_mutex);
-        m_closed = true;
-        wake = std::exchange(m_isReceiverAsleep, false);
-        return TaskMessageList(std::move(m_messages));
-    }();
-    if (wake) {
+    TaskMessage* const latest = m_latest.exchange(kClosed);
+    if (latest == kAsleep) {
         sem_post(&m_wake);
+    } else if (latest != kClosed) {
+        const TaskMessageList dropped(latest);
     }
+}
+
+bool TaskQueue::IsClosed() const noexcept
+{
+    return m_latest.load() == kClosed;
 }

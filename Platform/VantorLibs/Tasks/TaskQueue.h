@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 
 /** One unit of work on its way to a task. */
 class TaskMessage
@@ -28,18 +27,18 @@ private:
 class TaskMessageList
 {
 public:
-    TaskMessageList() = default;
     ~TaskMessageList();
     TaskMessageList(TaskMessageList&& other) noexcept;
     TaskMessageList& operator=(TaskMessageList&&) = delete;
 
-    bool IsEmpty() const noexcept { return m_first == nullptr; }
-    void Append(std::unique_ptr<TaskMessage> message) noexcept;
     std::unique_ptr<TaskMessage> TakeFirst() noexcept;
 
 private:
+    friend class TaskQueue;
+    /** Takes over messages that are linked from the latest to the first. */
+    explicit TaskMessageList(TaskMessage* latest) noexcept;
+
     TaskMessage* m_first = nullptr;
-    TaskMessage* m_last = nullptr;
 };
 
 /**
@@ -66,13 +65,15 @@ public:
     /** Any thread: drops what waits, refuses what comes, and wakes the task. */
     void Close();
 
-    bool IsClosed() const noexcept { return m_closed.load(std::memory_order_acquire); }
+    bool IsClosed() const noexcept;
 
 private:
-    std::mutex m_mutex;
+    /**
+     * What was pushed and not yet taken, the latest first, linked by m_next; null when there is none, or one of two
+     * marks: the receiver sleeps, or the queue is closed. A sender adds by one exchange, the receiver takes all by
+     * another, so that neither ever waits for a thread that the kernel has put aside.
+     */
+    std::atomic<TaskMessage*> m_latest{nullptr};
     /** Posted once for each time that the receiver lay down to sleep. */
     sem_t m_wake;
-    TaskMessageList m_messages;
-    bool m_isReceiverAsleep = false;
-    std::atomic<bool> m_closed{false};
 };
