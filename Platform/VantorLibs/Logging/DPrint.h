@@ -47,8 +47,6 @@ public:
     /** Log at level 2. */
     void LogWarning(const char* format, ...) const __attribute__((format(printf, 2, 3)));
 
-    const char* Name() const noexcept { return m_name; }
-
 private:
     friend class DPrintRegistry;
 

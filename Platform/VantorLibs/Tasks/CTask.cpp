@@ -23,8 +23,6 @@ const DPrint s_log("CTask");
 struct CTask::Thread
 {
     std::string name;
-    RealtimeType realtime = NOT_REALTIME;
-    int priority = -1;
     CTask* task = nullptr;
     std::shared_ptr<Thread> self;
 
@@ -43,14 +41,14 @@ struct CTask::Thread
     void ApplyScheduling() const
     {
         int error = 0;
-        if (realtime != NOT_REALTIME) {
+        if (task->m_realtime != NOT_REALTIME) {
             sched_param parameters{};
-            parameters.sched_priority = priority < 0 ? sched_get_priority_min(SCHED_FIFO) : priority;
-            error =
-                pthread_setschedparam(pthread_self(), realtime == REALTIME_FIFO ? SCHED_FIFO : SCHED_RR, &parameters);
-        } else if (priority >= 0) {
+            parameters.sched_priority = task->m_priority < 0 ? sched_get_priority_min(SCHED_FIFO) : task->m_priority;
+            error = pthread_setschedparam(pthread_self(), task->m_realtime == REALTIME_FIFO ? SCHED_FIFO : SCHED_RR,
+                                          &parameters);
+        } else if (task->m_priority >= 0) {
             const auto threadId = static_cast<id_t>(syscall(SYS_gettid));
-            error = setpriority(PRIO_PROCESS, threadId, priority) == 0 ? 0 : errno;
+            error = setpriority(PRIO_PROCESS, threadId, task->m_priority) == 0 ? 0 : errno;
         }
         if (error != 0) {
             s_log.LogWarning("%s: runs with default scheduling: %s", name.c_str(),
@@ -101,8 +99,6 @@ void CTask::Start()
         return;
     }
     m_thread->name = m_name;
-    m_thread->realtime = m_realtime;
-    m_thread->priority = m_priority;
     m_thread->task = this;
     m_thread->self = m_thread;
 

@@ -31,8 +31,6 @@ TaskMessageList::~TaskMessageList()
     }
 }
 
-TaskMessageList::TaskMessageList(TaskMessageList&& other) noexcept : m_first(std::exchange(other.m_first, nullptr)) {}
-
 std::unique_ptr<TaskMessage> TaskMessageList::TakeFirst() noexcept
 {
     std::unique_ptr<TaskMessage> taken(m_first);

@@ -23,14 +23,15 @@ private:
     TaskMessage* m_next = nullptr;
 };
 
-/** Messages in their order of arrival, owned. */
+/** Messages in their order of arrival, owned. For the task's thread alone. */
 class TaskMessageList
 {
 public:
     ~TaskMessageList();
-    TaskMessageList(TaskMessageList&& other) noexcept;
-    TaskMessageList& operator=(TaskMessageList&&) = delete;
+    TaskMessageList(const TaskMessageList&) = delete;
+    TaskMessageList& operator=(const TaskMessageList&) = delete;
 
+    /** The message that has waited longest, handed over; null when none is left. */
     std::unique_ptr<TaskMessage> TakeFirst() noexcept;
 
 private:
@@ -53,7 +54,10 @@ public:
     TaskQueue(const TaskQueue&) = delete;
     TaskQueue& operator=(const TaskQueue&) = delete;
 
-    /** Any thread: appends a message; drops it when the queue is closed. */
+    /**
+     * Any thread: appends a message; drops it when the queue is closed. The caller shares in the ownership of the queue
+     * until this returns: the receiver may be done with the message, and with its task, before that.
+     */
     void Push(std::unique_ptr<TaskMessage> message);
 
     /**
