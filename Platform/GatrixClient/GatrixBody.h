@@ -1,0 +1,33 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "AsyncCallback.h"
+#include "Gatrix.pb.h"
+#include "ProtoToMarkup.h"
+
+/** How messages and texts become the JSON bodies of frames, and back. Any thread may call. */
+namespace Gatrix
+{
+/** An error of that status and text. */
+Error MakeError(int statusCode, const std::string& message);
+
+/** The JSON text of a body that a caller gave as text: the value it spells, or a JSON string of it. */
+std::string BodyOfText(const std::string& text);
+
+/** What a caller that takes an answer raw gets: the body's JSON text, or, where it is a JSON string, its content. */
+std::string TextOfBody(const std::string& body);
+
+/** @throws ProtoToMarkup::MarkupError when the body does not convert */
+template <class Message>
+Message FromBody(const std::string& body)
+{
+    Message message;
+    ProtoToMarkup::FromJson(body, message);
+    return message;
+}
+
+/** The message's body; nothing when the message cannot be converted, and then the callback is told so (400). */
+std::optional<std::string> BodyOrRefusal(const google::protobuf::Message& message, const AsyncCallback<Error>& onError);
+} // namespace Gatrix

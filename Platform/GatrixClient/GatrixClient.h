@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "AsyncCallback.h"
+#include "GatrixClientIF.h"
+
+/** What a client can be told about its connection. */
+enum class GATRIX_CLIENT_ERRORS
+{
+    /** The gateway could not be reached or closed the connection; the client goes on trying. */
+    CONNECTION_FAILED,
+    /** The gateway sent what is no frame of the protocol; it was dropped. */
+    PROTOCOL_ERROR,
+};
+
+namespace Gatrix
+{
+/** Reserved for later settings. */
+struct CommonClientCreationInfo
+{};
+
+/** Makes connections to the product's local API gateway. */
+class GatrixClient
+{
+public:
+    using ConnectionCallback = AsyncCallback<const bool>;
+    using ErrorCallback = AsyncCallback<const std::string, const GATRIX_CLIENT_ERRORS>;
+
+    /**
+     * Any thread: makes a client and begins to connect, on a thread of the client's own, which sleeps while nothing
+     * happens. A connection that cannot be made or that drops is tried again for ever, after 0.1 s, then twice as long
+     * each time up to 5 s, less a random part of up to a half. A peer that died without a word is noticed by the
+     * kernel's keep-alive (tcp(7)).
+     *
+     * The last owner that lets go of the client ends its connection and thread; requests still in flight complete
+     * through their error callbacks with status 503.
+     *
+     * @param name       of the client, as the gateway shows it
+     * @param host, port of the gateway
+     * @param platform   the product's platform name, for the gateway
+     * @param extra      not used; reserved
+     * @param connection invoked with each change: true when the gateway took the connection, false when it dropped
+     * @param error      if set, invoked with a text for people for each error; all of them are logged as well
+     * @throws std::system_error when the thread cannot be started
+     */
+    static std::shared_ptr<GatrixClientIF> Create(const std::string& name, const std::string& host, std::uint16_t port,
+                                                  const std::string& platform, const std::string& extra,
+                                                  ConnectionCallback connection, std::optional<ErrorCallback> error,
+                                                  CommonClientCreationInfo creationInfo);
+};
+} // namespace Gatrix

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "Callback.h"
+#include "Gatrix.pb.h"
+#include "GatrixBody.h"
+
+namespace Gatrix
+{
+/**
+ * What answers one delivered request, once, from any thread; a later attempt is dropped with a log line. Destroyed
+ * unanswered, it refuses the request with status 500, so that no requester waits for ever.
+ */
+class Responder
+{
+public:
+    virtual ~Responder() = default;
+    virtual void Answer(const google::protobuf::Message& message) = 0;
+    virtual void Refuse(const Error& error) = 0;
+};
+
+/** The request that the body holds; nothing when it does not convert, and then it has been refused (400). */
+template <class Request>
+std::optional<Request> ReadRequest(const std::string& body, Responder& responder)
+{
+    try {
+        return FromBody<Request>(body);
+    } catch (const ProtoToMarkup::MarkupError& error) {
+        responder.Refuse(MakeError(400, error.what()));
+        return std::nullopt;
+    }
+}
+
+/** The responder as a handler's answer callback. */
+template <class Answer>
+Callback<Answer> Answering(const std::shared_ptr<Responder>& responder)
+{
+    return Callback<Answer>([responder](const Answer& answer) { responder->Answer(answer); });
+}
+
+/** The responder as a handler's error callback. */
+inline Callback<Error> Refusing(const std::shared_ptr<Responder>& responder)
+{
+    return Callback<Error>([responder](const Error& error) { responder->Refuse(error); });
+}
+} // namespace Gatrix
