@@ -1,0 +1,39 @@
+// Runs a fuzz target once for each file of the folders given: what fuzzing begins with, and what it has found before.
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <string>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+int main(int argc, char* argv[])
+{
+    std::size_t count = 0;
+    for (int i = 1; i < argc; ++i) {
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(argv[i])) {
+            if (!entry.is_regular_file()) {
+                continue;
+            }
+            // Written before the run: the last name is that of the input that ended it.
+            std::cout << entry.path().filename().string() << std::endl;
+            std::ifstream file(entry.path(), std::ios::binary);
+            const std::string input{std::istreambuf_iterator<char>(file), {}};
+            if (!file) {
+                std::cerr << "cannot be read\n";
+                return EXIT_FAILURE;
+            }
+            LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
+            ++count;
+        }
+    }
+    if (count == 0) {
+        std::cerr << "there is no input to replay\n";
+        return EXIT_FAILURE;
+    }
+    std::cout << count << " inputs replayed\n";
+    return EXIT_SUCCESS;
+}
