@@ -108,13 +108,19 @@ public:
 };
 
 /**
- * Reads a frame. Members that the frame's kind does not know are ignored.
+ * Reads a frame, a text in UTF-8. Members that the frame's kind does not know are ignored. A body keeps its numbers as
+ * they are spelt and loses its white space.
  *
- * @throws FrameError for text that is not a JSON object with a known "op", and for members that are missing or of the
- *         wrong type
+ * @throws FrameError for text that is not a JSON object with a known "op" (one nested in more than 256 levels is not),
+ *         and for members that are missing or of the wrong type
  */
 Frame Parse(const std::string& text);
 
-/** The text of a frame: one line. Bodies must be JSON texts. It may come out longer than kMaxFrameBytes. */
+/**
+ * The text of a frame: one line, and UTF-8 as long as the body is. Bodies must be JSON texts of one line. It may come
+ * out longer than kMaxFrameBytes.
+ *
+ * @throws FrameError when the version is no number (a NaN, an infinity)
+ */
 std::string Serialize(const Frame& frame);
 } // namespace Gatrix::Wire
