@@ -1,0 +1,28 @@
+#include "OutstandingRequests.h"
+
+#include <utility>
+
+namespace Gatrix
+{
+void OutstandingRequests::Add(std::uint64_t id, OutstandingRequest request, Time now)
+{
+    m_waiting.emplace(id, Waiting{std::move(request), now + m_limit});
+}
+
+std::optional<OutstandingRequest> OutstandingRequests::Take(std::uint64_t id)
+{
+    const auto waiting = m_waiting.extract(id);
+    return waiting ? std::optional(std::move(waiting.mapped().request)) : std::nullopt;
+}
+
+std::optional<OutstandingRequests::Time> OutstandingRequests::NextDeadline() const
+{
+    return m_waiting.empty() ? std::nullopt : std::optional(m_waiting.begin()->second.deadline);
+}
+
+std::optional<OutstandingRequest> OutstandingRequests::TakeExpired(Time now)
+{
+    const auto first = m_waiting.begin();
+    return first != m_waiting.end() && first->second.deadline <= now ? Take(first->first) : std::nullopt;
+}
+} // namespace Gatrix

@@ -1,0 +1,173 @@
+#include <gmock/gmock.h>
+
+#include <future>
+
+#include "ClientProbe.h"
+#include "GatrixClientFixture.h"
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace
+{
+using Answer = ClientProbe::Answer;
+using Request = ClientProbe::Request;
+
+Request Upload(const std::string& file)
+{
+    Request request;
+    request.set_filetoupload(file);
+    return request;
+}
+} // namespace
+
+TEST_F(GatrixClientTest, Registrations_ReachTheGatewayInTheirOrder)
+{
+    EXPECT_EQ(Connect(), R"({"client":"Tester","op":"hello","platform":"meridel"})");
+    client->RegisterEndpointsOfInterest({"/a", "b"}, probe.ready, probe.notReady);
+    client->RegisterPostHandler<Request, Answer>("/p", probe.post, 1.0, "G");
+    client->SubscribeToNotification<Request>("/n", probe.notified, 2.5);
+    client->RegisterGetHandler<Answer>("g", probe.get, "T");
+    EXPECT_EQ(gateway->Next(), R"({"endpoints":["/a","b"],"op":"interest"})");
+    EXPECT_EQ(gateway->Next(), R"({"endpoint":"/p","group":"G","method":"POST","op":"register","version":1.0})");
+    EXPECT_EQ(gateway->Next(), R"({"endpoint":"/n","op":"subscribe","version":2.5})");
+    EXPECT_EQ(gateway->Next(), R"({"endpoint":"g","group":"T","method":"GET","op":"register","version":1.0})");
+
+    gateway->Send(R"({"op":"ready","endpoints":["/a","b"]})");
+    EXPECT_EQ(probe.Next(), "ready /a b");
+    gateway->Send(R"({"op":"notReady","endpoints":["b"]})");
+    EXPECT_EQ(probe.Next(), "not ready b");
+}
+
+TEST_F(GatrixClientTest, Requests_AreAnsweredTypedAndRaw)
+{
+    Connect();
+    client->SendPostRequest<Request, Answer>("/p", Upload("x"), 1.5, probe.typed, probe.refused);
+    client->SendGetRequest<Answer>("/g", probe.typed, probe.refused);
+    client->SendGetRequest("/r", R"({"a": "b"})", 1.0, probe.raw, probe.refused);
+    client->SendGetRequest("/s", "not JSON", 1.0, probe.raw, probe.refused);
+    EXPECT_EQ(gateway->Next(),
+              R"({"endpoint":"/p","id":1,"method":"POST","op":"request","version":1.5,"body":{"fileToUpload":"x"}})");
+    EXPECT_EQ(gateway->Next(), R"({"endpoint":"/g","id":2,"method":"GET","op":"request","version":1.0})");
+    EXPECT_EQ(gateway->Next(),
+              R"({"endpoint":"/r","id":3,"method":"GET","op":"request","version":1.0,"body":{"a":"b"}})");
+    EXPECT_EQ(gateway->Next(),
+              R"({"endpoint":"/s","id":4,"method":"GET","op":"request","version":1.0,"body":"not JSON"})");
+
+    gateway->Send(R"({"op":"answer","id":4,"body":"it's \"raw\""})");
+    EXPECT_EQ(probe.Next(), R"(raw it's "raw")");
+    gateway->Send(R"({"op":"answer","id":3,"body":{"c":[1, 2]}})");
+    EXPECT_EQ(probe.Next(), R"(raw {"c":[1,2]})");
+    gateway->Send(R"({"op":"error","id":2,"error":{"statusCode":404,"message":"no /g"}})");
+    EXPECT_EQ(probe.Next(), "refused 404 no /g");
+    gateway->Send(R"({"op":"answer","id":2,"body":{"statusCode":1,"message":"late"}})");
+    gateway->Send(R"({"op":"answer","id":1,"body":{"statusCode":200,"message":"done"}})");
+    EXPECT_EQ(probe.Next(), "typed done");
+}
+
+TEST_F(GatrixClientTest, AnswersThatDoNotConvert_AreErrors)
+{
+    Connect();
+    for (const std::string body : {R"(,"body":{"statusCode":200})", R"(,"body":[])", ""}) {
+        client->SendGetRequest<Answer>("/g", probe.typed, probe.refused);
+        const auto id = std::get<Gatrix::Wire::Request>(Gatrix::Wire::Parse(gateway->Next())).id;
+        gateway->Send(R"({"op":"answer","id":)" + std::to_string(id) + body + "}");
+        EXPECT_THAT(probe.Next(), StartsWith("refused 400 UploadResponse: ")) << body;
+    }
+    client->SendPostRequest<Answer, Answer>("/p", Answer(), 1.0, probe.typed, probe.refused);
+    EXPECT_THAT(probe.Next(), HasSubstr("refused 400 UploadResponse: "));
+    client->SendGetRequest("/p", "", std::numeric_limits<double>::infinity(), probe.raw, probe.refused);
+    EXPECT_EQ(probe.Next(), R"(refused 400 /p: request: "version" must be a number)");
+}
+
+TEST_F(GatrixClientTest, DeliveredRequests_AreAnsweredOnceWhateverTheHandlerDoes)
+{
+    Connect();
+    client->RegisterPostHandler<Request, Answer>("/p", probe.post, 1.0, "G");
+    client->RegisterGetHandler<Answer>("/p", probe.get, "G");
+    gateway->Next();
+    gateway->Next();
+    const auto ask = [&](const std::string& method, const std::string& rest) {
+        gateway->Send(R"({"op":"request","id":9,"version":1,"endpoint":"/p","method":")" + method + '"' + rest + "}");
+    };
+    Answer answer;
+    answer.set_statuscode(200);
+    answer.set_message("done");
+
+    ask("POST", R"(,"body":{"fileToUpload":"x","fileType":[]})");
+    EXPECT_EQ(probe.Next(), "post x");
+    const ClientProbe::Reply reply = probe.TakeReply();
+    reply.first(answer);
+    reply.first(answer);
+    reply.second(Gatrix::MakeError(400, "second"));
+    EXPECT_EQ(gateway->Next(), R"({"id":9,"op":"answer","body":{"statusCode":200,"message":"done"}})");
+
+    ask("GET", R"(,"body":"not looked at")");
+    EXPECT_EQ(probe.Next(), "get");
+    probe.TakeReply().second(Gatrix::MakeError(555, "busy"));
+    EXPECT_EQ(gateway->Next(), R"({"error":{"message":"busy","statusCode":555},"id":9,"op":"error"})");
+
+    ask("GET", "");
+    EXPECT_EQ(probe.Next(), "get");
+    probe.TakeReply();
+    EXPECT_EQ(gateway->Next(),
+              R"({"error":{"message":"the handler of /p gave no answer","statusCode":500},"id":9,"op":"error"})");
+
+    ask("GET", "");
+    EXPECT_EQ(probe.Next(), "get");
+    probe.TakeReply().first(Answer());
+    EXPECT_THAT(gateway->Next(), HasSubstr(R"("statusCode":500)"));
+
+    ask("GET", "");
+    EXPECT_EQ(probe.Next(), "get");
+    answer.set_message(std::string(Gatrix::Wire::kMaxFrameBytes, 'x'));
+    probe.TakeReply().first(answer);
+    EXPECT_THAT(gateway->Next(), HasSubstr(R"("statusCode":413)"));
+
+    ask("POST", R"(,"body":{"fileType":7})");
+    EXPECT_THAT(gateway->Next(), StartsWith(R"({"error":{"message":"UploadRequest: )"));
+    ask("POST", "");
+    EXPECT_THAT(gateway->Next(), HasSubstr(R"("statusCode":400)"));
+    gateway->Send(R"({"op":"request","id":8,"version":1,"endpoint":"p","method":"GET"})");
+    EXPECT_EQ(gateway->Next(),
+              R"({"error":{"message":"nobody here handles GET p","statusCode":404},"id":8,"op":"error"})");
+}
+
+TEST_F(GatrixClientTest, Notifications_GoBothWays)
+{
+    Connect();
+    client->SubscribeToNotification<Request>("/n", probe.notified, 1.0);
+    gateway->Next();
+    for (const std::string rest : {R"("/n","body":{"fileToUpload":["x"]}})", R"("/n"})", R"("/other","body":{}})",
+                                   R"("/n","body":{"fileToUpload":"y"}})"}) {
+        gateway->Send(R"({"op":"notify","version":1,"endpoint":)" + rest);
+    }
+    EXPECT_EQ(probe.Next(), "notified y");
+    client->SendNotification("/o", Answer(), 1.0);
+    client->SendNotification("/o", Upload(std::string(Gatrix::Wire::kMaxFrameBytes, 'x')), 1.0);
+    client->SendNotification("/o", Upload("z"), 1.0);
+    EXPECT_EQ(gateway->Next(), R"({"endpoint":"/o","op":"notify","version":1.0,"body":{"fileToUpload":"z"}})");
+}
+
+TEST_F(GatrixClientTest, ManyThreads_AskAtOnceAndEachInItsOrder)
+{
+    constexpr int kThreads = 4;
+    constexpr int kRequests = 100;
+    Connect();
+    std::vector<std::future<void>> threads;
+    for (int thread = 0; thread < kThreads; ++thread) {
+        threads.push_back(std::async(std::launch::async, [&, thread] {
+            for (int number = 0; number < kRequests; ++number) {
+                client->SendGetRequest("/" + std::to_string(thread), std::to_string(number), 1.0, probe.raw,
+                                       probe.refused);
+            }
+        }));
+    }
+    std::map<std::string, int> next;
+    for (int count = 0; count < kThreads * kRequests; ++count) {
+        const auto request = std::get<Gatrix::Wire::Request>(Gatrix::Wire::Parse(gateway->Next()));
+        EXPECT_EQ(request.body, std::to_string(next[request.endpoint]++));
+        gateway->Send(R"({"op":"answer","id":)" + std::to_string(request.id) + R"(,"body":1})");
+        EXPECT_EQ(probe.Next(), "raw 1");
+    }
+}
