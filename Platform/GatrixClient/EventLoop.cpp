@@ -18,7 +18,10 @@ std::unique_ptr<asio::io_context> MakeContext()
 {
     try {
         constexpr int kThreads = 1;
-        return std::make_unique<asio::io_context>(kThreads);
+        auto context = std::make_unique<asio::io_context>(kThreads);
+        // The first timer, not the context, opens the descriptors.
+        const asio::steady_timer timer(*context);
+        return context;
     } catch (const boost::system::system_error& error) {
         throw std::system_error(error.code().value(), std::generic_category(), "cannot make an event loop");
     }

@@ -13,7 +13,11 @@ namespace Gatrix
 /** An error of that status and text. */
 Error MakeError(int statusCode, const std::string& message);
 
-/** The JSON text of a body that a caller gave as text: the value it spells, or a JSON string of it. */
+/**
+ * The JSON text of a body that a caller gave as text: the value that it spells, without white space, or a JSON string
+ * of it, in which bytes that are not UTF-8 become U+FFFD. JSON that is nested in more than 255 levels is such a text
+ * too.
+ */
 std::string BodyOfText(const std::string& text);
 
 /** What a caller that takes an answer raw gets: the body's JSON text, or, where it is a JSON string, its content. */

@@ -36,8 +36,10 @@ public:
      * each time up to 5 s, less a random part of up to a half. A peer that died without a word is noticed by the
      * kernel's keep-alive (tcp(7)).
      *
-     * The last owner that lets go of the client ends its connection and thread; requests still in flight complete
-     * through their error callbacks with status 503.
+     * The last owner that lets go of the client ends its connection and thread, and waits for that, unless it does so
+     * on that thread: requests still in flight complete through their error callbacks with status 503, and what waits
+     * to be sent is sent, for a second at most. The connection callback is not invoked for that end. A look-up of the
+     * host's name that is under way holds it up; that of "localhost" asks no server.
      *
      * @param name       of the client, as the gateway shows it
      * @param host, port of the gateway

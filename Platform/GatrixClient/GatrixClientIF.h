@@ -26,11 +26,13 @@ namespace Gatrix
  * connection drops, and does nothing while there is none. Offer it again whenever the connection is reported.
  *
  * Each request is completed once, through one of its two callbacks. The error callback gets status 503 when there is no
- * connection (at once) or when it drops before the answer, 504 when no answer came within 60 seconds, 413 when the
- * request is too large, 400 when the answer does not convert, and otherwise what the gateway or the handler says. An
- * answer that comes after that is dropped.
+ * connection (at once), when it drops before the answer or when 16 MiB of frames wait for the gateway to read them, 504
+ * when no answer came within 60 seconds, 413 when the request is too large for a frame, 400 when the answer does not
+ * convert, and otherwise what the gateway or the handler says. An answer that comes after that is dropped.
  *
- * What was accepted while connected is sent in the order of the calls.
+ * What is called while connected is sent in the order of the calls. Of that, what is too large or finds 16 MiB waiting,
+ * is logged and dropped, but for requests, see above, and answers that are too large: their request is refused with
+ * status 413.
  */
 class GatrixClientIF
 {

@@ -11,13 +11,15 @@
 namespace Gatrix
 {
 /**
- * What answers one delivered request, once, from any thread; a later attempt is dropped with a log line. Destroyed
- * unanswered, it refuses the request with status 500, so that no requester waits for ever.
+ * What answers one delivered request, once, from any thread; a later attempt is dropped with a log line, and so is an
+ * answer when the connection that brought the request has dropped. Destroyed unanswered, it refuses the request with
+ * status 500, so that no requester waits for ever. It may outlive the client.
  */
 class Responder
 {
 public:
     virtual ~Responder() = default;
+    /** A message that cannot be converted, as it lacks a required field, refuses the request with status 500. */
     virtual void Answer(const google::protobuf::Message& message) = 0;
     virtual void Refuse(const Error& error) = 0;
 };

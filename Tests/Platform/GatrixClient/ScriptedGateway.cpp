@@ -3,6 +3,8 @@
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/read_until.hpp>
+#include <boost/asio/streambuf.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/core/buffers_to_string.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
@@ -66,6 +68,8 @@ std::string ScriptedGateway::Accept()
 void ScriptedGateway::AcceptAndSay(const std::string& bytes)
 {
     m_state->TakeConnection();
+    asio::streambuf head;
+    m_state->Await([&](auto done) { asio::async_read_until(m_state->stream->next_layer(), head, "\r\n\r\n", done); });
     asio::write(m_state->stream->next_layer(), asio::buffer(bytes));
 }
 

@@ -19,7 +19,7 @@ public:
     /** Takes the next client's connection, in place of the one before, and returns its first frame. */
     std::string Accept();
 
-    /** Takes the next client's connection, sends these bytes, and leaves it open. */
+    /** Takes the next client's connection, answers its handshake with these bytes, and leaves it open. */
     void AcceptAndSay(const std::string& bytes);
 
     /** The next frame; "closed" and the code when the client closed the connection instead, "nothing" if none comes. */

@@ -1,0 +1,259 @@
+#include <dirent.h>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <future>
+#include <set>
+#include <system_error>
+
+#include "GatrixClientFixture.h"
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace
+{
+using Answer = ClientProbe::Answer;
+using Request = ClientProbe::Request;
+
+constexpr char kGetForNine[] = R"({"op":"request","id":9,"version":1,"endpoint":"/g","method":"GET"})";
+
+/** Lets tests ask with functions, which may own what callbacks cannot. */
+struct Access : Gatrix::GatrixClientIF
+{
+    using GatrixClientIF::SendRequest;
+};
+
+std::set<int> OpenDescriptors()
+{
+    std::set<int> descriptors;
+    DIR* const folder = opendir("/proc/self/fd");
+    while (const dirent* const entry = readdir(folder)) {
+        descriptors.insert(std::atoi(entry->d_name));
+    }
+    descriptors.erase(dirfd(folder));
+    closedir(folder);
+    return descriptors;
+}
+
+int PortOf(int descriptor, decltype(getsockname)* ask)
+{
+    sockaddr_in address{};
+    socklen_t length = sizeof address;
+    return ask(descriptor, reinterpret_cast<sockaddr*>(&address), &length) == 0 ? ntohs(address.sin_port) : -1;
+}
+
+int Option(int descriptor, int level, int name)
+{
+    int value = -1;
+    socklen_t length = sizeof value;
+    getsockopt(descriptor, level, name, &value, &length);
+    return value;
+}
+} // namespace
+
+TEST_F(GatrixClientTest, DroppedConnection_EndsWhatWasOnItAndIsMadeAgain)
+{
+    Connect();
+    client->RegisterGetHandler<Answer>("/g", probe.get, "G");
+    client->SendGetRequest("/r", "1", 1.0, probe.raw, probe.refused);
+    gateway->Next();
+    gateway->Next();
+    gateway->Send(kGetForNine);
+    EXPECT_EQ(probe.Next(), "get");
+    const ClientProbe::Reply late = probe.TakeReply();
+
+    const std::uint16_t port = gateway->Port();
+    gateway.reset();
+    EXPECT_EQ(probe.Next(), "refused 503 /r: the connection to the gateway ended before the answer");
+    EXPECT_EQ(probe.Next(), "dropped");
+    EXPECT_THAT(probe.Next(), StartsWith("connection failed: the connection to the gateway is lost: "));
+    EXPECT_THAT(probe.Next(), HasSubstr("still trying: Connection refused"));
+    client->SendGetRequest("/r", "2", 1.0, probe.raw, probe.refused);
+    EXPECT_EQ(probe.Next(), "refused 503 /r: there is no connection to the gateway");
+    client->RegisterGetHandler<Answer>("/g", probe.get, "G");
+    client->SendNotification("/n", Request(), 1.0);
+
+    gateway = std::make_unique<ScriptedGateway>(port);
+    EXPECT_THAT(gateway->Accept(), HasSubstr("hello"));
+    EXPECT_EQ(probe.Next(), "connected");
+    late.second(Gatrix::MakeError(400, "for the connection before"));
+    gateway->Send(R"({"op":"answer","id":1,"body":1})");
+    gateway->Send(kGetForNine);
+    EXPECT_THAT(gateway->Next(), HasSubstr("nobody here handles GET /g"));
+}
+
+TEST_F(GatrixClientTest, AnswerThatTakesTooLong_IsAnErrorOnce)
+{
+    auto settings = Settings();
+    settings.answerLimit = std::chrono::milliseconds(50);
+    Connect(settings);
+    for (const std::string id : {"1", "2"}) {
+        client->SendGetRequest("/r", id, 1.0, probe.raw, probe.refused);
+        EXPECT_EQ(probe.Next(), "refused 504 /r: no answer in time");
+        gateway->Next();
+        gateway->Send(R"({"op":"answer","body":1,"id":)" + id + "}");
+    }
+    settings.answerLimit = kDeadline;
+    gateway = std::make_unique<ScriptedGateway>();
+    settings.port = gateway->Port();
+    EXPECT_EQ(probe.Next(), "dropped");
+    EXPECT_THAT(probe.Next(), HasSubstr("lost"));
+    client.reset();
+    Connect(settings);
+    client->SendGetRequest("/r", "1", 1.0, probe.raw, probe.refused);
+    gateway->Next();
+    gateway->Send(R"({"op":"answer","body":1,"id":1})");
+    EXPECT_EQ(probe.Next(), "raw 1");
+}
+
+TEST_F(GatrixClientTest, WhatIsNoFrame_IsReportedAndTheConnectionStays)
+{
+    Connect();
+    const std::pair<const char*, const char*> frames[] = {
+        {"", "not a JSON object"},
+        {"hello", "not a JSON object"},
+        {R"({"op":"answer"})", R"(answer: "id" must be an unsigned number)"},
+        {R"({"op":"hello","client":"a","platform":"p"})", "only clients send its kind"},
+    };
+    for (const auto& [frame, reason] : frames) {
+        gateway->Send(frame);
+        EXPECT_EQ(probe.Next(), std::string("protocol error: a frame from the gateway is dropped: ") + reason);
+    }
+    gateway->Send(R"({"op":"ready","endpoints":[]})", false);
+    EXPECT_THAT(probe.Next(), HasSubstr("binary data"));
+    client->SendGetRequest("/r", std::string(Gatrix::Wire::kMaxFrameBytes, 'x'), 1.0, probe.raw, probe.refused);
+    EXPECT_EQ(probe.Next(), "refused 413 /r: a frame of 1048654 bytes is too large for the gateway");
+    client->SendGetRequest("/r", "1", 1.0, probe.raw, probe.refused);
+    EXPECT_THAT(gateway->Next(), HasSubstr(R"("id":2)"));
+    gateway->Send(R"({"op":"answer","id":2,"body":")" + std::string(1000000, 'x') + "\"}");
+    EXPECT_EQ(probe.Next().size(), 1000004U);
+
+    gateway->Send(std::string(Gatrix::Wire::kMaxFrameBytes + 1, ' '));
+    EXPECT_EQ(gateway->Next(), "closed 1009");
+    EXPECT_EQ(probe.Next(), "dropped");
+    EXPECT_THAT(probe.Next(), HasSubstr("connection failed"));
+    EXPECT_THAT(gateway->Accept(), HasSubstr("hello"));
+}
+
+TEST_F(GatrixClientTest, GatewayThatIsNone_IsTriedAgainUntilItIsOne)
+{
+    auto settings = Settings();
+    settings.host = "localhost";
+    settings.connectLimit = std::chrono::milliseconds(100);
+    client = std::make_shared<Gatrix::ConnectedClient>(settings);
+    for (const std::string bytes :
+         {"HTTP/1.1 404 Not Found\r\n\r\n", "HTTP/1.1 404 Not Found\r\n\r\n", "SSH-2.0\r\n"}) {
+        gateway->AcceptAndSay(bytes);
+    }
+    EXPECT_THAT(probe.Next(), HasSubstr("declined"));
+    EXPECT_THAT(probe.Next(), HasSubstr("bad version"));
+    gateway->AcceptAndSay("");
+    EXPECT_THAT(probe.Next(), HasSubstr("not answered within 100 ms"));
+    client->SendGetRequest("/r", "1", 1.0, probe.raw, probe.refused);
+    EXPECT_THAT(probe.Next(), StartsWith("refused 503 /r"));
+    client.reset();
+
+    settings.host = "no.such.host.invalid";
+    client = std::make_shared<Gatrix::ConnectedClient>(settings);
+    EXPECT_THAT(probe.Next(), StartsWith("connection failed: no connection to the gateway, still trying: "));
+}
+
+TEST_F(GatrixClientTest, GatewayThatDoesNotRead_LimitsWhatWaitsForIt)
+{
+    Connect();
+    const std::string body(1000000, 'x');
+    for (int count = 0; count < 40; ++count) {
+        client->SendGetRequest("/r", body, 1.0, probe.raw, probe.refused);
+    }
+    EXPECT_EQ(probe.Next(), "refused 503 /r: too much waits for the gateway to read it");
+    for (int count = 0; count < 16; ++count) {
+        EXPECT_THAT(gateway->Next(), HasSubstr("\"id\":" + std::to_string(count + 1) + ","));
+    }
+}
+
+TEST_F(GatrixClientTest, LastOwner_SendsWhatWaitsAndRefusesTheRest)
+{
+    Connect();
+    const std::string body(1000000, 'x');
+    for (int count = 0; count < 8; ++count) {
+        client->SendGetRequest("/r", body, 1.0, probe.raw, probe.refused);
+    }
+    const auto gone = std::async(std::launch::async, [this] { client.reset(); });
+    for (int count = 0; count < 8; ++count) {
+        EXPECT_THAT(probe.Next(), StartsWith("refused 503 /r")) << count;
+        EXPECT_THAT(gateway->Next(), HasSubstr("\"id\":" + std::to_string(count + 1) + ","));
+    }
+    EXPECT_EQ(gateway->Next(), "closed 1000");
+    gone.wait();
+
+    // A gateway that is silent holds it up for a moment only.
+    Connect();
+    client.reset();
+}
+
+TEST_F(GatrixClientTest, LastOwnerOnTheLibrarysThread_EndsItTheSame)
+{
+    Connect();
+    std::promise<void> destroyed;
+    std::shared_ptr<void> guard(nullptr, [&destroyed](void*) { destroyed.set_value(); });
+    (client.get()->*&Access::SendRequest)(
+        Gatrix::Method::GET, "/r", 1.0, std::nullopt, [owner = client, last = std::move(guard)](const std::string&) {},
+        probe.refused);
+    client.reset();
+    EXPECT_THAT(gateway->Next(), HasSubstr(R"("id":1)"));
+    gateway->Send(R"({"op":"answer","id":1,"body":1})");
+    EXPECT_EQ(gateway->Next(), "closed 1000");
+    EXPECT_EQ(destroyed.get_future().wait_for(kDeadline), std::future_status::ready);
+}
+
+TEST_F(GatrixClientTest, ResponderThatOutlivesTheClient_DoesNothing)
+{
+    Connect();
+    client->RegisterGetHandler<Answer>("/g", probe.get, "G");
+    gateway->Next();
+    gateway->Send(kGetForNine);
+    EXPECT_EQ(probe.Next(), "get");
+    const ClientProbe::Reply answered = probe.TakeReply();
+    gateway->Send(kGetForNine);
+    EXPECT_EQ(probe.Next(), "get");
+    const ClientProbe::Reply abandoned = probe.TakeReply();
+    gateway.reset();
+    client.reset();
+    answered.first(Answer());
+}
+
+TEST_F(GatrixClientTest, Descriptors_AreCloseOnExecAndTheSocketIsWatched)
+{
+    const std::set<int> before = OpenDescriptors();
+    Connect();
+    int sockets = 0;
+    for (const int descriptor : OpenDescriptors()) {
+        if (before.count(descriptor) != 0 || PortOf(descriptor, getsockname) == gateway->Port()) {
+            continue;
+        }
+        EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC) << descriptor;
+        if (PortOf(descriptor, getpeername) == gateway->Port()) {
+            ++sockets;
+            EXPECT_EQ(Option(descriptor, SOL_SOCKET, SO_KEEPALIVE), 1);
+            EXPECT_EQ(Option(descriptor, IPPROTO_TCP, TCP_KEEPIDLE), 30);
+            EXPECT_EQ(Option(descriptor, IPPROTO_TCP, TCP_USER_TIMEOUT), 60000);
+            EXPECT_EQ(Option(descriptor, IPPROTO_TCP, TCP_NODELAY), 1);
+        }
+    }
+    EXPECT_EQ(sockets, 1);
+    gateway.reset();
+    client.reset();
+    EXPECT_TRUE(WaitUntil([&] { return OpenDescriptors().size() < before.size(); })) << "left open";
+
+    rlimit few{};
+    getrlimit(RLIMIT_NOFILE, &few);
+    few.rlim_cur = 0;
+    setrlimit(RLIMIT_NOFILE, &few);
+    EXPECT_THROW(std::make_shared<Gatrix::ConnectedClient>(Gatrix::ClientCore::Settings()), std::system_error);
+}
