@@ -111,15 +111,25 @@ TEST(Jwt, HasExpired_ByItsTimesAndTheLeeway)
     constexpr auto kGood = JwtError::NO_ERROR, kLate = JwtError::JWT_PAST_EXPIRATION, kEarly = JwtError::JWT_BEFORE_NBF;
     // The claims "exp" and "nbf", the leeway, the time, and what comes of them.
     const std::tuple<std::int64_t, std::int64_t, std::int64_t, std::int64_t, JwtError> cases[] = {
-        {0, 0, 0, kMax, kGood},          {1000, 3000, 0, 2000, kLate},
-        {1000, 0, 0, 999, kGood},        {1000, 0, 0, 1000, kLate},
-        {1000, 0, 60, 1059, kGood},      {1000, 0, 60, 1060, kLate},
-        {0, 1000, 0, 1000, kGood},       {0, 1000, 0, 999, kEarly},
-        {0, 1000, 60, 940, kGood},       {0, 1000, 60, 939, kEarly},
-        {1LL << 32, 0, 0, 5, kGood},     {1LL << 32, 0, 0, 1LL << 32, kLate},
-        {kMax, 0, 60, kMax - 1, kGood},  {kMin, 0, -60, kMin, kLate},
-        {0, kMin, 60, kMin, kGood},      {0, kMax, kMin, kMax - 1, kEarly},
-        {0, -1, kMin, kMax - 1, kEarly}, {0, -1, kMin, kMax, kGood},
+        {0, 0, 0, kMax, kGood},
+        {0, 0, 0, -1, kGood},
+        {1000, 3000, 0, 2000, kLate},
+        {1000, 0, 0, 999, kGood},
+        {1000, 0, 0, 1000, kLate},
+        {1000, 0, 60, 1059, kGood},
+        {1000, 0, 60, 1060, kLate},
+        {0, 1000, 0, 1000, kGood},
+        {0, 1000, 0, 999, kEarly},
+        {0, 1000, 60, 940, kGood},
+        {0, 1000, 60, 939, kEarly},
+        {1LL << 32, 0, 0, 5, kGood},
+        {1LL << 32, 0, 0, 1LL << 32, kLate},
+        {kMax - 9, 0, 60, kMax - 1, kGood},
+        {kMin, 0, -60, kMin, kLate},
+        {0, kMin, 60, kMin, kGood},
+        {0, kMax, kMin, kMax - 1, kEarly},
+        {0, -1, kMin, kMax - 1, kEarly},
+        {0, -1, kMin, kMax, kGood},
     };
     const CryptoKey::PublicKey key = MakeKey(NID_X9_62_prime256v1);
     const auto verified = [&key](const Text& claims) {

@@ -89,6 +89,7 @@ TEST(Key, ComesFromAFile)
     EXPECT_EQ(Key("/none").GetKeyType(), KeyType::INVALID);
     EXPECT_EQ(Key::ReadFile("/tmp"), "");
     EXPECT_FALSE(Key::WriteFile("/none/key.pem", text) || Key::WriteFile("/dev/full", "text"));
-    EXPECT_EQ(CapturedLog::LinesOf("CryptoKey::Key", "(?:Read|Write)File: Failed to ").back(),
-              "2 write file '/dev/full': No space left on device");
+    const auto failures = CapturedLog::LinesOf("CryptoKey::Key", "(?:Read|Write)File: Failed to ");
+    EXPECT_EQ(failures.size(), 4U);
+    EXPECT_EQ(failures.back(), "2 write file '/dev/full': No space left on device");
 }
