@@ -48,4 +48,17 @@ std::uint64_t Number(const std::string& name, const std::string& argument, std::
     return number;
 }
 
+std::uint16_t Port(const std::string& argument)
+{
+    constexpr std::uint64_t kLargestPort = 65535;
+    return static_cast<std::uint16_t>(Number("--port", argument, 0, kLargestPort));
+}
+
+void RefuseWords(const std::vector<std::string>& words)
+{
+    if (!words.empty()) {
+        throw std::invalid_argument("no argument " + words[0] + " is known; see --help");
+    }
+}
+
 } // namespace CommandLine

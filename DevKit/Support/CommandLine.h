@@ -36,4 +36,10 @@ std::vector<std::string> TakeOptions(std::vector<std::string> arguments, std::ve
 /** An option's argument, a decimal number in a range. @throws std::invalid_argument with one line for the user */
 std::uint64_t Number(const std::string& name, const std::string& argument, std::uint64_t least, std::uint64_t most);
 
+/** The argument of "--port", a TCP port; 0 stands for any. @throws std::invalid_argument with one line for the user */
+std::uint16_t Port(const std::string& argument);
+
+/** For a tool that takes options only. @throws std::invalid_argument with one line for the user: there are words */
+void RefuseWords(const std::vector<std::string>& words);
+
 } // namespace CommandLine

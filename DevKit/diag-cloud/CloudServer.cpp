@@ -1,7 +1,7 @@
 #include "CloudServer.h"
 
 #include "Connection.h"
-#include "Listener.h"
+#include "LoopbackListener.h"
 
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -39,7 +39,7 @@ class CloudServer::Implementation
 {
 public:
     explicit Implementation(CloudSettings settings)
-        : m_listener(Listen(settings.port)),
+        : m_listener(ListenOnLoopback(settings.port)),
           m_wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
           m_url("http://localhost:" + std::to_string(m_listener.port)),
           m_cloud{Script(std::move(settings.script)), Store(std::move(settings.storeFolder)),
@@ -153,7 +153,7 @@ private:
         }
     }
 
-    Listener m_listener;
+    LoopbackListener m_listener;
     FileDescriptor m_wake;
     std::string m_url;
     Cloud m_cloud;

@@ -1,6 +1,6 @@
 #include "Connection.h"
 
-#include <sys/socket.h>
+#include "LoopbackListener.h"
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
@@ -91,10 +91,7 @@ public:
           m_cloud(cloud),
           m_limits(limits)
     {
-        sockaddr_storage address{};
-        socklen_t length = sizeof(address);
-        getsockname(socket.Get(), reinterpret_cast<sockaddr*>(&address), &length);
-        const bool six = address.ss_family == AF_INET6;
+        const bool six = IsIPv6(socket);
         beast::error_code ignored;
         m_stream.socket().assign(six ? asio::ip::tcp::v6() : asio::ip::tcp::v4(), socket.Release(), ignored);
         m_stream.socket().set_option(asio::ip::tcp::no_delay(true), ignored);

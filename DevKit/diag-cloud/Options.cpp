@@ -1,7 +1,5 @@
 #include "Options.h"
 
-#include <stdexcept>
-
 #include "CommandLine.h"
 
 namespace DiagCloud
@@ -18,7 +16,6 @@ enum Option
     kMaxBodySize,
 };
 
-constexpr std::uint64_t kLargestPort = 65535;
 constexpr std::uint64_t kLargestBody = std::uint64_t{1} << 40U;
 
 } // namespace
@@ -49,7 +46,7 @@ Options ParseOptions(std::vector<std::string> arguments)
         CommandLine::Words::kAnywhere, [&options](int option, const std::string& argument) {
             switch (option) {
                 case kPort:
-                    options.port = static_cast<std::uint16_t>(CommandLine::Number("--port", argument, 0, kLargestPort));
+                    options.port = CommandLine::Port(argument);
                     break;
                 case kStore:
                     options.store = argument;
@@ -64,8 +61,8 @@ Options ParseOptions(std::vector<std::string> arguments)
                     options.help = true;
             }
         });
-    if (!options.help && !words.empty()) {
-        throw std::invalid_argument("no argument " + words[0] + " is known; see --help");
+    if (!options.help) {
+        CommandLine::RefuseWords(words);
     }
     return options;
 }

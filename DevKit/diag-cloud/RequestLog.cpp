@@ -1,39 +1,10 @@
 #include "RequestLog.h"
 
-#include <array>
-#include <cstdio>
-#include <ctime>
-
 namespace DiagCloud
 {
 
 namespace
 {
-
-std::string TimeOfDay()
-{
-    const auto now = std::chrono::system_clock::now();
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
-    const auto milliseconds =
-        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
-    std::tm utc{};
-    gmtime_r(&seconds, &utc);
-    std::array<char, 40> text{};
-    const std::size_t length = std::strftime(text.data(), text.size(), "%FT%T", &utc);
-    std::snprintf(text.data() + length, text.size() - length, ".%03dZ ", static_cast<int>(milliseconds));
-    return text.data();
-}
-
-/** What a client sends must neither break a line nor reach the terminal as a command to it. */
-std::string Printable(const std::string& text)
-{
-    constexpr std::size_t kLongest = 200;
-    std::string printable;
-    for (const char c : text.substr(0, kLongest)) {
-        printable += c >= ' ' && c <= '~' ? c : '?';
-    }
-    return text.size() > kLongest ? printable + "..." : printable;
-}
 
 std::string Summary(const ReceivedRequest& request)
 {

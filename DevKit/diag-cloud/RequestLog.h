@@ -1,10 +1,10 @@
 #pragma once
 
+#include "EventLine.h"
 #include "ReceivedRequest.h"
 
 #include <chrono>
 #include <condition_variable>
-#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -12,9 +12,6 @@
 
 namespace DiagCloud
 {
-
-/** Takes one line without its end. Called by one thread at a time, but not always by the same one. */
-using LineWriter = std::function<void(const std::string& line)>;
 
 /** Numbers, records and prints the requests. Any thread may call. */
 class RequestLog

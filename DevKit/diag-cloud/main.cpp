@@ -1,20 +1,16 @@
 #include "CloudServer.h"
 #include "Options.h"
 #include "Script.h"
+#include "ServeUntilSignal.h"
 
-#include <pthread.h>
-
-#include <csignal>
-#include <exception>
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <memory>
 #include <stdexcept>
 
 namespace
 {
-
-constexpr int kBadUsage = 2;
 
 DiagCloud::CloudSettings SettingsFrom(const DiagCloud::Options& options)
 {
@@ -43,29 +39,14 @@ DiagCloud::CloudSettings SettingsFrom(const DiagCloud::Options& options)
 
 int main(int argc, char** argv)
 {
-    try {
+    return ServeUntilSignal("diag-cloud", [&]() -> std::shared_ptr<void> {
         const DiagCloud::Options options = DiagCloud::ParseOptions({argv + 1, argv + argc});
         if (options.help) {
             std::cout << DiagCloud::kHelpText;
-            return 0;
+            return nullptr;
         }
-        // Blocked before any thread starts, so that the signals come to sigwait and nowhere else.
-        sigset_t ends;
-        sigemptyset(&ends);
-        sigaddset(&ends, SIGINT);
-        sigaddset(&ends, SIGTERM);
-        pthread_sigmask(SIG_BLOCK, &ends, nullptr);
-
-        DiagCloud::CloudServer server(SettingsFrom(options));
-        std::cout << "diag-cloud listens on " << server.Url() << " and stores in " << options.store << std::endl;
-        int received = 0;
-        sigwait(&ends, &received);
-        return 0;
-    } catch (const std::invalid_argument& error) {
-        std::cerr << "diag-cloud: " << error.what() << '\n';
-        return kBadUsage;
-    } catch (const std::exception& error) {
-        std::cerr << "diag-cloud: " << error.what() << '\n';
-        return 1;
-    }
+        auto server = std::make_shared<DiagCloud::CloudServer>(SettingsFrom(options));
+        std::cout << "diag-cloud listens on " << server->Url() << " and stores in " << options.store << std::endl;
+        return server;
+    });
 }

@@ -1,4 +1,4 @@
-#include "Listener.h"
+#include "LoopbackListener.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -7,9 +7,6 @@
 #include <cerrno>
 #include <string>
 #include <system_error>
-
-namespace DiagCloud
-{
 
 namespace
 {
@@ -58,7 +55,7 @@ std::uint16_t PortOf(const FileDescriptor& socketFd)
 
 } // namespace
 
-Listener Listen(std::uint16_t port)
+LoopbackListener ListenOnLoopback(std::uint16_t port)
 {
     constexpr int kAttempts = 10; // a port that is free on one address may be taken on the other
     for (int attempt = 1;; ++attempt) {
@@ -67,7 +64,7 @@ Listener Listen(std::uint16_t port)
             throw std::system_error(errno, std::generic_category(),
                                     "cannot listen on 127.0.0.1:" + std::to_string(port));
         }
-        Listener listener;
+        LoopbackListener listener;
         listener.port = PortOf(four);
         listener.sockets.push_back(std::move(four));
         FileDescriptor six = ListenOnIPv6(listener.port);
@@ -82,4 +79,10 @@ Listener Listen(std::uint16_t port)
     }
 }
 
-} // namespace DiagCloud
+bool IsIPv6(const FileDescriptor& socketFd)
+{
+    sockaddr_storage address{};
+    socklen_t length = sizeof(address);
+    getsockname(socketFd.Get(), reinterpret_cast<sockaddr*>(&address), &length);
+    return address.ss_family == AF_INET6;
+}
