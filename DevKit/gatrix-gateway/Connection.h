@@ -1,0 +1,84 @@
+#pragma once
+
+#include <boost/asio/io_context.hpp>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "ClientNumber.h"
+#include "FileDescriptor.h"
+#include "Limits.h"
+
+namespace GatrixGateway
+{
+
+/** Why the gateway closes a connection (RFC 6455, section 7.4.1, and the IANA registry it opened). */
+enum class CloseCode : std::uint16_t
+{
+    kGoingAway = 1001,
+    kUnsupportedData = 1003,
+    kPolicyViolation = 1008,
+    kInternalError = 1011,
+    kTryAgainLater = 1013,
+};
+
+/**
+ * Speaks WebSocket (RFC 6455) with one client. All operations belong to the thread that runs the context. Frames that
+ * are too large or no UTF-8 close the connection by themselves (1009, 1007).
+ */
+class Connection
+{
+public:
+    /** Called on the context's thread, never from within an operation of the connection. Outlives the connection. */
+    class Owner
+    {
+    public:
+        virtual void OnFrame(ClientNumber client, const std::string& text) = 0;
+        /** The connection's last call: its socket is closed. It may be destroyed. */
+        virtual void OnEnd(ClientNumber client, const std::string& why) = 0;
+
+    protected:
+        Owner() = default;
+        ~Owner() = default;
+    };
+
+    /**
+     * Begins the handshake as a server. The first frame must come within the limits' helloTime.
+     *
+     * @param socket a connected TCP socket
+     * @throws boost::system::system_error when the socket cannot be watched
+     */
+    Connection(boost::asio::io_context& context, FileDescriptor socket, ClientNumber client,
+               const ConnectionLimits& limits, Owner& owner);
+
+    /** Without a word to the client or the owner. */
+    ~Connection();
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    /**
+     * Queues a frame. One for a connection that is being closed goes nowhere.
+     *
+     * @return false, and nothing queued, when the queue is full: the client does not read
+     */
+    bool Send(std::shared_ptr<const std::string> text);
+
+    /** Whether half of what the queue may hold waits in it. */
+    bool IsHalfFull() const;
+
+    /**
+     * Closes the connection: frames that wait are not sent, frames that arrive are not told. OnEnd follows, at the
+     * latest after the limits' closeTime. Does nothing when it is being closed already.
+     *
+     * @param reason cut to what a close frame holds (123 bytes)
+     */
+    void Close(CloseCode code, const std::string& reason);
+
+private:
+    class Implementation;
+
+    std::shared_ptr<Implementation> m_implementation;
+};
+
+} // namespace GatrixGateway

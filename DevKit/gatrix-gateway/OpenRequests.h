@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "ClientNumber.h"
+#include "GatrixMethod.h"
+
+namespace GatrixGateway
+{
+
+/** A request that was delivered to its handler and has no answer yet. */
+struct OpenRequest
+{
+    ClientNumber asker = 0;
+    std::uint64_t askersId = 0; //!< The asker's own number of it; several open ones may have the same.
+    ClientNumber handler = 0;
+    Gatrix::Method method = Gatrix::Method::GET;
+    std::string endpoint;
+};
+
+/** The requests under way, by the gateway's own numbers. Belongs to one thread. */
+class OpenRequests
+{
+public:
+    /** The number that the next request gets. */
+    std::uint64_t NextId() const { return m_lastId + 1; }
+
+    /** Adds a request under NextId(). */
+    void Add(OpenRequest request);
+
+    /** How many of the client's requests have no answer yet. */
+    std::size_t AskedBy(ClientNumber client) const;
+
+    /** The request of that number; null when there is none. Valid until the next change. */
+    const OpenRequest* Find(std::uint64_t id) const;
+
+    /** Takes the request of that number out; none when there is none. */
+    std::optional<OpenRequest> Take(std::uint64_t id);
+
+    /** Takes out what the client asked and what it was to answer. @return the latter, the oldest first */
+    std::vector<OpenRequest> Drop(ClientNumber client);
+
+private:
+    using Ids = std::map<ClientNumber, std::set<std::uint64_t>>;
+
+    static void Forget(Ids& ids, ClientNumber client, std::uint64_t id);
+
+    std::uint64_t m_lastId = 0;
+    std::map<std::uint64_t, OpenRequest> m_requests;
+    Ids m_asked;
+    Ids m_delivered;
+};
+
+} // namespace GatrixGateway
