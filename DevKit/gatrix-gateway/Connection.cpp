@@ -9,11 +9,14 @@
 #include <boost/asio/steady_timer.hpp>
 #include <boost/beast/core/buffers_to_string.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/core/role.hpp>
 #include <boost/beast/websocket/rfc6455.hpp>
 #include <boost/beast/websocket/stream.hpp>
 
+#include <array>
 #include <chrono>
 #include <deque>
+#include <functional>
 #include <utility>
 
 #include "GatrixWire.h"
@@ -46,9 +49,40 @@ void KeepAlive(int socket)
     }
 }
 
-websocket::stream_base::timeout Timeout(std::chrono::milliseconds handshake)
+/** The socket, and what happens to it at the end of the connection. */
+struct Socket : asio::ip::tcp::socket
 {
-    return {handshake, websocket::stream_base::none(), false};
+    using asio::ip::tcp::socket::socket;
+
+    std::function<void()> onTeardown;
+    std::array<char, std::size_t{16} * 1024> drained{};
+};
+
+template <typename Handler>
+void Drain(Socket& socket, Handler handler)
+{
+    socket.async_read_some(asio::buffer(socket.drained),
+                           [&socket, handler = std::move(handler)](beast::error_code error, std::size_t) mutable {
+                               if (error) {
+                                   handler(error);
+                               } else {
+                                   Drain(socket, std::move(handler));
+                               }
+                           });
+}
+
+/**
+ * What the WebSocket layer calls (under this name) after the last frame, instead of its own. Closing with unread data
+ * pending would reset the connection and lose the close frame on its way; a client that never closes must not keep the
+ * connection.
+ */
+template <typename Handler>
+void async_teardown(beast::role_type /*role*/, Socket& socket, Handler&& handler)
+{
+    beast::error_code ignored;
+    socket.shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
+    socket.onTeardown();
+    Drain(socket, std::forward<Handler>(handler));
 }
 
 } // namespace
@@ -66,7 +100,7 @@ public:
         m_stream.read_message_max(Gatrix::Wire::kMaxFrameBytes);
         m_stream.auto_fragment(false);
         m_stream.text(true);
-        m_stream.set_option(Timeout(limits.helloTime));
+        m_stream.next_layer().onTeardown = [this] { OnTeardown(); };
     }
 
     void Start()
@@ -126,7 +160,6 @@ private:
             return;
         }
         m_isAccepted = true;
-        m_stream.set_option(Timeout(m_limits.closeTime));
         Read();
     }
 
@@ -157,6 +190,15 @@ private:
         }
         if (!m_hasEnded) {
             Read();
+        }
+    }
+
+    void OnTeardown()
+    {
+        if (!m_isClosing && !m_hasEnded) {
+            m_isClosing = true;
+            EndAfter(m_limits.closeTime, "closed");
+            m_owner.OnLeave(m_client);
         }
     }
 
@@ -221,7 +263,7 @@ private:
         }
     }
 
-    websocket::stream<asio::ip::tcp::socket> m_stream;
+    websocket::stream<Socket> m_stream;
     asio::steady_timer m_deadline;
     beast::flat_buffer m_buffer;
     const ClientNumber m_client;

@@ -86,6 +86,7 @@ private:
     {
         std::unique_ptr<Connection> connection;
         bool isDismissed = false; //!< Its connection is being closed; the router has forgotten it.
+        std::string farewell;     //!< Begins the line on its end, if it left by itself.
     };
 
     /** Ends when nothing is left to wait for. */
@@ -135,6 +136,7 @@ private:
         while (m_clients.size() < m_settings.limits.connections) {
             FileDescriptor socket(accept4(door.acceptor.native_handle(), nullptr, nullptr, SOCK_CLOEXEC));
             if (socket) {
+                m_isShort = false;
                 Serve(std::move(socket));
             } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
                 break;
@@ -149,7 +151,9 @@ private:
     /** Out of descriptors or memory: no use in trying at once. */
     void Pause(const std::string& why)
     {
-        Print("clients have to wait: " + why);
+        if (!std::exchange(m_isShort, true)) {
+            Print("clients have to wait: " + why);
+        }
         m_pause.expires_after(kPause);
         m_pause.async_wait([this](boost::system::error_code error) {
             if (!error) {
@@ -189,16 +193,24 @@ private:
         }
     }
 
-    void OnEnd(ClientNumber client, const std::string& why) override
+    void OnLeave(ClientNumber number) override
     {
-        const bool isNews = !m_clients[client].isDismissed;
-        if (isNews) {
-            Print(m_router.Label(client) + " left: " + why);
+        Client& client = m_clients[number];
+        client.isDismissed = true;
+        client.farewell = m_router.Label(number) + " left: ";
+        Apply(m_router.Drop(number));
+    }
+
+    void OnEnd(ClientNumber number, const std::string& why) override
+    {
+        const Client& client = m_clients[number];
+        if (!client.isDismissed) {
+            OnLeave(number);
         }
-        m_clients.erase(client);
-        if (isNews) {
-            Apply(m_router.Drop(client));
+        if (!client.farewell.empty()) {
+            Print(client.farewell + why);
         }
+        m_clients.erase(number);
         WatchDoors();
     }
 
@@ -269,6 +281,7 @@ private:
     std::map<ClientNumber, Client> m_clients;
     ClientNumber m_lastClient = 0;
     Router m_router;
+    bool m_isShort = false; //!< The last client could not be accepted; the log says so once.
     bool m_isStopping = false;
     std::mutex m_stopMutex;
     std::thread m_thread;

@@ -1,0 +1,64 @@
+#include <gmock/gmock.h>
+#include <signal.h>
+
+#include <list>
+
+#include "ChildProcess.h"
+#include "TestClient.h"
+
+namespace
+{
+using testing::HasSubstr;
+
+std::uint16_t PortOf(const ChildProcess& gateway)
+{
+    EXPECT_TRUE(gateway.WaitForOutput("/\n"));
+    const std::string begin = "gatrix-gateway listens on ws://localhost:";
+    EXPECT_THAT(gateway.Output(), testing::StartsWith(begin));
+    return static_cast<std::uint16_t>(std::stoi(gateway.Output().substr(begin.size())));
+}
+} // namespace
+
+TEST(Program, BadCommandLine_IsRefusedInOneLineWithStatus2)
+{
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{"--port", "65536"}, "--port takes a number from 0 to 65535, not '65536'\n"},
+        {{"--bogus"}, "no option --bogus; see --help\n"},
+        {{"here"}, "no argument here is known; see --help\n"},
+    };
+    for (auto [words, line] : cases) {
+        words.insert(words.begin(), Program("gatrix-gateway"));
+        const Finished run = RunProgram(words);
+        EXPECT_EQ(run.status, 2) << line;
+        EXPECT_EQ(run.output, "gatrix-gateway: " + line);
+    }
+    EXPECT_THAT(RunProgram({Program("gatrix-gateway"), "--help"}).output, testing::StartsWith("usage: gatrix-gateway"));
+}
+
+TEST(Program, Gateway_PrintsWhatHappensAndEndsOnASignal)
+{
+    ChildProcess gateway({Program("gatrix-gateway"), "--port", "0", "--verbose"});
+    TestClient client(PortOf(gateway), "a\nb\x1B");
+    client.Handle("/x");
+    for (const char* line : {"#1 a?b? came, platform linux\n", "#1 a?b? handles GET /x, group g\n",
+                             "#1 a?b? is ready: /x\n", "#1 a?b? > {", "#1 a?b? < {"}) {
+        EXPECT_TRUE(gateway.WaitForOutput(line));
+    }
+    kill(gateway.Pid(), SIGTERM);
+    EXPECT_EQ(client.Read(), "closed 1001 the gateway ends");
+    EXPECT_EQ(gateway.WaitForExit(), 0);
+}
+
+TEST(Program, GatewayOutOfDescriptors_GoesOnWhenThereAreSome)
+{
+    const ChildProcess gateway({"sh", "-c", "ulimit -n 20; exec " + Program("gatrix-gateway") + " --port 0"});
+    const std::uint16_t port = PortOf(gateway);
+    boost::asio::io_context context;
+    std::list<boost::asio::ip::tcp::socket> sockets;
+    for (int count = 0; count < 30; ++count) {
+        sockets.emplace_back(context).connect({boost::asio::ip::address_v4::loopback(), port});
+    }
+    ASSERT_TRUE(gateway.WaitForOutput("clients have to wait: Too many open files\n"));
+    sockets.clear();
+    TestClient(port).Handle("/x");
+}
