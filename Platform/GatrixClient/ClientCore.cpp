@@ -40,7 +40,7 @@ ClientCore::ClientCore(Settings settings)
       m_answerAlarm(m_loop),
       m_finishAlarm(m_loop),
       m_random(std::random_device()()),
-      m_outstanding(m_settings.answerLimit)
+      m_outstanding(m_settings.common.requestLimit)
 {
     Post([](ClientCore& client) { client.Connect(); });
 }

@@ -46,8 +46,8 @@ public:
         std::string platform;
         GatrixClient::ConnectionCallback connection;
         std::optional<GatrixClient::ErrorCallback> error;
-        /** What an answer may take, and connecting, up to the first frame written. */
-        std::chrono::milliseconds answerLimit = std::chrono::seconds(60);
+        CommonClientCreationInfo common;
+        /** What connecting may take, up to the first frame written. */
         std::chrono::milliseconds connectLimit = std::chrono::seconds(10);
     };
 

@@ -10,7 +10,7 @@ std::shared_ptr<GatrixClientIF> GatrixClient::Create(const std::string& name, co
                                                      std::uint16_t port, const std::string& platform,
                                                      const std::string& /*extra*/, ConnectionCallback connection,
                                                      std::optional<ErrorCallback> error,
-                                                     CommonClientCreationInfo /*creationInfo*/)
+                                                     CommonClientCreationInfo creationInfo)
 {
     ClientCore::Settings settings;
     settings.name = name;
@@ -19,6 +19,7 @@ std::shared_ptr<GatrixClientIF> GatrixClient::Create(const std::string& name, co
     settings.platform = platform;
     settings.connection = std::move(connection);
     settings.error = std::move(error);
+    settings.common = creationInfo;
     return std::make_shared<ConnectedClient>(std::move(settings));
 }
 } // namespace Gatrix

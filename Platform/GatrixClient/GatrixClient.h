@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -19,9 +20,12 @@ enum class GATRIX_CLIENT_ERRORS
 
 namespace Gatrix
 {
-/** Reserved for later settings. */
+/** Settings of a client. */
 struct CommonClientCreationInfo
-{};
+{
+    /** How long a request of this client waits for its answer before it fails with status 504; zero for ever. */
+    std::chrono::milliseconds requestLimit = std::chrono::seconds(60);
+};
 
 /** Makes connections to the product's local API gateway. */
 class GatrixClient

@@ -27,8 +27,8 @@ namespace Gatrix
  *
  * Each request is completed once, through one of its two callbacks. The error callback gets status 503 when there is no
  * connection (at once), when it drops before the answer or when 16 MiB of frames wait for the gateway to read them, 504
- * when no answer came within 60 seconds, 413 when the request is too large for a frame, 400 when the answer does not
- * convert, and otherwise what the gateway or the handler says. An answer that comes after that is dropped.
+ * when no answer came within the client's limit, 413 when the request is too large for a frame, 400 when the answer
+ * does not convert, and otherwise what the gateway or the handler says. An answer that comes after that is dropped.
  *
  * What is called while connected is sent in the order of the calls. Of that, what is too large or finds 16 MiB waiting,
  * is logged and dropped, but for requests, see above, and answers that are too large: their request is refused with

@@ -6,7 +6,8 @@ namespace Gatrix
 {
 void OutstandingRequests::Add(std::uint64_t id, OutstandingRequest request, Time now)
 {
-    m_waiting.emplace(id, Waiting{std::move(request), now + m_limit});
+    const Time deadline = m_limit.count() > 0 ? now + m_limit : Time::max();
+    m_waiting.emplace(id, Waiting{std::move(request), deadline});
 }
 
 std::optional<OutstandingRequest> OutstandingRequests::Take(std::uint64_t id)
@@ -17,7 +18,9 @@ std::optional<OutstandingRequest> OutstandingRequests::Take(std::uint64_t id)
 
 std::optional<OutstandingRequests::Time> OutstandingRequests::NextDeadline() const
 {
-    return m_waiting.empty() ? std::nullopt : std::optional(m_waiting.begin()->second.deadline);
+    const auto first = m_waiting.begin();
+    return first == m_waiting.end() || first->second.deadline == Time::max() ? std::nullopt
+                                                                             : std::optional(first->second.deadline);
 }
 
 std::optional<OutstandingRequest> OutstandingRequests::TakeExpired(Time now)

@@ -27,6 +27,7 @@ class OutstandingRequests
 public:
     using Time = std::chrono::steady_clock::time_point;
 
+    /** @param limit zero for none */
     explicit OutstandingRequests(std::chrono::milliseconds limit) : m_limit(limit) {}
 
     /** A number that no request had before. */
@@ -37,7 +38,7 @@ public:
     /** The request of that number, which is outstanding no longer; nothing when it was not. */
     std::optional<OutstandingRequest> Take(std::uint64_t id);
 
-    /** When the earliest limit runs out; nothing when no request is outstanding. */
+    /** When the earliest limit runs out; nothing when none will. */
     std::optional<Time> NextDeadline() const;
 
     /** The next whose limit has run out, which is outstanding no longer; nothing when there is none. */

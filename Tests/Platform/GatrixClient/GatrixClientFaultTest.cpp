@@ -92,7 +92,7 @@ TEST_F(GatrixClientTest, DroppedConnection_EndsWhatWasOnItAndIsMadeAgain)
 TEST_F(GatrixClientTest, AnswerThatTakesTooLong_IsAnErrorOnce)
 {
     auto settings = Settings();
-    settings.answerLimit = std::chrono::milliseconds(50);
+    settings.common.requestLimit = std::chrono::milliseconds(50);
     Connect(settings);
     for (const std::string id : {"1", "2"}) {
         client->SendGetRequest("/r", id, 1.0, probe.raw, probe.refused);
@@ -100,7 +100,7 @@ TEST_F(GatrixClientTest, AnswerThatTakesTooLong_IsAnErrorOnce)
         gateway->Next();
         gateway->Send(R"({"op":"answer","body":1,"id":)" + id + "}");
     }
-    settings.answerLimit = kDeadline;
+    settings.common.requestLimit = kDeadline;
     gateway = std::make_unique<ScriptedGateway>();
     settings.port = gateway->Port();
     EXPECT_EQ(probe.Next(), "dropped");
