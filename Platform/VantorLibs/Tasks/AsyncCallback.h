@@ -37,6 +37,12 @@ public:
               connection.Queue(), WeakRef<Object>(object, connection.Anchor()), member))
     {}
 
+    /** Keeps the object alive for as long as the callback, a copy of it, or an invocation on its way is there. */
+    template <class Object, class... Parameters>
+    AsyncCallback(const NotifyTargetTaskIF* task, std::shared_ptr<Object> object, void (Object::*member)(Parameters...))
+        : m_target(std::make_shared<OwningTarget<Object, Parameters...>>(task->Queue(), std::move(object), member))
+    {}
+
     explicit operator bool() const noexcept { return static_cast<bool>(m_target); }
 
     void operator()(std::decay_t<Args>... args) const
@@ -74,6 +80,20 @@ private:
         }
 
         const WeakRef<Object> object;
+        void (Object::*const member)(Parameters...);
+    };
+
+    template <class Object, class... Parameters>
+    struct OwningTarget final : Target
+    {
+        OwningTarget(std::shared_ptr<TaskQueue> targetQueue, std::shared_ptr<Object> targetObject,
+                     void (Object::*targetMember)(Parameters...))
+            : Target(std::move(targetQueue)), object(std::move(targetObject)), member(targetMember)
+        {}
+
+        void Invoke(std::decay_t<Args>&&... args) const override { (object.get()->*member)(std::move(args)...); }
+
+        const std::shared_ptr<Object> object;
         void (Object::*const member)(Parameters...);
     };
 

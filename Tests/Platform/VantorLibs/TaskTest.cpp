@@ -167,6 +167,29 @@ TEST(AsyncCallback, DoesNothingWithoutATarget)
     EXPECT_EQ(touches, 0);
 }
 
+TEST(AsyncCallback, KeepsASharedTargetAlive_UntilItsTurnHasPassed)
+{
+    struct Object
+    {
+        explicit Object(int& count) : touches(count) {}
+        void Touch(int times) { touches += times; }
+        int& touches;
+    };
+    int touches = 0;
+    auto object = std::make_shared<Object>(touches);
+    const std::weak_ptr<Object> watched = object;
+    Recorder task;
+    {
+        const AsyncCallback<int> callback(&task, std::move(object), &Object::Touch);
+        callback(2);
+    }
+    EXPECT_FALSE(watched.expired());
+    task.Start();
+    task.Drain();
+    EXPECT_EQ(touches, 2);
+    EXPECT_TRUE(WaitUntil([&] { return watched.expired(); }));
+}
+
 TEST(AsyncCallback, MovesItsArgumentsToTheHandler)
 {
     Recorder task;
