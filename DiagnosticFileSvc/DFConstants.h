@@ -84,9 +84,19 @@ inline constexpr char kExponentialRetryPolicy[] = "exponential";
 
 // Answers to a request
 inline constexpr char kBusyAnswer[] = "Unable to process request, system busy";
+inline constexpr char kCustomFileNeedsOneType[] = "Custom file upload requires exactly one file type";
 inline constexpr char kFeatureDisabledAnswer[] = "Unable to process request, feature flag not set";
 
+// Endpoints that the service offers on the gateway; the two for tests have no leading slash: kept
+inline constexpr char kUploadEndpoint[] = "/dfservice/upload";
+inline constexpr char kDiagItemRegistrationEndpoint[] = "/dfservice/diagitemregistration";
+inline constexpr char kTestFilepathEndpoint[] = "dfservice/gettysburg_address_filepath";
+inline constexpr char kTestFile[] = DFS_PERSISTENCE_DIRECTORY "Gettysburg_Address.txt";
+inline constexpr char kTestPayloadEndpoint[] = "dfservice/luckiest_man_payload";
+inline constexpr char kTestPayloadFile[] = DFS_PERSISTENCE_DIRECTORY "Dorvin_test.json";
+
 // Names and endpoints of the gateway
+inline constexpr char kSystemInfoEndpoint[] = "/system/info";
 inline constexpr char kGatrixSelfService[] = "GatrixSelfService";
 inline constexpr char kGatrixProxy[] = "GatrixProxy";
 inline constexpr char kGatrixReady[] = "GatrixReady";

@@ -28,22 +28,25 @@ class LogScope
 public:
     /**
      * @param operation the operation's name, the prefix of both lines
-     * @param words     what the lines call the operation: its name, often with the class in front
+     * @param words     what the lines call the operation: its name, often with the class in front; empty for bare
+     *                  "START" and "END"
      * @param endWords  what the end line calls it, where that differs
      * All texts must outlive the scope.
      */
     LogScope(const DPrint& log, const char* operation, const char* words, const char* endWords)
         : m_log(log), m_operation(operation), m_endWords(endWords)
     {
-        LogProgress(m_log, m_operation, words, " - START");
+        LogProgress(m_log, m_operation, words, Separator(words), "START");
     }
     LogScope(const DPrint& log, const char* operation, const char* words) : LogScope(log, operation, words, words) {}
     LogScope(const DPrint& log, const char* operation) : LogScope(log, operation, operation, operation) {}
-    ~LogScope() { LogProgress(m_log, m_operation, m_endWords, " - END"); }
+    ~LogScope() { LogProgress(m_log, m_operation, m_endWords, Separator(m_endWords), "END"); }
     LogScope(const LogScope&) = delete;
     LogScope& operator=(const LogScope&) = delete;
 
 private:
+    static const char* Separator(const char* words) { return *words == '\0' ? "" : " - "; }
+
     const DPrint& m_log;
     const char* const m_operation;
     const char* const m_endWords;

@@ -13,8 +13,6 @@ namespace DiagnosticFileSvc
 namespace
 {
 const DPrint s_log(kTriggerHandler);
-
-constexpr char kCustomFileNeedsOneType[] = "Custom file upload requires exactly one file type";
 } // namespace
 
 DFTriggerHandler& DFTriggerHandler::GetInstance()

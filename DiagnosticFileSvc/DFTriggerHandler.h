@@ -111,10 +111,10 @@ private:
     DFDiagnosticItem* m_currentItem = nullptr;
     std::shared_ptr<DFGatrixClient> m_gatrixClient;
     /** Given to the items that ask other services. */
-    AsyncCallback<std::string> m_gxHarvestFilepathResponseCB;
-    AsyncCallback<std::string> m_gxHarvestFilepathErrorResponseCB;
-    AsyncCallback<std::string> m_gxHarvestPayloadResponseCB;
-    AsyncCallback<std::string> m_gxHarvestPayloadErrorResponseCB;
+    AsyncCallback<const std::string> m_gxHarvestFilepathResponseCB;
+    AsyncCallback<const std::string> m_gxHarvestFilepathErrorResponseCB;
+    AsyncCallback<const std::string> m_gxHarvestPayloadResponseCB;
+    AsyncCallback<const std::string> m_gxHarvestPayloadErrorResponseCB;
     /** The registry, in order of registration. Sub-types are unique but for those of custom uploads. */
     std::vector<std::unique_ptr<DFDiagnosticItem>> m_diagnosticItems;
     /** Type and sub-type of each file that the request in progress has produced. */

@@ -6,6 +6,8 @@
 
 #include "DFConstants.h"
 #include "DFDiagItemExistingFile.h"
+#include "DFDiagItemGXFilepath.h"
+#include "DFDiagItemGXPayload.h"
 #include "DFDiagItemScript.h"
 #include "DFLog.h"
 #include "DFTriggerHandler.h"
@@ -103,6 +105,16 @@ std::unique_ptr<DFDiagnosticItem> DFTriggerHandler::MakeItem(const DFDiagnosticI
         case DFSCommonPB::EXISTING_FILE:
             LogProgress(s_log, kOperation, "DFSCommonPB::HarvestType::EXISTING_FILE");
             return std::make_unique<DFDiagItemExistingFile>(m_harvester, item, &m_harvestSysInfoResponseCB);
+        case DFSCommonPB::GATRIX_RESPONSE_PAYLOAD:
+            LogProgress(s_log, kOperation, "DFSCommonPB::HarvestType::GATRIX_RESPONSE_PAYLOAD");
+            return std::make_unique<DFDiagItemGXPayload>(
+                item, DFDiagItemGatrix::Links{m_harvester, &m_harvestSysInfoResponseCB, m_gatrixClient,
+                                              &m_gxHarvestPayloadResponseCB, &m_gxHarvestPayloadErrorResponseCB});
+        case DFSCommonPB::GATRIX_RESPONSE_FILEPATH:
+            LogProgress(s_log, kOperation, "DFSCommonPB::HarvestType::GATRIX_RESPONSE_FILEPATH");
+            return std::make_unique<DFDiagItemGXFilepath>(
+                item, DFDiagItemGatrix::Links{m_harvester, &m_harvestSysInfoResponseCB, m_gatrixClient,
+                                              &m_gxHarvestFilepathResponseCB, &m_gxHarvestFilepathErrorResponseCB});
         default:
             LogProgress(s_log, kOperation, "Unsupported DFSCommonPB::HarvestType");
             return nullptr;

@@ -1,6 +1,7 @@
 #include "DiagnosticFileService.h"
 
 #include "DFCliHandler.h"
+#include "DFGatrixClient.h"
 #include "DFLog.h"
 #include "DFTriggerHandler.h"
 #include "IL.h"
@@ -24,6 +25,7 @@ DiagnosticFileService::~DiagnosticFileService()
     // OnEntry waits for the tasks, so they end first.
     StopAllTasks();
     APTask::Stop();
+    m_gatrixClient.reset();
 }
 
 void DiagnosticFileService::OnEntry()
@@ -54,8 +56,6 @@ void DiagnosticFileService::CreateSystemInterfaceObjects()
     LogProgress(s_log, __func__,
                 "DiagnosticFileService::CreateSystemInterfaceObjects - Create the DFGatrixClient using "
                 "shared_ptr+++++++++");
-    // There is no gateway client yet. The hand-over of its pointer is what loads the registry, so it is made all the
-    // same.
-    m_triggerHandler->SetGatrixClient(nullptr);
+    m_gatrixClient = DFGatrixClient::GetInstance(m_triggerHandler);
 }
 } // namespace DiagnosticFileSvc

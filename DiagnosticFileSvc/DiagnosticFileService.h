@@ -7,7 +7,7 @@
 
 namespace DiagnosticFileSvc
 {
-class DFCliHandler;
+class DFGatrixClient;
 class DFTriggerHandler;
 
 /**
@@ -30,5 +30,7 @@ private:
 
     /** A single instance of the process, not owned. */
     DFTriggerHandler* m_triggerHandler = nullptr;
+    /** Shared with the process's single instance. */
+    std::shared_ptr<DFGatrixClient> m_gatrixClient;
 };
 } // namespace DiagnosticFileSvc

@@ -129,6 +129,16 @@ TEST_F(DFTriggerHandler, TellsTheFirstRequesterWhenASecondComes)
     EXPECT_EQ(second.WaitFor(1).size(), 1U) << "the refused request is never answered, the next one is";
 }
 
+TEST_F(DFTriggerHandler, LeavesOutGatewayItems_WhileThereIsNoClientOfTheGateway)
+{
+    StartWithRegistry();
+    Register("/other/payload", "a payload", GATRIX_RESPONSE_PAYLOAD);
+    Register("/other/filepath", "a file", GATRIX_RESPONSE_FILEPATH);
+    EXPECT_EQ(Ask(RequestOf({EXE_SCRIPT})), kEmptyManifest);
+    EXPECT_EQ(Ask(RequestOf({EXE_SCRIPT, PROC_LOADAVG})).second, 200);
+    EXPECT_EQ(LatestUpload(m_cloud).SubTypes(), SubTypes{"proc_loadavg"});
+}
+
 TEST_F(DFTriggerHandler, RemovesWhatACrashHasLeft_ButNothingElse)
 {
     const std::string directory = kPersistence;
