@@ -1,0 +1,173 @@
+#include "Peer.h"
+
+#include <fstream>
+#include <iostream>
+#include <stdexcept>
+#include <utility>
+
+#include "GatrixClient.h"
+
+namespace
+{
+constexpr char kUploadEndpoint[] = "/dfservice/upload";
+constexpr char kRegistrationEndpoint[] = "/dfservice/diagitemregistration";
+constexpr char kSystemInfoEndpoint[] = "/system/info";
+constexpr char kNoteEndpoint[] = "/peer/note";
+constexpr char kStateEndpoint[] = "/peer/state";
+constexpr char kNoteFile[] = "/tmp/gatrix-peer-note.txt";
+constexpr char kGroup[] = "GatrixPeer";
+constexpr double kVersion = 1.0;
+
+template <class... Parts>
+void Say(const Parts&... parts)
+{
+    (std::cout << "gatrix-peer: " << ... << parts) << std::endl;
+}
+} // namespace
+
+Peer::Peer(Options options) : APTask("gatrix-peer", 0, CTask::NOT_REALTIME, -1), m_options(std::move(options))
+{
+    std::ofstream note(kNoteFile);
+    note << "A note that gatrix-peer left on the device.\n" << std::flush;
+    if (!note) {
+        throw std::runtime_error(std::string(kNoteFile) + " cannot be written");
+    }
+    Gatrix::CommonClientCreationInfo creationInfo;
+    // An upload takes as long as it takes.
+    creationInfo.requestLimit = {};
+    m_gatrix = Gatrix::GatrixClient::Create("gatrix-peer", "localhost", m_options.port, "devkit", "",
+                                            Gatrix::GatrixClient::ConnectionCallback(this, this, &Peer::ConnectionCB),
+                                            std::nullopt, creationInfo);
+    Start();
+}
+
+Peer::~Peer()
+{
+    Stop();
+}
+
+bool Peer::WaitUntilReady()
+{
+    return m_ready.get_future().wait_for(m_options.timeout) == std::future_status::ready;
+}
+
+bool Peer::WaitForAnswer()
+{
+    return m_answer.get_future().get();
+}
+
+void Peer::ConnectionCB(bool isConnected)
+{
+    if (!isConnected) {
+        Say("the gateway is gone; waiting for it to come back");
+        return;
+    }
+    Say("connected to the gateway, offers ", kSystemInfoEndpoint, ", ", kNoteEndpoint, " and ", kStateEndpoint);
+    using DFSCommonPB::FilepathResponseMsg;
+    using DFSCommonPB::PayloadResponseMsg;
+    using Gatrix::GatrixClientIF;
+    m_gatrix->RegisterGetHandler(
+        kSystemInfoEndpoint,
+        GatrixClientIF::GetHandler<DeviceManagerPb::DeviceInfo>(this, this, &Peer::HandleSystemInfo), kGroup);
+    m_gatrix->RegisterGetHandler(
+        kNoteEndpoint, GatrixClientIF::GetHandler<FilepathResponseMsg>(this, this, &Peer::HandleNote), kGroup);
+    m_gatrix->RegisterGetHandler(
+        kStateEndpoint, GatrixClientIF::GetHandler<PayloadResponseMsg>(this, this, &Peer::HandleState), kGroup);
+    m_gatrix->RegisterEndpointsOfInterest({kUploadEndpoint, kRegistrationEndpoint},
+                                          GatrixClientIF::EndpointsCallback(this, this, &Peer::ReadyCB),
+                                          GatrixClientIF::EndpointsCallback(this, this, &Peer::NotReadyCB));
+}
+
+void Peer::ReadyCB(const std::vector<std::string>& /*endpoints*/)
+{
+    // Each time: a service that has restarted has forgotten the items.
+    RegisterItem(kNoteEndpoint, "peer note", DFSCommonPB::GATRIX_RESPONSE_FILEPATH);
+    RegisterItem(kStateEndpoint, "peer state", DFSCommonPB::GATRIX_RESPONSE_PAYLOAD);
+}
+
+void Peer::NotReadyCB(const std::vector<std::string>& endpoints)
+{
+    Say("nobody handles ", endpoints.empty() ? "the service's endpoints" : endpoints.front(), " any more");
+}
+
+void Peer::HandleSystemInfo(const Callback<DeviceManagerPb::DeviceInfo>& onAnswer,
+                            const Callback<Gatrix::Error>& /*onError*/)
+{
+    DeviceManagerPb::DeviceInfo info;
+    info.set_name("Kitchen");
+    info.set_producttype("soundbar");
+    info.set_softwareversion("1.0.67");
+    Say("was asked for ", kSystemInfoEndpoint, ", answers with the name ", info.name());
+    onAnswer(info);
+}
+
+void Peer::HandleNote(const Callback<DFSCommonPB::FilepathResponseMsg>& onAnswer,
+                      const Callback<Gatrix::Error>& /*onError*/)
+{
+    Say("was asked for ", kNoteEndpoint, ", answers with the path ", kNoteFile);
+    DFSCommonPB::FilepathResponseMsg answer;
+    answer.set_filepathtoupload(kNoteFile);
+    onAnswer(answer);
+}
+
+void Peer::HandleState(const Callback<DFSCommonPB::PayloadResponseMsg>& onAnswer,
+                       const Callback<Gatrix::Error>& /*onError*/)
+{
+    Say("was asked for ", kStateEndpoint, ", answers with the payload ", m_options.payload);
+    DFSCommonPB::PayloadResponseMsg answer;
+    answer.set_payloadtoupload(m_options.payload);
+    onAnswer(answer);
+}
+
+void Peer::RegisterItem(const char* endpoint, const char* subType, DFSCommonPB::HarvestType harvestType)
+{
+    DFSCommonPB::diagItemRegistration registration;
+    registration.set_input(endpoint);
+    registration.set_filetype(DFSCommonPB::INTROSPECTION);
+    registration.set_subtype(subType);
+    registration.set_harvesttype(harvestType);
+    Say("registers the item '", subType, "': ", DFSCommonPB::HarvestType_Name(harvestType), " from ", endpoint);
+    ++m_pendingRegistrations;
+    m_gatrix->SendPostRequest(
+        kRegistrationEndpoint, registration, kVersion,
+        AsyncCallback<DFSCommonPB::diagItemRegistrationResponse>(this, this, &Peer::RegistrationCB),
+        Gatrix::GatrixClientIF::ErrorCallback(this, this, &Peer::RegistrationErrorCB));
+}
+
+void Peer::RegistrationCB(const DFSCommonPB::diagItemRegistrationResponse& response)
+{
+    Say("registration answered: ", response.statuscode(), ' ', response.message());
+    PostUploadOnce();
+}
+
+void Peer::RegistrationErrorCB(const Gatrix::Error& error)
+{
+    Say("registration refused: ", error.statuscode(), ' ', error.message());
+    PostUploadOnce();
+}
+
+void Peer::PostUploadOnce()
+{
+    --m_pendingRegistrations;
+    if (m_pendingRegistrations > 0 || m_hasPosted) {
+        return;
+    }
+    m_hasPosted = true;
+    m_ready.set_value();
+    Say("posts an upload: ", m_options.upload.ShortDebugString());
+    m_gatrix->SendPostRequest(kUploadEndpoint, m_options.upload, kVersion,
+                              AsyncCallback<DFSCommonPB::UploadResponse>(this, this, &Peer::UploadCB),
+                              Gatrix::GatrixClientIF::ErrorCallback(this, this, &Peer::UploadErrorCB));
+}
+
+void Peer::UploadCB(const DFSCommonPB::UploadResponse& response)
+{
+    Say("upload answered: ", response.statuscode(), ' ', response.message());
+    m_answer.set_value(true);
+}
+
+void Peer::UploadErrorCB(const Gatrix::Error& error)
+{
+    Say("upload refused: ", error.statuscode(), ' ', error.message());
+    m_answer.set_value(false);
+}
