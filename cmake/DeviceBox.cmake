@@ -18,12 +18,18 @@ endfunction()
 
 # add_box_test_script(SCRIPT [ARGS words...] [SUFFIX text] [LAUNCHER script...])
 #
-# A shell test that runs in a device box; exit status 0 passes. SUFFIX sets the names of several tests of one script
-# apart; LAUNCHER is a script that prepares the box and then runs the test.
+# A test written in shell or, by its extension, for Node.js, that runs in a device box; exit status 0 passes. SUFFIX
+# sets the names of several tests of one script apart; LAUNCHER is a shell script that prepares the box and then runs
+# the test.
 function(add_box_test_script script)
     cmake_parse_arguments(arg "" "SUFFIX" "ARGS;LAUNCHER" ${ARGN})
     cmake_path(GET script STEM LAST_ONLY name)
+    cmake_path(GET script EXTENSION LAST_ONLY extension)
+    set(interpreter sh)
+    if(extension STREQUAL .js)
+        set(interpreter env NODE_PATH=/usr/share/nodejs node)
+    endif()
     add_test(NAME scripts.${name}${arg_SUFFIX}
-             COMMAND ${DEVICE_BOX} sh ${arg_LAUNCHER} ${CMAKE_CURRENT_SOURCE_DIR}/${script} ${arg_ARGS})
+             COMMAND ${DEVICE_BOX} ${interpreter} ${arg_LAUNCHER} ${CMAKE_CURRENT_SOURCE_DIR}/${script} ${arg_ARGS})
     set_tests_properties(scripts.${name}${arg_SUFFIX} PROPERTIES TIMEOUT 60)
 endfunction()

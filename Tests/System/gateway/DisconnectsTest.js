@@ -1,0 +1,79 @@
+// The service keeps its feet when the gateway goes away in the midst of uploads, a hundred times.
+'use strict';
+
+const assert = require('node:assert');
+const fs = require('node:fs');
+const test = require('node:test');
+const {
+    Gateway, cleanUp, connect, kRegistration, kRegistrations, runBeside, sleep, start, startCloud, startService, until,
+} = require('./support.js');
+
+const kNote = { input: '/other/note', fileType: 'PROC_LOADAVG', subType: 'note', harvestType: 'GATRIX_RESPONSE_FILEPATH' };
+const kDropsOfEachKind = 50;
+
+let service;
+let isDone = false;
+let uploads;
+
+/** Uploads a built-in item and one of the gateway's, again and again, and returns the outcomes. */
+async function uploadAgainAndAgain() {
+    const outcomes = [];
+    while (!isDone) {
+        outcomes.push((await runBeside('vcli', '--wait', 'diagfileservice', 'upload', '6')).stdout);
+    }
+    return outcomes;
+}
+
+test.before(async () => {
+    fs.writeFileSync('/tmp/note.txt', 'a note\n');
+    await startCloud();
+});
+
+test('forced disconnects', async () => {
+    const gateway = new Gateway();
+    service = await startService();
+    let link = await gateway.accept();
+    assert.strictEqual((await link.outcome('POST', kRegistration, kNote)).op, 'answer');
+    uploads = uploadAgainAndAgain();
+    for (let count = 0; count < kDropsOfEachKind; ++count) {
+        assert.deepStrictEqual(await link.takeRegistrations(), kRegistrations);
+        const request = await link.take({ op: 'request', endpoint: '/other/note' });
+        if (count % 2) {
+            link.send({ op: 'answer', id: request.id, body: { filepathToUpload: '/tmp/note.txt' } });
+            await sleep(count);
+        }
+        link.socket.terminate();
+        link = await gateway.accept();
+    }
+    await gateway.close();
+});
+
+test('gateway restarts', async () => {
+    for (let count = 0; count < kDropsOfEachKind; ++count) {
+        const gateway = await start('gatrix-gateway', [], '8084');
+        const peer = await connect('peer');
+        peer.send({ op: 'register', method: 'GET', endpoint: '/other/note', version: 1, group: 'test' });
+        peer.send({ op: 'interest', endpoints: ['/dfservice/upload', kRegistration,
+            'dfservice/gettysburg_address_filepath', 'dfservice/luckiest_man_payload'] });
+        await peer.take({ op: 'ready' });
+        const request = await peer.take({ op: 'request', endpoint: '/other/note' });
+        if (count % 2) {
+            peer.send({ op: 'answer', id: request.id, body: { filepathToUpload: '/tmp/note.txt' } });
+            await sleep(count);
+        }
+        await gateway.kill();
+    }
+});
+
+test('every upload has ended well', async () => {
+    isDone = true;
+    const outcomes = await uploads;
+    assert.ok(outcomes.length > kDropsOfEachKind, `${outcomes.length} uploads`);
+    for (const outcome of outcomes) {
+        assert.match(outcome, /Upload status code = 200/);
+    }
+    assert.ok(service.isAlive());
+    await until('the last report', () => service.log().includes('GXC websocket NOT connected'));
+});
+
+test.after(cleanUp);

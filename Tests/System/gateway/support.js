@@ -1,0 +1,188 @@
+// What the gateway's system tests share: the programs on the device, and peers made with a WebSocket library that is
+// not ours.
+'use strict';
+
+const assert = require('node:assert');
+const { spawn, spawnSync } = require('node:child_process');
+const fs = require('node:fs');
+const { setTimeout: sleep } = require('node:timers/promises');
+const WebSocket = require('ws');
+
+const [, , programs, key] = process.argv;
+const kPort = 8084;
+/** How long a test waits for what must come, in ms. Far more than it takes, so that a slow machine fails no test. */
+const kDeadline = 20000;
+
+const kUpload = '/dfservice/upload';
+const kRegistration = '/dfservice/diagitemregistration';
+const kInterests = [kUpload, kRegistration, '/system/info'];
+/** What the service sends on each new connection. */
+const kRegistrations = [
+    { op: 'hello', client: 'DiagFileServiceGatrixIF', platform: 'meridel' },
+    { op: 'interest', endpoints: kInterests },
+    { op: 'register', method: 'POST', endpoint: kUpload, version: 1, group: 'DFService' },
+    { op: 'register', method: 'POST', endpoint: kRegistration, version: 1, group: 'DFService' },
+    { op: 'subscribe', endpoint: kUpload, version: 1 },
+    { op: 'subscribe', endpoint: kRegistration, version: 1 },
+    { op: 'register', method: 'GET', endpoint: 'dfservice/gettysburg_address_filepath', version: 1, group: 'TestGroup' },
+    { op: 'register', method: 'GET', endpoint: 'dfservice/luckiest_man_payload', version: 1, group: 'TestGroup' },
+];
+
+/** Waits, in small steps, until the function returns something true, and returns that. */
+async function until(what, condition) {
+    const end = Date.now() + kDeadline;
+    for (;;) {
+        const result = condition();
+        if (result) {
+            return result;
+        }
+        assert.ok(Date.now() < end, `waited in vain: ${what}`);
+        await sleep(5);
+    }
+}
+
+/** Runs a program of this tree to its end. */
+function run(name, ...words) {
+    const { status, stdout, stderr } = spawnSync(`${programs}/${name}`, words, { encoding: 'utf8' });
+    return { status, stdout, stderr };
+}
+
+/** The same, without holding up this process. */
+function runBeside(name, ...words) {
+    return new Promise((resolve) => {
+        const child = spawn(`${programs}/${name}`, words, { stdio: ['ignore', 'pipe', 'inherit'] });
+        let stdout = '';
+        child.stdout.on('data', (text) => { stdout += text; });
+        child.on('exit', (status) => resolve({ status, stdout }));
+    });
+}
+
+const children = [];
+const sockets = [];
+
+/** Starts a program of this tree, and waits until its output, which goes to a file, says the text. */
+async function start(name, words, text) {
+    const log = `/tmp/${name}.log`;
+    const output = fs.openSync(log, 'w');
+    const child = spawn(`${programs}/${name}`, words, { stdio: ['ignore', output, output] });
+    fs.closeSync(output);
+    children.push(child);
+    const program = {
+        child,
+        log: () => fs.readFileSync(log, 'utf8'),
+        isAlive: () => child.exitCode === null && child.signalCode === null,
+        kill: () => new Promise((resolve) => { child.on('exit', resolve); child.kill('SIGKILL'); }),
+    };
+    await until(`${name} says "${text}"`, () => program.log().includes(text));
+    return program;
+}
+
+/** Ends what a test file has started, so that the file can end. */
+function cleanUp() {
+    children.forEach((child) => child.kill('SIGKILL'));
+    sockets.forEach((socket) => socket.terminate());
+}
+
+const startCloud = () => start('diag-cloud', ['--store', '/tmp/cloud'], '8888');
+const startService = () => start('DiagnosticFileService', [], 'LoadDiagItemsFromConfigFile - END');
+
+/** Path of the file of that ending which reached the cloud last. */
+function latest(ending) {
+    const paths = fs.readdirSync('/tmp/cloud').map((name) => `/tmp/cloud/${name}`);
+    const time = (path) => fs.statSync(path, { bigint: true }).mtimeNs;
+    return paths.filter((path) => path.endsWith(ending)).reduce((a, b) => (time(a) > time(b) ? a : b));
+}
+
+/** Plain content of an item of the archive that arrived last. */
+function contentOfLatest(subType) {
+    const { status, stdout, stderr } = run('dfs-open', latest('.tar.gz'), '--key', key, '--cat', subType);
+    assert.strictEqual(status, 0, stderr);
+    return stdout;
+}
+
+/** One end of a connection: keeps the frames that arrive, in order, until somebody takes them. */
+class Link {
+    constructor(socket) {
+        sockets.push(socket);
+        this.socket = socket;
+        this.frames = [];
+        this.isOpen = true;
+        this.lastId = 1000;
+        socket.on('message', (data) => this.frames.push(JSON.parse(data.toString())));
+        socket.on('close', () => { this.isOpen = false; });
+        socket.on('error', () => {});
+    }
+
+    send(frame) {
+        this.socket.send(JSON.stringify(frame));
+    }
+
+    /** Takes the first frame that has these members, wherever it stands. */
+    take(members) {
+        const fits = (frame) => Object.entries(members).every(([name, value]) => frame[name] === value);
+        return until(`a frame with ${JSON.stringify(members)}`, () => {
+            const at = this.frames.findIndex(fits);
+            return at >= 0 && this.frames.splice(at, 1)[0];
+        });
+    }
+
+    /** Takes what a client sends on a new connection, in its order; requests stay. */
+    async takeRegistrations() {
+        const isRequest = ({ op }) => op === 'request';
+        const taken = await until('the registrations', () => {
+            const others = this.frames.filter((frame) => !isRequest(frame));
+            return others.length >= kRegistrations.length && others;
+        });
+        this.frames = this.frames.filter(isRequest);
+        return taken;
+    }
+
+    /** Asks; the number of the request, which its answer carries. */
+    ask(method, endpoint, body) {
+        const id = ++this.lastId;
+        this.send({ op: 'request', id, method, endpoint, version: 1.0, body });
+        return id;
+    }
+
+    /** Asks, and takes what comes of it: an "answer" or "error" frame. */
+    async outcome(method, endpoint, body) {
+        const id = this.ask(method, endpoint, body);
+        return until(`an outcome of ${method} ${endpoint}`, () => {
+            const at = this.frames.findIndex((frame) => frame.id === id && /answer|error/.test(frame.op));
+            return at >= 0 && this.frames.splice(at, 1)[0];
+        });
+    }
+}
+
+/** A gateway as far as one client sees it: takes connections, and plays the gateway's part through their links. */
+class Gateway {
+    constructor() {
+        this.links = [];
+        this.server = new WebSocket.Server({ host: '127.0.0.1', port: kPort });
+        this.server.on('connection', (socket) => this.links.push(new Link(socket)));
+    }
+
+    /** The next connection. */
+    async accept() {
+        return until('a connection', () => this.links.shift());
+    }
+
+    /** Ends all connections without a word, and stops listening. */
+    close() {
+        this.server.clients.forEach((socket) => socket.terminate());
+        return new Promise((resolve) => this.server.close(resolve));
+    }
+}
+
+/** A service of the given name, connected to whatever gateway is there. */
+async function connect(client) {
+    const link = new Link(new WebSocket(`ws://127.0.0.1:${kPort}/`));
+    await until('an open connection', () => link.socket.readyState === WebSocket.OPEN);
+    link.send({ op: 'hello', client, platform: 'test' });
+    return link;
+}
+
+module.exports = {
+    Gateway, cleanUp, connect, contentOfLatest, kInterests, kRegistration, kRegistrations, kUpload, latest, runBeside,
+    sleep, start, startCloud, startService, until,
+};
