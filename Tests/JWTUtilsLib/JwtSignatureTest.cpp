@@ -30,7 +30,9 @@ TEST(JwtSignature, OfPublishedTokens_IsVerified)
         EXPECT_FALSE(key.VerifySignature(input + '.', converted, digest)) << source;
         // The claims of the others are no JSON.
         const bool isJwt = input.find(".eyJ") != std::string::npos;
-        EXPECT_EQ(Verify(input + '.' + signature, key), isJwt ? JwtError::NO_ERROR : JwtError::JSON_PARSE_ERROR);
+        std::string token(input);
+        token.append(".").append(signature);
+        EXPECT_EQ(Verify(token, key), isJwt ? JwtError::NO_ERROR : JwtError::JSON_PARSE_ERROR);
     }
 }
 

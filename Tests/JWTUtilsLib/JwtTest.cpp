@@ -72,8 +72,9 @@ TEST(Jwt, RefusesWhatIsNoToken)
 {
     const Text header = Segment(R"({"alg":"RS256"})"), claims = Segment(R"({"b":"???>>>"})");
     ASSERT_NE(claims.find_first_of("-_"), Text::npos);
+    const Text noSignature = header + '.' + claims;
     const CapturedLog log;
-    for (const Text& text : {Text(), header, header + '.' + claims}) {
+    for (const Text& text : {Text(), header, noSignature}) {
         EXPECT_EQ(Jwt(text).Validate(), JwtError::JWT_FORMAT_ERROR) << text;
     }
     EXPECT_EQ(CapturedLog::LinesOf("JwtUtils::Jwt", "ParseJwtString: Invalid JWT").at(1), "3 : " + header);
@@ -82,8 +83,8 @@ TEST(Jwt, RefusesWhatIsNoToken)
         EXPECT_EQ(Jwt(Segment(json) + '.' + claims + '.').Validate(), JwtError::JSON_PARSE_ERROR) << json;
         EXPECT_EQ(Jwt(header + '.' + Segment(json) + '.').Validate(), JwtError::JSON_PARSE_ERROR) << json;
     }
-    EXPECT_FALSE(Jwt(header + '.' + claims + "!.").IsValid());
-    EXPECT_EQ(Jwt(header + '.' + claims + "=.a.b").Validate(), JwtError::NO_ERROR);
+    EXPECT_FALSE(Jwt(noSignature + "!.").IsValid());
+    EXPECT_EQ(Jwt(noSignature + "=.a.b").Validate(), JwtError::NO_ERROR);
 }
 
 TEST(Jwt, ReadsTimesByTheirLeadingDigits)
