@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+/** Small files that are read as a whole and replaced as a whole. Any thread may call; nothing throws for a failing
+ * file, the log tells why it failed. */
+namespace JwtUtils
+{
+/** The size in bytes that ReadFileStr stops at: what is larger is a device, or no file of this product. */
+inline constexpr std::size_t kMaxFileSize = std::size_t{16} << 20U;
+
+/**
+ * The whole content of a file; empty when it cannot be opened or is larger than kMaxFileSize. When reading fails on the
+ * way, what has been read until then. Never waits: a pipe holds what is in it at the moment, a folder nothing.
+ */
+std::string ReadFileStr(const std::string& path);
+
+/**
+ * Replaces a file, or makes it with mode 0600: who reads it meanwhile sees the old content or the new one, and so does
+ * who reads it after a power cut. The data goes to the path with ".tmp" at its end first, in one write(2), and to the
+ * storage medium (fsync(2)), before it gets the file's name (rename(2)). One writer of a path at a time.
+ *
+ * @return true when the file holds exactly the data. False when not: the file is as it was, and nothing is left of the
+ *         temporary one. Empty data is refused: an empty file is never written.
+ */
+bool WriteFileStr(const std::string& path, const std::string& data);
+} // namespace JwtUtils
