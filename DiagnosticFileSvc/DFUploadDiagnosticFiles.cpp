@@ -16,7 +16,6 @@
 #include "MfgData.h"
 #include "NameValueFile.h"
 #include "ProtoToMarkup.h"
-#include "StringUtils.h"
 
 namespace DiagnosticFileSvc
 {
@@ -25,9 +24,6 @@ namespace
 const DPrint s_log(kUploadDiagnosticFiles);
 
 constexpr char kServiceBase[] = "http://";
-constexpr char kJsonType[] = "application/json";
-constexpr char kBinaryType[] = "application/octet-stream";
-constexpr char kTokenHeader[] = "x-product-token";
 
 struct FileCloser
 {
@@ -189,25 +185,6 @@ void DFUploadDiagnosticFiles::LoadMetadata()
     m_productId = ProductIdentity("guid", " Fatal Error: No Product Id ");
 }
 
-void DFUploadDiagnosticFiles::LoadProductJwt()
-{
-    LogProgress(s_log, __func__, "LoadProductJwt - START");
-    m_accessToken.clear();
-    LogProgress(s_log, __func__, "LoadProductJwt - START");
-}
-
-void DFUploadDiagnosticFiles::BuildMetadataPostHeader()
-{
-    const LogScope scope(s_log, __func__);
-    LoadProductJwt();
-    LogLine(s_log, LOG_LEVEL_DETAIL, __func__, "upload_sys_logs product jwt: ", m_accessToken);
-    m_metadataHeaders["Content-Type"] = kJsonType;
-    m_metadataHeaders["Connection"] = "keep-alive";
-    m_metadataHeaders[kTokenHeader] = m_accessToken;
-    LogLine(s_log, LOG_LEVEL_DETAIL, __func__,
-            "upload_sys_logs - metadata headers: ", StringUtils::ToJson(m_metadataHeaders));
-}
-
 void DFUploadDiagnosticFiles::BuildMetadataPayload(const DFSCommonPB::UploadTypes& items)
 {
     const LogScope scope(s_log, __func__);
@@ -296,18 +273,6 @@ bool DFUploadDiagnosticFiles::CalculateMD5Checksum(const std::string& path)
     }
     LogProgress(s_log, __func__, "upload_sys_logs - CalculateMD5Checksum, result: ", m_archiveMd5);
     return std::ferror(file.get()) == 0;
-}
-
-void DFUploadDiagnosticFiles::BuildDiagnosticFilePostHeader()
-{
-    const LogScope scope(s_log, __func__);
-    LoadProductJwt();
-    LogLine(s_log, LOG_LEVEL_DETAIL, __func__, "upload_sys_logs product jwt: ", m_accessToken);
-    m_archiveHeaders["Content-Type"] = kBinaryType;
-    m_archiveHeaders["Content-MD5"] = m_archiveMd5;
-    m_archiveHeaders[kTokenHeader] = m_accessToken;
-    LogLine(s_log, LOG_LEVEL_DETAIL, __func__,
-            "\n\nupload_sys_logs - BuildDiagnosticFilePostHeader: ", StringUtils::ToJson(m_archiveHeaders));
 }
 
 void DFUploadDiagnosticFiles::DiagFilePostRespCB(const Http::HSMResponse& response)

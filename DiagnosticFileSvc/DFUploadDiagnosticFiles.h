@@ -9,6 +9,7 @@
 #include "CHttpInterface.h"
 #include "DeviceManager.pb.h"
 #include "HSMResponse.h"
+#include "QuillaneTokens.h"
 #include "UploadSysInfo.pb.h"
 
 namespace DiagnosticFileSvc
@@ -50,6 +51,9 @@ protected:
 private:
     using Headers = std::map<std::string, std::string>;
 
+    static constexpr char kJsonType[] = "application/json";
+    static constexpr char kBinaryType[] = "application/octet-stream";
+
     DFUploadDiagnosticFiles();
 
     void PostMetadataCB(const DFSCommonPB::UploadTypes& items, const std::string& archivePath, Result* result);
@@ -80,7 +84,8 @@ private:
     std::string m_productType;
     std::string m_productId;
     DeviceManagerPb::DeviceInfo m_deviceInfo;
-    /** The product's access token; empty while the device holds none. */
+    JwtUtils::QuillaneTokens m_productTokens;
+    /** The product's access token, as the token file had it last; empty when the device holds none. */
     std::string m_accessToken;
     Headers m_metadataHeaders;
     Headers m_archiveHeaders;

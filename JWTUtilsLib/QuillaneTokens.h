@@ -25,7 +25,7 @@ public:
     using Message = MorvekJWTUtilsPb::QuillaneTokens;
 
     /** A token file with more bytes than this is refused: what it holds goes into the header of a request. */
-    static constexpr std::size_t kMaxTokenFileSize = std::size_t{1} << 20U;
+    static constexpr std::size_t kMaxTokenFileSize = std::size_t{256} << 10U;
 
     /**
      * Loads the token file and the files beside it. A token that cannot be parsed as a JWT does not fail the load:

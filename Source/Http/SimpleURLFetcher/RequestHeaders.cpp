@@ -24,6 +24,13 @@ bool IsOneLine(const std::string& text)
     return text.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos;
 }
 
+/** As CURLOPT_HTTPHEADER takes it: a field without a value ends in a semicolon, or it would not be sent. */
+std::string LineOf(const std::string& name, const std::string& value)
+{
+    const bool isEmpty = value.find_first_not_of(" \t\v\f") == std::string::npos;
+    return isEmpty ? name + ";" : name + ": " + value;
+}
+
 bool Append(RequestHeaders& headers, const std::string& line)
 {
     curl_slist* const longer = curl_slist_append(headers.get(), line.c_str());
@@ -48,9 +55,7 @@ std::optional<RequestHeaders> MakeRequestHeaders(const HeaderMap& headers2Add, c
         }
         const bool isReplaced = (!contentType.empty() && IsName(name, "Content-Type")) ||
                                 (!credentials.empty() && IsName(name, "Authorization"));
-        std::string line = name;
-        line.append(": ").append(value);
-        if (!isReplaced && !Append(headers, line)) {
+        if (!isReplaced && !Append(headers, LineOf(name, value))) {
             return std::nullopt;
         }
     }

@@ -20,7 +20,7 @@ using RequestHeaders = std::unique_ptr<curl_slist, FreeHeaderList>;
 
 /**
  * Puts the header lines of a request together. Content type and credentials win over headers of those names; a header
- * with a line break in it is logged and left out.
+ * with a line break in it is logged and left out. A header with an empty value is sent, with an empty value.
  *
  * @param contentType empty for none
  * @param credentials "user:password", to be sent by the basic scheme (RFC 7617); empty for none
