@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <fstream>
 #include <optional>
 #include <string>
 
@@ -109,4 +110,10 @@ TEST(DFUploadDiagnosticFilesHeaders, CarryTheTokenThatTheDeviceHolds_WhateverIts
         EXPECT_THAT(heads, testing::Each(HasSubstr(each.line)));
         EXPECT_THAT(heads, testing::Each(Not(testing::AnyOf(HasSubstr(notLeft), HasSubstr("X-Smuggled")))));
     }
+
+    // A pipe gives what it holds to the first who reads: the second post has read anew.
+    LayOut(kBase + ".json", kPipe);
+    std::fstream pipe(kBase + ".json");
+    pipe << TokenFile(head) << std::flush;
+    EXPECT_THAT(UploadHeads(archive), testing::ElementsAre(HasSubstr(sent), HasSubstr(none)));
 }
