@@ -7,16 +7,17 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/beast/core/bind_handler.hpp>
 #include <boost/beast/core/buffers_to_string.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/core/role.hpp>
 #include <boost/beast/websocket/rfc6455.hpp>
 #include <boost/beast/websocket/stream.hpp>
 
-#include <array>
 #include <chrono>
 #include <deque>
-#include <functional>
+#include <string>
 #include <utility>
 
 #include "GatrixWire.h"
@@ -35,6 +36,7 @@ namespace websocket = boost::beast::websocket;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kBufferKept = std::size_t{64} * 1024;
+constexpr std::size_t kDrained = std::size_t{16} * 1024;
 constexpr std::size_t kLongestReason = 123;
 
 /** A peer that vanished without a word is noticed by the kernel within a minute (tcp(7)). */
@@ -49,40 +51,30 @@ void KeepAlive(int socket)
     }
 }
 
-/** The socket, and what happens to it at the end of the connection. */
+/** A socket of which the WebSocket layer leaves the end to us. */
 struct Socket : asio::ip::tcp::socket
 {
     using asio::ip::tcp::socket::socket;
-
-    std::function<void()> onTeardown;
-    std::array<char, std::size_t{16} * 1024> drained{};
 };
 
-template <typename Handler>
-void Drain(Socket& socket, Handler handler)
-{
-    socket.async_read_some(asio::buffer(socket.drained),
-                           [&socket, handler = std::move(handler)](beast::error_code error, std::size_t) mutable {
-                               if (error) {
-                                   handler(error);
-                               } else {
-                                   Drain(socket, std::move(handler));
-                               }
-                           });
-}
-
-/**
- * What the WebSocket layer calls (under this name) after the last frame, instead of its own. Closing with unread data
- * pending would reset the connection and lose the close frame on its way; a client that never closes must not keep the
- * connection.
+/** What that layer calls (under this name) after the last frame. Its own would wait, for ever, for the client to close.
  */
 template <typename Handler>
 void async_teardown(beast::role_type /*role*/, Socket& socket, Handler&& handler)
 {
-    beast::error_code ignored;
-    socket.shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
-    socket.onTeardown();
-    Drain(socket, std::forward<Handler>(handler));
+    asio::post(socket.get_executor(), beast::bind_front_handler(std::forward<Handler>(handler), beast::error_code()));
+}
+
+/** A close frame as servers send it (RFC 6455, sections 5.2 and 5.5.1). */
+std::string CloseFrame(CloseCode code, const std::string& reason)
+{
+    constexpr char kFinalClose = '\x88';
+    constexpr unsigned kByteBits = 8;
+    const auto number = static_cast<unsigned>(code);
+    const std::string text = CutUtf8(reason, kLongestReason);
+    return std::string{kFinalClose, static_cast<char>(text.size() + 2), static_cast<char>(number >> kByteBits),
+                       static_cast<char>(number)} +
+           text;
 }
 
 } // namespace
@@ -100,12 +92,11 @@ public:
         m_stream.read_message_max(Gatrix::Wire::kMaxFrameBytes);
         m_stream.auto_fragment(false);
         m_stream.text(true);
-        m_stream.next_layer().onTeardown = [this] { OnTeardown(); };
     }
 
     void Start()
     {
-        EndAfter(m_limits.helloTime, "no hello in time");
+        EndAfter(m_limits.helloTime);
         m_stream.async_accept([self = shared_from_this()](beast::error_code error) { self->OnAccepted(error); });
     }
 
@@ -136,14 +127,15 @@ public:
             return;
         }
         m_isClosing = true;
-        EndAfter(m_limits.closeTime, "closed");
+        EndAfter(m_limits.closeTime);
         if (!m_isAccepted) {
-            asio::post(m_stream.get_executor(), [self = shared_from_this()] { self->End("closed"); });
+            asio::post(m_stream.get_executor(), [self = shared_from_this()] { self->End(); });
             return;
         }
-        // Goes out after the frame that is being written, if there is one.
-        m_stream.async_close({static_cast<websocket::close_code>(code), CutUtf8(reason, kLongestReason)},
-                             [self = shared_from_this()](beast::error_code /*error*/) { self->End("closed"); });
+        m_closeFrame = CloseFrame(code, reason);
+        if (m_queue.empty()) {
+            WriteClose();
+        }
     }
 
     void Abandon()
@@ -156,7 +148,7 @@ private:
     void OnAccepted(beast::error_code error)
     {
         if (error) {
-            End("no WebSocket handshake: " + error.message());
+            Leave("no WebSocket handshake: " + error.message());
             return;
         }
         m_isAccepted = true;
@@ -173,7 +165,7 @@ private:
     void OnRead(beast::error_code error)
     {
         if (error) {
-            End(WhyItEnded(error));
+            Leave(WhyItEnded(error));
             return;
         }
         const std::string text = beast::buffers_to_string(m_buffer.data());
@@ -183,6 +175,7 @@ private:
         }
         if (!m_isClosing && m_stream.got_binary()) {
             Close(CloseCode::kUnsupportedData, "frames are texts");
+            m_owner.OnLeave(m_client, "a frame that is no text");
         }
         if (!m_isClosing) {
             m_deadline.expires_at(Clock::time_point::max());
@@ -193,13 +186,42 @@ private:
         }
     }
 
-    void OnTeardown()
+    /** The client closed, or broke the protocol and has been told so. */
+    void Leave(const std::string& why)
     {
-        if (!m_isClosing && !m_hasEnded) {
+        if (!m_isClosing) {
             m_isClosing = true;
-            EndAfter(m_limits.closeTime, "closed");
-            m_owner.OnLeave(m_client);
+            EndAfter(m_limits.closeTime);
+            beast::error_code ignored;
+            m_stream.next_layer().shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
+            m_owner.OnLeave(m_client, why);
         }
+        Drain();
+    }
+
+    /**
+     * Closing with unread data pending would reset the connection and lose the close frame on its way. Waits before it
+     * reads: an operation that reads where an earlier one met the end is not woken again.
+     */
+    void Drain()
+    {
+        if (m_hasEnded) {
+            return;
+        }
+        m_stream.next_layer().async_wait(Socket::wait_read, [self = shared_from_this()](beast::error_code error) {
+            Socket& socket = self->m_stream.next_layer();
+            if (!error) {
+                socket.non_blocking(true, error);
+            }
+            if (!error) {
+                socket.read_some(self->m_buffer.prepare(kDrained), error);
+            }
+            if (error && error != asio::error::would_block) {
+                self->End();
+            } else {
+                self->Drain();
+            }
+        });
     }
 
     std::string WhyItEnded(beast::error_code error) const
@@ -221,28 +243,42 @@ private:
 
     void OnWritten(beast::error_code error)
     {
-        if (m_isClosing) {
-            return;
-        }
         if (error) {
-            // What is wrong with the connection, the operation that reads finds as well, and knows better.
-            EndAfter(m_limits.closeTime, error.message());
-            return;
+            return; // what is wrong with the connection, the operation that reads finds as well, and knows better
         }
         m_queuedBytes -= m_queue.front()->size();
         m_queue.pop_front();
-        if (!m_queue.empty()) {
+        if (!m_closeFrame.empty()) {
+            WriteClose();
+        } else if (!m_queue.empty()) {
             Write();
         }
     }
 
-    void EndAfter(std::chrono::milliseconds time, const std::string& why)
+    /**
+     * Bypasses the WebSocket layer, whose operation that closes and whose operation that reads may wait for each other
+     * without end when the client breaks the protocol meanwhile.
+     */
+    void WriteClose()
+    {
+        asio::async_write(m_stream.next_layer(), asio::buffer(m_closeFrame),
+                          [self = shared_from_this()](beast::error_code /*error*/, std::size_t /*size*/) {
+                              beast::error_code ignored;
+                              self->m_stream.next_layer().shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
+                          });
+    }
+
+    void EndAfter(std::chrono::milliseconds time)
     {
         m_deadline.expires_after(time);
-        m_deadline.async_wait([self = shared_from_this(), why](beast::error_code error) {
-            if (!error && self->m_deadline.expiry() <= Clock::now()) {
-                self->End(why);
+        m_deadline.async_wait([self = shared_from_this()](beast::error_code error) {
+            if (error || self->m_deadline.expiry() > Clock::now()) {
+                return;
             }
+            if (!std::exchange(self->m_isClosing, true)) {
+                self->m_owner.OnLeave(self->m_client, "no hello in time");
+            }
+            self->End();
         });
     }
 
@@ -254,12 +290,11 @@ private:
         m_stream.next_layer().close(ignored);
     }
 
-    void End(const std::string& why)
+    void End()
     {
-        if (!m_hasEnded) {
-            m_hasEnded = true;
+        if (!std::exchange(m_hasEnded, true)) {
             Disconnect();
-            m_owner.OnEnd(m_client, why);
+            m_owner.OnEnd(m_client);
         }
     }
 
@@ -271,6 +306,7 @@ private:
     Owner& m_owner;
     std::deque<std::shared_ptr<const std::string>> m_queue; //!< Its first frame is being written.
     std::size_t m_queuedBytes = 0;
+    std::string m_closeFrame; //!< To be sent, or sent; empty before.
     bool m_isAccepted = false;
     bool m_isClosing = false;
     bool m_hasEnded = false;

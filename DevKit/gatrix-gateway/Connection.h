@@ -35,10 +35,10 @@ public:
     {
     public:
         virtual void OnFrame(ClientNumber client, const std::string& text) = 0;
-        /** The client closes, or broke the protocol: no frame will come. OnEnd follows. */
-        virtual void OnLeave(ClientNumber client) = 0;
+        /** The client went, or broke the protocol: no frame will come. OnEnd follows. Not told after Close. */
+        virtual void OnLeave(ClientNumber client, const std::string& why) = 0;
         /** The connection's last call: its socket is closed. It may be destroyed. */
-        virtual void OnEnd(ClientNumber client, const std::string& why) = 0;
+        virtual void OnEnd(ClientNumber client) = 0;
 
     protected:
         Owner() = default;

@@ -86,7 +86,6 @@ private:
     {
         std::unique_ptr<Connection> connection;
         bool isDismissed = false; //!< Its connection is being closed; the router has forgotten it.
-        std::string farewell;     //!< Begins the line on its end, if it left by itself.
     };
 
     /** Ends when nothing is left to wait for. */
@@ -193,23 +192,15 @@ private:
         }
     }
 
-    void OnLeave(ClientNumber number) override
+    void OnLeave(ClientNumber number, const std::string& why) override
     {
-        Client& client = m_clients[number];
-        client.isDismissed = true;
-        client.farewell = m_router.Label(number) + " left: ";
+        Print(m_router.Label(number) + " left: " + why);
+        m_clients[number].isDismissed = true;
         Apply(m_router.Drop(number));
     }
 
-    void OnEnd(ClientNumber number, const std::string& why) override
+    void OnEnd(ClientNumber number) override
     {
-        const Client& client = m_clients[number];
-        if (!client.isDismissed) {
-            OnLeave(number);
-        }
-        if (!client.farewell.empty()) {
-            Print(client.farewell + why);
-        }
         m_clients.erase(number);
         WatchDoors();
     }

@@ -6,20 +6,20 @@
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/websocket/stream.hpp>
 
-#include <functional>
 #include <string>
 
 #include "GatrixWire.h"
 
-/** A service's end of the wire, for one thread. What takes too long fails the test. */
+/** A service's end of the wire. It blocks; the time limit of the test is its own. */
 class TestClient
 {
 public:
     /** @param name that it says hello with; says nothing when empty */
     explicit TestClient(std::uint16_t port, const std::string& name = "tester", const char* address = "127.0.0.1");
 
-    void Send(const std::string& text, bool isBinary = false);
+    void Send(const std::string& text);
     void Send(const Gatrix::Wire::Frame& frame) { Send(Gatrix::Wire::Serialize(frame)); }
+    void SendRaw(const std::string& bytes) { boost::asio::write(m_stream.next_layer(), boost::asio::buffer(bytes)); }
 
     /** The next frame. "closed CODE REASON" when the gateway has closed; another word when the connection just ended.
      */
@@ -28,20 +28,13 @@ public:
     /** Registers an endpoint for GET, and waits until the gateway knows. */
     void Handle(const std::string& endpoint);
 
-    /** Asks for an endpoint by GET, with a body of JSON text. @return the frame that comes next */
-    std::string Ask(const std::string& endpoint, const std::string& body, std::uint64_t id = 1);
+    /** Asks for an endpoint by GET, with a body of JSON text. */
+    void Ask(std::uint64_t id, const std::string& endpoint, const std::string& body);
 
-    /** Reads a request and answers it with its own body. @return false when no request came */
-    bool AnswerWithBody();
-
-    boost::asio::ip::tcp::socket& Socket() { return m_stream.next_layer(); }
+    /** Reads a request, answers it with its own body, and returns it. */
+    std::string AnswerWithBody();
 
 private:
-    using Handler = std::function<void(boost::system::error_code error, std::size_t size)>;
-
-    boost::system::error_code Await(const std::function<void(Handler)>& start);
-
     boost::asio::io_context m_context{1};
-    boost::beast::websocket::stream<boost::asio::ip::tcp::socket> m_stream;
-    boost::beast::flat_buffer m_buffer;
+    boost::beast::websocket::stream<boost::asio::ip::tcp::socket> m_stream{m_context};
 };
