@@ -15,8 +15,6 @@ namespace
 {
 const DPrint s_log("GatrixClient");
 
-constexpr std::chrono::seconds kFinishLimit(1);
-
 double Fraction(std::minstd_rand& random)
 {
     return std::uniform_real_distribution<double>()(random);
@@ -81,7 +79,7 @@ void ClientCore::Stop()
         m_loop.Stop();
         return;
     }
-    m_finishAlarm.Set(Alarm::Clock::now() + kFinishLimit, [this] { m_loop.Stop(); });
+    m_finishAlarm.Set(Alarm::Clock::now() + m_settings.finishLimit, [this] { m_loop.Stop(); });
     m_connection->Finish();
 }
 

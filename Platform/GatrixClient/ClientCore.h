@@ -47,8 +47,9 @@ public:
         GatrixClient::ConnectionCallback connection;
         std::optional<GatrixClient::ErrorCallback> error;
         CommonClientCreationInfo common;
-        /** What connecting may take, up to the first frame written. */
+        /** What connecting may take, up to the first frame written, and sending what waits at the end. */
         std::chrono::milliseconds connectLimit = std::chrono::seconds(10);
+        std::chrono::milliseconds finishLimit = std::chrono::seconds(1);
     };
 
     /** @throws std::system_error when the kernel has no descriptor to give */
@@ -60,7 +61,7 @@ public:
     /** Any thread: has the work done on the client's thread, in the order of the calls. */
     void Post(std::function<void(ClientCore&)> work);
 
-    /** Refuses all that is in flight, sends what waits (for a second at most), closes, and lets Run return. */
+    /** Refuses all that is in flight, sends what waits, as far as there is time, closes, and lets Run return. */
     void Stop();
 
     void Declare(const Wire::Interest& interest, EndpointsCallback ready, EndpointsCallback notReady);

@@ -180,7 +180,9 @@ TEST_F(GatrixClientTest, GatewayThatDoesNotRead_LimitsWhatWaitsForIt)
 
 TEST_F(GatrixClientTest, LastOwner_SendsWhatWaitsAndRefusesTheRest)
 {
-    Connect();
+    auto settings = Settings();
+    settings.finishLimit = kDeadline;
+    Connect(settings);
     const std::string body(1000000, 'x');
     for (int count = 0; count < 8; ++count) {
         client->SendGetRequest("/r", body, 1.0, probe.raw, probe.refused);

@@ -1,0 +1,43 @@
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "FuzzCheck.h"
+#include "GatrixBody.h"
+#include "GatrixWire.h"
+#include "StringUtils.h"
+
+using namespace Gatrix;
+
+static std::optional<Wire::Frame> Read(const std::string& text)
+{
+    constexpr std::size_t kLongestReason = 123;
+    try {
+        return Wire::Parse(text);
+    } catch (const Wire::FrameError& error) {
+        FUZZ_CHECK(std::string(error.what()).size() <= kLongestReason);
+        return std::nullopt;
+    }
+}
+
+static void CheckReadsBack(const Wire::Frame& frame)
+{
+    const std::string text = Wire::Serialize(frame);
+    FUZZ_CHECK(text.find('\n') == std::string::npos);
+    const auto again = Read(text);
+    FUZZ_CHECK(again && Wire::Serialize(*again) == text);
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const std::string input(reinterpret_cast<const char*>(data), size);
+    if (const auto frame = Read(input)) {
+        CheckReadsBack(*frame);
+        FUZZ_CHECK(!StringUtils::IsUtf8(input) || StringUtils::IsUtf8(Wire::Serialize(*frame)));
+    }
+    const std::string body = BodyOfText(input);
+    FUZZ_CHECK(StringUtils::IsUtf8(body));
+    CheckReadsBack(Wire::Answer{1, body});
+    TextOfBody(body);
+    return 0;
+}
