@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <openssl/ec.h>
+#include <openssl/rsa.h>
 
 #include <algorithm>
 
@@ -9,15 +10,19 @@
 #include "OpenSslTypes.h"
 #include "PublicKey.h"
 
-/** A new RSA key of 2048 bits or, with a curve, an EC key. Its PEM form names the curve, or gives its parameters. */
+/**
+ * A new RSA key or, with a curve, an EC key. Its PEM form names the curve, or gives its parameters. RSA keys have 1024
+ * bits, enough for every digest: larger ones take very long to make under valgrind.
+ */
 inline CryptoKey::PublicKey MakeKey(int curve = NID_undef, int encoding = OPENSSL_EC_NAMED_CURVE)
 {
     const std::unique_ptr<EVP_PKEY_CTX, CryptoKey::OpenSslDeleter<EVP_PKEY_CTX_free>> context(
         EVP_PKEY_CTX_new_id(curve == NID_undef ? EVP_PKEY_RSA : EVP_PKEY_EC, nullptr));
     EVP_PKEY* pkey = nullptr;
     EXPECT_TRUE(EVP_PKEY_keygen_init(context.get()) == 1 &&
-                (curve == NID_undef || (EVP_PKEY_CTX_set_ec_paramgen_curve_nid(context.get(), curve) == 1 &&
-                                        EVP_PKEY_CTX_set_ec_param_enc(context.get(), encoding) == 1)) &&
+                (curve == NID_undef ? EVP_PKEY_CTX_set_rsa_keygen_bits(context.get(), 1024) == 1
+                                    : EVP_PKEY_CTX_set_ec_paramgen_curve_nid(context.get(), curve) == 1 &&
+                                          EVP_PKEY_CTX_set_ec_param_enc(context.get(), encoding) == 1) &&
                 EVP_PKEY_keygen(context.get(), &pkey) == 1);
     CryptoKey::PublicKey key;
     key.SetKey(pkey);
