@@ -6,6 +6,16 @@ namespace DiagCloud
 namespace
 {
 
+/** How the product's token came, which itself is a secret of the product. */
+const char* DescribeToken(const Headers& headers)
+{
+    constexpr char kName[] = "x-product-token";
+    if (!HasHeader(headers, kName)) {
+        return "absent";
+    }
+    return FindHeader(headers, kName).empty() ? "empty" : "present";
+}
+
 std::string Summary(const ReceivedRequest& request)
 {
     std::string line = "#" + std::to_string(request.number) + " ";
@@ -25,9 +35,7 @@ std::string Summary(const ReceivedRequest& request)
         line += std::string(", Content-MD5 ") + Describe(request.md5);
     }
     line += ", product " + (request.productId.empty() ? "unknown" : Printable(request.productId));
-    // The token itself is a secret of the product.
-    line += std::string(", token ") + (FindHeader(request.headers, "x-product-token").empty() ? "absent" : "present");
-    return line;
+    return line + ", token " + DescribeToken(request.headers);
 }
 
 } // namespace
