@@ -187,7 +187,7 @@ void ClientCore::Publish(const Wire::Notify& notification)
     SendOrLog(notification.endpoint, notification);
 }
 
-void ClientCore::Ask(Wire::Request request, BodyHandler onAnswer, AsyncCallback<Error> onError)
+void ClientCore::Ask(Wire::Request request, BodyHandler onAnswer, const AsyncCallback<Error>& onError)
 {
     request.id = m_outstanding.NewId();
     m_outstanding.Add(request.id, {request.endpoint, std::move(onAnswer), onError}, Alarm::Clock::now());
@@ -234,7 +234,6 @@ void ClientCore::SetAnswerAlarm()
         while (const auto request = m_outstanding.TakeExpired(Alarm::Clock::now())) {
             request->onError(MakeError(504, request->endpoint + ": no answer in time"));
         }
-        m_answerDeadline.reset();
         SetAnswerAlarm();
     });
 }

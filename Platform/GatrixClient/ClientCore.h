@@ -70,7 +70,7 @@ public:
     void Publish(const Wire::Notify& notification);
 
     /** @param request its number is chosen here */
-    void Ask(Wire::Request request, BodyHandler onAnswer, AsyncCallback<Error> onError);
+    void Ask(Wire::Request request, BodyHandler onAnswer, const AsyncCallback<Error>& onError);
 
     /** Sends what came of a request that was delivered; a reply that is too large becomes a refusal of status 413. */
     void Reply(const Delivery& delivery, const Wire::Frame& reply);

@@ -100,11 +100,12 @@ public:
 
     /** Asks an endpoint, at version 1.0, without a body. */
     template <class Answer>
-    void SendGetRequest(const std::string& endpoint, AsyncCallback<Answer> onAnswer, ErrorCallback onError)
+    void SendGetRequest(const std::string& endpoint, const AsyncCallback<Answer>& onAnswer,
+                        const ErrorCallback& onError)
     {
         SendRequest(
             Method::GET, endpoint, 1.0, std::nullopt,
-            [onAnswer](const std::string& body) { onAnswer(FromBody<Answer>(body)); }, std::move(onError));
+            [onAnswer](const std::string& body) { onAnswer(FromBody<Answer>(body)); }, onError);
     }
 
     /**
@@ -114,22 +115,22 @@ public:
      * @param onAnswer given the answer's JSON text, or, where the answer is a JSON string, that string's content
      */
     void SendGetRequest(const std::string& endpoint, const std::string& body, double version,
-                        AsyncCallback<const std::string> onAnswer, ErrorCallback onError)
+                        const AsyncCallback<const std::string>& onAnswer, const ErrorCallback& onError)
     {
         SendRequest(
             Method::GET, endpoint, version, BodyOfText(body),
-            [onAnswer](const std::string& answer) { onAnswer(TextOfBody(answer)); }, std::move(onError));
+            [onAnswer](const std::string& answer) { onAnswer(TextOfBody(answer)); }, onError);
     }
 
     /** Posts a message to an endpoint. A message that lacks a required field comes back as an error of status 400. */
     template <class Request, class Answer>
     void SendPostRequest(const std::string& endpoint, const Request& request, double version,
-                         AsyncCallback<Answer> onAnswer, ErrorCallback onError)
+                         const AsyncCallback<Answer>& onAnswer, const ErrorCallback& onError)
     {
         if (const auto body = BodyOrRefusal(request, onError)) {
             SendRequest(
                 Method::POST, endpoint, version, *body,
-                [onAnswer](const std::string& answer) { onAnswer(FromBody<Answer>(answer)); }, std::move(onError));
+                [onAnswer](const std::string& answer) { onAnswer(FromBody<Answer>(answer)); }, onError);
         }
     }
 

@@ -19,7 +19,7 @@ namespace Gatrix::Wire
 /** Where the gateway listens, on the loopback interface. */
 inline constexpr std::uint16_t kPort = 8084;
 /** A larger frame closes the connection with code 1009. */
-inline constexpr std::size_t kMaxFrameBytes = 1024 * 1024;
+inline constexpr std::size_t kMaxFrameBytes = std::size_t{1024} * 1024;
 
 /** A client's first frame: who it is. */
 struct Hello

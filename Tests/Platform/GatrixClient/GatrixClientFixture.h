@@ -2,12 +2,97 @@
 
 #include <gtest/gtest.h>
 
+#include <condition_variable>
+#include <deque>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <utility>
+#include <vector>
 
-#include "ClientProbe.h"
+#include "APTask.h"
 #include "ConnectedClient.h"
+#include "Deadline.h"
 #include "ScriptedGateway.h"
+#include "UploadSysInfo.pb.h"
+
+/** A task that takes whatever a client brings, and tells it line by line. */
+class ClientProbe : public APTask
+{
+public:
+    using Request = DFSCommonPB::UploadRequest;
+    using Answer = DFSCommonPB::UploadResponse;
+    using Reply = std::pair<Callback<Answer>, Callback<Gatrix::Error>>;
+
+    ClientProbe() : APTask("ClientProbe", 0, CTask::NOT_REALTIME, -1) { Start(); }
+    ~ClientProbe() override { Stop(); }
+
+    /** The next line; "nothing" when none comes. */
+    std::string Next()
+    {
+        std::unique_lock lock(m_mutex);
+        if (!m_changed.wait_for(lock, kDeadline, [this] { return !m_lines.empty(); })) {
+            return "nothing";
+        }
+        std::string line = std::move(m_lines.front());
+        m_lines.pop_front();
+        return line;
+    }
+
+    /** What answers the request that the latest line told of. */
+    Reply TakeReply()
+    {
+        const std::lock_guard lock(m_mutex);
+        return std::exchange(m_reply, {});
+    }
+
+    const AsyncCallback<const bool> connection{this, this, &ClientProbe::OnConnection};
+    const AsyncCallback<const std::string, const GATRIX_CLIENT_ERRORS> error{this, this, &ClientProbe::OnError};
+    const AsyncCallback<const std::vector<std::string>> ready{this, this, &ClientProbe::OnReady};
+    const AsyncCallback<const std::vector<std::string>> notReady{this, this, &ClientProbe::OnNotReady};
+    const AsyncCallback<const std::string> raw{this, this, &ClientProbe::OnRaw};
+    const AsyncCallback<Answer> typed{this, this, &ClientProbe::OnTyped};
+    const AsyncCallback<Gatrix::Error> refused{this, this, &ClientProbe::OnRefused};
+    const AsyncCallback<Request> notified{this, this, &ClientProbe::OnNotified};
+    const Gatrix::GatrixClientIF::PostHandler<Request, Answer> post{this, this, &ClientProbe::OnPost};
+    const Gatrix::GatrixClientIF::GetHandler<Answer> get{this, this, &ClientProbe::OnGet};
+
+private:
+    void Tell(const std::string& line, Reply reply = {})
+    {
+        const std::lock_guard lock(m_mutex);
+        m_lines.push_back(line);
+        m_reply = std::move(reply);
+        m_changed.notify_all();
+    }
+    void OnConnection(bool isUp) { Tell(isUp ? "connected" : "dropped"); }
+    void OnError(const std::string& text, GATRIX_CLIENT_ERRORS kind)
+    {
+        Tell((kind == GATRIX_CLIENT_ERRORS::PROTOCOL_ERROR ? "protocol error: " : "connection failed: ") + text);
+    }
+    void OnReady(const std::vector<std::string>& endpoints) { Tell("ready " + testing::PrintToString(endpoints)); }
+    void OnNotReady(const std::vector<std::string>& endpoints)
+    {
+        Tell("not ready " + testing::PrintToString(endpoints));
+    }
+    void OnRaw(const std::string& text) { Tell("raw " + text); }
+    void OnTyped(const Answer& answer) { Tell("typed " + answer.message()); }
+    void OnRefused(const Gatrix::Error& refusal)
+    {
+        Tell("refused " + std::to_string(refusal.statuscode()) + " " + refusal.message());
+    }
+    void OnNotified(const Request& request) { Tell("notified " + request.filetoupload()); }
+    void OnPost(const Request& request, const Callback<Answer>& answer, const Callback<Gatrix::Error>& refuse)
+    {
+        Tell("post " + request.filetoupload(), {answer, refuse});
+    }
+    void OnGet(const Callback<Answer>& answer, const Callback<Gatrix::Error>& refuse) { Tell("get", {answer, refuse}); }
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::deque<std::string> m_lines;
+    Reply m_reply;
+};
 
 /** A client beside a gateway that the test plays. */
 class GatrixClientTest : public testing::Test
@@ -25,29 +110,19 @@ protected:
         return settings;
     }
 
-    /** Makes a client as services do, waits until it is connected, and returns its first frame. */
-    std::string Connect()
+    /** Waits until the client, made as services do if none is given, is connected, and returns its first frame. */
+    std::string Connect(std::shared_ptr<Gatrix::GatrixClientIF> made = nullptr)
     {
-        client = Gatrix::GatrixClient::Create("Tester", "127.0.0.1", gateway->Port(), "meridel", "", probe.connection,
-                                              probe.error, {});
-        return Accepted();
-    }
-    std::string Connect(const Gatrix::ClientCore::Settings& settings)
-    {
-        client = std::make_shared<Gatrix::ConnectedClient>(settings);
-        return Accepted();
+        client = made ? std::move(made)
+                      : Gatrix::GatrixClient::Create("Tester", "127.0.0.1", gateway->Port(), "meridel", "",
+                                                     probe.connection, probe.error, {});
+        std::string hello = gateway->Accept();
+        EXPECT_EQ(probe.Next(), "connected");
+        return hello;
     }
 
     ClientProbe probe;
     std::shared_ptr<Gatrix::GatrixClientIF> client;
     // Last: a client that goes before its gateway waits for it to close.
     std::unique_ptr<ScriptedGateway> gateway = std::make_unique<ScriptedGateway>();
-
-private:
-    std::string Accepted()
-    {
-        std::string hello = gateway->Accept();
-        EXPECT_EQ(probe.Next(), "connected");
-        return hello;
-    }
 };

@@ -20,8 +20,10 @@ using Tcp = asio::ip::tcp;
 
 struct ScriptedGateway::State
 {
+    explicit State(std::uint16_t port) : acceptor(context, Tcp::endpoint(asio::ip::address_v4::loopback(), port)) {}
+
     asio::io_context context{1};
-    Tcp::acceptor acceptor{context};
+    Tcp::acceptor acceptor;
     std::optional<websocket::stream<Tcp::socket>> stream;
 
     /** Waits for an operation; its error, which is a timeout when it did not come to an end. */
@@ -42,14 +44,7 @@ struct ScriptedGateway::State
     }
 };
 
-ScriptedGateway::ScriptedGateway(std::uint16_t port, const std::string& address) : m_state(std::make_unique<State>())
-{
-    const Tcp::endpoint endpoint(asio::ip::make_address(address), port);
-    m_state->acceptor.open(endpoint.protocol());
-    m_state->acceptor.set_option(Tcp::acceptor::reuse_address(true));
-    m_state->acceptor.bind(endpoint);
-    m_state->acceptor.listen();
-}
+ScriptedGateway::ScriptedGateway(std::uint16_t port) : m_state(std::make_unique<State>(port)) {}
 
 ScriptedGateway::~ScriptedGateway() = default;
 
@@ -87,9 +82,4 @@ void ScriptedGateway::Send(const std::string& payload, bool isText)
 {
     m_state->stream->text(isText);
     m_state->Await([&](auto done) { m_state->stream->async_write(asio::buffer(payload), done); });
-}
-
-void ScriptedGateway::Drop()
-{
-    m_state->stream.reset();
 }

@@ -11,7 +11,7 @@
 class ScriptedGateway
 {
 public:
-    explicit ScriptedGateway(std::uint16_t port = 0 /* any that is free */, const std::string& address = "127.0.0.1");
+    explicit ScriptedGateway(std::uint16_t port = 0 /* any that is free */);
     ~ScriptedGateway();
 
     std::uint16_t Port() const;
@@ -26,9 +26,6 @@ public:
     std::string Next();
 
     void Send(const std::string& payload, bool isText = true);
-
-    /** Ends the connection without a word. */
-    void Drop();
 
 private:
     struct State;
