@@ -35,10 +35,10 @@ public:
     using ErrorCallback = AsyncCallback<const std::string, const GATRIX_CLIENT_ERRORS>;
 
     /**
-     * Any thread: makes a client and begins to connect, on a thread of the client's own, which sleeps while nothing
-     * happens. A connection that cannot be made or that drops is tried again for ever, after 0.1 s, then twice as long
-     * each time up to 5 s, less a random part of up to a half. A peer that died without a word is noticed by the
-     * kernel's keep-alive (tcp(7)).
+     * Any thread: makes a client and begins to connect, on a thread of the client's own, beside one that looks up the
+     * host's name for it; both sleep while nothing happens. A connection that cannot be made or that drops is tried
+     * again for ever, after 0.1 s, then twice as long each time up to 5 s, less a random part of up to a half. A peer
+     * that died without a word is noticed by the kernel's keep-alive (tcp(7)).
      *
      * The last owner that lets go of the client ends its connection and thread, and waits for that, unless it does so
      * on that thread: requests still in flight complete through their error callbacks with status 503, and what waits
@@ -50,7 +50,8 @@ public:
      * @param platform   the product's platform name, for the gateway
      * @param extra      not used; reserved
      * @param connection invoked with each change: true when the gateway took the connection, false when it dropped
-     * @param error      if set, invoked with a text for people for each error; all of them are logged as well
+     * @param error      if set, invoked with a text for people for each error, as the log is; an attempt to connect that
+     *                   fails for the same reason as the one before is not reported again
      * @throws std::system_error when the thread cannot be started
      */
     static std::shared_ptr<GatrixClientIF> Create(const std::string& name, const std::string& host, std::uint16_t port,

@@ -145,6 +145,7 @@ TEST_F(GatrixClientTest, ManyThreads_AskAtOnceAndEachInItsOrder)
     constexpr int kRequests = 100;
     Connect();
     std::vector<std::future<void>> threads;
+    threads.reserve(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.push_back(std::async(std::launch::async, [&, thread] {
             for (int number = 0; number < kRequests; ++number) {
