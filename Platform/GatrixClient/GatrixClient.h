@@ -50,8 +50,8 @@ public:
      * @param platform   the product's platform name, for the gateway
      * @param extra      not used; reserved
      * @param connection invoked with each change: true when the gateway took the connection, false when it dropped
-     * @param error      if set, invoked with a text for people for each error, as the log is; an attempt to connect that
-     *                   fails for the same reason as the one before is not reported again
+     * @param error      if set, invoked with a text for people for each error, as the log is; an attempt to connect
+     * that fails for the same reason as the one before is not reported again
      * @throws std::system_error when the thread cannot be started
      */
     static std::shared_ptr<GatrixClientIF> Create(const std::string& name, const std::string& host, std::uint16_t port,
