@@ -147,26 +147,37 @@ TEST(GatewayFault, ConnectionThatIsLeftOpen_GivesItsPlaceAway)
     const std::string handshake =
         "GET / HTTP/1.1\r\nHost: x\r\nConnection: upgrade\r\nUpgrade: websocket\r\n"
         "Sec-WebSocket-Version: 13\r\nSec-WebSocket-Key: AAAAAAAAAAAAAAAAAAAAAA==\r\n\r\n";
-    const std::string cases[] = {
-        "",                                  // only connected
-        "GET / HTTP/1.1\r\n",                // a handshake begun
-        "GET / HTTP/1.1\r\n\r\n",            // no WebSocket
-        handshake + "\x81\x90....{",         // half a hello
-        handshake + "\x88\x80....",          // closed by the client
-        handshake + "\x81\xFF\1...........", // too large
-        handshake + "\xF1\x80....",          // reserved bits
-        handshake + "\x81\1x",               // not masked
+    const std::pair<std::vector<std::string>, std::chrono::milliseconds GatrixGateway::ConnectionLimits::*> groups[] = {
+        {{
+             "",                          // only connected
+             "GET / HTTP/1.1\r\n",        // a handshake begun
+             handshake + "\x81\x90....{", // half a hello
+         },
+         &GatrixGateway::ConnectionLimits::helloTime},
+        {{
+             "GET / HTTP/1.1\r\n\r\n",            // no WebSocket
+             handshake + "\x88\x80....",          // closed by the client
+             handshake + "\x81\xFF\1...........", // too large
+             handshake + "\xF1\x80....",          // reserved bits
+             handshake + "\x81\1x",               // not masked
+         },
+         &GatrixGateway::ConnectionLimits::closeTime},
     };
-    GatrixGateway::GatewaySettings settings;
-    settings.limits.connections = 1;
-    settings.limits.helloTime = std::chrono::milliseconds(300);
-    settings.limits.closeTime = std::chrono::milliseconds(100);
-    const Gateway gateway(settings);
-    for (const std::string& bytes : cases) {
-        boost::asio::io_context context;
-        boost::asio::ip::tcp::socket socket(context);
-        socket.connect({boost::asio::ip::address_v4::loopback(), gateway.Port()});
-        boost::asio::write(socket, boost::asio::buffer(bytes));
-        TestClient(gateway.Port()).Handle("/next"); // waits for the only place
+    for (const auto& [cases, limit] : groups) {
+        GatrixGateway::GatewaySettings settings;
+        settings.limits.connections = 2;
+        settings.limits.helloTime = settings.limits.closeTime = std::chrono::hours(1);
+        settings.limits.*limit = std::chrono::milliseconds(100);
+        const Gateway gateway(settings);
+        TestClient resident(gateway.Port());
+        resident.Handle("/resident");
+        for (const std::string& bytes : cases) {
+            boost::asio::io_context context;
+            boost::asio::ip::tcp::socket socket(context);
+            socket.connect({boost::asio::ip::address_v4::loopback(), gateway.Port()});
+            boost::asio::write(socket, boost::asio::buffer(bytes));
+            TestClient(gateway.Port()).Handle("/next"); // waits for the last place
+        }
+        resident.Handle("/still-here");
     }
 }
