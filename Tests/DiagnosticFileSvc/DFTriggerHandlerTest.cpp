@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
+
 #include "Pipeline.h"
 #include "TemporaryFolder.h"
 

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <future>
 #include <set>
 #include <string>
@@ -13,6 +12,7 @@
 #include "DFTriggerHandler.h"
 #include "Deadline.h"
 #include "HttpGlobal.h"
+#include "TemporaryFolder.h"
 #include "Upload.h"
 
 /** The real tasks of the service, with the cloud's stand-in, and without the process around them. */
@@ -82,14 +82,7 @@ protected:
             input, std::string(kPersistence) + "dfs_" + subType, fileType, subType, harvestType));
     }
 
-    static std::set<std::string> PersistenceFiles()
-    {
-        std::set<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(kPersistence)) {
-            names.insert(entry.path().filename());
-        }
-        return names;
-    }
+    static std::set<std::string> PersistenceFiles() { return NamesIn(kPersistence); }
 
     DiagnosticFileSvc::DFTriggerHandler& m_handler = DiagnosticFileSvc::DFTriggerHandler::GetInstance();
 };

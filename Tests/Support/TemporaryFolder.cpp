@@ -48,3 +48,12 @@ void WriteWholeFile(const std::string& path, const std::string& content)
     file.close();
     EXPECT_TRUE(file.good()) << "cannot write " << path;
 }
+
+std::set<std::string> NamesIn(const std::string& folder)
+{
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        names.insert(entry.path().filename());
+    }
+    return names;
+}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 
 /** A fresh folder that is removed, with all in it, at the end of its scope. */
@@ -25,3 +26,6 @@ std::string ReadWholeFile(const std::string& path);
 
 /** Writes a file, making its folders; the running test fails when that is not possible. */
 void WriteWholeFile(const std::string& path, const std::string& content);
+
+/** The names of what is in a folder. */
+std::set<std::string> NamesIn(const std::string& folder);

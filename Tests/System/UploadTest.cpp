@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <map>
-#include <set>
 
 #include "Device.h"
 #include "TemporaryFolder.h"
@@ -29,6 +28,7 @@ protected:
     static std::vector<std::string> UploadWords(const std::string& type) { return {"diagfileservice", "upload", type}; }
 };
 
+constexpr char kPersistence[] = "/mnt/nv/product-persistence";
 constexpr char kSucceeded[] = "Upload Request Triggered\nUpload status code = 200\n";
 } // namespace
 
@@ -189,6 +189,7 @@ TEST_F(Upload, KeepsThePersistenceFolderClean_AlsoAfterAKill)
     hang.hang = true;
     const CloudServer cloud(CloudOnItsPort({hang}));
     StartService();
+    const auto before = NamesIn(kPersistence);
     {
         const ChildProcess vcli({Program("vcli"), "diagfileservice", "upload", "6"});
         ASSERT_TRUE(cloud.WaitForRequest(1, kDeadline));
@@ -197,9 +198,5 @@ TEST_F(Upload, KeepsThePersistenceFolderClean_AlsoAfterAKill)
     m_service.reset();
     StartService();
     EXPECT_EQ(Vcli(UploadWords("7")).output, kSucceeded);
-    std::set<std::string> left;
-    for (const auto& entry : std::filesystem::directory_iterator("/mnt/nv/product-persistence")) {
-        left.insert(entry.path().filename());
-    }
-    EXPECT_EQ(left, std::set<std::string>{"DFSDiagItemConfigurationFile.json"});
+    EXPECT_EQ(NamesIn(kPersistence), before);
 }
