@@ -46,6 +46,7 @@ std::vector<OpenRequest> OpenRequests::Drop(ClientNumber client)
     }
     std::vector<OpenRequest> unanswered;
     const std::set<std::uint64_t> delivered = m_delivered[client];
+    unanswered.reserve(delivered.size());
     for (const std::uint64_t id : delivered) {
         unanswered.push_back(*Take(id));
     }

@@ -50,7 +50,7 @@ void TestClient::Ask(std::uint64_t id, const std::string& endpoint, const std::s
 
 std::string TestClient::AnswerWithBody()
 {
-    const std::string text = Read();
+    std::string text = Read();
     const Wire::Request request = std::get<Wire::Request>(Wire::Parse(text));
     Send(Wire::Answer{request.id, request.body});
     return text;
