@@ -86,8 +86,8 @@ Options ParseOptions(std::vector<std::string> arguments)
                     options.showHelp = true;
             }
         });
-    if (!words.empty()) {
-        throw std::invalid_argument("'" + words.front() + "' is no option");
+    if (!options.showHelp) {
+        CommandLine::RefuseWords(words);
     }
     if (options.upload.filetype_size() == 0) {
         options.upload.add_filetype(options.upload.has_filetoupload() ? DFSCommonPB::USER_SPECIFIED_FILE

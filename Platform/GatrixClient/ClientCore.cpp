@@ -6,7 +6,6 @@
 #include <thread>
 
 #include "DPrint.h"
-#include "DeliveredRequest.h"
 #include "ReconnectDelay.h"
 
 namespace Gatrix

@@ -1,0 +1,59 @@
+#include <gmock/gmock.h>
+
+#include "Device.h"
+#include "Upload.h"
+
+namespace
+{
+using testing::HasSubstr;
+
+class Peer : public Device
+{
+protected:
+    static Finished RunPeer(std::vector<std::string> words)
+    {
+        words.insert(words.begin(), Program("gatrix-peer"));
+        return RunProgram(words);
+    }
+};
+} // namespace
+
+TEST_F(Peer, RegistersItsItems_AndTellsWhatBecameOfItsUpload)
+{
+    const DiagCloud::CloudServer cloud(CloudOnItsPort());
+    const ChildProcess gateway({Program("gatrix-gateway")});
+    ASSERT_TRUE(gateway.WaitForOutput("8084"));
+    StartService();
+
+    const Finished uploaded = RunPeer({"--type", "INTROSPECTION", "--payload", "volume=31"});
+    EXPECT_EQ(uploaded.status, 0) << uploaded.output;
+    EXPECT_THAT(uploaded.output, HasSubstr("gatrix-peer: upload answered: 200 "));
+    const ArrivedUpload upload = LatestUpload(cloud);
+    EXPECT_EQ(upload.SubTypes(), (std::vector<std::string>{"peer note", "peer state"}));
+    EXPECT_EQ(upload.Content("peer note"), "A note that gatrix-peer left on the device.\n");
+    EXPECT_THAT(upload.Content("peer state"), HasSubstr(R"({"payloadToUpload":"volume=31"})"));
+    EXPECT_THAT(upload.metadata, HasSubstr("Kitchen")) << "the name that the peer gives the product";
+
+    const Finished refused = RunPeer({"--file", "/proc/uptime", "--type", "TOP", "--type", "LOGREAD"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.output, HasSubstr("upload refused: 400 Custom file upload requires exactly one file type\n"));
+}
+
+TEST_F(Peer, GivesUp_WithAWordAndAStatus)
+{
+    const struct
+    {
+        std::vector<std::string> words;
+        int status;
+        const char* output;
+    } cases[] = {
+        {{"--timeout", "1"}, 3, "gatrix-peer: the gateway or the diagnostic-file service did not come in time\n"},
+        {{"--type", "NONE"}, 2, "gatrix-peer: --type: there is no file type 'NONE'\n"},
+        {{"upload"}, 2, "gatrix-peer: no argument upload is known; see --help\n"},
+    };
+    for (const auto& [words, status, output] : cases) {
+        const Finished peer = RunPeer(words);
+        EXPECT_EQ(peer.status, status) << output;
+        EXPECT_THAT(peer.output, testing::EndsWith(output));
+    }
+}
