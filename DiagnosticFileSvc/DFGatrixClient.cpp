@@ -57,6 +57,14 @@ DFGatrixClient::DFGatrixClient(DFTriggerHandler* triggerHandler)
     CTask::Start();
 }
 
+Gatrix::Error DFGatrixClient::MakeError(int statusCode, const std::string& message)
+{
+    Gatrix::Error error;
+    error.set_statuscode(statusCode);
+    error.set_message(message);
+    return error;
+}
+
 DFGatrixClient::~DFGatrixClient()
 {
     APTask::Stop();

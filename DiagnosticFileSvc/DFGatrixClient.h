@@ -61,6 +61,8 @@ protected:
 private:
     explicit DFGatrixClient(DFTriggerHandler* triggerHandler);
 
+    static Gatrix::Error MakeError(int statusCode, const std::string& message);
+
     // The connection and what is offered on it, in DFGatrixClient.cpp
     void CreateGatrixClient();
     void ProcessWebsocketConnectionStatusCB(bool isConnected);

@@ -14,15 +14,11 @@ const DPrint s_log(kGatrixClient);
 
 constexpr char kPayloadRequestBody[] = R"({"dummyPayload":"dummy payload data"})";
 constexpr double kPayloadRequestVersion = 1.0;
+constexpr char kNoClient[] = "There is no client of the gateway";
 
 void LogGatrixError(const char* operation, const Gatrix::Error& error)
 {
     LogLine(s_log, LOG_LEVEL_ERROR, operation, "GOT an ERROR from the GatrixClient: ", error.DebugString());
-}
-
-Gatrix::Error NoGateway()
-{
-    return Gatrix::MakeError(503, "There is no client of the gateway");
 }
 } // namespace
 
@@ -63,7 +59,7 @@ void DFGatrixClient::HarvestFilePathRequestCB(const std::string& endpoint, TextC
     m_onFilepath = onSuccess;
     m_onFilepathError = onError;
     if (!m_gatrixClient) {
-        HarvestFilepathErrorResponse(NoGateway());
+        HarvestFilepathErrorResponse(MakeError(503, kNoClient));
         return;
     }
     m_gatrixClient->SendGetRequest(
@@ -100,7 +96,7 @@ void DFGatrixClient::HarvestPayloadRequestCB(const std::string& endpoint, TextCa
     m_onPayload = onSuccess;
     m_onPayloadError = onError;
     if (!m_gatrixClient) {
-        HarvestPayloadErrorResponse(NoGateway());
+        HarvestPayloadErrorResponse(MakeError(503, kNoClient));
         return;
     }
     m_gatrixClient->SendGetRequest(

@@ -50,7 +50,7 @@ void DFGatrixClient::HandleUploadSysLogsPostRequest(const DFSCommonPB::UploadReq
     const LogScope scope(s_log, __func__);
     if (!IsCustomFileRuleKept(request, __func__)) {
         if (onError) {
-            onError(Gatrix::MakeError(400, kCustomFileNeedsOneType));
+            onError(MakeError(400, kCustomFileNeedsOneType));
         }
         return;
     }
@@ -64,7 +64,7 @@ void DFGatrixClient::DiagUploadResponseCB(const std::string& message, int status
     const LogScope scope(s_log, __func__);
     if (statusCode >= 300) {
         if (m_onUploadError) {
-            m_onUploadError(Gatrix::MakeError(statusCode, message));
+            m_onUploadError(MakeError(statusCode, message));
         }
     } else if (m_onUploadAnswer) {
         m_onUploadAnswer(UploadResponseOf(message, statusCode));
