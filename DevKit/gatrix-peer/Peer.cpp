@@ -21,7 +21,7 @@ constexpr double kVersion = 1.0;
 template <class... Parts>
 void Say(const Parts&... parts)
 {
-    (std::cout << "gatrix-peer: " << ... << parts) << std::endl;
+    ((std::cout << "gatrix-peer: ") << ... << parts) << std::endl;
 }
 } // namespace
 
