@@ -2,11 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
-#include <optional>
+#include <cstdint>
 #include <stdexcept>
 
-#include "CapturedLog.h"
 #include "TokenMaker.h"
 
 using JwtUtils::Jwt;
@@ -29,11 +27,9 @@ TEST(Jwt, ReadsPublishedTokens)
               (Jwt::Members{{"iss", "joe"}, {"exp", "1300819380"}, {"http://example.com/is_root", "true"}}));
     EXPECT_EQ(Jwt("eyJhbGciOiJub25lIn0." + claims).Validate(), JwtError::INVALID_SIGNATURE_ALGORITHM);
 
-    Jwt copy(token);
-    EXPECT_EQ(copy.Validate(), JwtError::INVALID_SIGNATURE_ALGORITHM);
-    EXPECT_EQ(copy.HasExpired(0), JwtError::INVALID_SIGNATURE_ALGORITHM);
-    EXPECT_TRUE(token.IsValid() && !copy.IsValid());
     EXPECT_EQ(token.HasExpired(0), JwtError::SIGNATURE_NOT_VERIFIED);
+    EXPECT_EQ(token.Validate(), JwtError::INVALID_SIGNATURE_ALGORITHM);
+    EXPECT_EQ(token.HasExpired(0), JwtError::INVALID_SIGNATURE_ALGORITHM);
 }
 
 TEST(Jwt, GivesEveryValueItsName)
@@ -48,38 +44,18 @@ TEST(Jwt, GivesEveryValueItsName)
 
 TEST(Jwt, KeepsValuesAsText)
 {
-    const std::pair<Text, std::optional<Text>> cases[] = {
-        {R"("text")", "text"},
-        {"-17", "-17"},
-        {"true", "true"},
-        {"null", ""},
-        {R"(["one"])", "one"},
-        {"[null]", ""},
-        {"[]", std::nullopt},
-        {"[[1]]", std::nullopt},
-        {"[{}]", std::nullopt},
-        {"{}", "{}\n"},
-        {"[1,[]]", "[\n\t1,\n\t[]\n]\n"},
-    };
-    for (const auto& [json, text] : cases) {
-        const Jwt token = TokenOf(R"({"alg":"RS256"})", R"({"other":1,"it":)" + json + "}");
-        const auto found = token.Claims().find("it");
-        EXPECT_EQ(found != token.Claims().end() ? std::optional(found->second) : std::nullopt, text) << json;
-    }
+    const Jwt token = TokenOf(R"({"alg":1})", R"({"a":null,"b":["c"],"d":[-1,[]],"e":{},"f":[],"g":[[1]]})");
+    EXPECT_EQ(token.Claims(), (Jwt::Members{{"a", ""}, {"b", "c"}, {"d", "[\n\t-1,\n\t[]\n]\n"}, {"e", "{}\n"}}));
 }
 
 TEST(Jwt, RefusesWhatIsNoToken)
 {
-    const Text header = Segment(R"({"alg":"RS256"})"), claims = Segment(R"({"b":"???>>>"})");
-    ASSERT_NE(claims.find_first_of("-_"), Text::npos);
+    const Text header = Segment(R"({"alg":"RS256"})"), claims = Segment(R"({"iss":"joe"})");
     const Text noSignature = header + '.' + claims;
-    const CapturedLog log;
     for (const Text& text : {Text(), header, noSignature}) {
         EXPECT_EQ(Jwt(text).Validate(), JwtError::JWT_FORMAT_ERROR) << text;
     }
-    EXPECT_EQ(CapturedLog::LinesOf("JwtUtils::Jwt", "ParseJwtString: Invalid JWT").at(1), "3 : " + header);
-    for (const Text& json : {Text("{}"), Text(R"({"e":[]})"), Text(R"(["iss"])"), Text("7"), Text("{"),
-                             Text(2000, '[') + Text(2000, ']'), Text()}) {
+    for (const Text& json : {Text("{}"), Text(R"({"e":[]})"), Text(R"(["iss"])"), Text("{"), Text(2000, '['), Text()}) {
         EXPECT_EQ(Jwt(Segment(json) + '.' + claims + '.').Validate(), JwtError::JSON_PARSE_ERROR) << json;
         EXPECT_EQ(Jwt(header + '.' + Segment(json) + '.').Validate(), JwtError::JSON_PARSE_ERROR) << json;
     }
@@ -90,59 +66,35 @@ TEST(Jwt, RefusesWhatIsNoToken)
 TEST(Jwt, ReadsTimesByTheirLeadingDigits)
 {
     const auto timeOf = [](const Text& json) { return TokenOf(R"({"alg":1})", R"({"exp":)" + json + '}').Exp(); };
-    const std::pair<const char*, std::int64_t> cases[] = {
-        {"4102444800", 4102444800},
-        {"1.7e9", 1700000000},
-        {"1700000000.5", 1700000000},
-        {"\"-12h\"", -12},
-        {"9223372036854775807", std::numeric_limits<std::int64_t>::max()},
-    };
-    for (const auto& [json, number] : cases) {
-        EXPECT_EQ(timeOf(json), number);
-    }
+    EXPECT_EQ(timeOf("1.7e9"), 1700000000);
+    EXPECT_EQ(timeOf("\"-12h\""), -12);
+    EXPECT_EQ(timeOf("9223372036854775807"), INT64_MAX);
     EXPECT_THROW(timeOf("9223372036854775808"), std::out_of_range);
     EXPECT_THROW(timeOf("\"soon\""), std::invalid_argument);
-    EXPECT_THROW(timeOf("null"), std::invalid_argument);
 }
 
 TEST(Jwt, HasExpired_ByItsTimesAndTheLeeway)
 {
-    constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
-    constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
     constexpr auto kGood = JwtError::NO_ERROR, kLate = JwtError::JWT_PAST_EXPIRATION, kEarly = JwtError::JWT_BEFORE_NBF;
     // The claims "exp" and "nbf", the leeway, the time, and what comes of them.
     const std::tuple<std::int64_t, std::int64_t, std::int64_t, std::int64_t, JwtError> cases[] = {
-        {0, 0, 0, kMax, kGood},
-        {0, 0, 0, -1, kGood},
+        {0, 0, 0, INT64_MAX, kGood},
         {1000, 3000, 0, 2000, kLate},
-        {1000, 0, 0, 999, kGood},
-        {1000, 0, 0, 1000, kLate},
         {1000, 0, 60, 1059, kGood},
         {1000, 0, 60, 1060, kLate},
-        {0, 1000, 0, 1000, kGood},
-        {0, 1000, 0, 999, kEarly},
         {0, 1000, 60, 940, kGood},
         {0, 1000, 60, 939, kEarly},
         {1LL << 32, 0, 0, 5, kGood},
         {1LL << 32, 0, 0, 1LL << 32, kLate},
-        {kMax - 9, 0, 60, kMax - 1, kGood},
-        {kMin, 0, -60, kMin, kLate},
-        {0, kMin, 60, kMin, kGood},
-        {0, kMax, kMin, kMax - 1, kEarly},
-        {0, -1, kMin, kMax - 1, kEarly},
-        {0, -1, kMin, kMax, kGood},
+        {INT64_MAX - 9, 0, 60, INT64_MAX - 1, kGood},
+        {0, INT64_MIN, 60, INT64_MIN, kGood},
     };
     const CryptoKey::PublicKey key = MakeKey(NID_X9_62_prime256v1);
-    const auto verified = [&key](const Text& claims) {
-        Jwt token(MakeToken("ES256", claims, key, CryptoKey::DigestType::SHA256));
-        EXPECT_EQ(token.VerifySignature(key), JwtError::NO_ERROR);
-        return token;
-    };
     for (const auto& [exp, nbf, leeway, now, result] : cases) {
         const Text claims = R"({"exp":)" + std::to_string(exp) + R"(,"nbf":)" + std::to_string(nbf) + '}';
-        EXPECT_EQ(verified(claims).HasExpired(leeway, now), result) << claims << ' ' << leeway << ' ' << now;
+        Jwt token(MakeToken("ES256", claims, key));
+        EXPECT_EQ(token.VerifySignature(key), JwtError::NO_ERROR);
+        EXPECT_EQ(token.HasExpired(leeway, now), result) << claims << ' ' << leeway << ' ' << now;
+        EXPECT_EQ(token.HasExpired(0), token.HasExpired(0, 1800000000)) << "no case changes in this century";
     }
-    EXPECT_EQ(verified(R"({"exp":1000})").HasExpired(0), kLate);
-    EXPECT_EQ(verified(R"({"iss":"joe"})").HasExpired(0), kGood);
-    EXPECT_THROW(verified(R"({"exp":"soon"})").HasExpired(0), std::invalid_argument);
 }

@@ -3,14 +3,12 @@
 #include "FuzzCheck.h"
 #include "PublishedTokens.h"
 
-using CryptoKey::DigestType;
-
 static void CheckPem(const std::string& pem)
 {
     CryptoKey::PublicKey key;
     const bool isLoaded = key.LoadString(pem);
     FUZZ_CHECK((key.GetKeyType() == CryptoKey::KeyType::INVALID) == (key.GetKey() == nullptr));
-    key.VerifySignature("message", std::string(256, 's'), DigestType::DEFAULT);
+    key.VerifySignature("message", std::string(256, 's'), CryptoKey::DigestType::DEFAULT);
 
     const std::string written = key.ToString();
     FUZZ_CHECK(written.empty() == (key.GetKey() == nullptr) && (isLoaded || written.empty()));

@@ -10,10 +10,8 @@
 #include "OpenSslTypes.h"
 #include "PublicKey.h"
 
-/**
- * A new RSA key or, with a curve, an EC key. Its PEM form names the curve, or gives its parameters. RSA keys have 1024
- * bits, enough for every digest: larger ones take very long to make under valgrind.
- */
+/** A new RSA key or, with a curve, an EC key. Its PEM form names the curve, or gives its parameters. RSA keys have 1024
+ * bits, enough for every digest: larger ones take very long to make under valgrind. */
 inline CryptoKey::PublicKey MakeKey(int curve = NID_undef, int encoding = OPENSSL_EC_NAMED_CURVE)
 {
     const std::unique_ptr<EVP_PKEY_CTX, CryptoKey::OpenSslDeleter<EVP_PKEY_CTX_free>> context(
@@ -38,16 +36,16 @@ inline std::string Segment(const std::string& bytes)
     return text.substr(0, text.find('='));
 }
 
-/** A token of that "alg" and those claims, signed by the key. */
-inline std::string MakeToken(const std::string& alg, const std::string& claims, const CryptoKey::Key& key,
-                             CryptoKey::DigestType digest)
+/** A token of that "alg" and those claims, signed by the key with the digest that the "alg" ends with. */
+inline std::string MakeToken(const std::string& alg, const std::string& claims, const CryptoKey::Key& key)
 {
     using CryptoKey::Bytes;
     const std::string input = Segment("{\"alg\":\"" + alg + "\"}") + '.' + Segment(claims);
     const CryptoKey::EvpMdCtxPtr context(EVP_MD_CTX_new());
-    std::string signature(1024, '\0');
-    std::size_t size = signature.size();
-    EVP_DigestSignInit(context.get(), nullptr, key.GetMessageDigest(digest), nullptr, key.GetKey());
+    std::size_t size = 1024;
+    std::string signature(size, '\0');
+    EVP_DigestSignInit(context.get(), nullptr, EVP_get_digestbyname(("SHA" + alg.substr(2)).c_str()), nullptr,
+                       key.GetKey());
     EXPECT_EQ(EVP_DigestSign(context.get(), Bytes(signature), &size, Bytes(input), input.size()), 1);
     signature.resize(size);
     if (key.GetKeyType() == CryptoKey::KeyType::ECDSA) {

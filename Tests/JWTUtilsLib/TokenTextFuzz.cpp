@@ -8,24 +8,14 @@
 using JwtUtils::Jwt;
 using JwtUtils::JwtError;
 
-static void CheckTimes(const Jwt& token)
-{
-    try {
-        const JwtError error = token.HasExpired(60, 1800000000);
-        FUZZ_CHECK(token.IsSignatureVerified() || error != JwtError::NO_ERROR);
-        static_cast<void>(token.Exp() ^ token.Nbf() ^ token.Iat());
-    } catch (const std::invalid_argument&) {
-    } catch (const std::out_of_range&) {
-    }
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    Jwt token(std::string(reinterpret_cast<const char*>(data), size));
+    const std::string input(reinterpret_cast<const char*>(data), size);
+    Jwt token(input);
     const JwtError parsed = token.Error();
     FUZZ_CHECK(token.IsValid() == (parsed == JwtError::NO_ERROR));
     FUZZ_CHECK(!token.IsValid() || (!token.Header().empty() && !token.Claims().empty()));
-    CheckTimes(token);
+    FUZZ_CHECK(token.HasExpired(60, 1800000000) != JwtError::NO_ERROR);
 
     const JwtError validated = token.Validate();
     FUZZ_CHECK(parsed == JwtError::NO_ERROR || validated == parsed);
@@ -34,10 +24,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         JwtError error = token.VerifySignature(published.key);
         FUZZ_CHECK(token.IsSignatureVerified() == (error == JwtError::NO_ERROR));
         // Nobody without the private key can sign anything but what its owner has signed.
-        FUZZ_CHECK(!token.IsSignatureVerified() || token.Text().find(published.signingInput + '.') == 0);
-        CheckTimes(token);
-        const std::string converted = Jwt::ConvertSignature(published.key, token.Text(), error);
+        FUZZ_CHECK(!token.IsSignatureVerified() || published.text.find(input.substr(0, input.rfind('.') + 1)) == 0);
+        const std::string converted = Jwt::ConvertSignature(published.key, input, error);
         FUZZ_CHECK(error == JwtError::NO_ERROR || converted.empty());
+    }
+    try {
+        static_cast<void>(token.Exp() ^ token.Nbf() ^ token.Iat());
+    } catch (const std::logic_error&) { // a time that is none is no finding
     }
     return 0;
 }
