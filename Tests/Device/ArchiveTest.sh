@@ -20,18 +20,15 @@ for name in dfs_a.txt dfs_b.gz dfs_c.tgz dfs_d-gz 'dfs e.txt' -f; do
     echo old >"./$name.gz"
     check "compression of $name" compress-diag-file.sh "$name"
     refute "$name is gone" [ -e "./$name" ]
-    gzip -dc <"./$name.gz" >/tmp/opened
-    check "content of $name" cmp /tmp/random /tmp/opened
+    gzip -dc <"./$name.gz" | cmp - /tmp/random || fail "content of $name"
 done
 mkdir folder
-for name in missing folder ''; do
+cp /tmp/random uncompressed
+shadow gzip 'head -c 10; exit 1'
+for name in missing folder '' uncompressed; do
     refused compress-diag-file.sh "$name"
     refute "no file is made of '$name'" [ -e "$name.gz" ]
 done
-cp /tmp/random uncompressed
-shadow gzip 'head -c 10; exit 1'
-refute "compression by a gzip that fails" compress-diag-file.sh uncompressed 2>/dev/null
-refute "no half file" [ -e uncompressed.gz ]
 check "the file stays" cmp /tmp/random uncompressed
 unshadow
 

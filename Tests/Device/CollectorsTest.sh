@@ -36,6 +36,5 @@ report dfs-uptime.sh "no uptime" "==== /proc/uptime"
 report dfs-mpstat.sh "no mpstat"
 equal "samples of /proc/stat" 2 "$(grep -c '^cpu0' /tmp/report)"
 report dfs-top.sh "no top nor ps"
-report dfs-wifi-site-scan.sh "no wireless interface"
 
 finish_tests
