@@ -31,7 +31,7 @@ equal "lines of output, with the files found" 20000 "$(wc -l <plain)"
 
 # Nobody takes the output: a failure, and at once: a command that went on to its bound would outlast this test's time.
 for stage in openssl gzip; do
-    shadow "$stage" '! head -c 1000 | grep -q ""' # but the nothing that the certificate is tried with
+    shadow "$stage" '! head -c 1000 | grep -q ""' # what the certificate is tried with is empty
     refute "$stage that fails midway" encrypt-logs yes >sealed 2>err
     equal "$stage: lines of error" 1 "$(wc -l <err)"
     unshadow
