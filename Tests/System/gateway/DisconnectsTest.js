@@ -5,10 +5,12 @@ const assert = require('node:assert');
 const fs = require('node:fs');
 const test = require('node:test');
 const {
-    Gateway, cleanUp, connect, kRegistration, kRegistrations, runBeside, sleep, start, startCloud, startService, until,
+    Gateway, cleanUp, connect, kRegistration, kUpload, run, sleep, start, startCloud, startService, until,
 } = require('./support.js');
 
-const kNote = { input: '/other/note', fileType: 'PROC_LOADAVG', subType: 'note', harvestType: 'GATRIX_RESPONSE_FILEPATH' };
+const kNote = {
+    input: '/other/note', fileType: 'PROC_LOADAVG', subType: 'note', harvestType: 'GATRIX_RESPONSE_FILEPATH',
+};
 const kDropsOfEachKind = 50;
 
 let service;
@@ -19,9 +21,18 @@ let uploads;
 async function uploadAgainAndAgain() {
     const outcomes = [];
     while (!isDone) {
-        outcomes.push((await runBeside('vcli', '--wait', 'diagfileservice', 'upload', '6')).stdout);
+        outcomes.push(await run('vcli', '--wait', 'diagfileservice', 'upload', '6'));
     }
     return outcomes;
+}
+
+/** Waits for the item's request; every second time answers it, and lets the service get on, further each time. */
+async function serveEverySecond(link, count) {
+    const request = await link.take({ op: 'request', endpoint: kNote.input });
+    if (count % 2) {
+        link.send({ op: 'answer', id: request.id, body: { filepathToUpload: '/tmp/note.txt' } });
+        await sleep(count);
+    }
 }
 
 test.before(async () => {
@@ -36,12 +47,7 @@ test('forced disconnects', async () => {
     assert.strictEqual((await link.outcome('POST', kRegistration, kNote)).op, 'answer');
     uploads = uploadAgainAndAgain();
     for (let count = 0; count < kDropsOfEachKind; ++count) {
-        assert.deepStrictEqual(await link.takeRegistrations(), kRegistrations);
-        const request = await link.take({ op: 'request', endpoint: '/other/note' });
-        if (count % 2) {
-            link.send({ op: 'answer', id: request.id, body: { filepathToUpload: '/tmp/note.txt' } });
-            await sleep(count);
-        }
+        await serveEverySecond(link, count);
         link.socket.terminate();
         link = await gateway.accept();
     }
@@ -51,16 +57,9 @@ test('forced disconnects', async () => {
 test('gateway restarts', async () => {
     for (let count = 0; count < kDropsOfEachKind; ++count) {
         const gateway = await start('gatrix-gateway', [], '8084');
-        const peer = await connect('peer');
-        peer.send({ op: 'register', method: 'GET', endpoint: '/other/note', version: 1, group: 'test' });
-        peer.send({ op: 'interest', endpoints: ['/dfservice/upload', kRegistration,
-            'dfservice/gettysburg_address_filepath', 'dfservice/luckiest_man_payload'] });
-        await peer.take({ op: 'ready' });
-        const request = await peer.take({ op: 'request', endpoint: '/other/note' });
-        if (count % 2) {
-            peer.send({ op: 'answer', id: request.id, body: { filepathToUpload: '/tmp/note.txt' } });
-            await sleep(count);
-        }
+        const peer = await connect(kNote.input, [kUpload, kRegistration, 'dfservice/gettysburg_address_filepath',
+            'dfservice/luckiest_man_payload']);
+        await serveEverySecond(peer, count);
         await gateway.kill();
     }
 });

@@ -8,8 +8,6 @@ const {
     cleanUp, connect, contentOfLatest, kRegistration, kUpload, start, startCloud, startService, until,
 } = require('./support.js');
 
-const kRegistered = 'Registration Successf, AsyncCallback<const std::string>*ul';
-
 let service;
 let link;
 
@@ -17,45 +15,57 @@ test.before(async () => {
     await startCloud();
     await start('gatrix-gateway', [], '8084');
     service = await startService();
-    link = await connect('foreign');
-    link.send({ op: 'register', method: 'GET', endpoint: '/system/info', version: 1, group: 'foreign' });
-    link.send({ op: 'interest', endpoints: [kUpload, kRegistration] });
-    await link.take({ op: 'ready' });
+    link = await connect('/system/info', [kUpload, kRegistration]);
 });
 
 test('the service asks for the device information once somebody has it', async () => {
-    const { id } = await link.take({ op: 'request', endpoint: '/system/info' });
-    link.send({ op: 'answer', id, body: { name: 'Kitchen' } });
+    await link.serve('/system/info', { name: 'Kitchen' });
     await until('the device name', () => service.log().includes('deviceName: Kitchen'));
 });
 
 test('an upload of everything brings the items that others registered', async () => {
-    fs.writeFileSync('/tmp/note.txt', 'a note\n');
-    const items = [['/foreign/note', 'note', 'GATRIX_RESPONSE_FILEPATH', { filepathToUpload: '/tmp/note.txt' }],
-        ['/foreign/state', 'state', 'GATRIX_RESPONSE_PAYLOAD', { volume: 31, name: "Ann's" }]];
-    for (const [input, subType, harvestType] of items) {
-        link.send({ op: 'register', method: 'GET', endpoint: input, version: 1, group: 'foreign' });
-        const { body } = await link.outcome('POST', kRegistration,
-            { input, fileType: 'INTROSPECTION', subType, harvestType });
-        assert.deepStrictEqual(body, { statusCode: 200, message: kRegistered });
+    const items = [
+        { input: '/foreign/note', subType: 'a note', harvestType: 'GATRIX_RESPONSE_FILEPATH' },
+        { input: '/nobody', subType: 'gone', harvestType: 'GATRIX_RESPONSE_PAYLOAD' },
+        { input: '/foreign/state', subType: 'state', harvestType: 'GATRIX_RESPONSE_PAYLOAD', outputFilename: 'named' },
+    ];
+    for (const item of items) {
+        const { body } = await link.outcome('POST', kRegistration, { ...item, fileType: 'INTROSPECTION' });
+        assert.deepStrictEqual(body,
+            { statusCode: 200, message: 'Registration Successf, AsyncCallback<const std::string>*ul' });
     }
+    link.handle('/foreign/note');
+    link.handle('/foreign/state');
     const upload = link.ask('POST', kUpload, { fileType: ['UPLOAD_EVERYTHING'] });
-    for (const [endpoint, , , body] of items) {
-        const { id } = await link.take({ op: 'request', endpoint });
-        link.send({ op: 'answer', id, body });
-    }
+    fs.writeFileSync('/tmp/note.txt', 'a note\n');
+    const note = await link.serve('/foreign/note', { filepathToUpload: '/tmp/note.txt' });
+    const state = await link.serve('/foreign/state', { volume: 31, name: "Ann's" });
+    assert.strictEqual(note.body, undefined);
+    assert.deepStrictEqual([state.body, state.version], [{ dummyPayload: 'dummy payload data' }, 1]);
     const { body } = await link.take({ op: 'answer', id: upload });
     assert.strictEqual(body.statusCode, 200);
-    assert.strictEqual(contentOfLatest('note'), 'a note\n');
-    assert.deepStrictEqual(JSON.parse(contentOfLatest('state').replace(String.raw`\'`, "'")), { volume: 31, name: "Ann's" });
-    assert.notStrictEqual(contentOfLatest('logread'), '');
+    assert.strictEqual(await contentOfLatest('a note'), 'a note\n');
+    // The backslashes are the service's; the shell takes those before the double quotes away again.
+    assert.ok(service.log().includes(String.raw`debugEscape #1111: {\"volume\":31,\"name\":\"Ann\'s\"}`));
+    assert.strictEqual((await contentOfLatest('state')).trimEnd(), String.raw`{"volume":31,"name":"Ann\'s"}`);
+    assert.notStrictEqual(await contentOfLatest('logread'), '');
+    assert.ok(service.log().includes('Harvesting Gatrix Payload FAILED'));
+    for (const output of ['dfs_a_note', 'named']) {
+        assert.ok(service.log().includes(`GetOutputFilename(): /mnt/nv/product-persistence/${output}\n`), output);
+    }
 });
 
-test('the custom-file rule and a bad body are answered with 400', async () => {
-    const rule = await link.outcome('POST', kUpload, { fileToUpload: 'x', fileType: ['TOP', 'LOGREAD'] });
-    assert.deepStrictEqual(rule.error,
-        { statusCode: 400, message: 'Custom file upload requires exactly one file type' });
-    assert.strictEqual((await link.outcome('POST', kUpload, [1])).error.statusCode, 400);
+test('one file goes with exactly one type', async () => {
+    const rule = { statusCode: 400, message: 'Custom file upload requires exactly one file type' };
+    for (const fileType of [[], ['TOP', 'LOGREAD']]) {
+        const { op, error } = await link.outcome('POST', kUpload, { fileToUpload: '/proc/version', fileType });
+        assert.deepStrictEqual([op, error], ['error', rule]);
+    }
+    const empty = await link.outcome('POST', kUpload, { fileToUpload: '', fileType: ['PROC_LOADAVG', 'PROC_UPTIME'] });
+    assert.strictEqual(empty.op, 'answer', 'an empty path is no custom file');
+    const taken = await link.outcome('POST', kUpload, { fileToUpload: '/proc/version', fileType: ['LOGREAD'] });
+    assert.strictEqual(taken.body.statusCode, 200);
+    assert.strictEqual(await contentOfLatest('custom_file'), fs.readFileSync('/proc/version', 'utf8'));
 });
 
 test.after(cleanUp);

@@ -3,9 +3,10 @@
 'use strict';
 
 const assert = require('node:assert');
-const { spawn, spawnSync } = require('node:child_process');
+const { execFile, spawn } = require('node:child_process');
 const fs = require('node:fs');
 const { setTimeout: sleep } = require('node:timers/promises');
+const { promisify } = require('node:util');
 const WebSocket = require('ws');
 
 const [, , programs, key] = process.argv;
@@ -41,21 +42,8 @@ async function until(what, condition) {
     }
 }
 
-/** Runs a program of this tree to its end. */
-function run(name, ...words) {
-    const { status, stdout, stderr } = spawnSync(`${programs}/${name}`, words, { encoding: 'utf8' });
-    return { status, stdout, stderr };
-}
-
-/** The same, without holding up this process. */
-function runBeside(name, ...words) {
-    return new Promise((resolve) => {
-        const child = spawn(`${programs}/${name}`, words, { stdio: ['ignore', 'pipe', 'inherit'] });
-        let stdout = '';
-        child.stdout.on('data', (text) => { stdout += text; });
-        child.on('exit', (status) => resolve({ status, stdout }));
-    });
-}
+/** Runs a program of this tree to its end, which must be a good one; its standard output. */
+const run = async (name, ...words) => (await promisify(execFile)(`${programs}/${name}`, words)).stdout;
 
 const children = [];
 const sockets = [];
@@ -68,7 +56,6 @@ async function start(name, words, text) {
     fs.closeSync(output);
     children.push(child);
     const program = {
-        child,
         log: () => fs.readFileSync(log, 'utf8'),
         isAlive: () => child.exitCode === null && child.signalCode === null,
         kill: () => new Promise((resolve) => { child.on('exit', resolve); child.kill('SIGKILL'); }),
@@ -94,11 +81,7 @@ function latest(ending) {
 }
 
 /** Plain content of an item of the archive that arrived last. */
-function contentOfLatest(subType) {
-    const { status, stdout, stderr } = run('dfs-open', latest('.tar.gz'), '--key', key, '--cat', subType);
-    assert.strictEqual(status, 0, stderr);
-    return stdout;
-}
+const contentOfLatest = (subType) => run('dfs-open', latest('.tar.gz'), '--key', key, '--cat', subType);
 
 /** One end of a connection: keeps the frames that arrive, in order, until somebody takes them. */
 class Link {
@@ -106,10 +89,8 @@ class Link {
         sockets.push(socket);
         this.socket = socket;
         this.frames = [];
-        this.isOpen = true;
-        this.lastId = 1000;
+        this.lastId = 1000; // beyond the numbers of what the other end asks
         socket.on('message', (data) => this.frames.push(JSON.parse(data.toString())));
-        socket.on('close', () => { this.isOpen = false; });
         socket.on('error', () => {});
     }
 
@@ -126,15 +107,16 @@ class Link {
         });
     }
 
-    /** Takes what a client sends on a new connection, in its order; requests stay. */
-    async takeRegistrations() {
-        const isRequest = ({ op }) => op === 'request';
-        const taken = await until('the registrations', () => {
-            const others = this.frames.filter((frame) => !isRequest(frame));
-            return others.length >= kRegistrations.length && others;
-        });
-        this.frames = this.frames.filter(isRequest);
-        return taken;
+    /** Registers an endpoint for GET. */
+    handle(endpoint) {
+        this.send({ op: 'register', method: 'GET', endpoint, version: 1, group: 'test' });
+    }
+
+    /** Answers the next request of an endpoint; returns that request. */
+    async serve(endpoint, body) {
+        const request = await this.take({ op: 'request', method: 'GET', endpoint });
+        this.send({ op: 'answer', id: request.id, body });
+        return request;
     }
 
     /** Asks; the number of the request, which its answer carries. */
@@ -145,12 +127,8 @@ class Link {
     }
 
     /** Asks, and takes what comes of it: an "answer" or "error" frame. */
-    async outcome(method, endpoint, body) {
-        const id = this.ask(method, endpoint, body);
-        return until(`an outcome of ${method} ${endpoint}`, () => {
-            const at = this.frames.findIndex((frame) => frame.id === id && /answer|error/.test(frame.op));
-            return at >= 0 && this.frames.splice(at, 1)[0];
-        });
+    outcome(method, endpoint, body) {
+        return this.take({ id: this.ask(method, endpoint, body) });
     }
 }
 
@@ -162,9 +140,14 @@ class Gateway {
         this.server.on('connection', (socket) => this.links.push(new Link(socket)));
     }
 
-    /** The next connection. */
+    /** The service's next connection, once it has registered itself there; requests that came with that stay. */
     async accept() {
-        return until('a connection', () => this.links.shift());
+        const link = await until('a connection', () => this.links.shift());
+        const others = () => link.frames.filter(({ op }) => op !== 'request');
+        await until('the registrations', () => others().length >= kRegistrations.length);
+        assert.deepStrictEqual(others(), kRegistrations);
+        link.frames = link.frames.filter(({ op }) => op === 'request');
+        return link;
     }
 
     /** Ends all connections without a word, and stops listening. */
@@ -174,15 +157,18 @@ class Gateway {
     }
 }
 
-/** A service of the given name, connected to whatever gateway is there. */
-async function connect(client) {
+/** A service at the gateway that is there; it handles one endpoint, and waits until others handle those of interest. */
+async function connect(endpoint, interests) {
     const link = new Link(new WebSocket(`ws://127.0.0.1:${kPort}/`));
     await until('an open connection', () => link.socket.readyState === WebSocket.OPEN);
-    link.send({ op: 'hello', client, platform: 'test' });
+    link.send({ op: 'hello', client: 'peer', platform: 'test' });
+    link.handle(endpoint);
+    link.send({ op: 'interest', endpoints: interests });
+    await link.take({ op: 'ready' });
     return link;
 }
 
 module.exports = {
-    Gateway, cleanUp, connect, contentOfLatest, kInterests, kRegistration, kRegistrations, kUpload, latest, runBeside,
-    sleep, start, startCloud, startService, until,
+    Gateway, cleanUp, connect, contentOfLatest, kInterests, kRegistration, kUpload, latest, run, sleep, start,
+    startCloud, startService, until,
 };
