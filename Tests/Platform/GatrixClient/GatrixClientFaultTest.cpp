@@ -1,13 +1,10 @@
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
 #include <filesystem>
 #include <future>
-#include <system_error>
 
 #include "ChildProcess.h"
 #include "GatrixClientFixture.h"
-#include "Sanitized.h"
 #include "StringUtils.h"
 
 using testing::HasSubstr;
@@ -16,9 +13,6 @@ using testing::StartsWith;
 
 namespace
 {
-using Answer = ClientProbe::Answer;
-using Request = ClientProbe::Request;
-
 constexpr char kGetForNine[] = R"({"op":"request","id":9,"version":1,"endpoint":"/g","method":"GET"})";
 
 /** Lets tests ask with functions, which may own what callbacks cannot. */
@@ -39,8 +33,8 @@ TEST_F(GatrixClientTest, DroppedConnection_EndsWhatWasOnItAndIsMadeAgain)
     Connect();
     client->RegisterGetHandler<Answer>("/g", probe.get, "G");
     client->SendGetRequest("/r", "1", 1.0, probe.raw, probe.refused);
-    gateway->Next();
-    gateway->Next();
+    gateway->Read();
+    gateway->Read();
     gateway->Send(kGetForNine);
     EXPECT_EQ(probe.Next(), "get");
     const ClientProbe::Reply late = probe.TakeReply();
@@ -62,7 +56,8 @@ TEST_F(GatrixClientTest, DroppedConnection_EndsWhatWasOnItAndIsMadeAgain)
     late.second(Gatrix::MakeError(400, "for the connection before"));
     gateway->Send(R"({"op":"answer","id":1,"body":1})");
     gateway->Send(kGetForNine);
-    EXPECT_THAT(gateway->Next(), HasSubstr("nobody here handles GET /g"));
+    EXPECT_EQ(gateway->Read(),
+              R"({"error":{"message":"nobody here handles GET /g","statusCode":404},"id":9,"op":"error"})");
 }
 
 TEST_F(GatrixClientTest, AnswerThatTakesTooLong_IsAnErrorOnce)
@@ -74,11 +69,11 @@ TEST_F(GatrixClientTest, AnswerThatTakesTooLong_IsAnErrorOnce)
     for (const std::string id : {"1", "2"}) {
         client->SendGetRequest("/r", id, 1.0, probe.raw, probe.refused);
         EXPECT_EQ(probe.Next(), "refused 504 /r: no answer in time");
-        gateway->Next();
+        gateway->Read();
         gateway->Send(R"({"op":"answer","body":1,"id":)" + id + "}");
     }
     client->SendGetRequest("/r", "3", 1.0, probe.raw, probe.refused);
-    gateway->Next();
+    gateway->Read();
     gateway->Send(R"({"op":"answer","body":3,"id":3})");
     EXPECT_EQ(probe.Next(), "raw 3");
 }
@@ -86,28 +81,21 @@ TEST_F(GatrixClientTest, AnswerThatTakesTooLong_IsAnErrorOnce)
 TEST_F(GatrixClientTest, WhatIsNoFrame_IsReportedAndTheConnectionStays)
 {
     Connect();
-    const std::pair<const char*, const char*> frames[] = {
-        {"", "not a JSON object"},
-        {"hello", "not a JSON object"},
-        {R"({"op":"answer"})", R"(answer: "id" must be an unsigned number)"},
-        {R"({"op":"hello","client":"a","platform":"p"})", "only clients send its kind"},
-    };
-    for (const auto& [frame, reason] : frames) {
-        gateway->Send(frame);
-        EXPECT_EQ(probe.Next(), std::string("protocol error: a frame from the gateway is dropped: ") + reason);
-    }
+    gateway->Send("");
+    EXPECT_EQ(probe.Next(), "protocol error: a frame from the gateway is dropped: not a JSON object");
+    gateway->Send(R"({"op":"hello","client":"a","platform":"p"})");
+    EXPECT_EQ(probe.Next(), "protocol error: a frame from the gateway is dropped: only clients send its kind");
     gateway->Send(R"({"op":"ready","endpoints":[]})", false);
-    EXPECT_THAT(probe.Next(), HasSubstr("binary data"));
+    EXPECT_EQ(probe.Next(), "protocol error: a frame from the gateway is dropped: binary data");
     client->SendGetRequest("/r", std::string(Gatrix::Wire::kMaxFrameBytes, 'x'), 1.0, probe.raw, probe.refused);
     EXPECT_EQ(probe.Next(), "refused 413 /r: a frame of 1048654 bytes is too large for the gateway");
     client->SendGetRequest("/r", "1", 1.0, probe.raw, probe.refused);
-    EXPECT_THAT(gateway->Next(), HasSubstr(R"("id":2)"));
+    EXPECT_THAT(gateway->Read(), HasSubstr(R"("id":2)"));
     gateway->Send(R"({"op":"answer","id":2,"body":")" + std::string(1000000, 'x') + "\"}");
     EXPECT_EQ(probe.Next().size(), 1000004U);
     gateway->Send(std::string(Gatrix::Wire::kMaxFrameBytes + 1, ' '));
-    EXPECT_EQ(gateway->Next(), "closed 1009");
+    EXPECT_EQ(gateway->Read(), "closed 1009 ");
     EXPECT_EQ(probe.Next(), "dropped");
-    EXPECT_THAT(probe.Next(), HasSubstr("connection failed"));
     EXPECT_THAT(gateway->Accept(), HasSubstr("hello"));
 }
 
@@ -141,14 +129,14 @@ TEST_F(GatrixClientTest, GatewayThatDoesNotRead_LimitsWhatWaitsForIt)
     int id = 0;
     while (id < 20) {
         client->SendGetRequest("/r", body, 1.0, probe.raw, probe.refused);
-        EXPECT_THAT(gateway->Next(), HasSubstr("\"id\":" + std::to_string(++id) + ","));
+        EXPECT_THAT(gateway->Read(), HasSubstr("\"id\":" + std::to_string(++id) + ","));
     }
     for (int count = 0; count < 40; ++count) {
         client->SendGetRequest("/r", body, 1.0, probe.raw, probe.refused);
     }
     EXPECT_EQ(probe.Next(), "refused 503 /r: too much waits for the gateway to read it");
     while (id < 36) {
-        EXPECT_THAT(gateway->Next(), HasSubstr("\"id\":" + std::to_string(++id) + ","));
+        EXPECT_THAT(gateway->Read(), HasSubstr("\"id\":" + std::to_string(++id) + ","));
     }
 }
 
@@ -164,9 +152,9 @@ TEST_F(GatrixClientTest, LastOwner_SendsWhatWaitsAndRefusesTheRest)
     const auto gone = std::async(std::launch::async, [this] { client.reset(); });
     for (int count = 0; count < 8; ++count) {
         EXPECT_THAT(probe.Next(), StartsWith("refused 503 /r")) << count;
-        EXPECT_THAT(gateway->Next(), HasSubstr("\"id\":" + std::to_string(count + 1) + ","));
+        EXPECT_THAT(gateway->Read(), HasSubstr("\"id\":" + std::to_string(count + 1) + ","));
     }
-    EXPECT_EQ(gateway->Next(), "closed 1000");
+    EXPECT_EQ(gateway->Read(), "closed 1000 ");
     gone.wait();
 
     // A gateway that is silent holds it up for a moment only.
@@ -183,9 +171,9 @@ TEST_F(GatrixClientTest, LastOwnerOnTheLibrarysThread_EndsItTheSame)
         Gatrix::Method::GET, "/r", 1.0, std::nullopt, [owner = client, last = std::move(guard)](const std::string&) {},
         probe.refused);
     client.reset();
-    EXPECT_THAT(gateway->Next(), HasSubstr(R"("id":1)"));
+    EXPECT_THAT(gateway->Read(), HasSubstr(R"("id":1)"));
     gateway->Send(R"({"op":"answer","id":1,"body":1})");
-    EXPECT_EQ(gateway->Next(), "closed 1000");
+    EXPECT_EQ(gateway->Read(), "closed 1000 ");
     EXPECT_EQ(destroyed.get_future().wait_for(kDeadline), std::future_status::ready);
 }
 
@@ -206,14 +194,4 @@ TEST_F(GatrixClientTest, Descriptors_AreInheritedByNoProgramAndClosedAtTheEnd)
     gateway = std::make_unique<ScriptedGateway>();
     client.reset();
     EXPECT_EQ(OpenDescriptors(), before);
-}
-
-TEST(GatrixClientCreation, WithoutADescriptorLeft_Throws)
-{
-    if (kIsSanitized) {
-        GTEST_SKIP() << "the sanitizer needs descriptors itself";
-    }
-    const rlimit none{0, 0};
-    setrlimit(RLIMIT_NOFILE, &none);
-    EXPECT_THROW(std::make_shared<Gatrix::ConnectedClient>(Gatrix::ClientCore::Settings()), std::system_error);
 }

@@ -71,10 +71,7 @@ private:
         Tell((kind == GATRIX_CLIENT_ERRORS::PROTOCOL_ERROR ? "protocol error: " : "connection failed: ") + text);
     }
     void OnReady(const std::vector<std::string>& endpoints) { Tell("ready " + testing::PrintToString(endpoints)); }
-    void OnNotReady(const std::vector<std::string>& endpoints)
-    {
-        Tell("not ready " + testing::PrintToString(endpoints));
-    }
+    void OnNotReady(const std::vector<std::string>& lost) { Tell("not ready " + testing::PrintToString(lost)); }
     void OnRaw(const std::string& text) { Tell("raw " + text); }
     void OnTyped(const Answer& answer) { Tell("typed " + answer.message()); }
     void OnRefused(const Gatrix::Error& refusal)
@@ -98,6 +95,9 @@ private:
 class GatrixClientTest : public testing::Test
 {
 protected:
+    using Answer = ClientProbe::Answer;
+    using Request = ClientProbe::Request;
+
     Gatrix::ClientCore::Settings Settings() const
     {
         Gatrix::ClientCore::Settings settings;
