@@ -1,40 +1,52 @@
 #pragma once
 
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/write.hpp>
-#include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/websocket/stream.hpp>
+#include <gtest/gtest.h>
 
 #include <string>
 
 #include "GatrixWire.h"
+#include "WebSocketPeer.h"
 
-/** A service's end of the wire. It blocks; the time limit of the test is its own. */
-class TestClient
+/** A service's end of the wire. */
+class TestClient : public WebSocketPeer
 {
 public:
     /** @param name that it says hello with; says nothing when empty */
-    explicit TestClient(std::uint16_t port, const std::string& name = "tester", const char* address = "127.0.0.1");
+    explicit TestClient(std::uint16_t port, const std::string& name = "tester", const char* address = "127.0.0.1")
+    {
+        m_stream.emplace(m_context);
+        Socket().connect({boost::asio::ip::make_address(address), port});
+        Socket().set_option(Tcp::no_delay(true));
+        EXPECT_FALSE(Await([this](auto done) { m_stream->async_handshake("localhost", "/", done); }));
+        m_stream->auto_fragment(false);
+        if (!name.empty()) {
+            Send(Gatrix::Wire::Hello{name, "linux"});
+        }
+    }
 
-    void Send(const std::string& text);
+    using WebSocketPeer::Send;
     void Send(const Gatrix::Wire::Frame& frame) { Send(Gatrix::Wire::Serialize(frame)); }
-    void SendRaw(const std::string& bytes) { boost::asio::write(m_stream.next_layer(), boost::asio::buffer(bytes)); }
-
-    /** The next frame. "closed CODE REASON" when the gateway has closed; another word when the connection just ended.
-     */
-    std::string Read();
 
     /** Registers an endpoint for GET, and waits until the gateway knows. */
-    void Handle(const std::string& endpoint);
+    void Handle(const std::string& endpoint)
+    {
+        Send(Gatrix::Wire::Register{Gatrix::Method::GET, endpoint, 1, "g"});
+        Send(Gatrix::Wire::Interest{{endpoint}});
+        EXPECT_EQ(Read(), Gatrix::Wire::Serialize(Gatrix::Wire::Ready{{endpoint}}));
+    }
 
     /** Asks for an endpoint by GET, with a body of JSON text. */
-    void Ask(std::uint64_t id, const std::string& endpoint, const std::string& body);
+    void Ask(std::uint64_t id, const std::string& endpoint, const std::string& body)
+    {
+        Send(Gatrix::Wire::Request{id, Gatrix::Method::GET, endpoint, 1, body});
+    }
 
     /** Reads a request, answers it with its own body, and returns it. */
-    std::string AnswerWithBody();
-
-private:
-    boost::asio::io_context m_context{1};
-    boost::beast::websocket::stream<boost::asio::ip::tcp::socket> m_stream{m_context};
+    std::string AnswerWithBody()
+    {
+        std::string text = Read();
+        const auto request = std::get<Gatrix::Wire::Request>(Gatrix::Wire::Parse(text));
+        Send(Gatrix::Wire::Answer{request.id, request.body});
+        return text;
+    }
 };
