@@ -59,12 +59,11 @@ TEST(GatewayFault, BadFrame_ClosesTheConnectionWithTheReason)
 {
     const Gateway gateway({});
     const Conversation conversation(gateway);
-    const std::size_t most = Wire::kMaxFrameBytes;
     const std::pair<std::string, std::string> cases[] = {
         {Wire::Serialize(Wire::Interest{}), "closed 1008 the first frame must be hello"},
-        {std::string(most, '['), "closed 1008 not a JSON object"},
+        {std::string(Wire::kMaxFrameBytes, '['), "closed 1008 not a JSON object"},
         {R"({"op":"answer"})", "closed 1008 answer: \"id\" must be an unsigned number"},
-        {std::string(most + 1, ' '), "closed 1009 "},
+        {std::string(Wire::kMaxFrameBytes + 1, ' '), "closed 1009 "},
         {"{\"op\":\"\xFF\"}", "closed 1007 "},
         {"\x82\x80....", "closed 1003 frames are texts"},
     };

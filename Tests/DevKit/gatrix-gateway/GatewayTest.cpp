@@ -72,9 +72,12 @@ TEST(Gateway, ClientThatGoes_IsMissedAtOnce)
         handler->Send(Wire::Register{Gatrix::Method::GET, "/here", 1, "g"});
         EXPECT_THAT(asker.Read(), HasSubstr("\"ready\""));
         asker.Ask(7, "/here", "0");
+        asker.Ask(8, "/here", "0");
+        EXPECT_THAT(handler->Read(), HasSubstr("\"request\""));
         EXPECT_THAT(handler->Read(), HasSubstr("\"request\""));
         lastWord.empty() ? handler.reset() : handler->SendRaw(lastWord);
-        EXPECT_THAT(asker.Read(), AllOf(HasSubstr("\"statusCode\":503"), HasSubstr("/here")));
+        EXPECT_THAT(asker.Read(), AllOf(HasSubstr("\"id\":7"), HasSubstr("\"statusCode\":503"), HasSubstr("/here")));
+        EXPECT_THAT(asker.Read(), HasSubstr("\"id\":8"));
         EXPECT_EQ(asker.Read(), Wire::Serialize(Wire::NotReady{{"/here"}}));
     }
 }
