@@ -1,11 +1,13 @@
 #include "QuillaneTokens.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <stdexcept>
 #include <tuple>
 
+#include "CapturedLog.h"
 #include "TemporaryFolder.h"
 #include "TokenMaker.h"
 
@@ -83,6 +85,30 @@ TEST_F(QuillaneTokens, ReadFile_DoesWithoutTimes_AndWithoutARefreshToken)
     EXPECT_EQ(ReadWholeFile(m_base + ".refresh_token"), "MISSING REFRESH TOKEN");
     EXPECT_EQ(m_tokens.RefreshToken().Text(), "");
     EXPECT_EQ(m_tokens.RefreshRefreshDelay(FromSeconds(-1000)), 700U) << "it is 0";
+}
+
+TEST_F(QuillaneTokens, ReadFile_LogsWhatItFinds)
+{
+    WriteWholeFile(m_base + ".refresh_token", "soon");
+    const CapturedLog log;
+    EXPECT_TRUE(Read(Json("a", "r")));
+    std::filesystem::remove(m_base + ".refresh_token");
+    WriteWholeFile(m_base + ".timestamp", "1000000301");
+    EXPECT_TRUE(Read(Json("a", "r")));
+    EXPECT_TRUE(Read(Json("a", kNone)));
+    EXPECT_FALSE(Read(R"({"a":1})"));
+    std::vector<std::string> lines = CapturedLog::LinesOf("JwtUtils::QuillaneTokens");
+    lines.erase(std::remove_if(lines.begin(), lines.end(), [](const auto& line) { return line[0] == '3'; }),
+                lines.end());
+    using testing::StartsWith;
+    const std::string assuming = "imestamp file not found. Assuming expiration time is now (";
+    EXPECT_THAT(lines, testing::ElementsAre(
+                           "1 Refresh timestamp file (soon) is not valid, error: (stoll)",
+                           StartsWith("4 ReadFile: T" + assuming), StartsWith("1 ReadFile: Refresh t" + assuming),
+                           StartsWith("4 ReadFile: Authentication will expire at "),
+                           "2 ReadFile: Refresh token not found, setting refresh m_refreshTokenExpirationTime to 0",
+                           StartsWith("4 ReadFile: Authentication will expire at "),
+                           StartsWith("1 ReadFile: MarkupError: QuillaneTokens: "), R"(1 ReadFile: {"a":1})"));
 }
 
 TEST_F(QuillaneTokens, ReadFile_ThrowsForABadTimeStamp_AndKeepsTheRest)

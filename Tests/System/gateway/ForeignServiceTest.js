@@ -12,7 +12,7 @@ let service;
 let link;
 
 test.before(async () => {
-    await startCloud();
+    await startCloud([299, 300].map((status) => ({ match: 'archive', status, body: `status ${status}` })));
     await start('gatrix-gateway', [], '8084');
     service = await startService();
     link = await connect('/system/info', [kUpload, kRegistration]);
@@ -21,6 +21,13 @@ test.before(async () => {
 test('the service asks for the device information once somebody has it', async () => {
     await link.serve('/system/info', { name: 'Kitchen' });
     await until('the device name', () => service.log().includes('deviceName: Kitchen'));
+});
+
+test('a status below 300 is an answer, another one an error', async () => {
+    const answer = await link.outcome('POST', kUpload, { fileType: ['PROC_LOADAVG'] });
+    assert.deepStrictEqual(answer.body, { statusCode: 299, message: 'status 299' });
+    const { error } = await link.outcome('POST', kUpload, { fileType: ['PROC_LOADAVG'] });
+    assert.deepStrictEqual(error, { statusCode: 300, message: 'status 300' });
 });
 
 test('an upload of everything brings the items that others registered', async () => {

@@ -70,7 +70,12 @@ function cleanUp() {
     sockets.forEach((socket) => socket.terminate());
 }
 
-const startCloud = () => start('diag-cloud', ['--store', '/tmp/cloud'], '8888');
+/** Starts the cloud's stand-in, with the outcomes that its first requests shall have. */
+function startCloud(script = []) {
+    fs.writeFileSync('/tmp/script.json', JSON.stringify(script));
+    return start('diag-cloud', ['--store', '/tmp/cloud', '--script', '/tmp/script.json'], '8888');
+}
+
 const startService = () => start('DiagnosticFileService', [], 'LoadDiagItemsFromConfigFile - END');
 
 /** Path of the file of that ending which reached the cloud last. */
