@@ -1,64 +1,50 @@
 #pragma once
 
-#include <boost/asio/buffer.hpp>
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/write.hpp>
-#include <boost/beast/core/buffers_to_string.hpp>
-#include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/websocket/stream.hpp>
-
-#include <optional>
+#include <cstdint>
+#include <memory>
 #include <string>
 
-#include "Deadline.h"
-
 /**
- * One end of a WebSocket whose words the test speaks itself, on its own thread. An operation that waits gives up at the
- * tests' deadline. What goes wrong with the connection, Read tells.
+ * One end of a WebSocket whose words the test speaks itself, on its own thread: the client's, which connects, or the
+ * server's, which listens and takes one connection at a time. What waits gives up at the tests' deadline. What goes
+ * wrong with the connection, Read tells.
  */
 class WebSocketPeer
 {
 public:
-    void Send(const std::string& payload, bool isText = true)
-    {
-        m_stream->text(isText);
-        Await([&](auto done) { m_stream->async_write(boost::asio::buffer(payload), done); });
-    }
+    WebSocketPeer();
+    ~WebSocketPeer();
+    WebSocketPeer(const WebSocketPeer&) = delete;
+    WebSocketPeer& operator=(const WebSocketPeer&) = delete;
+
+    /** Connects, without a word yet. @throws boost::system::system_error when nobody listens */
+    void Connect(std::uint16_t port, const char* address = "127.0.0.1");
+
+    /** Asks for the WebSocket; the running test fails when it is refused. */
+    void ShakeHands();
+
+    /** Listens on the loopback interface, on any port if it is 0. @throws boost::system::system_error */
+    void Listen(std::uint16_t port);
+    std::uint16_t Port() const;
+
+    /** Takes the next connection, in place of the one before, without a word yet. */
+    void TakeConnection();
+
+    /** Answers the client that asks for the WebSocket as a server does. */
+    void AcceptHandshake();
+
+    /** Answers it with these bytes, and leaves the connection open. */
+    void AnswerHandshakeWith(const std::string& bytes);
+
+    void Send(const std::string& payload, bool isText = true);
 
     /** Sends bytes that need not be a frame. */
-    void SendRaw(const std::string& bytes)
-    {
-        Await([&](auto done) { boost::asio::async_write(Socket(), boost::asio::buffer(bytes), done); });
-    }
+    void SendRaw(const std::string& bytes);
 
     /** The next frame. "closed", the code and the reason when the other end has closed; else why none comes. */
-    std::string Read()
-    {
-        boost::beast::flat_buffer buffer;
-        const auto error = Await([&](auto done) { m_stream->async_read(buffer, done); });
-        if (error == boost::beast::websocket::error::closed) {
-            return "closed " + std::to_string(m_stream->reason().code) + " " + m_stream->reason().reason.c_str();
-        }
-        return error ? error.message() : boost::beast::buffers_to_string(buffer.data());
-    }
+    std::string Read();
 
-protected:
-    using Tcp = boost::asio::ip::tcp;
-
-    /** Has an operation begin with the handler that it is to call, and waits for it. Its error, or a timeout. */
-    template <class Begin>
-    boost::system::error_code Await(Begin begin)
-    {
-        boost::system::error_code outcome = boost::asio::error::timed_out;
-        begin([&outcome](const boost::system::error_code& error, auto...) { outcome = error; });
-        m_context.restart();
-        m_context.run_for(kDeadline);
-        return outcome;
-    }
-
-    Tcp::socket& Socket() { return m_stream->next_layer(); }
-
-    boost::asio::io_context m_context{1};
-    std::optional<boost::beast::websocket::stream<Tcp::socket>> m_stream;
+private:
+    struct State;
+    const std::unique_ptr<State> m_state;
 };

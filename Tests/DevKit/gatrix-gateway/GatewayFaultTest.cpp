@@ -159,10 +159,9 @@ TEST(GatewayFault, ConnectionThatIsLeftOpen_GivesItsPlaceAway)
         const Gateway gateway(settings);
         TestClient resident(gateway.Port());
         resident.Handle("/resident");
-        boost::asio::io_context context;
-        boost::asio::ip::tcp::socket socket(context);
-        socket.connect({boost::asio::ip::address_v4::loopback(), gateway.Port()});
-        boost::asio::write(socket, boost::asio::buffer(bytes));
+        WebSocketPeer lingering;
+        lingering.Connect(gateway.Port());
+        lingering.SendRaw(bytes);
         TestClient(gateway.Port()).Handle("/next"); // waits for the last place
         resident.Handle("/still-here");
     }

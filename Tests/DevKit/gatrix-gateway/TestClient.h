@@ -14,11 +14,8 @@ public:
     /** @param name that it says hello with; says nothing when empty */
     explicit TestClient(std::uint16_t port, const std::string& name = "tester", const char* address = "127.0.0.1")
     {
-        m_stream.emplace(m_context);
-        Socket().connect({boost::asio::ip::make_address(address), port});
-        Socket().set_option(Tcp::no_delay(true));
-        EXPECT_FALSE(Await([this](auto done) { m_stream->async_handshake("localhost", "/", done); }));
-        m_stream->auto_fragment(false);
+        Connect(port, address);
+        ShakeHands();
         if (!name.empty()) {
             Send(Gatrix::Wire::Hello{name, "linux"});
         }

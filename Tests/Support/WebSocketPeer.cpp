@@ -1,0 +1,109 @@
+#include "WebSocketPeer.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/read_until.hpp>
+#include <boost/asio/streambuf.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/beast/core/buffers_to_string.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/websocket/stream.hpp>
+
+#include <optional>
+
+#include "Deadline.h"
+
+namespace asio = boost::asio;
+namespace beast = boost::beast;
+namespace websocket = boost::beast::websocket;
+using Tcp = asio::ip::tcp;
+
+struct WebSocketPeer::State
+{
+    asio::io_context context{1};
+    Tcp::acceptor acceptor{context};
+    std::optional<websocket::stream<Tcp::socket>> stream;
+
+    Tcp::socket& Socket() { return stream->next_layer(); }
+
+    /** Has an operation begin with the handler that it is to call, and waits for it. Its error, or a timeout. */
+    template <class Begin>
+    beast::error_code Await(Begin begin)
+    {
+        beast::error_code outcome = asio::error::timed_out;
+        begin([&outcome](const beast::error_code& error, auto...) { outcome = error; });
+        context.restart();
+        context.run_for(kDeadline);
+        return outcome;
+    }
+};
+
+WebSocketPeer::WebSocketPeer() : m_state(std::make_unique<State>()) {}
+
+WebSocketPeer::~WebSocketPeer() = default;
+
+void WebSocketPeer::Connect(std::uint16_t port, const char* address)
+{
+    m_state->stream.emplace(m_state->context);
+    m_state->Socket().connect({asio::ip::make_address(address), port});
+    m_state->Socket().set_option(Tcp::no_delay(true));
+}
+
+void WebSocketPeer::ShakeHands()
+{
+    EXPECT_FALSE(m_state->Await([this](auto done) { m_state->stream->async_handshake("localhost", "/", done); }));
+    m_state->stream->auto_fragment(false);
+}
+
+void WebSocketPeer::Listen(std::uint16_t port)
+{
+    m_state->acceptor = Tcp::acceptor(m_state->context, Tcp::endpoint(asio::ip::address_v4::loopback(), port));
+}
+
+std::uint16_t WebSocketPeer::Port() const
+{
+    return m_state->acceptor.local_endpoint().port();
+}
+
+void WebSocketPeer::TakeConnection()
+{
+    m_state->stream.emplace(m_state->context);
+    m_state->Await([this](auto done) { m_state->acceptor.async_accept(m_state->Socket(), done); });
+}
+
+void WebSocketPeer::AcceptHandshake()
+{
+    m_state->Await([this](auto done) { m_state->stream->async_accept(done); });
+}
+
+void WebSocketPeer::AnswerHandshakeWith(const std::string& bytes)
+{
+    asio::streambuf head;
+    m_state->Await([&](auto done) { asio::async_read_until(m_state->Socket(), head, "\r\n\r\n", done); });
+    SendRaw(bytes);
+}
+
+void WebSocketPeer::Send(const std::string& payload, bool isText)
+{
+    m_state->stream->text(isText);
+    m_state->Await([&](auto done) { m_state->stream->async_write(asio::buffer(payload), done); });
+}
+
+void WebSocketPeer::SendRaw(const std::string& bytes)
+{
+    m_state->Await([&](auto done) { asio::async_write(m_state->Socket(), asio::buffer(bytes), done); });
+}
+
+std::string WebSocketPeer::Read()
+{
+    beast::flat_buffer buffer;
+    const auto error = m_state->Await([&](auto done) { m_state->stream->async_read(buffer, done); });
+    if (error == websocket::error::closed) {
+        const websocket::close_reason& reason = m_state->stream->reason();
+        return "closed " + std::to_string(reason.code) + " " + reason.reason.c_str();
+    }
+    return error ? error.message() : beast::buffers_to_string(buffer.data());
+}
