@@ -39,6 +39,12 @@ struct WebSocketPeer::State
         context.run_for(kDeadline);
         return outcome;
     }
+
+    void TakeConnection()
+    {
+        stream.emplace(context);
+        Await([this](auto done) { acceptor.async_accept(Socket(), done); });
+    }
 };
 
 WebSocketPeer::WebSocketPeer() : m_state(std::make_unique<State>()) {}
@@ -68,19 +74,16 @@ std::uint16_t WebSocketPeer::Port() const
     return m_state->acceptor.local_endpoint().port();
 }
 
-void WebSocketPeer::TakeConnection()
+std::string WebSocketPeer::Accept()
 {
-    m_state->stream.emplace(m_state->context);
-    m_state->Await([this](auto done) { m_state->acceptor.async_accept(m_state->Socket(), done); });
-}
-
-void WebSocketPeer::AcceptHandshake()
-{
+    m_state->TakeConnection();
     m_state->Await([this](auto done) { m_state->stream->async_accept(done); });
+    return Read();
 }
 
-void WebSocketPeer::AnswerHandshakeWith(const std::string& bytes)
+void WebSocketPeer::AcceptAndSay(const std::string& bytes)
 {
+    m_state->TakeConnection();
     asio::streambuf head;
     m_state->Await([&](auto done) { asio::async_read_until(m_state->Socket(), head, "\r\n\r\n", done); });
     SendRaw(bytes);

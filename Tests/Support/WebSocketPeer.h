@@ -27,14 +27,11 @@ public:
     void Listen(std::uint16_t port);
     std::uint16_t Port() const;
 
-    /** Takes the next connection, in place of the one before, without a word yet. */
-    void TakeConnection();
+    /** Takes the next client's connection, in place of the one before, and returns its first frame. */
+    std::string Accept();
 
-    /** Answers the client that asks for the WebSocket as a server does. */
-    void AcceptHandshake();
-
-    /** Answers it with these bytes, and leaves the connection open. */
-    void AnswerHandshakeWith(const std::string& bytes);
+    /** Takes the next client's connection, answers its handshake with these bytes, and leaves it open. */
+    void AcceptAndSay(const std::string& bytes);
 
     void Send(const std::string& payload, bool isText = true);
 

@@ -1,11 +1,11 @@
 #include <gmock/gmock.h>
 
-#include <filesystem>
 #include <future>
 
 #include "ChildProcess.h"
 #include "GatrixClientFixture.h"
 #include "StringUtils.h"
+#include "TemporaryFolder.h"
 
 using testing::HasSubstr;
 using testing::Not;
@@ -20,12 +20,6 @@ struct Access : Gatrix::GatrixClientIF
 {
     using GatrixClientIF::SendRequest;
 };
-
-std::ptrdiff_t OpenDescriptors()
-{
-    using Entries = std::filesystem::directory_iterator;
-    return std::distance(Entries("/proc/self/fd"), Entries());
-}
 } // namespace
 
 TEST_F(GatrixClientTest, DroppedConnection_EndsWhatWasOnItAndIsMadeAgain)
@@ -179,7 +173,7 @@ TEST_F(GatrixClientTest, LastOwnerOnTheLibrarysThread_EndsItTheSame)
 
 TEST_F(GatrixClientTest, Descriptors_AreInheritedByNoProgramAndClosedAtTheEnd)
 {
-    const std::ptrdiff_t before = OpenDescriptors();
+    const std::size_t before = NamesIn("/proc/self/fd").size();
     Connect();
     const std::string inherited = RunProgram({"ls", "-l", "/proc/self/fd"}).output;
     EXPECT_EQ(StringUtils::FindReplace(inherited, "socket:", "socket::").size() - inherited.size(), 2U)
@@ -193,5 +187,5 @@ TEST_F(GatrixClientTest, Descriptors_AreInheritedByNoProgramAndClosedAtTheEnd)
     }));
     gateway = std::make_unique<ScriptedGateway>();
     client.reset();
-    EXPECT_EQ(OpenDescriptors(), before);
+    EXPECT_EQ(NamesIn("/proc/self/fd").size(), before);
 }
