@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <set>
 
 #include "Pipeline.h"
 #include "TemporaryFolder.h"
@@ -71,7 +72,7 @@ TEST_F(DFTriggerHandler, CollectsTheItemsThatTypesAndSubTypeSelect)
 TEST_F(DFTriggerHandler, UploadsWhatTheItemsHold_AndLeavesNothingBehind)
 {
     StartWithRegistry();
-    const auto before = PersistenceFiles();
+    const auto before = NamesIn(kPersistence);
     const auto answer = Ask(RequestOf({PERSIST_MFGDATA, PROC_UPTIME}));
     EXPECT_EQ(answer.second, 200) << answer.first;
 
@@ -81,7 +82,7 @@ TEST_F(DFTriggerHandler, UploadsWhatTheItemsHold_AndLeavesNothingBehind)
     EXPECT_EQ(upload.manifest.version(), 1.0);
     EXPECT_EQ(upload.manifest.item(0).type(), PERSIST_MFGDATA);
     EXPECT_THAT(upload.manifest.item(1).filename(), testing::MatchesRegex("dfs_uptime_[0-9]{14}\\.txt"));
-    EXPECT_EQ(PersistenceFiles(), before);
+    EXPECT_EQ(NamesIn(kPersistence), before);
 }
 
 TEST_F(DFTriggerHandler, UploadsACustomFile_AndForgetsItsItem)
@@ -156,7 +157,7 @@ TEST_F(DFTriggerHandler, RemovesWhatACrashHasLeft_ButNothingElse)
     WriteWholeFile(directory + "someone-elses.json", "kept");
     StartWithoutItems();
     EXPECT_EQ(Ask(RequestOf({TOP})), kEmptyManifest);
-    EXPECT_EQ(PersistenceFiles(), std::set<std::string>{"someone-elses.json"});
+    EXPECT_EQ(NamesIn(kPersistence), std::set<std::string>{"someone-elses.json"});
     EXPECT_EQ(ReadWholeFile("/tmp/kept"), "kept");
     EXPECT_TRUE(std::filesystem::exists("/persist/mfg_data.json"));
 }
@@ -167,7 +168,7 @@ TEST_F(DFTriggerHandler, PassesAManifestThatCannotBeRead)
         WriteWholeFile(std::string(kPersistence) + "dfs_uploadmanifest.json", content);
         StartWithoutItems();
         EXPECT_EQ(Ask(RequestOf({TOP})), kEmptyManifest);
-        EXPECT_TRUE(PersistenceFiles().empty());
+        EXPECT_TRUE(NamesIn(kPersistence).empty());
     }
 }
 

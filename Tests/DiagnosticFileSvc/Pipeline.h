@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <future>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -81,8 +80,6 @@ protected:
         m_handler.DiagItemRegistration(DiagnosticFileSvc::DFDiagnosticItem(
             input, std::string(kPersistence) + "dfs_" + subType, fileType, subType, harvestType));
     }
-
-    static std::set<std::string> PersistenceFiles() { return NamesIn(kPersistence); }
 
     DiagnosticFileSvc::DFTriggerHandler& m_handler = DiagnosticFileSvc::DFTriggerHandler::GetInstance();
 };

@@ -1,22 +1,18 @@
 #include <gmock/gmock.h>
 
+#include <tuple>
+
 #include "Device.h"
 #include "Upload.h"
 
-namespace
-{
+using Peer = Device;
 using testing::HasSubstr;
 
-class Peer : public Device
+static Finished RunPeer(std::vector<std::string> words)
 {
-protected:
-    static Finished RunPeer(std::vector<std::string> words)
-    {
-        words.insert(words.begin(), Program("gatrix-peer"));
-        return RunProgram(words);
-    }
-};
-} // namespace
+    words.insert(words.begin(), Program("gatrix-peer"));
+    return RunProgram(words);
+}
 
 TEST_F(Peer, RegistersItsItems_AndTellsWhatBecameOfItsUpload)
 {
@@ -41,12 +37,7 @@ TEST_F(Peer, RegistersItsItems_AndTellsWhatBecameOfItsUpload)
 
 TEST_F(Peer, GivesUp_WithAWordAndAStatus)
 {
-    const struct
-    {
-        std::vector<std::string> words;
-        int status;
-        const char* output;
-    } cases[] = {
+    const std::tuple<std::vector<std::string>, int, const char*> cases[] = {
         {{"--timeout", "1"}, 3, "gatrix-peer: the gateway or the diagnostic-file service did not come in time\n"},
         {{"--type", "NONE"}, 2, "gatrix-peer: --type: there is no file type 'NONE'\n"},
         {{"upload"}, 2, "gatrix-peer: no argument upload is known; see --help\n"},

@@ -30,15 +30,13 @@ TEST(NameValueFile, Values_ComeBackAsTextAndWhatIsNoneIsLogged)
 TEST(NameValueFile, UnusableFile_ActsAsEmptyAndIsLogged)
 {
     const TemporaryFolder folder;
-    const std::string paths[] = {
-        folder.Path() + "/missing",
-        folder.Path(),
-        folder.Write("empty", ""),
-        folder.Write("list", "[1]"),
-        folder.Write("cut", R"({"short": "1)"),
-        folder.Write("twice", R"({"short": "1", "short": "2"})"),
-        folder.Write("deep", std::string(100000, '[')),
-    };
+    const std::string paths[] = {folder.Path() + "/missing",
+                                 folder.Path(),
+                                 folder.Write("empty", ""),
+                                 folder.Write("list", "[1]"),
+                                 folder.Write("cut", R"({"short": "1)"),
+                                 folder.Write("twice", R"({"short": "1", "short": "2"})"),
+                                 folder.Write("deep", std::string(100000, '['))};
     for (const std::string& path : paths) {
         testing::internal::CaptureStderr();
         EXPECT_EQ(NameValueFile(path).Get("short", "1.0.67"), "1.0.67") << path;
