@@ -11,7 +11,6 @@
 #include "DFTriggerHandler.h"
 #include "Deadline.h"
 #include "HttpGlobal.h"
-#include "TemporaryFolder.h"
 #include "Upload.h"
 
 /** The real tasks of the service, with the cloud's stand-in, and without the process around them. */
