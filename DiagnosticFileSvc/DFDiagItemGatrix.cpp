@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "DFConstants.h"
+
 namespace DiagnosticFileSvc
 {
 DFDiagItemGatrix::DFDiagItemGatrix(const DFDiagnosticItem& item, Links links)
@@ -19,7 +21,7 @@ std::shared_ptr<DFGatrixClient> DFDiagItemGatrix::ClientOrError() const
 {
     auto client = m_links.gatrixClient ? m_links.gatrixClient : DFGatrixClient::ExistingInstance();
     if (!client) {
-        (*m_links.onError)("There is no client of the gateway");
+        (*m_links.onError)(kNoGatrixClientAnswer);
     }
     return client;
 }

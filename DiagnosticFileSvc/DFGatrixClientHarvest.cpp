@@ -14,7 +14,6 @@ const DPrint s_log(kGatrixClient);
 
 constexpr char kPayloadRequestBody[] = R"({"dummyPayload":"dummy payload data"})";
 constexpr double kPayloadRequestVersion = 1.0;
-constexpr char kNoClient[] = "There is no client of the gateway";
 
 void LogGatrixError(const char* operation, const Gatrix::Error& error)
 {
@@ -59,7 +58,7 @@ void DFGatrixClient::HarvestFilePathRequestCB(const std::string& endpoint, TextC
     m_onFilepath = onSuccess;
     m_onFilepathError = onError;
     if (!m_gatrixClient) {
-        HarvestFilepathErrorResponse(MakeError(503, kNoClient));
+        HarvestFilepathErrorResponse(MakeError(503, kNoGatrixClientAnswer));
         return;
     }
     m_gatrixClient->SendGetRequest(
@@ -96,7 +95,7 @@ void DFGatrixClient::HarvestPayloadRequestCB(const std::string& endpoint, TextCa
     m_onPayload = onSuccess;
     m_onPayloadError = onError;
     if (!m_gatrixClient) {
-        HarvestPayloadErrorResponse(MakeError(503, kNoClient));
+        HarvestPayloadErrorResponse(MakeError(503, kNoGatrixClientAnswer));
         return;
     }
     m_gatrixClient->SendGetRequest(

@@ -4,9 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <exception>
-#include <memory>
 #include <system_error>
 
 #include "DPrint.h"
@@ -21,39 +19,6 @@ const DPrint s_log("JwtUtils::QuillaneTokens");
 std::string TextOf(int error)
 {
     return std::generic_category().message(error);
-}
-
-struct FileCloser
-{
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
-
-/** The file open for reading, close-on-exec and without waiting for the other end of a pipe; null when it cannot be. */
-File OpenForReading(const std::string& path)
-{
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    File file(descriptor >= 0 ? fdopen(descriptor, "rb") : nullptr);
-    if (!file && descriptor >= 0) {
-        close(descriptor);
-    }
-    return file;
-}
-
-/** @throws std::exception when the stream fails; what has been read is in the content by then */
-void ReadAll(std::FILE* file, std::string& content)
-{
-    char chunk[4096];
-    while (const std::size_t size = std::fread(chunk, 1, sizeof chunk, file)) {
-        content.append(chunk, size);
-        if (content.size() > kMaxFileSize) {
-            content.clear();
-            throw std::system_error(EFBIG, std::generic_category());
-        }
-    }
-    if (std::ferror(file) != 0) {
-        throw std::system_error(errno, std::generic_category());
-    }
 }
 
 /** Writes all of the data and brings it to the storage medium. 0, or the error that it failed with. */
@@ -78,7 +43,7 @@ std::string ReadFileStr(const std::string& path)
 {
     s_log.Log(3, "%s: Reading %s", __func__, path.c_str());
     std::string content;
-    const File file = OpenForReading(path);
+    const StdioFile file = OpenForReading(path);
     if (!file) {
         return content;
     }

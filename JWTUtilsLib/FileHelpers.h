@@ -1,15 +1,13 @@
 #pragma once
 
-#include <cstddef>
 #include <string>
+
+#include "StdioFile.h"
 
 /** Small files that are read as a whole and replaced as a whole. Any thread may call; nothing throws for a failing
  * file, the log tells why it failed. */
 namespace JwtUtils
 {
-/** The size in bytes that ReadFileStr stops at: what is larger is a device, or no file of this product. */
-inline constexpr std::size_t kMaxFileSize = std::size_t{16} << 20U;
-
 /**
  * The whole content of a file; empty when it cannot be opened or is larger than kMaxFileSize. When reading fails on the
  * way, what has been read until then. Never waits: a pipe holds what is in it at the moment, a folder nothing.

@@ -4,12 +4,14 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <exception>
 #include <system_error>
 
 #include "DPrint.h"
 #include "OpenSslErrors.h"
 #include "OpenSslVersions.h"
 #include "PublicKey.h"
+#include "StdioFile.h"
 
 namespace CryptoKey
 {
@@ -51,12 +53,6 @@ const char* LongName(int nid)
     const char* name = OBJ_nid2ln(nid);
     return name != nullptr ? name : "(unknown)";
 }
-
-struct FileCloser
-{
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
 } // namespace
 
 const char* ToText(KeyType type) noexcept
@@ -137,27 +133,23 @@ const EVP_MD* Key::GetDefaultMessageDigestECDSA() const
 std::string Key::ReadFile(const std::string& path)
 {
     s_log.Log(3, "%s: Reading %s", __func__, path.c_str());
-    const File file(std::fopen(path.c_str(), "rbe"));
     std::string text;
-    char piece[4096];
-    while (file) {
-        const std::size_t length = std::fread(piece, 1, sizeof piece, file.get());
-        text.append(piece, length);
-        if (length < sizeof piece) {
-            break;
+    try {
+        const JwtUtils::StdioFile file = JwtUtils::OpenForReading(path);
+        if (!file) {
+            throw std::system_error(errno, std::generic_category());
         }
-    }
-    if (!file || std::ferror(file.get()) != 0) {
-        s_log.Log(2, "%s: Failed to read file '%s': %s", __func__, path.c_str(),
-                  std::generic_category().message(errno).c_str());
+        JwtUtils::ReadAll(file.get(), text);
+        return text;
+    } catch (const std::exception& error) {
+        s_log.Log(2, "%s: Failed to read file '%s': %s", __func__, path.c_str(), error.what());
         return {};
     }
-    return text;
 }
 
 bool Key::WriteFile(const std::string& path, const std::string& text)
 {
-    File file(std::fopen(path.c_str(), "wbe"));
+    JwtUtils::StdioFile file(std::fopen(path.c_str(), "wbe"));
     // Closing writes what is still buffered, and so may fail for want of space.
     if (!file || std::fwrite(text.data(), 1, text.size(), file.get()) != text.size() ||
         std::fclose(file.release()) != 0) {

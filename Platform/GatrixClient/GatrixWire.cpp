@@ -131,7 +131,7 @@ std::string Text(const Json::Value& object, const std::optional<std::string>& bo
     constexpr unsigned int kFew = 15;
     constexpr unsigned int kEnough = 17;
     const Json::Value& version = object["version"];
-    const bool isFew = JsonText::Read(JsonText::Write(version, kFew), 1) == version;
+    const bool isFew = version.isNull() || JsonText::Read(JsonText::Write(version, kFew), 1) == version;
     std::string text = JsonText::Write(object, isFew ? kFew : kEnough);
     if (body) {
         text.pop_back();

@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "CapturedLog.h"
 #include "PublishedTokens.h"
+#include "StdioFile.h"
 #include "TokenMaker.h"
 
 using CryptoKey::DigestType;
@@ -71,7 +74,13 @@ TEST(Key, ComesFromAFile)
     EXPECT_TRUE(Key::WriteFile(path, text));
     EXPECT_EQ(Key::ReadFile(path), text);
     EXPECT_TRUE(Key(path) == PublishedTokens()[0].key);
+    std::filesystem::resize_file(path, JwtUtils::kMaxFileSize + 1);
+    const CapturedLog log;
     EXPECT_EQ(Key("/none").GetKeyType(), KeyType::INVALID);
-    EXPECT_EQ(Key::ReadFile("/tmp"), "");
+    EXPECT_EQ(Key::ReadFile(path), "");
     EXPECT_FALSE(Key::WriteFile("/none/key.pem", text) || Key::WriteFile("/dev/full", "text"));
+    const std::vector<std::string> failures = {
+        "2 read file '/none': No such file or directory", "2 read file '" + path + "': File too large",
+        "2 write file '/none/key.pem': No such file or directory", "2 write file '/dev/full': No space left on device"};
+    EXPECT_EQ(CapturedLog::LinesOf("CryptoKey::Key", "(?:Read|Write)File: Failed to "), failures);
 }

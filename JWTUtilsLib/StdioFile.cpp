@@ -1,0 +1,34 @@
+#include "StdioFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
+JwtUtils::StdioFile JwtUtils::OpenForReading(const std::string& path)
+{
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    StdioFile file(descriptor >= 0 ? fdopen(descriptor, "rb") : nullptr);
+    if (!file && descriptor >= 0) {
+        const int error = errno;
+        close(descriptor);
+        errno = error;
+    }
+    return file;
+}
+
+void JwtUtils::ReadAll(std::FILE* file, std::string& content)
+{
+    char chunk[4096];
+    while (const std::size_t size = std::fread(chunk, 1, sizeof chunk, file)) {
+        content.append(chunk, size);
+        if (content.size() > kMaxFileSize) {
+            content.clear();
+            throw std::system_error(EFBIG, std::generic_category());
+        }
+    }
+    if (std::ferror(file) != 0) {
+        throw std::system_error(errno, std::generic_category());
+    }
+}
