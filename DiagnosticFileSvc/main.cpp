@@ -5,19 +5,22 @@
 #include <exception>
 #include <iostream>
 
+#include "DFConstants.h"
 #include "DPrint.h"
 #include "DiagnosticFileService.h"
 #include "HttpGlobal.h"
+#include "StartEnvironment.h"
 #include "SystemUtils.h"
 
 int main()
 {
     try {
+        DiagnosticFileSvc::SanitizeStartEnvironment();
         DPrint::Initialize();
         SystemUtils::ThereCanBeOnlyOne();
         std::signal(SIGPIPE, SIG_IGN);
         Http::InitializeProcess();
-        const DiagnosticFileSvc::DiagnosticFileService service;
+        DiagnosticFileSvc::DiagnosticFileService service;
         DPrint::Initialize();
         for (;;) {
             pause();

@@ -18,9 +18,9 @@ using testing::HasSubstr;
 class Process : public Device
 {
 protected:
-    std::string Proc(const std::string& file) const
+    std::string ProcPath(const std::string& file) const
     {
-        return ReadWholeFile("/proc/" + std::to_string(m_service->Pid()) + "/" + file);
+        return "/proc/" + std::to_string(m_service->Pid()) + "/" + file;
     }
 };
 } // namespace
@@ -48,8 +48,7 @@ TEST_F(Process, NamesItsThreads_AndIgnoresABrokenPipe)
 {
     StartService();
     const auto hasThread = [this](const std::string& name) {
-        for (const auto& thread :
-             std::filesystem::directory_iterator("/proc/" + std::to_string(m_service->Pid()) + "/task")) {
+        for (const auto& thread : std::filesystem::directory_iterator(ProcPath("task"))) {
             if (ReadWholeFile(thread.path().string() + "/comm") == name + "\n") {
                 return true;
             }
@@ -61,7 +60,7 @@ TEST_F(Process, NamesItsThreads_AndIgnoresABrokenPipe)
         EXPECT_TRUE(WaitUntil([&] { return hasThread(name); })) << name;
     }
     std::smatch ignored;
-    const std::string status = Proc("status");
+    const std::string status = ReadWholeFile(ProcPath("status"));
     ASSERT_TRUE(std::regex_search(status, ignored, std::regex("SigIgn:\\s+([0-9a-f]+)")));
     EXPECT_NE(std::stoull(ignored[1].str(), nullptr, 16) & (1ULL << (SIGPIPE - 1)), 0U);
 }
@@ -79,6 +78,25 @@ TEST_F(Process, RefusesToRunTwice_UntilTheFirstIsGone)
     m_service->WaitForExit();
     StartService();
     EXPECT_EQ(Vcli({"diagfileservice", "show", "uploadtypes"}).status, 0);
+}
+
+TEST_F(Process, RunsAsAlways_WhateverItInherits)
+{
+    const std::string lock = "/run/vantor/DiagnosticFileService.lock";
+    WriteWholeFile(lock, std::string(100000, 'x'));
+    // Without standard streams, with the ends of children thrown away, and with a signal blocked.
+    m_service = std::make_unique<ChildProcess>(
+        std::vector<std::string>{"sh", "-c", "exec env --ignore-signal=CHLD --block-signal=TERM \"$0\" <&- >&- 2>&-",
+                                 Program("DiagnosticFileService")});
+    EXPECT_TRUE(WaitUntil([] { return Vcli({"diagfileservice", "show", "uploadtypes"}).status == 0; }));
+    EXPECT_THAT(Vcli({"diagfileservice", "upload", "12"}).output, HasSubstr("Upload status code = 400"))
+        << "the file is not there, which a command's exit status tells";
+    EXPECT_EQ(ReadWholeFile(lock), std::to_string(m_service->Pid()) + "\n");
+    for (const char* stream : {"0", "1", "2"}) {
+        EXPECT_EQ(std::filesystem::read_symlink(ProcPath("fd/") + stream), "/dev/null");
+    }
+    kill(m_service->Pid(), SIGTERM);
+    EXPECT_EQ(m_service->WaitForExit(), -1);
 }
 
 TEST_F(Process, GoesOnWithoutACommandLine_WhenItCannotBeHad)

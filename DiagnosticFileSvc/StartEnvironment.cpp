@@ -1,0 +1,25 @@
+#include "StartEnvironment.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <system_error>
+
+namespace DiagnosticFileSvc
+{
+void SanitizeStartEnvironment()
+{
+    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+        // Those below are open, so the lowest free number is this one.
+        if (fcntl(descriptor, F_GETFD) == -1 && open("/dev/null", O_RDWR) == -1) {
+            throw std::system_error(errno, std::generic_category(), "cannot open /dev/null");
+        }
+    }
+    std::signal(SIGCHLD, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+} // namespace DiagnosticFileSvc

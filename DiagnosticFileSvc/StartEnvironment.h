@@ -1,0 +1,16 @@
+#pragma once
+
+/** What the process inherits from whoever starts it. */
+namespace DiagnosticFileSvc
+{
+/**
+ * Makes an odd inheritance harmless. Standard descriptors that are closed are opened on /dev/null, so that no file that
+ * the service opens later is taken for its log. SIGCHLD is as by default: ignored, it would have waitpid(2) lose the
+ * outcome of every command. No signal is blocked, neither here nor in the commands, which inherit that.
+ *
+ * For the main thread, before anything is opened or started.
+ *
+ * @throws std::system_error when /dev/null cannot be opened
+ */
+void SanitizeStartEnvironment();
+} // namespace DiagnosticFileSvc
