@@ -86,6 +86,8 @@ inline constexpr char kExponentialRetryPolicy[] = "exponential";
 inline constexpr char kBusyAnswer[] = "Unable to process request, system busy";
 inline constexpr char kCustomFileNeedsOneType[] = "Custom file upload requires exactly one file type";
 inline constexpr char kNoGatrixClientAnswer[] = "There is no client of the gateway";
+inline constexpr char kInternalErrorAnswer[] = "Unable to process request, internal error";
+inline constexpr char kNoUploadClientAnswer[] = "Unable to process request, the upload client cannot be started";
 inline constexpr char kFeatureDisabledAnswer[] = "Unable to process request, feature flag not set";
 
 // Endpoints that the service offers on the gateway; the two for tests have no leading slash: kept

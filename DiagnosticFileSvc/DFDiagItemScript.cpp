@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "DFConstants.h"
 #include "DFLog.h"
 
 namespace DiagnosticFileSvc

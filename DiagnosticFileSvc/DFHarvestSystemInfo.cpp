@@ -1,5 +1,7 @@
 #include "DFHarvestSystemInfo.h"
 
+#include <exception>
+
 #include "DFConstants.h"
 #include "DFLog.h"
 #include "DFUploadDiagnosticFiles.h"
@@ -59,7 +61,7 @@ void DFHarvestSystemInfo::CollectRequestedInfoCB(const std::string& command, con
 {
     const LogScope scope(s_log, __func__);
     m_pendingAnswer = onDone;
-    if (m_spawner.CollectEncryptLogs(outputPath, command) != 0) {
+    if (!IsCollected(__func__, command, outputPath)) {
         LogProgress(s_log, __func__, "Collection of system info failed - Send dummy response");
         (*m_pendingAnswer)("Development success message", 400);
         return;
@@ -68,11 +70,22 @@ void DFHarvestSystemInfo::CollectRequestedInfoCB(const std::string& command, con
     (*m_pendingAnswer)("Success message", 200);
 }
 
+bool DFHarvestSystemInfo::IsCollected(const char* operation, const std::string& command,
+                                      const std::string& outputPath) const
+{
+    try {
+        return m_spawner.CollectEncryptLogs(outputPath, command) == 0;
+    } catch (const std::exception& error) {
+        LogLine(s_log, LOG_LEVEL_ERROR, operation, "The collection ends by an exception: ", error.what());
+        return false;
+    }
+}
+
 void DFHarvestSystemInfo::CollectWifiSiteScanCB(const std::string& command, Answer* onDone)
 {
     const LogScope scope(s_log, __func__);
     m_pendingAnswer = onDone;
-    if (m_spawner.CollectEncryptLogs(kSiteScanOutput, command) != 0) {
+    if (!IsCollected(__func__, command, kSiteScanOutput)) {
         LogProgress(s_log, __func__, "Collection of network scan failed - Send dummy response");
         (*m_pendingAnswer)("Development failure message", 400);
         return;
@@ -82,6 +95,11 @@ void DFHarvestSystemInfo::CollectWifiSiteScanCB(const std::string& command, Answ
     DFSCommonPB::UploadTypeItem& item = *types.add_uploaditems();
     item.set_type(DFSCommonPB::WIFI_SITE_SCAN);
     item.set_subtype("wifi site scan");
+    if (m_uploadClient == nullptr) {
+        LogLine(s_log, LOG_LEVEL_ERROR, __func__, kNoUploadClientAnswer);
+        (*m_pendingAnswer)("Development failure message", 400);
+        return;
+    }
     m_uploadClient->PostMetadata(types, kSiteScanCompressedOutput, &m_uploadDiagFileRespCB);
 }
 
@@ -96,7 +114,11 @@ void DFHarvestSystemInfo::CreateUploadTarballCB(const std::string& target, Async
 {
     const LogScope scope(s_log, __func__);
     m_pendingArchiveAnswer = onDone;
-    m_spawner.TarDiagnosticFiles(target);
+    try {
+        m_spawner.TarDiagnosticFiles(target);
+    } catch (const std::exception& error) {
+        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The archive's making ends by an exception: ", error.what());
+    }
     (*m_pendingArchiveAnswer)(true);
 }
 } // namespace DiagnosticFileSvc

@@ -14,8 +14,9 @@ class posixSpawnUtils;
  * The task that does the slow work of an upload: it runs the commands that collect items, and packs what they
  * collected.
  *
- * Requests run one after another, in order of arrival, each answered on its own: every callback passed in is invoked
- * exactly once, and must stay alive until then. Public operations may be called from any thread; they only post.
+ * Requests run one after another, in order of arrival. A collection's and an archive's callback is invoked exactly
+ * once, whatever fails, and must stay alive until then. Public operations may be called from any thread; they only
+ * post.
  */
 class DFHarvestSystemInfo : public APTask
 {
@@ -34,7 +35,10 @@ public:
     /** Runs the archive script with the target as its arguments. Answers true, whatever the script's outcome. */
     void CreateUploadTarball(const std::string& target, AsyncCallback<bool>* onDone);
 
-    /** Runs a site-scan command and uploads its output by itself. Answers with 400, or what the upload came to. */
+    /**
+     * Runs a site-scan command and uploads its output by itself. Answers with 400, or what the upload came to; that
+     * answer goes to whoever asked for a collection or a scan last, so nothing else is to be asked for meanwhile.
+     */
     void CollectWifiSiteScan(const std::string& command, Answer* onDone);
 
 protected:
@@ -45,6 +49,7 @@ private:
     void CreateUploadTarballCB(const std::string& target, AsyncCallback<bool>* onDone);
     void CollectWifiSiteScanCB(const std::string& command, Answer* onDone);
     void UploadDiagFileRespCB(const std::string& text, int statusCode);
+    bool IsCollected(const char* operation, const std::string& command, const std::string& outputPath) const;
 
     const AsyncCallback<std::string, std::string, Answer*> m_collectRequestedInfoCB;
     const AsyncCallback<std::string, AsyncCallback<bool>*> m_createUploadTarballCB;

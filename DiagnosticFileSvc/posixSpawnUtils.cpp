@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 #include "DFConstants.h"
@@ -16,8 +17,19 @@ namespace
 {
 const DPrint s_log(kSpawner);
 
+/** The longest argument that the kernel takes, its NUL counted: MAX_ARG_STRLEN, see execve(2). */
+constexpr std::size_t kMaxArgumentSize = 128 * 1024;
+
+/** Starts the command; an error number as of posix_spawn(3), 0 when it runs. */
 int SpawnShell(const std::string& command, const posix_spawn_file_actions_t* actions, pid_t& child)
 {
+    // Found out here, before the child has opened and so emptied the output file.
+    if (command.size() >= kMaxArgumentSize) {
+        return E2BIG;
+    }
+    if (command.find('\0') != std::string::npos) {
+        return EINVAL;
+    }
     std::string shell = "sh";
     std::string option = "-c";
     std::string text = command;

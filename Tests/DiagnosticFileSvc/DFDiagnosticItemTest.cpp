@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <ctime>
 #include <regex>
 #include <string>
 
@@ -20,6 +22,8 @@ const std::string kDirectory = "/mnt/nv/product-persistence/";
 
 TEST(DFDiagnosticItem, StampsFileNames)
 {
+    setenv("TZ", "XXX-5", 1); // the stamp is in UTC wherever the device is
+    tzset();
     const struct
     {
         const char* path;

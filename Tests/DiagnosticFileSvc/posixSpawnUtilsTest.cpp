@@ -74,6 +74,31 @@ TEST(posixSpawnUtils, ReportsACommandThatCouldNotRun_AndCompressesNothing)
     EXPECT_THAT(log, HasSubstr("CollectEncryptLogs: upload_sys_logs - posix_spawn: ERROR status: 20"));
     EXPECT_THAT(log, Not(HasSubstr("CompressDiagnosticFile")));
     EXPECT_EQ(ReadWholeFile(kept), "kept");
+
+    // Neither may the child have emptied the output before it turns out that the kernel takes no such command.
+    const std::string longest = "true " + std::string(128 * 1024 - 6, 'x');
+    EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs(kept, longest + "x"), E2BIG);
+    EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs(kept, {"true\0", 5}), EINVAL);
+    EXPECT_EQ(ReadWholeFile(kept), "kept");
+    EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs(kept, longest), 0);
+}
+
+TEST(posixSpawnUtils, EndsAtOnce_WhenItCannotWait)
+{
+    const TemporaryFolder folder;
+    std::signal(SIGCHLD, SIG_IGN); // the kernel then keeps no outcome
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs(folder.Path() + "/output.txt", "exit 3"), 0);
+    posixSpawnUtils::GetInstance().CompressDiagnosticFile("x");
+    posixSpawnUtils::GetInstance().TarDiagnosticFiles("x");
+    const std::string log = testing::internal::GetCapturedStderr();
+    for (const char* line : {"CollectEncryptLogs: upload_sys_logs - Child status: ERROR\n",
+                             "CompressDiagnosticFile: upload_sys_logs - CompressDiagnosticFile Child status: ERROR\n",
+                             "TarDiagnosticFiles: TarDiagnosticFiles Child status: ERROR\n"}) {
+        EXPECT_THAT(log, HasSubstr(line));
+    }
+    EXPECT_THAT(log, Not(HasSubstr("Child is done")));
+    EXPECT_THAT(log, Not(HasSubstr("filename: compress-diag-file.sh " + folder.Path())));
 }
 
 TEST(posixSpawnUtils, LogsEachStage)
