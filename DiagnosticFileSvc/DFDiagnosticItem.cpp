@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "DFConstants.h"
+#include "DFFiles.h"
 #include "DFLog.h"
 #include "StringUtils.h"
 #include "UploadSysInfo.pb.h"
@@ -13,12 +14,6 @@ namespace DiagnosticFileSvc
 namespace
 {
 const DPrint s_log("DFDiagnosticItem");
-
-/** The text after the last "/", or all of it; empty when there is none. */
-std::string FilenameOf(const std::string& path)
-{
-    return path.substr(path.rfind('/') + 1);
-}
 
 std::string OutputOf(const DFSCommonPB::diagItemRegistration& registration)
 {

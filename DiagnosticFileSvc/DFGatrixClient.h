@@ -25,7 +25,7 @@ class DFTriggerHandler;
 class DFGatrixClient : public APTask, public std::enable_shared_from_this<DFGatrixClient>
 {
 public:
-    /** Receives a text, in one of two such callbacks: what was asked for, or why it is not to be had. */
+    /** Receives a text, in one of two such callbacks: what was asked for, or why it is unavailable. */
     using TextCallback = AsyncCallback<const std::string>;
 
     /**

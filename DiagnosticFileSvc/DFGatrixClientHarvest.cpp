@@ -17,7 +17,21 @@ constexpr double kPayloadRequestVersion = 1.0;
 
 void LogGatrixError(const char* operation, const Gatrix::Error& error)
 {
-    LogLine(s_log, LOG_LEVEL_ERROR, operation, "GOT an ERROR from the GatrixClient: ", error.DebugString());
+    if (s_log.IsLog(LOG_LEVEL_ERROR)) {
+        LogLine(s_log, LOG_LEVEL_ERROR, operation, "GOT an ERROR from the GatrixClient: ", error.DebugString());
+    }
+}
+
+/** Does one step of a harvest. Whatever it throws ends the harvest with its error, so that no upload waits for it. */
+template <class Step>
+void GuardHarvest(const char* operation, DFGatrixClient::TextCallback& onError, Step step)
+{
+    try {
+        step();
+    } catch (const std::exception& error) {
+        LogLine(s_log, LOG_LEVEL_ERROR, operation, "The harvest ends by an exception: ", error.what());
+        onError(error.what());
+    }
 }
 } // namespace
 
@@ -33,7 +47,9 @@ void DFGatrixClient::GetDeviceInfo()
 void DFGatrixClient::HandleGetDeviceInfoResponse(const DeviceManagerPb::DeviceInfo& info)
 {
     const LogScope scope(s_log, __func__);
-    LogProgress(s_log, __func__, "GOT a response from the GET request: ", info.DebugString());
+    if (s_log.IsLog(LOG_LEVEL_PROGRESS)) {
+        LogProgress(s_log, __func__, "GOT a response from the GET request: ", info.DebugString());
+    }
     LogProgress(s_log, __func__, "deviceName: ", info.name());
     m_triggerHandler->SetDeviceInfo(info);
 }
@@ -61,17 +77,19 @@ void DFGatrixClient::HarvestFilePathRequestCB(const std::string& endpoint, TextC
         HarvestFilepathErrorResponse(MakeError(503, kNoGatrixClientAnswer));
         return;
     }
-    m_gatrixClient->SendGetRequest(
-        endpoint,
-        AsyncCallback<DFSCommonPB::FilepathResponseMsg>(this, shared_from_this(),
-                                                        &DFGatrixClient::HarvestFilepathResponseCB),
-        AsyncCallback<Gatrix::Error>(this, shared_from_this(), &DFGatrixClient::HarvestFilepathErrorResponse));
+    GuardHarvest(__func__, *m_onFilepathError, [&] {
+        m_gatrixClient->SendGetRequest(
+            endpoint,
+            AsyncCallback<DFSCommonPB::FilepathResponseMsg>(this, shared_from_this(),
+                                                            &DFGatrixClient::HarvestFilepathResponseCB),
+            AsyncCallback<Gatrix::Error>(this, shared_from_this(), &DFGatrixClient::HarvestFilepathErrorResponse));
+    });
 }
 
 void DFGatrixClient::HarvestFilepathResponseCB(const DFSCommonPB::FilepathResponseMsg& answer)
 {
     const LogScope scope(s_log, __func__);
-    (*m_onFilepath)(answer.filepathtoupload());
+    GuardHarvest(__func__, *m_onFilepathError, [&] { (*m_onFilepath)(answer.filepathtoupload()); });
 }
 
 void DFGatrixClient::HarvestFilepathErrorResponse(const Gatrix::Error& error)
@@ -98,18 +116,23 @@ void DFGatrixClient::HarvestPayloadRequestCB(const std::string& endpoint, TextCa
         HarvestPayloadErrorResponse(MakeError(503, kNoGatrixClientAnswer));
         return;
     }
-    m_gatrixClient->SendGetRequest(
-        endpoint, kPayloadRequestBody, kPayloadRequestVersion,
-        AsyncCallback<const std::string>(this, shared_from_this(), &DFGatrixClient::HarvestPayloadResponseCB),
-        AsyncCallback<Gatrix::Error>(this, shared_from_this(), &DFGatrixClient::HarvestPayloadErrorResponse));
+    GuardHarvest(__func__, *m_onPayloadError, [&] {
+        m_gatrixClient->SendGetRequest(
+            endpoint, kPayloadRequestBody, kPayloadRequestVersion,
+            AsyncCallback<const std::string>(this, shared_from_this(), &DFGatrixClient::HarvestPayloadResponseCB),
+            AsyncCallback<Gatrix::Error>(this, shared_from_this(), &DFGatrixClient::HarvestPayloadErrorResponse));
+    });
 }
 
 void DFGatrixClient::HarvestPayloadResponseCB(const std::string& payload)
 {
     const LogScope scope(s_log, __func__);
-    const std::string escaped = StringUtils::FindReplace(StringUtils::FindReplace(payload, "'", "\\'"), "\"", "\\\"");
-    LogProgress(s_log, __func__, "debugEscape #1111: ", escaped);
-    (*m_onPayload)(escaped);
+    GuardHarvest(__func__, *m_onPayloadError, [&] {
+        const std::string escaped =
+            StringUtils::FindReplace(StringUtils::FindReplace(payload, "'", "\\'"), "\"", "\\\"");
+        LogProgress(s_log, "HarvestPayloadResponseCB", "debugEscape #1111: ", escaped);
+        (*m_onPayload)(escaped);
+    });
 }
 
 void DFGatrixClient::HarvestPayloadErrorResponse(const Gatrix::Error& error)

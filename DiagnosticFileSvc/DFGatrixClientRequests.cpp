@@ -2,11 +2,11 @@
 
 #include "DFConstants.h"
 #include "DFDiagnosticItem.h"
+#include "DFFiles.h"
 #include "DFGatrixClient.h"
 #include "DFLog.h"
 #include "DFTriggerHandler.h"
 #include "StringUtils.h"
-#include "SystemUtils.h"
 
 namespace DiagnosticFileSvc
 {
@@ -62,12 +62,19 @@ void DFGatrixClient::HandleUploadSysLogsPostRequest(const DFSCommonPB::UploadReq
 void DFGatrixClient::DiagUploadResponseCB(const std::string& message, int statusCode)
 {
     const LogScope scope(s_log, __func__);
-    if (statusCode >= 300) {
-        if (m_onUploadError) {
-            m_onUploadError(MakeError(statusCode, message));
+    try {
+        if (statusCode >= 300) {
+            if (m_onUploadError) {
+                m_onUploadError(MakeError(statusCode, message));
+            }
+        } else if (m_onUploadAnswer) {
+            m_onUploadAnswer(UploadResponseOf(message, statusCode));
         }
-    } else if (m_onUploadAnswer) {
-        m_onUploadAnswer(UploadResponseOf(message, statusCode));
+    } catch (const std::exception& error) {
+        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The answer ends by an exception: ", error.what());
+        // Without them the gateway's library refuses the request itself, so that its requester does not wait.
+        m_onUploadAnswer = {};
+        m_onUploadError = {};
     }
 }
 
@@ -121,7 +128,7 @@ void DFGatrixClient::HandleGetPayload(const Callback<DFSCommonPB::PayloadRespons
 {
     const LogScope scope(s_log, __func__);
     DFSCommonPB::PayloadResponseMsg answer;
-    answer.set_payloadtoupload(SystemUtils::ReadFile(kTestPayloadFile));
+    answer.set_payloadtoupload(ReadOwnFile(s_log, __func__, kTestPayloadFile));
     onAnswer(answer);
 }
 } // namespace DiagnosticFileSvc

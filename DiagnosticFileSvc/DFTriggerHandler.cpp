@@ -1,10 +1,12 @@
 #include "DFTriggerHandler.h"
 
-#include <cstdio>
+#include <exception>
 #include <utility>
 
 #include "DFConstants.h"
 #include "DFDiagItemExistingFile.h"
+#include "DFFiles.h"
+#include "DFLimits.h"
 #include "DFLog.h"
 #include "DFUploadDiagnosticFiles.h"
 
@@ -13,6 +15,23 @@ namespace DiagnosticFileSvc
 namespace
 {
 const DPrint s_log(kTriggerHandler);
+
+/** The file types that a request lists, with the numbers among them that are not declared, which match no item. */
+std::vector<DFSCommonPB::DiagFileType> TypesOf(const DFSCommonPB::UploadRequest& request)
+{
+    std::vector<DFSCommonPB::DiagFileType> types;
+    for (const int type : request.filetype()) {
+        types.push_back(static_cast<DFSCommonPB::DiagFileType>(type));
+    }
+    const google::protobuf::UnknownFieldSet& unknown = request.unknown_fields();
+    for (int index = 0; index < unknown.field_count(); ++index) {
+        if (unknown.field(index).number() == DFSCommonPB::UploadRequest::kFileTypeFieldNumber &&
+            unknown.field(index).type() == google::protobuf::UnknownField::TYPE_VARINT) {
+            types.push_back(static_cast<DFSCommonPB::DiagFileType>(unknown.field(index).varint()));
+        }
+    }
+    return types;
+}
 } // namespace
 
 DFTriggerHandler& DFTriggerHandler::GetInstance()
@@ -42,7 +61,16 @@ DFTriggerHandler::DFTriggerHandler()
 void DFTriggerHandler::OnEntry()
 {
     const LogScope scope(s_log, __func__, "DFTriggger::OnEntry");
-    m_uploadClient = &DFUploadDiagnosticFiles::GetInstance();
+    ObtainUploadClient();
+}
+
+void DFTriggerHandler::ObtainUploadClient()
+{
+    try {
+        m_uploadClient = &DFUploadDiagnosticFiles::GetInstance();
+    } catch (const std::exception& error) {
+        LogLine(s_log, LOG_LEVEL_ERROR, "OnEntry", "The upload client cannot be started: ", error.what());
+    }
 }
 
 void DFTriggerHandler::UploadDiagFileRequest(DFSCommonPB::UploadRequest request, Answer* response)
@@ -61,7 +89,27 @@ void DFTriggerHandler::SetDeviceInfo(DeviceManagerPb::DeviceInfo info)
 void DFTriggerHandler::SetDeviceInfoCB(const DeviceManagerPb::DeviceInfo& info)
 {
     const LogScope scope(s_log, __func__, "DFTriggerHandler::SetDeviceInfoCB");
-    m_uploadClient->SetDeviceInfo(info);
+    if (m_uploadClient == nullptr) {
+        ObtainUploadClient();
+    }
+    if (m_uploadClient != nullptr) {
+        m_uploadClient->SetDeviceInfo(info);
+    }
+}
+
+/**
+ * Does one step of the request in progress. Whatever it throws ends the request with its one answer: the answer is the
+ * last thing that a step does, so a step that throws has not answered.
+ */
+template <class Step>
+void DFTriggerHandler::GuardRequest(const char* operation, Step step)
+{
+    try {
+        step();
+    } catch (const std::exception& error) {
+        LogLine(s_log, LOG_LEVEL_ERROR, operation, "The request ends by an exception: ", error.what());
+        FinishRequest(kInternalErrorAnswer, 400);
+    }
 }
 
 void DFTriggerHandler::UploadDiagFileRequestCB(const DFSCommonPB::UploadRequest& request, Answer* response)
@@ -73,9 +121,20 @@ void DFTriggerHandler::UploadDiagFileRequestCB(const DFSCommonPB::UploadRequest&
         (*m_response)(kBusyAnswer, 555);
         return;
     }
-    RemoveOldDiagnosticFiles();
     m_response = response;
-    if (request.filetoupload().empty()) {
+    GuardRequest(__func__, [&] {
+        RemoveOldDiagnosticFiles();
+        BeginUpload(request);
+    });
+}
+
+void DFTriggerHandler::BeginUpload(const DFSCommonPB::UploadRequest& request)
+{
+    const std::string refusal = WhyRefused(request);
+    if (!refusal.empty()) {
+        LogLine(s_log, LOG_LEVEL_ERROR, "UploadDiagFileRequestCB", refusal);
+        (*m_response)(refusal, 400);
+    } else if (request.filetoupload().empty()) {
         BeginStandardUpload(request);
     } else {
         BeginCustomUpload(request);
@@ -84,19 +143,20 @@ void DFTriggerHandler::UploadDiagFileRequestCB(const DFSCommonPB::UploadRequest&
 
 void DFTriggerHandler::BeginCustomUpload(const DFSCommonPB::UploadRequest& request)
 {
+    constexpr const char* kOperation = "UploadDiagFileRequestCB";
     const std::string& path = request.filetoupload();
-    LogProgress(s_log, __func__, "Processing custom file upload: ", path);
+    LogProgress(s_log, kOperation, "Processing custom file upload: ", path);
     if (request.filetype_size() != 1) {
-        LogLine(s_log, LOG_LEVEL_ERROR, __func__, kCustomFileNeedsOneType, ", got: ", request.filetype_size());
+        LogLine(s_log, LOG_LEVEL_ERROR, kOperation, kCustomFileNeedsOneType, ", got: ", request.filetype_size());
         (*m_response)(kCustomFileNeedsOneType, 400);
         return;
     }
     std::string subType = "custom_file";
     if (!request.subtype().empty()) {
         subType = request.subtype();
-        LogProgress(s_log, __func__, "Using provided subType: ", subType);
+        LogProgress(s_log, kOperation, "Using provided subType: ", subType);
     }
-    const std::string output = kCustomOutputPrefix + path.substr(path.rfind('/') + 1);
+    const std::string output = kCustomOutputPrefix + FilenameOf(path);
     m_diagnosticItems.push_back(std::make_unique<DFDiagItemExistingFile>(m_harvester, path, output, request.filetype(0),
                                                                          subType, DFSCommonPB::EXISTING_FILE,
                                                                          &m_harvestSysInfoResponseCB));
@@ -107,17 +167,16 @@ void DFTriggerHandler::BeginCustomUpload(const DFSCommonPB::UploadRequest& reque
 
 void DFTriggerHandler::BeginStandardUpload(const DFSCommonPB::UploadRequest& request)
 {
-    LogProgress(s_log, __func__, "Processing standard file types upload");
-    LogProgress(s_log, __func__, "uploadRequest.filetype_size(): ", request.filetype_size());
-    std::vector<DFSCommonPB::DiagFileType> types;
+    constexpr const char* kOperation = "UploadDiagFileRequestCB";
+    LogProgress(s_log, kOperation, "Processing standard file types upload");
+    LogProgress(s_log, kOperation, "uploadRequest.filetype_size(): ", request.filetype_size());
     for (const int type : request.filetype()) {
-        LogProgress(s_log, __func__, "fileToUpload:", type);
-        types.push_back(static_cast<DFSCommonPB::DiagFileType>(type));
+        LogProgress(s_log, kOperation, "fileToUpload:", type);
     }
     if (!request.subtype().empty()) {
-        LogProgress(s_log, __func__, "Filtering by subType: ", request.subtype());
+        LogProgress(s_log, kOperation, "Filtering by subType: ", request.subtype());
     }
-    PopulateReqDiagItemsInputList(types, request.subtype());
+    PopulateReqDiagItemsInputList(TypesOf(request), request.subtype());
     m_isBusy = true;
     ProcessDiagnosticItem();
 }
@@ -125,6 +184,7 @@ void DFTriggerHandler::BeginStandardUpload(const DFSCommonPB::UploadRequest& req
 void DFTriggerHandler::PopulateReqDiagItemsInputList(const std::vector<DFSCommonPB::DiagFileType>& types,
                                                      const std::string& subTypeFilter)
 {
+    const LogScope scope(s_log, __func__);
     m_requestedInputs.clear();
     const bool isEverything = types.size() == 1 && types.front() == DFSCommonPB::UPLOAD_EVERYTHING;
     if (isEverything) {
@@ -203,66 +263,94 @@ void DFTriggerHandler::HarvestSysInfoResponseCB(const std::string& /*text*/, int
     const LogScope scope(s_log, __func__);
     if (code == 200) {
         LogProgress(s_log, __func__, "System information was harvested successfully");
-        m_currentItem->AddFileToManifest(m_uploadManifest);
-        DFSCommonPB::UploadTypeItem& type = *m_uploadTypes.add_uploaditems();
-        type.set_type(m_currentItem->GetDiagFileType());
-        type.set_subtype(m_currentItem->GetSubType());
+        GuardRequest(__func__, [this] {
+            RecordCurrentItem();
+            ProcessDiagnosticItem();
+        });
     } else {
         LogProgress(s_log, __func__, "Harvesting system information FAILED");
-        DropCurrentItem();
+        SkipCurrentItem();
     }
-    ProcessDiagnosticItem();
+}
+
+void DFTriggerHandler::RecordCurrentItem()
+{
+    m_currentItem->AddFileToManifest(m_uploadManifest);
+    DFSCommonPB::UploadTypeItem& type = *m_uploadTypes.add_uploaditems();
+    type.set_type(m_currentItem->GetDiagFileType());
+    type.set_subtype(m_currentItem->GetSubType());
+}
+
+void DFTriggerHandler::SkipCurrentItem()
+{
+    GuardRequest(__func__, [this] {
+        DropCurrentItem();
+        ProcessDiagnosticItem();
+    });
 }
 
 void DFTriggerHandler::DropCurrentItem()
 {
+    LogLine(s_log, LOG_LEVEL_WARNING, __func__,
+            "Missing from the upload: the item with subType: ", m_currentItem->GetSubType());
+    const std::string& harvested = m_currentItem->GetHarvestedFilename();
+    if (harvested.empty()) {
+        return;
+    }
     // The harvested file name is a full path already, so this names no file and what the item left stays: deliberate.
-    const std::string path = kPersistenceDirectory + m_currentItem->GetHarvestedFilename();
-    std::remove(path.c_str());
-    std::remove((path + ".gz").c_str());
+    const std::string path = kPersistenceDirectory + harvested;
+    RemoveFile(path);
+    RemoveFile(path + ".gz");
 }
 
 void DFTriggerHandler::GXHarvestFilepathResponseCB(const std::string& filepath)
 {
     const LogScope scope(s_log, __func__);
-    m_currentItem->ProcessGXResponse(filepath);
+    GuardRequest(__func__, [&] { m_currentItem->ProcessGXResponse(filepath); });
 }
 
 void DFTriggerHandler::GXHarvestPayloadResponseCB(const std::string& payload)
 {
     const LogScope scope(s_log, __func__);
-    m_currentItem->ProcessGXResponse(payload);
+    GuardRequest(__func__, [&] { m_currentItem->ProcessGXResponse(payload); });
 }
 
 void DFTriggerHandler::GXHarvestFilepathErrorResponseCB(const std::string& /*error*/)
 {
     const LogScope scope(s_log, __func__);
     LogProgress(s_log, __func__, "Harvesting Gatrix Filepath FAILED");
-    DropCurrentItem();
-    ProcessDiagnosticItem();
+    SkipCurrentItem();
 }
 
 void DFTriggerHandler::GXHarvestPayloadErrorResponseCB(const std::string& /*error*/)
 {
     const LogScope scope(s_log, __func__);
     LogProgress(s_log, __func__, "Harvesting Gatrix Payload FAILED");
-    DropCurrentItem();
-    ProcessDiagnosticItem();
+    SkipCurrentItem();
 }
 
 void DFTriggerHandler::CreateUploadTarballResponseCB(bool isPacked)
 {
     const LogScope scope(s_log, __func__);
-    if (isPacked) {
-        UploadDiagFile();
-    } else {
-        FinishRequest("Unable to create tarball", 400);
-    }
+    GuardRequest(__func__, [&] {
+        if (isPacked) {
+            UploadDiagFile();
+        } else {
+            FinishRequest("Unable to create tarball", 400);
+        }
+    });
 }
 
 void DFTriggerHandler::UploadDiagFile()
 {
     const LogScope scope(s_log, __func__);
+    if (m_uploadClient == nullptr) {
+        ObtainUploadClient();
+    }
+    if (m_uploadClient == nullptr) {
+        FinishRequest(kNoUploadClientAnswer, 400);
+        return;
+    }
     m_uploadClient->PostMetadata(m_uploadTypes, kArchive, &m_uploadDiagFileRespCB);
 }
 
@@ -270,13 +358,17 @@ void DFTriggerHandler::UploadDiagFileRespCB(const std::string& text, int code)
 {
     const LogScope scope(s_log, __func__);
     LogProgress(s_log, __func__, "Sending response to the diag file upload request");
-    FinishRequest(text, code);
+    GuardRequest(__func__, [&] { FinishRequest(text, code); });
 }
 
 void DFTriggerHandler::FinishRequest(const std::string& text, int code)
 {
     m_isBusy = false;
-    RemoveOldDiagnosticFiles();
+    try {
+        RemoveOldDiagnosticFiles();
+    } catch (const std::exception& error) {
+        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The clean-up ended by an exception: ", error.what());
+    }
     (*m_response)(text, code);
 }
 } // namespace DiagnosticFileSvc

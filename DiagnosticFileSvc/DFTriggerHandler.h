@@ -36,13 +36,17 @@ public:
     /**
      * Asks for an upload.
      *
-     * @param response invoked once: 400 for a bad request, an empty collection or a failed archive, otherwise the
-     * cloud's body and HTTP status. Not owned; must stay alive until the next request's answer. While another request
-     * is in progress, that one's requester is told 555 and this request is dropped unanswered.
+     * @param response invoked once, whatever fails: 400 for a bad request (see DFLimits.h for what is too much), an
+     * empty collection, a failed archive or an internal error, otherwise the cloud's body and HTTP status. Not owned;
+     * must stay alive until the next request's answer. While another request is in progress, that one's requester is
+     * told 555 and this request is dropped unanswered.
      */
     void UploadDiagFileRequest(DFSCommonPB::UploadRequest request, Answer* response);
 
-    /** Adds an item to the registry, unless one of its sub-type is there. It is forgotten when the service restarts. */
+    /**
+     * Adds an item to the registry, unless one of its sub-type is there, the registry is full, or the item exceeds what
+     * DFLimits.h grants: that is logged. It is forgotten when the service restarts.
+     */
     void DiagItemRegistration(DFDiagnosticItem item);
 
     /** Passes the device information on to the upload client. */
@@ -67,6 +71,8 @@ private:
 
     // The road of a request, in DFTriggerHandler.cpp
     void UploadDiagFileRequestCB(const DFSCommonPB::UploadRequest& request, Answer* response);
+    void ObtainUploadClient();
+    void BeginUpload(const DFSCommonPB::UploadRequest& request);
     void BeginCustomUpload(const DFSCommonPB::UploadRequest& request);
     void BeginStandardUpload(const DFSCommonPB::UploadRequest& request);
     void PopulateReqDiagItemsInputList(const std::vector<DFSCommonPB::DiagFileType>& types,
@@ -79,20 +85,26 @@ private:
     void GXHarvestFilepathErrorResponseCB(const std::string& error);
     void GXHarvestPayloadResponseCB(const std::string& payload);
     void GXHarvestPayloadErrorResponseCB(const std::string& error);
+    void RecordCurrentItem();
+    void SkipCurrentItem();
     void DropCurrentItem();
     void CreateUploadTarballResponseCB(bool isPacked);
     void UploadDiagFile();
     void UploadDiagFileRespCB(const std::string& text, int code);
     void SetDeviceInfoCB(const DeviceManagerPb::DeviceInfo& info);
     void FinishRequest(const std::string& text, int code);
+    template <class Step>
+    void GuardRequest(const char* operation, Step step);
 
     // What a request leaves on the device, in DFTriggerHandlerFiles.cpp
     void WriteUploadManifest();
     void CreateTarballFromManifest();
+    void RemoveFilesOf(const DFSCommonPB::UploadManifest& manifest);
     void RemoveOldDiagnosticFiles();
 
     bool m_isBusy = false;
     std::shared_ptr<DFHarvestSystemInfo> m_harvester;
+    /** Null as long as its task could not be started. */
     DFUploadDiagnosticFiles* m_uploadClient = nullptr;
     /** Given to every item. */
     DFHarvestSystemInfo::Answer m_harvestSysInfoResponseCB;

@@ -1,9 +1,9 @@
 // What a request leaves on the device: the manifest, the list of files to pack, and the clean-up.
 
 #include <algorithm>
-#include <cstdio>
 
 #include "DFConstants.h"
+#include "DFFiles.h"
 #include "DFLog.h"
 #include "DFTriggerHandler.h"
 #include "ProtoPersistenceFactory.h"
@@ -18,16 +18,11 @@ const DPrint s_log(kTriggerHandler);
 
 constexpr double kManifestVersion = 1.0;
 
-void RemoveFile(const std::string& path)
-{
-    std::remove(path.c_str());
-}
-
 /** The manifest that the last request, or one that a crash ended, has left. Empty when there is none to be read. */
 DFSCommonPB::UploadManifest ReadManifestFile(const char* operation)
 {
     DFSCommonPB::UploadManifest manifest;
-    const std::string text = SystemUtils::ReadFile(std::string(kPersistenceDirectory) + kUploadManifestFile);
+    const std::string text = ReadOwnFile(s_log, operation, std::string(kPersistenceDirectory) + kUploadManifestFile);
     if (text.empty()) {
         LogProgress(s_log, operation, "Could not load the manifest file");
         return manifest;
@@ -48,7 +43,7 @@ void DFTriggerHandler::WriteUploadManifest()
     LogProgress(s_log, __func__, "UploadManifest size: ", m_uploadManifest.item_size());
     m_uploadManifest.set_version(kManifestVersion);
     if (s_log.IsLog(LOG_LEVEL_PROGRESS)) {
-        LogProgress(s_log, __func__, "UploadManifest: ", m_uploadManifest.ShortDebugString());
+        LogProgress(s_log, __func__, "UploadManifest: ", m_uploadManifest.DebugString());
     }
     try {
         const auto file = ProtoPersistenceFactory::Create(kUploadManifestFile, kPersistenceSubdirectory);
@@ -66,8 +61,14 @@ void DFTriggerHandler::CreateTarballFromManifest()
     const LogScope scope(s_log, __func__);
     std::string filesToTar = kUploadManifestFile;
     for (const auto& item : m_uploadManifest.item()) {
-        if (item.has_filename()) {
-            filesToTar += " " + item.filename() + ".gz";
+        if (!item.has_filename()) {
+            continue;
+        }
+        filesToTar += " " + item.filename() + ".gz";
+        // A full disk: the command ran, but what it printed could not be stored or compressed.
+        if (!SystemUtils::Exists(kPersistenceDirectory + item.filename() + ".gz")) {
+            LogLine(s_log, LOG_LEVEL_WARNING, __func__, "Missing from the archive: ", item.filename(),
+                    ".gz, of the item with subType: ", item.subtype());
         }
     }
     LogProgress(s_log, __func__, "filesToTar: ", filesToTar);
@@ -77,17 +78,11 @@ void DFTriggerHandler::CreateTarballFromManifest()
 void DFTriggerHandler::RemoveOldDiagnosticFiles()
 {
     const LogScope scope(s_log, __func__, "Cleanup");
-    const DFSCommonPB::UploadManifest left = ReadManifestFile(__func__);
-    for (const auto& item : left.item()) {
-        LogProgress(s_log, __func__, "-----------------output filename from protobuf: ", item.filename());
-        if (item.filename().find('/') != std::string::npos) {
-            LogLine(s_log, LOG_LEVEL_WARNING, __func__,
-                    "Not a file of the persistence directory, left alone: ", item.filename());
-            continue;
-        }
-        const std::string path = kPersistenceDirectory + item.filename();
-        RemoveFile(path);
-        RemoveFile(path + ".gz");
+    const DFSCommonPB::UploadManifest stored = ReadManifestFile(__func__);
+    RemoveFilesOf(stored);
+    if (stored.item_size() == 0) {
+        // The request's manifest could not be stored, on a full disk for one. Its files must not keep the disk full.
+        RemoveFilesOf(m_uploadManifest);
     }
     RemoveFile(kArchive);
     RemoveFile(std::string(kPersistenceDirectory) + kUploadManifestFile);
@@ -106,5 +101,21 @@ void DFTriggerHandler::RemoveOldDiagnosticFiles()
     };
     m_diagnosticItems.erase(std::remove_if(m_diagnosticItems.begin(), m_diagnosticItems.end(), isTemporary),
                             m_diagnosticItems.end());
+}
+
+void DFTriggerHandler::RemoveFilesOf(const DFSCommonPB::UploadManifest& manifest)
+{
+    constexpr const char* kOperation = "RemoveOldDiagnosticFiles";
+    for (const auto& item : manifest.item()) {
+        LogProgress(s_log, kOperation, "-----------------output filename from protobuf: ", item.filename());
+        if (item.filename() != FilenameOf(item.filename())) {
+            LogLine(s_log, LOG_LEVEL_WARNING, kOperation,
+                    "Not a file of the persistence directory, left alone: ", item.filename());
+        } else if (!item.filename().empty()) {
+            const std::string path = kPersistenceDirectory + item.filename();
+            RemoveFile(path);
+            RemoveFile(path + ".gz");
+        }
+    }
 }
 } // namespace DiagnosticFileSvc

@@ -1,7 +1,9 @@
 // The registry of diagnostic items and its configuration file.
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <system_error>
 #include <utility>
 
 #include "DFConstants.h"
@@ -9,10 +11,13 @@
 #include "DFDiagItemGXFilepath.h"
 #include "DFDiagItemGXPayload.h"
 #include "DFDiagItemScript.h"
+#include "DFFiles.h"
+#include "DFLimits.h"
 #include "DFLog.h"
 #include "DFTriggerHandler.h"
 #include "ProtoPersistenceFactory.h"
 #include "ProtoToMarkup.h"
+#include "StringUtils.h"
 #include "SystemUtils.h"
 
 namespace DiagnosticFileSvc
@@ -22,6 +27,9 @@ namespace
 const DPrint s_log(kTriggerHandler);
 
 constexpr double kConfigurationVersion = 1.2;
+
+/** How much of a text the log shows that is refused for its length. */
+constexpr std::size_t kNameInLog = 64;
 
 struct BuiltInItem
 {
@@ -53,6 +61,19 @@ std::string ConfigurationPath()
 {
     return std::string(kPersistenceDirectory) + kItemConfigurationFile;
 }
+
+/** Keeps a configuration file that cannot be read beside its place, for whoever edited it; the latest such file only.
+ */
+void SetAside(const std::string& path)
+{
+    const std::string aside = path + ".rejected";
+    if (std::rename(path.c_str(), aside.c_str()) == 0) {
+        LogLine(s_log, LOG_LEVEL_ERROR, "LoadDiagItemsFromConfigFile", "It is kept as ", aside);
+    } else {
+        LogLine(s_log, LOG_LEVEL_ERROR, "LoadDiagItemsFromConfigFile", "It cannot be kept as ", aside, ": ",
+                std::generic_category().message(errno));
+    }
+}
 } // namespace
 
 void DFTriggerHandler::SetGatrixClient(std::shared_ptr<DFGatrixClient> gatrixClient)
@@ -77,6 +98,12 @@ void DFTriggerHandler::DiagItemRegistration(DFDiagnosticItem item)
 void DFTriggerHandler::DiagItemRegistrationCB(const DFDiagnosticItem& item)
 {
     const LogScope scope(s_log, __func__, "DFTriggerHandler::DiagItemRegistrationCB");
+    const std::string refusal = WhyRefused(item);
+    if (!refusal.empty()) {
+        LogLine(s_log, LOG_LEVEL_WARNING, __func__, "Registration refused, ", refusal,
+                ", subType: ", item.GetSubType().substr(0, kNameInLog));
+        return;
+    }
     LogProgress(s_log, __func__, "GetInput(): ", item.GetInput());
     LogProgress(s_log, __func__, "GetOutputFilename(): ", item.GetOutputFilename());
     LogProgress(s_log, __func__, "GetHarvestType(): ", item.GetHarvestType());
@@ -87,6 +114,11 @@ void DFTriggerHandler::DiagItemRegistrationCB(const DFDiagnosticItem& item)
                                      [&item](const auto& known) { return known->GetSubType() == item.GetSubType(); });
     if (isKnown) {
         LogProgress(s_log, __func__, "!!!!!!!!!!!!!!!!!the new diagFileItem already is in the list");
+        return;
+    }
+    if (m_diagnosticItems.size() >= kMaxRegisteredItems) {
+        LogLine(s_log, LOG_LEVEL_WARNING, __func__, "Registration refused, the registry holds ", kMaxRegisteredItems,
+                " items already, subType: ", item.GetSubType());
         return;
     }
     LogProgress(s_log, __func__, "Adding new diagFileItem to the list of diagnosticItems");
@@ -147,7 +179,7 @@ void DFTriggerHandler::LoadDiagItemsFromConfigFile()
         return;
     }
     LogProgress(s_log, __func__, "--- Diag Item Config Exists so Load it");
-    const std::string text = SystemUtils::ReadFile(path);
+    const std::string text = ReadOwnFile(s_log, __func__, path);
     if (text.empty()) {
         LogLine(s_log, LOG_LEVEL_ERROR, __func__, "Could not load the diagnostic configuration file file");
         return;
@@ -158,12 +190,13 @@ void DFTriggerHandler::LoadDiagItemsFromConfigFile()
     } catch (const ProtoToMarkup::MarkupError& error) {
         // It goes the way of a file of another version: without items the service would be of no use.
         LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The diagnostic configuration file cannot be read: ", error.what());
+        SetAside(path);
         list.Clear();
     }
-    LogProgress(s_log, __func__, "diagItemConfigList file_version: ", list.version());
+    LogProgress(s_log, __func__, "diagItemConfigList file_version: ", StringUtils::ToString(list.version()));
     if (list.version() != kConfigurationVersion) {
         LogProgress(s_log, __func__, "diagItemConfigList file version does not match current version");
-        std::remove(path.c_str());
+        RemoveFile(path);
         RegisterBuiltInItems();
         CreateDiagItemConfigFile();
         return;

@@ -1,6 +1,7 @@
 #include "DiagnosticFileService.h"
 
 #include "DFCliHandler.h"
+#include "DFConstants.h"
 #include "DFGatrixClient.h"
 #include "DFLog.h"
 #include "DFTriggerHandler.h"
@@ -22,8 +23,6 @@ DiagnosticFileService::DiagnosticFileService() : APTask("DiagnoticFileService", 
 DiagnosticFileService::~DiagnosticFileService()
 {
     LogProgress(s_log, __func__, "DiagnosticFileService - Destructor");
-    // OnEntry waits for the tasks, so they end first.
-    StopAllTasks();
     APTask::Stop();
     m_gatrixClient.reset();
 }

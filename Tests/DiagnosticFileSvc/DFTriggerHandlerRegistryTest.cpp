@@ -1,6 +1,9 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <filesystem>
+#include <regex>
+
 #include "Pipeline.h"
 #include "ProtoToMarkup.h"
 #include "TemporaryFolder.h"
@@ -30,22 +33,29 @@ TEST_F(DiagItemRegistry, FirstStart_WritesTheBuiltInItems)
     EXPECT_EQ(list.version(), 1.2);
     std::string items;
     for (const auto& item : list.item()) {
-        items += item.subtype() + " " + DFSCommonPB::DiagFileType_Name(item.filetype()) + " " +
-                 DFSCommonPB::HarvestType_Name(item.harvesttype()) + "\n";
+        items += item.subtype() + "|" + DFSCommonPB::DiagFileType_Name(item.filetype()) + "|" +
+                 DFSCommonPB::HarvestType_Name(item.harvesttype()) + "|" + item.input() + "|" + item.outputfilename() +
+                 "\n";
     }
+    // The outputs are full paths, all in the persistence directory.
+    items = std::regex_replace(items, std::regex(std::string("\\|") + kPersistence), " > ");
     EXPECT_EQ(items,
-              "logread LOGREAD SCRIPT\n"
-              "network info NETWORKING_INFO SCRIPT\n"
-              "mfg_data PERSIST_MFGDATA EXISTING_FILE\n"
-              "proc_loadavg PROC_LOADAVG EXISTING_FILE\n"
-              "memory disk info DISK_FREE_INFO SCRIPT\n"
-              "uptime PROC_UPTIME SCRIPT\n"
-              "mpstat MPSTAT SCRIPT\n"
-              "top TOP SCRIPT\n"
-              "swup_hsm_states SWUP_HSM_STATES EXISTING_FILE\n"
-              "swup_sys_status SWUP_SYS_STATUS EXISTING_FILE\n"
-              "swup_release_history SWUP_RELEASE_HISTORY EXISTING_FILE\n"
-              "coredumpfilelist CORE_DUMP_FILE_LIST SCRIPT\n");
+              "logread|LOGREAD|SCRIPT|encrypt-logs dfs-pts-logs.sh > dfs_logread.txt\n"
+              "network info|NETWORKING_INFO|SCRIPT|encrypt-logs dfs-networking-info.sh > dfs_networkinginfo.txt\n"
+              "mfg_data|PERSIST_MFGDATA|EXISTING_FILE|/persist/mfg_data.json > dfs_mfg_data.json\n"
+              "proc_loadavg|PROC_LOADAVG|EXISTING_FILE|/proc/loadavg > dfs_proc_loadavg.txt\n"
+              "memory disk info|DISK_FREE_INFO|SCRIPT|encrypt-logs dfs-memory-disk.sh > dfs_memory_disk.txt\n"
+              "uptime|PROC_UPTIME|SCRIPT|encrypt-logs dfs-uptime.sh > dfs_uptime.txt\n"
+              "mpstat|MPSTAT|SCRIPT|encrypt-logs dfs-mpstat.sh > dfs_mpstat.txt\n"
+              "top|TOP|SCRIPT|encrypt-logs dfs-top.sh > dfs_top.txt\n"
+              "swup_hsm_states|SWUP_HSM_STATES|EXISTING_FILE|/mnt/nv/update/SwUpHsmStates.txt > "
+              "dfs_SwUpHsmStates.json\n"
+              "swup_sys_status|SWUP_SYS_STATUS|EXISTING_FILE|/mnt/nv/update/SwUpSystemStatus.txt > "
+              "dfs_SwUpSystemStatus.json\n"
+              "swup_release_history|SWUP_RELEASE_HISTORY|EXISTING_FILE|/mnt/nv/update/SwUpReleaseHistory.txt > "
+              "dfs_SwUpReleaseHistory.json\n"
+              "coredumpfilelist|CORE_DUMP_FILE_LIST|SCRIPT|encrypt-logs ls -la /data/logs/core* > "
+              "dfs_coredump_filelist.txt\n");
     struct stat status
     {};
     ASSERT_EQ(stat(kConfiguration, &status), 0);
@@ -54,13 +64,36 @@ TEST_F(DiagItemRegistry, FirstStart_WritesTheBuiltInItems)
 
 TEST_F(DiagItemRegistry, FileOfAnotherVersionOrNone_IsReplaced)
 {
-    for (const char* content : {R"({"diagItemConfigList":{"item":[],"version":1.1}})", R"({"version":1.3})", R"({})",
-                                R"({"diagItemConfigList":{"item":[{"input":"x"}],"version":1.2}})", "garbage"}) {
-        SCOPED_TRACE(content);
-        WriteWholeFile(kConfiguration, content);
+    const std::string rejected = std::string(kConfiguration) + ".rejected";
+    const struct
+    {
+        const char* content;
+        const char* version;
+        bool isKeptAside;
+    } cases[] = {
+        {R"({"diagItemConfigList":{"item":[],"version":1.1}})", "1.1", false},
+        {R"({"diagItemConfigList":{"item":[],"version":1.20000001}})", "1.20000001", false},
+        {R"({"version":1.3})", "1.3", false},
+        {R"({})", "0", false},
+        {R"({"diagItemConfigList":{"item":[{"input":"x"}],"version":1.2}})", "0", true},
+        {"garbage", "0", true},
+    };
+    int items = 0;
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.content);
+        WriteWholeFile(kConfiguration, each.content);
+        std::filesystem::remove(rejected);
+        testing::internal::CaptureStderr();
         StartWithRegistry();
-        EXPECT_GE(StoredConfiguration().item_size(), 12);
+        const std::string log = testing::internal::GetCapturedStderr();
+        EXPECT_THAT(log, HasSubstr(std::string("file_version: ") + each.version + "\n"));
+        EXPECT_EQ(StoredConfiguration().item_size(), items += 12) << "in one process, the registry grows";
         EXPECT_EQ(StoredConfiguration().version(), 1.2);
+        ASSERT_EQ(std::filesystem::exists(rejected), each.isKeptAside);
+        if (each.isKeptAside) {
+            EXPECT_EQ(ReadWholeFile(rejected), each.content);
+            EXPECT_THAT(log, HasSubstr("It is kept as " + rejected));
+        }
     }
 }
 
@@ -96,12 +129,40 @@ TEST_F(DiagItemRegistry, FileWithoutItems_LeavesTheRegistryEmpty)
 
 TEST_F(DiagItemRegistry, UnreadableFile_IsLeftAlone)
 {
-    WriteWholeFile(kConfiguration, "");
+    for (const std::string& content : {std::string(), std::string(512 * 1024 + 1, ' ')}) {
+        WriteWholeFile(kConfiguration, content);
+        testing::internal::CaptureStderr();
+        StartWithRegistry();
+        EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                    HasSubstr("Could not load the diagnostic configuration file file"));
+        EXPECT_EQ(ReadWholeFile(kConfiguration), content);
+    }
+}
+
+TEST_F(DiagItemRegistry, Registration_IsBounded)
+{
+    StartWithoutItems();
+    const std::string longest(4096, 'x');
     testing::internal::CaptureStderr();
-    StartWithRegistry();
-    EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                HasSubstr("Could not load the diagnostic configuration file file"));
-    EXPECT_EQ(ReadWholeFile(kConfiguration), "");
+    Register(longest, "longest input");
+    Register(longest + "x", "input of a byte more");
+    Register("true", longest);
+    Register({"true\0x", 6}, "input with a NUL");
+    Register("true", longest + "x");
+    for (int number = 1; number <= 1000; ++number) {
+        Register("true", "item " + std::to_string(number));
+    }
+    Drain();
+    const std::string log = testing::internal::GetCapturedStderr();
+    for (const char* line : {"refused, its input is longer than 4096 bytes, subType: input of a byte more\n",
+                             "refused, its output file name is longer than 4096 bytes, subType: xxx",
+                             "refused, its input holds a NUL, subType: input with a NUL\n",
+                             "refused, the registry holds 1000 items already, subType: item 1000\n"}) {
+        EXPECT_THAT(log, HasSubstr(line));
+    }
+    for (const char* taken : {"subType: longest input", "already, subType: item 999\n"}) {
+        EXPECT_THAT(log, Not(HasSubstr(taken)));
+    }
 }
 
 TEST_F(DiagItemRegistry, Registration_GoesBySubType_AndIsNotStored)

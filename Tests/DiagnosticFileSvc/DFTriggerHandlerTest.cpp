@@ -12,6 +12,7 @@ namespace
 {
 using namespace DFSCommonPB;
 using SubTypes = std::vector<std::string>;
+using testing::HasSubstr;
 
 class DFTriggerHandler : public Pipeline
 {
@@ -29,6 +30,8 @@ std::string AsUploadedItems(const UploadManifest& manifest)
     }
     return R"("uploadedItems":[)" + items + "]}";
 }
+
+constexpr auto kUndeclared = static_cast<DiagFileType>(50);
 
 const AnswerProbe::Answer kEmptyManifest("Manifest is empty, nothing to upload", 400);
 const AnswerProbe::Answer kOneTypeNeeded("Custom file upload requires exactly one file type", 400);
@@ -48,6 +51,8 @@ TEST_F(DFTriggerHandler, CollectsTheItemsThatTypesAndSubTypeSelect)
         {{PERSIST_MFGDATA, PROC_LOADAVG}, "", {"mfg_data", "proc_loadavg"}},
         {{UPLOAD_EVERYTHING}, "mfg_data", {"mfg_data"}},
         {{UPLOAD_EVERYTHING, PROC_LOADAVG}, "", {"proc_loadavg"}},
+        {{UPLOAD_EVERYTHING, kUndeclared}, "", {}},
+        {{PROC_LOADAVG, kUndeclared}, "", {"proc_loadavg"}},
         {{PROC_LOADAVG, PROC_LOADAVG}, "", {"proc_loadavg", "proc_loadavg"}},
         {{PROC_LOADAVG, SWUP_HSM_STATES}, "", {"proc_loadavg"}}, // a device without updates: that item fails
         {{PROC_LOADAVG}, "proc_Loadavg", {}},
@@ -101,14 +106,39 @@ TEST_F(DFTriggerHandler, UploadsACustomFile_AndForgetsItsItem)
     EXPECT_EQ(upload.manifest.item(0).type(), INTROSPECTION);
 
     EXPECT_EQ(Ask(RequestOf({USER_SPECIFIED_FILE})), kEmptyManifest) << "the temporary items are gone";
+    const auto before = NamesIn(kPersistence);
+    testing::internal::CaptureStderr();
     EXPECT_EQ(Ask(CustomRequestOf("/tmp/logs/none.log", {USER_SPECIFIED_FILE})), kEmptyManifest);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                HasSubstr("Missing from the upload: the item with subType: custom_file"));
+    EXPECT_EQ(NamesIn(kPersistence).size(), before.size() + 1) << "what the failed item wrote stays";
 }
 
-TEST_F(DFTriggerHandler, RefusesACustomFileOfOtherThanOneType_AndStaysFree)
+TEST_F(DFTriggerHandler, RefusesWhatItCannotTake_AndStaysFree)
 {
     StartWithRegistry();
-    EXPECT_EQ(Ask(CustomRequestOf("/persist/mfg_data.json", {})), kOneTypeNeeded);
-    EXPECT_EQ(Ask(CustomRequestOf("/persist/mfg_data.json", {TOP, LOGREAD})), kOneTypeNeeded);
+    const std::string longest(4096, 'x');
+    const std::vector<DiagFileType> most(100, PROC_STAT);
+    std::vector<DiagFileType> tooMany(100, PROC_STAT);
+    tooMany.push_back(kUndeclared);
+    const struct
+    {
+        UploadRequest request;
+        AnswerProbe::Answer answer;
+    } cases[] = {
+        {CustomRequestOf("/persist/mfg_data.json", {}), kOneTypeNeeded},
+        {CustomRequestOf("/persist/mfg_data.json", {TOP, LOGREAD}), kOneTypeNeeded},
+        {CustomRequestOf({"/persist/mfg_data.json\0x", 24}, {TOP}), {"Upload request's fileToUpload holds a NUL", 400}},
+        {CustomRequestOf(longest + "x", {TOP}), {"Upload request's fileToUpload is longer than 4096 bytes", 400}},
+        {CustomRequestOf(longest, {TOP}), kEmptyManifest},
+        {RequestOf({TOP}, longest + "x"), {"Upload request's subType is longer than 4096 bytes", 400}},
+        {RequestOf({TOP}, longest), kEmptyManifest},
+        {RequestOf(most), kEmptyManifest},
+        {RequestOf(tooMany), {"Upload request names more than 100 file types", 400}},
+    };
+    for (const auto& each : cases) {
+        EXPECT_EQ(Ask(each.request), each.answer);
+    }
     EXPECT_EQ(Ask(CustomRequestOf("", {PROC_LOADAVG, PERSIST_MFGDATA})).second, 200) << "an empty path is none";
 }
 
@@ -135,9 +165,12 @@ TEST_F(DFTriggerHandler, TellsTheFirstRequesterWhenASecondComes)
 TEST_F(DFTriggerHandler, LeavesOutGatewayItems_WhileThereIsNoClientOfTheGateway)
 {
     StartWithRegistry();
+    std::filesystem::remove_all(kPersistence);
+    std::filesystem::create_directory(kPersistence);
     Register("/other/payload", "a payload", GATRIX_RESPONSE_PAYLOAD);
     Register("/other/filepath", "a file", GATRIX_RESPONSE_FILEPATH);
     EXPECT_EQ(Ask(RequestOf({EXE_SCRIPT})), kEmptyManifest);
+    EXPECT_TRUE(std::filesystem::exists(kPersistence)) << "an item that never ran names no file to delete";
     EXPECT_EQ(Ask(RequestOf({EXE_SCRIPT, PROC_LOADAVG})).second, 200);
     EXPECT_EQ(LatestUpload(m_cloud).SubTypes(), SubTypes{"proc_loadavg"});
 }
@@ -148,7 +181,8 @@ TEST_F(DFTriggerHandler, RemovesWhatACrashHasLeft_ButNothingElse)
     WriteWholeFile(directory + "dfs_uploadmanifest.json",
                    R"({"UploadManifest":{"item":[)"
                    R"({"filename":"dfs_top_20240131235959.txt","type":"TOP","subType":"top"},)"
-                   R"({"filename":"../../persist/mfg_data.json","type":"TOP","subType":"trick"},)"
+                   R"({"filename":"../../../persist/mfg_data.json","type":"TOP","subType":"trick"},)"
+                   R"({"filename":"","type":"TOP","subType":"trick"},)"
                    R"({"filename":"/tmp/kept","type":"TOP","subType":"trick"}],"version":1}})");
     for (const char* left : {"dfs_top_20240131235959.txt", "dfs_top_20240131235959.txt.gz", "dfs_diagfile.tar.gz"}) {
         WriteWholeFile(directory + left, "left");
@@ -170,6 +204,24 @@ TEST_F(DFTriggerHandler, PassesAManifestThatCannotBeRead)
         EXPECT_EQ(Ask(RequestOf({TOP})), kEmptyManifest);
         EXPECT_TRUE(NamesIn(kPersistence).empty());
     }
+}
+
+TEST_F(DFTriggerHandler, SaysWhatAnUploadHasLost_AndLeavesNothingBehind)
+{
+    StartWithRegistry();
+    // As on a full disk: the manifest cannot be stored, and one item's file is not there to be compressed.
+    const std::string inTheWay = std::string(kPersistence) + "dfs_uploadmanifest.json.tmp";
+    WriteWholeFile(inTheWay + "/file", "");
+    const auto before = NamesIn(kPersistence);
+    Register(std::string("rm ") + kPersistence + "dfs_lost*", "lost");
+    Register("echo kept", "kept");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Ask(RequestOf({EXE_SCRIPT})).second, 200);
+    const std::string log = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(log, HasSubstr("DFS UploadManifest store persistence error - "));
+    EXPECT_THAT(log, testing::ContainsRegex("Missing from the archive: dfs_lost_[0-9]+.gz, of the item .*: lost"));
+    EXPECT_THAT(log, Not(testing::ContainsRegex("Missing from the archive: dfs_kept")));
+    EXPECT_EQ(NamesIn(kPersistence), before);
 }
 
 TEST_F(DFTriggerHandler, AnswersWhenTheArchiveCannotBeRead_AndStaysFree)

@@ -44,8 +44,10 @@ protected:
                                                 const std::string& subType = "")
     {
         DFSCommonPB::UploadRequest request;
+        // As from the wire: a number that is not declared becomes an unknown field.
+        const auto* const field = request.GetDescriptor()->FindFieldByNumber(request.kFileTypeFieldNumber);
         for (const auto type : types) {
-            request.add_filetype(type);
+            request.GetReflection()->AddEnumValue(&request, field, type);
         }
         if (!subType.empty()) {
             request.set_subtype(subType);

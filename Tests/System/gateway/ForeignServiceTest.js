@@ -33,7 +33,7 @@ test('a status below 300 is an answer, another one an error', async () => {
 test('an upload of everything brings the items that others registered', async () => {
     const items = [
         { input: '/foreign/note', subType: 'a note', harvestType: 'GATRIX_RESPONSE_FILEPATH' },
-        { input: '/nobody', subType: 'gone', harvestType: 'GATRIX_RESPONSE_PAYLOAD' },
+        { input: '/nobody', subType: '\tgone away\n', harvestType: 'GATRIX_RESPONSE_PAYLOAD' },
         { input: '/foreign/state', subType: 'state', harvestType: 'GATRIX_RESPONSE_PAYLOAD', outputFilename: 'named' },
     ];
     for (const item of items) {
@@ -57,7 +57,7 @@ test('an upload of everything brings the items that others registered', async ()
     assert.strictEqual((await contentOfLatest('state')).trimEnd(), String.raw`{"volume":31,"name":"Ann\'s"}`);
     assert.notStrictEqual(await contentOfLatest('logread'), '');
     assert.ok(service.log().includes('Harvesting Gatrix Payload FAILED'));
-    for (const output of ['dfs_a_note', 'named']) {
+    for (const output of ['dfs_a_note', 'dfs_gone_away', 'named']) {
         assert.ok(service.log().includes(`GetOutputFilename(): /mnt/nv/product-persistence/${output}\n`), output);
     }
 });
@@ -68,6 +68,8 @@ test('one file goes with exactly one type', async () => {
         const { op, error } = await link.outcome('POST', kUpload, { fileToUpload: '/proc/version', fileType });
         assert.deepStrictEqual([op, error], ['error', rule]);
     }
+    link.send({ op: 'notify', endpoint: kUpload, version: 1, body: { fileToUpload: '/proc/version', fileType: [] } });
+    await until('the refusal', () => service.log().includes(`UploadSysInfoNotifications: ${rule.message}, got: 0\n`));
     const empty = await link.outcome('POST', kUpload, { fileToUpload: '', fileType: ['PROC_LOADAVG', 'PROC_UPTIME'] });
     assert.strictEqual(empty.op, 'answer', 'an empty path is no custom file');
     const taken = await link.outcome('POST', kUpload, { fileToUpload: '/proc/version', fileType: ['LOGREAD'] });

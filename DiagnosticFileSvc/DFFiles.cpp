@@ -1,0 +1,37 @@
+#include "DFFiles.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <system_error>
+
+#include "DFLimits.h"
+#include "DFLog.h"
+#include "SystemUtils.h"
+
+namespace DiagnosticFileSvc
+{
+std::string FilenameOf(const std::string& path)
+{
+    return path.substr(path.rfind('/') + 1);
+}
+
+std::string ReadOwnFile(const DPrint& log, const char* operation, const std::string& path)
+{
+    std::error_code unknown;
+    const std::uintmax_t size = std::filesystem::file_size(path, unknown);
+    if (!unknown && size > kMaxOwnFileSize) {
+        LogLine(log, LOG_LEVEL_ERROR, operation, path, " is not read: it has ", size, " bytes, more than ",
+                kMaxOwnFileSize);
+        return {};
+    }
+    return SystemUtils::ReadFile(path);
+}
+
+void RemoveFile(const std::string& path)
+{
+    if (!FilenameOf(path).empty()) {
+        unlink(path.c_str());
+    }
+}
+} // namespace DiagnosticFileSvc

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+#include "DPrint.h"
+
+/** The service's way with the files of the persistence directory. */
+namespace DiagnosticFileSvc
+{
+/** The text after the last "/" of a path, or all of it; empty when the path names no file. Thread-safe. */
+std::string FilenameOf(const std::string& path);
+
+/**
+ * The content of a file of the service's own, at most kMaxOwnFileSize. Empty when there is none to be read; a file that
+ * is too large is logged under the operation's name.
+ *
+ * Blocks.
+ */
+std::string ReadOwnFile(const DPrint& log, const char* operation, const std::string& path);
+
+/** Removes a file, and never a folder, see unlink(2). A path without a file name is left alone. Blocks. */
+void RemoveFile(const std::string& path);
+} // namespace DiagnosticFileSvc

@@ -1,0 +1,99 @@
+#include "Shortage.h"
+
+#include <gmock/gmock.h>
+
+#include "DiagnosticFileService.h"
+#include "Pipeline.h"
+#include "Sanitized.h"
+#include "TemporaryFolder.h"
+
+namespace
+{
+using testing::HasSubstr;
+
+class ShortOfMemory : public Pipeline
+{
+protected:
+    static constexpr std::size_t kRefusedSize = 3000;
+
+    /** Has the trigger handler's thread be refused what is as large as that; 0 ends it. */
+    void RefuseHandler(std::size_t size)
+    {
+        m_handler.Post([size] { Shortage::OfMemory(size); });
+        Drain();
+    }
+};
+
+class ShortOfThreads : public testing::Test
+{
+protected:
+    ShortOfThreads() { Shortage::OfThreads(true); }
+
+    void SetUp() override
+    {
+        if (kIsSanitized) {
+            GTEST_SKIP() << "a sanitizer starts threads its own way";
+        }
+    }
+};
+} // namespace
+
+TEST_F(ShortOfMemory, EveryRequestIsAnsweredOnce_AndTheNextOneServed)
+{
+    StartWithRegistry();
+    const std::string large(kRefusedSize, 'x');
+    Register("while [ ! -e /tmp/go ]; do sleep 0.02; done", large);
+    DiagCloud::Outcome refusal;
+    refusal.status = 404;
+    refusal.body = large;
+    DiagCloud::CloudServer cloud(CloudOnItsPort({refusal}));
+    const AnswerProbe::Answer internal("Unable to process request, internal error", 400);
+
+    RefuseHandler(kRefusedSize);
+    EXPECT_EQ(Ask(CustomRequestOf("/" + large, {DFSCommonPB::USER_SPECIFIED_FILE})), internal) << "at its beginning";
+    EXPECT_EQ(Ask(RequestOf({DFSCommonPB::PROC_LOADAVG})), internal) << "at its answer, the cloud's large one";
+
+    RefuseHandler(0);
+    AnswerProbe probe;
+    m_handler.UploadDiagFileRequest(RequestOf({DFSCommonPB::EXE_SCRIPT}), &probe.callback);
+    RefuseHandler(kRefusedSize);
+    WriteWholeFile("/tmp/go", "");
+    EXPECT_EQ(probe.WaitFor(1), Answers{internal}) << "when an item was collected";
+
+    RefuseHandler(0);
+    EXPECT_EQ(Ask(RequestOf({DFSCommonPB::PROC_LOADAVG})).second, 200);
+}
+
+TEST_F(ShortOfThreads, RequestIsAnswered_AndTheUploadClientStartedWhenThereAreThreads)
+{
+    const DiagCloud::CloudServer cloud(CloudOnItsPort());
+    Http::InitializeProcess();
+    auto& handler = DiagnosticFileSvc::DFTriggerHandler::GetInstance();
+    handler.SetGatrixClient(nullptr);
+    handler.Start();
+    handler.SetDeviceInfo({});
+    AnswerProbe probe;
+    DFSCommonPB::UploadRequest request;
+    request.add_filetype(DFSCommonPB::PROC_LOADAVG);
+    handler.UploadDiagFileRequest(request, &probe.callback);
+    EXPECT_EQ(probe.WaitFor(1).at(0),
+              AnswerProbe::Answer("Unable to process request, the upload client cannot be started", 400));
+
+    Shortage::OfThreads(false);
+    handler.UploadDiagFileRequest(request, &probe.callback);
+    EXPECT_EQ(probe.WaitFor(2).at(1).second, 200);
+}
+
+TEST_F(ShortOfThreads, ServiceGoesOn_WhenItsPartsCannotBeMade)
+{
+    testing::internal::CaptureStderr();
+    auto* const service = new DiagnosticFileSvc::DiagnosticFileService;
+    std::string log;
+    EXPECT_TRUE(WaitUntil([&log] {
+        log += testing::internal::GetCapturedStderr();
+        testing::internal::CaptureStderr();
+        return log.find("DiagnosticFileService::OnEntry - END") != std::string::npos;
+    }));
+    EXPECT_THAT(log, testing::ContainsRegex("OnEntry: exception :cannot start the task DFHarvestSystemInfo"));
+    delete service;
+}
