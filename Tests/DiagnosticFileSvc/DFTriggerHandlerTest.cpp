@@ -166,11 +166,11 @@ TEST_F(DFTriggerHandler, LeavesOutGatewayItems_WhileThereIsNoClientOfTheGateway)
 {
     StartWithRegistry();
     std::filesystem::remove_all(kPersistence);
-    std::filesystem::create_directory(kPersistence);
+    WriteWholeFile(std::string(kPersistence) + ".gz", "");
     Register("/other/payload", "a payload", GATRIX_RESPONSE_PAYLOAD);
     Register("/other/filepath", "a file", GATRIX_RESPONSE_FILEPATH);
     EXPECT_EQ(Ask(RequestOf({EXE_SCRIPT})), kEmptyManifest);
-    EXPECT_TRUE(std::filesystem::exists(kPersistence)) << "an item that never ran names no file to delete";
+    EXPECT_EQ(NamesIn(kPersistence), std::set<std::string>{".gz"}) << "an item that never ran names no file to delete";
     EXPECT_EQ(Ask(RequestOf({EXE_SCRIPT, PROC_LOADAVG})).second, 200);
     EXPECT_EQ(LatestUpload(m_cloud).SubTypes(), SubTypes{"proc_loadavg"});
 }
@@ -189,9 +189,10 @@ TEST_F(DFTriggerHandler, RemovesWhatACrashHasLeft_ButNothingElse)
     }
     WriteWholeFile("/tmp/kept", "kept");
     WriteWholeFile(directory + "someone-elses.json", "kept");
+    WriteWholeFile(directory + ".gz", "not of the entry without a name");
     StartWithoutItems();
     EXPECT_EQ(Ask(RequestOf({TOP})), kEmptyManifest);
-    EXPECT_EQ(NamesIn(kPersistence), std::set<std::string>{"someone-elses.json"});
+    EXPECT_EQ(NamesIn(kPersistence), (std::set<std::string>{"someone-elses.json", ".gz"}));
     EXPECT_EQ(ReadWholeFile("/tmp/kept"), "kept");
     EXPECT_TRUE(std::filesystem::exists("/persist/mfg_data.json"));
 }
@@ -228,7 +229,7 @@ TEST_F(DFTriggerHandler, AnswersWhenTheArchiveCannotBeRead_AndStaysFree)
 {
     StartWithRegistry();
     const std::string inTheWay = std::string(kPersistence) + "dfs_diagfile.tar.gz";
-    WriteWholeFile(inTheWay + "/file", "");
+    std::filesystem::create_directories(inTheWay); // a folder is never removed, not even an empty one
     EXPECT_EQ(Ask(RequestOf({PROC_LOADAVG})), kNoTarball);
     std::filesystem::remove_all(inTheWay);
     EXPECT_EQ(Ask(RequestOf({PROC_LOADAVG})).second, 200);
