@@ -1,0 +1,10 @@
+#pragma once
+
+#include "NotifyTargetTaskIF.h"
+
+class CallbackConnection
+{
+public:
+    explicit CallbackConnection(NotifyTargetTaskIF* task);
+    ~CallbackConnection();
+};

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+#include "NotifyTargetTaskIF.h"
+
+namespace IL
+{
+NotifyTargetTaskIF* CreateTask(const std::string& name, const std::string&);
+} // namespace IL

@@ -1,0 +1,4 @@
+#pragma once
+
+template <class T>
+class WeakRef;
