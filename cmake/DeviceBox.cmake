@@ -9,7 +9,7 @@ set(DEVICE_BOX ${CMAKE_SOURCE_DIR}/DevKit/box/device-box --device ${DEVICE_ROOT}
 function(add_box_test_program target)
     cmake_parse_arguments(arg "" "" "LIBS" ${ARGN})
     add_executable(${target} ${arg_UNPARSED_ARGUMENTS})
-    target_link_libraries(${target} PRIVATE ${arg_LIBS} TestSupport GTest::gmock GTest::gtest_main)
+    target_link_libraries(${target} PRIVATE ${arg_LIBS} TestSupport TestMain)
     add_dependencies(${target} device-root)
     set_target_properties(${target} PROPERTIES CROSSCOMPILING_EMULATOR "${DEVICE_BOX}")
     gtest_discover_tests(${target} TEST_PREFIX ${target}. DISCOVERY_MODE PRE_TEST

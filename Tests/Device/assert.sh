@@ -1,6 +1,8 @@
 # shellcheck shell=sh disable=SC2034,SC2154  # $status is for the test, $key is the test's
 # What the tests of the device's scripts share. Sourced; a failed check is told with its reason, and finish_tests judges.
 
+[ -d /.layers ] || { echo "$0: this writes to the device's paths and is for a device box only" >&2; exit 1; }
+
 failures=0
 
 fail() {

@@ -1,5 +1,7 @@
 // Runs a fuzz target once for each file of the folders given: what fuzzing begins with, and what it has found before.
 
+#include "DeviceBoxOnly.h"
+
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -12,6 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 int main(int argc, char* argv[])
 {
+    RequireDeviceBox();
     std::size_t count = 0;
     for (int i = 1; i < argc; ++i) {
         for (const auto& entry : std::filesystem::recursive_directory_iterator(argv[i])) {

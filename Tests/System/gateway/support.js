@@ -9,6 +9,8 @@ const { setTimeout: sleep } = require('node:timers/promises');
 const { promisify } = require('node:util');
 const WebSocket = require('ws');
 
+assert.ok(fs.existsSync('/.layers'), 'this writes to the device\'s paths and is for a device box only');
+
 const [, , programs, key] = process.argv;
 const kPort = 8084;
 /** How long a test waits for what must come, in ms. Far more than it takes, so that a slow machine fails no test. */
