@@ -3,26 +3,31 @@
 . "${0%/*}/assert.sh"
 
 # report SCRIPT WORDS...: the script, with programs from $path only, ends well, complains of nothing outside of its report,
-# and the report holds the words.
+# calls no program in a way that this program does not know, and the report holds the words.
 report() {
     script=$1
     shift
     PATH=$path "/opt/Vantor/bin/$script" >/tmp/report 2>/tmp/err
     equal "status and errors of $script in $path" 0 "$?$(cat /tmp/err)"
+    refute "report of $script in $path" grep -E "^[Uu]sage:|(invalid|unrecognized|unknown) option" /tmp/report
     for words; do
         check "report of $script in $path" grep -q -e "$words" /tmp/report
     done
 }
 
+/usr/bin/ip route add 198.51.100.0/24 dev lo
+/usr/bin/ip -6 route add 2001:db8::/32 dev lo
+/usr/bin/ip neigh add 198.51.100.7 lladdr 00:00:5e:00:53:01 dev lo
 path=$PATH
 awk 'BEGIN { for (i = 1; i <= 6000; i++) print "line", i }' >/var/log/messages
 report dfs-pts-logs.sh "==== system log" "^line 6000$" "^line 1001$" "no /var/log/syslog" "==== kernel messages"
 refute "a log beyond its bound" grep -q "^line 1000$" /tmp/report
-report dfs-networking-info.sh "127.0.0.1" "==== routes" "no iw nor iwconfig" "lo:"
-report dfs-memory-disk.sh "Mem:" "MemTotal:" "==== file systems" "Filesystem"
+report dfs-networking-info.sh "inet 127.0.0.1" "^198.51.100.0/24" "^2001:db8::/32" "lladdr 00:00:5e" "Local Address" \
+    "no iw nor iwconfig" "lo:"
+report dfs-memory-disk.sh "Mem:  *[0-9]" "MemTotal:" "^Filesystem .*Size" "^Filesystem .*Inodes" " \.\.$"
 report dfs-uptime.sh "load average" '"short":"1.0.67"'
-report dfs-mpstat.sh "==== use of each CPU" "==== /proc/interrupts"
-report dfs-top.sh "PID" "==== /proc/loadavg"
+report dfs-mpstat.sh "%idle\|^cpu0" "CPU0  *CPU1\|CPU0$"
+report dfs-top.sh "PID" "dfs-top.sh" "^[0-9.]* [0-9.]* [0-9.]* [0-9]*/[0-9]* [0-9]*$"
 report dfs-wifi-site-scan.sh "no wireless interface"
 
 mkdir /few
