@@ -1,6 +1,8 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -44,7 +46,7 @@ TEST_F(Process, StartsInItsOrder)
         << "it waits for its tasks";
 }
 
-TEST_F(Process, NamesItsThreads_AndIgnoresABrokenPipe)
+TEST_F(Process, NamesItsThreads)
 {
     StartService();
     const auto hasThread = [this](const std::string& name) {
@@ -59,10 +61,25 @@ TEST_F(Process, NamesItsThreads_AndIgnoresABrokenPipe)
          {"DiagnoticFileSe", "DFTriggerHandle", "DFHarvestSystem", "DFUploadDiagnos", "CLI Handler"}) {
         EXPECT_TRUE(WaitUntil([&] { return hasThread(name); })) << name;
     }
-    std::smatch ignored;
-    const std::string status = ReadWholeFile(ProcPath("status"));
-    ASSERT_TRUE(std::regex_search(status, ignored, std::regex("SigIgn:\\s+([0-9a-f]+)")));
-    EXPECT_NE(std::stoull(ignored[1].str(), nullptr, 16) & (1ULL << (SIGPIPE - 1)), 0U);
+}
+
+TEST_F(Process, IgnoresABrokenPipe_BeforeItsFirstTaskStarts)
+{
+    // Its first log line, of the service's constructor, goes to a pipe that is full: there it stands still.
+    ASSERT_EQ(mkfifo("/tmp/full", 0600), 0);
+    const int full = open("/tmp/full", O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    const std::vector<char> page(4096);
+    while (write(full, page.data(), page.size()) > 0) {
+    }
+    m_service = std::make_unique<ChildProcess>(
+        std::vector<std::string>{"sh", "-c", "exec \"$0\" 2>/tmp/full", Program("DiagnosticFileService")});
+    EXPECT_TRUE(WaitUntil([this] {
+        std::smatch ignored;
+        const std::string status = ReadWholeFile(ProcPath("status"));
+        return std::regex_search(status, ignored, std::regex("SigIgn:\\s+([0-9a-f]+)")) &&
+               (std::stoull(ignored[1].str(), nullptr, 16) & (1ULL << (SIGPIPE - 1))) != 0;
+    }));
+    close(full);
 }
 
 TEST_F(Process, RefusesToRunTwice_UntilTheFirstIsGone)
