@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "Device.h"
+#include "Sanitized.h"
 #include "TemporaryFolder.h"
 
 namespace
@@ -122,6 +123,20 @@ TEST_F(Process, GoesOnWithoutACommandLine_WhenItCannotBeHad)
     StartService();
     EXPECT_THAT(m_service->Output(), testing::ContainsRegex(" 1 CliClient: .*/run/vantor/cli"));
     EXPECT_NE(Vcli({"diagfileservice", "show", "uploadtypes"}).status, 0);
+}
+
+TEST_F(Process, StaysAlive_WhenItsAssemblyFails)
+{
+    if (kIsSanitized) {
+        GTEST_SKIP() << "the sanitizer's own address space is beyond any limit";
+    }
+    // Stacks of 1 GiB each: there is room for two threads, not for the task of the command line.
+    m_service = std::make_unique<ChildProcess>(std::vector<std::string>{
+        "sh", "-c", "ulimit -s 1048576 && ulimit -v 3145728 && exec \"$0\"", Program("DiagnosticFileService")});
+    ASSERT_TRUE(m_service->WaitForOutput("OnEntry: DiagnosticFileService::OnEntry - END"));
+    EXPECT_THAT(m_service->Output(),
+                HasSubstr("1 DiagnosticFileService: OnEntry: exception :cannot start the task CLI Handler: "));
+    EXPECT_THAT(Proc("status"), HasSubstr("State:\tS"));
 }
 
 TEST_F(Process, Ends_WhenTheProductHasNoIdentity)
