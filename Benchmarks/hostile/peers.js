@@ -52,7 +52,7 @@ const kAnswers = {
 class Cloud {
     constructor(metadata, archive) {
         this.archiveSize = 0;
-        this.server = http.createServer((request) => {
+        this.server = http.createServer({ maxHeaderSize: 64 * kKiB }, (request) => {
             const isMetadata = request.url.endsWith('/metadata');
             const answer = kAnswers[isMetadata ? metadata : archive]();
             let size = 0;
