@@ -57,8 +57,11 @@ class Device {
         const vcli = spawn(`${programs}/vcli`, ['diagfileservice', 'upload', ...kTwelveTypes]);
         let output = '';
         vcli.stdout.on('data', (bytes) => { output += bytes; });
-        return new Promise((resolve) => {
-            vcli.on('exit', () => resolve(/Upload status code = (\d+)/.exec(output)?.[1] ?? 'vcli failed'));
+        return new Promise((resolve, reject) => {
+            vcli.on('exit', (code) => {
+                const status = /Upload status code = (\d+)/.exec(output);
+                return status ? resolve(status[1]) : reject(new Error(`vcli, exit status ${code}`));
+            });
         });
     }
 }
@@ -68,19 +71,20 @@ async function ending(device, status) {
     const start = Date.now();
     const seconds = () => `${((Date.now() - start) / 1000).toFixed(1)} s`;
     let text;
-    status.then((value) => { text ??= `${value} after ${seconds()}`; },
-        (error) => { text ??= `failed: ${error.message}`.split('\n')[0]; });
+    let hasFailed = false;
+    status.then((value) => { text = `${value} after ${seconds()}`; },
+        (error) => { [text] = `failed: ${error.message}`.split('\n'); hasFailed = true; });
     while (!text && !device.end && Date.now() - start < kDeadline && !device.says(' retrying POST in ')) {
         await sleep(20);
     }
     if (text) {
-        return { text };
+        return { text, hasEnded: hasFailed };
     }
     if (device.end) {
-        return { text: device.end, isLate: true };
+        return { text: device.end, hasEnded: true };
     }
     const isRetrying = device.says(' retrying POST in ');
-    return { text: `${isRetrying ? 'retrying' : 'not answered'} after ${seconds()}`, isLate: true, isRetrying };
+    return { text: `${isRetrying ? 'retrying' : 'not answered'} after ${seconds()}`, isLate: true };
 }
 
 function writeFiles(files) {
@@ -126,7 +130,7 @@ async function run(source) {
     const isMissed = {
         memory: !(peak <= kMemoryGoal),
         log: !(log <= (source.logLimit ?? kLogGoal)),
-        answer: end.isLate && !(end.isRetrying && source.mayRetry),
+        answer: end.hasEnded || (end.isLate && !source.mayBeLate),
         connections: device.isMissed,
     };
     const missed = Object.keys(isMissed).filter((each) => isMissed[each]);
