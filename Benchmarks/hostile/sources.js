@@ -1,6 +1,7 @@
 // The hostile sources. Each may have:
 //   metadata, archive  how the cloud answers the two posts, see peers.js; plainly if not given
 //   files              what lies on the device, by path; atStart: before the service starts, and that counts
+//   before(device)     what is set up before the service starts, such as the gateway
 //   attack(device)     what happens before the request
 //   request(device)    the request and its outcome, a status; an upload of the twelve items by vcli if not given
 //   memoryLeft         the address space that the service may still take
