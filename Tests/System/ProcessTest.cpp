@@ -136,7 +136,7 @@ TEST_F(Process, StaysAlive_WhenItsAssemblyFails)
     ASSERT_TRUE(m_service->WaitForOutput("OnEntry: DiagnosticFileService::OnEntry - END"));
     EXPECT_THAT(m_service->Output(),
                 HasSubstr("1 DiagnosticFileService: OnEntry: exception :cannot start the task CLI Handler: "));
-    EXPECT_THAT(Proc("status"), HasSubstr("State:\tS"));
+    EXPECT_THAT(ReadWholeFile(ProcPath("status")), HasSubstr("State:\tS"));
 }
 
 TEST_F(Process, Ends_WhenTheProductHasNoIdentity)
