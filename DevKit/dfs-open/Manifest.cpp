@@ -1,10 +1,10 @@
 #include "Manifest.h"
 
 #include "DiagFileTypes.pb.h"
+#include "StrictJson.h"
 
 #include <json/json.h>
 
-#include <memory>
 #include <stdexcept>
 
 namespace DfsOpen
@@ -15,16 +15,13 @@ namespace
 
 Json::Value ParseObject(const std::string& text)
 {
-    Json::CharReaderBuilder builder;
-    Json::CharReaderBuilder::strictMode(&builder.settings_);
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    Json::Value value;
-    std::string errors;
     try {
-        if (reader->parse(text.data(), text.data() + text.size(), &value, &errors) && value.isObject()) {
+        Json::Value value = StrictJson::Parse(text);
+        if (value.isObject()) {
             return value;
         }
-    } catch (const Json::Exception&) { // thrown for values nested too deeply
+    } catch (const StrictJson::Error& error) {
+        throw std::runtime_error(std::string("the manifest is not a JSON object: ") + error.what());
     }
     throw std::runtime_error("the manifest is not a JSON object");
 }

@@ -1,30 +1,19 @@
 #include "Json.h"
 
-#include <algorithm>
-#include <memory>
+#include "StrictJson.h"
 
 namespace DiagCloud
 {
 
 Json::Value ParseJson(const std::string& text, std::string& error)
 {
-    Json::CharReaderBuilder builder;
-    Json::CharReaderBuilder::strictMode(&builder.settings_);
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    Json::Value value;
-    std::string problem;
-    bool parsed = false;
     try {
-        parsed = reader->parse(text.data(), text.data() + text.size(), &value, &problem);
-    } catch (const Json::Exception& exception) { // thrown for values nested too deeply
-        problem = exception.what();
+        error.clear();
+        return StrictJson::Parse(text);
+    } catch (const StrictJson::Error& problem) {
+        error = problem.what();
+        return {};
     }
-    error.clear();
-    if (!parsed) {
-        std::replace(problem.begin(), problem.end(), '\n', ' ');
-        error = problem.empty() ? "it cannot be read" : problem;
-    }
-    return value;
 }
 
 std::string ToText(const Json::Value& value)

@@ -7,7 +7,7 @@
 namespace DiagCloud
 {
 
-/** Reads a JSON array or object, strictly (RFC 8259, no member twice). On failure error is set, in one line. */
+/** Reads a JSON value, strictly (StrictJson.h). On failure error is set, in one line, and the value is null. */
 Json::Value ParseJson(const std::string& text, std::string& error);
 
 /** The value as JSON on one line. */

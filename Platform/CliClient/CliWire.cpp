@@ -1,14 +1,16 @@
 #include "CliWire.h"
 
+#include "StrictJson.h"
+
 #include <json/json.h>
 
 #include <array>
-#include <memory>
 #include <utility>
 
 namespace
 {
 using CliWire::Event;
+using CliWire::kMaxEventLength;
 using CliWire::Request;
 
 constexpr std::array<std::pair<Request::Kind, const char*>, 2> kRequestNames{{
@@ -56,20 +58,15 @@ std::string Line(const Json::Value& object)
 
 std::optional<Json::Value> ParseObject(const std::string& line)
 {
-    Json::CharReaderBuilder builder;
-    Json::CharReaderBuilder::strictMode(&builder.settings_);
-    builder["stackLimit"] = 16;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    Json::Value object;
-    std::string errors;
+    StrictJson::Limits limits;
+    limits.bytes = kMaxEventLength;
+    limits.levels = 16;
     try {
-        if (reader->parse(line.data(), line.data() + line.size(), &object, &errors) && object.isObject()) {
-            return object;
-        }
-    } catch (const Json::Exception&) {
-        // Nested too deeply.
+        Json::Value object = StrictJson::Parse(line, limits);
+        return object.isObject() ? std::optional(std::move(object)) : std::nullopt;
+    } catch (const StrictJson::Error&) {
+        return std::nullopt;
     }
-    return std::nullopt;
 }
 
 std::string Text(const Json::Value& object, const char* name)

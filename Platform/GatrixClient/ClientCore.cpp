@@ -94,8 +94,8 @@ void ClientCore::Connect()
 void ClientCore::OnUp()
 {
     m_isUp = true;
+    m_upSince = Alarm::Clock::now();
     ++m_connectionNumber;
-    m_failures = 0;
     m_lastFailure.clear();
     s_log.Log(3, "connected to %s:%u", m_settings.host.c_str(), static_cast<unsigned int>(m_settings.port));
     m_settings.connection(true);
@@ -108,7 +108,11 @@ void ClientCore::OnDown(const std::string& reason)
         m_loop.Stop();
         return;
     }
-    m_reconnect.Set(Alarm::Clock::now() + ReconnectDelay(m_failures++, Fraction(m_random)), [this] { Connect(); });
+    const auto now = Alarm::Clock::now();
+    if (m_isUp && now - m_upSince >= m_settings.lastingConnection) {
+        m_failures = 0;
+    }
+    m_reconnect.Set(now + ReconnectDelay(m_failures++, Fraction(m_random)), [this] { Connect(); });
     RefuseOutstanding();
     if (std::exchange(m_isUp, false)) {
         m_handlers = {};

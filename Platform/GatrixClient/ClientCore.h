@@ -50,6 +50,8 @@ public:
         /** What connecting may take, up to the first frame written, and sending what waits at the end. */
         std::chrono::milliseconds connectLimit = std::chrono::seconds(10);
         std::chrono::milliseconds finishLimit = std::chrono::seconds(1);
+        /** A connection that lasted as long, or brought a "ready", starts the pauses between attempts anew. */
+        std::chrono::milliseconds lastingConnection = std::chrono::seconds(10);
     };
 
     /** @throws std::system_error when the kernel has no descriptor to give */
@@ -97,6 +99,9 @@ private:
     template <class FrameOfAClient>
     void Take(const FrameOfAClient& frame);
 
+    /** Ends, with status 400, the request that waits for what a frame was to bring. */
+    void Refuse(const Wire::FrameError::Exchange& exchange, const std::string& reason);
+
     void Connect();
     /** Nothing when the frame is on its way; otherwise why it is not. */
     std::optional<Error> Send(const std::string& endpoint, const Wire::Frame& frame);
@@ -117,7 +122,9 @@ private:
     /** Of the latest connection that was up, counted from 1. */
     std::uint64_t m_connectionNumber = 0;
     bool m_isUp = false;
+    Alarm::Clock::time_point m_upSince;
     bool m_isStopping = false;
+    /** Attempts since the latest connection that lasted. */
     unsigned int m_failures = 0;
     /** Why the latest attempt to connect failed, so that a gateway that stays away is not reported again and again. */
     std::string m_lastFailure;

@@ -31,6 +31,19 @@ void ClientCore::OnMessage(const std::string& payload, bool isText)
     } catch (const Wire::FrameError& error) {
         Report(GATRIX_CLIENT_ERRORS::PROTOCOL_ERROR,
                std::string("a frame from the gateway is dropped: ") + error.what());
+        if (error.GetExchange()) {
+            Refuse(*error.GetExchange(), error.what());
+        }
+    }
+}
+
+void ClientCore::Refuse(const Wire::FrameError::Exchange& exchange, const std::string& reason)
+{
+    const Wire::Refusal refusal{exchange.id, 400, reason};
+    if (exchange.isRequest) {
+        Reply(Delivery{m_connectionNumber, exchange.id, "a request that cannot be read"}, refusal);
+    } else {
+        Take(refusal);
     }
 }
 
@@ -94,6 +107,7 @@ void ClientCore::Take(const Wire::Notify& notification)
 
 void ClientCore::Take(const Wire::Ready& ready)
 {
+    m_failures = 0;
     m_handlers.ready(ready.endpoints);
 }
 

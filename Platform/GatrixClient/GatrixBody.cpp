@@ -1,7 +1,6 @@
 #include "GatrixBody.h"
 
 #include "JsonText.h"
-#include "StringUtils.h"
 
 namespace Gatrix
 {
@@ -15,15 +14,12 @@ Error MakeError(int statusCode, const std::string& message)
 
 std::string BodyOfText(const std::string& text)
 {
-    constexpr int kLevelsOfTheFrame = 1;
-    if (StringUtils::IsUtf8(text)) {
-        if (const auto value = JsonText::Read(text, JsonText::kMaxLevels - kLevelsOfTheFrame)) {
-            if (auto body = JsonText::Compact(text, *value)) {
-                return *std::move(body);
-            }
-        }
+    try {
+        StrictJson::Parse(text, JsonText::kBodyLimits);
+        return JsonText::Compact(text);
+    } catch (const StrictJson::Error&) {
+        return JsonText::Write(Json::Value(text));
     }
-    return JsonText::Write(Json::Value(text));
 }
 
 std::string TextOfBody(const std::string& body)
@@ -31,8 +27,11 @@ std::string TextOfBody(const std::string& body)
     if (body.empty() || body.front() != '"') {
         return body;
     }
-    const auto value = JsonText::Read(body, 1);
-    return value && value->isString() ? value->asString() : body;
+    try {
+        return StrictJson::Parse(body, JsonText::kBodyLimits).asString();
+    } catch (const StrictJson::Error&) {
+        return body;
+    }
 }
 
 std::optional<std::string> BodyOrRefusal(const google::protobuf::Message& message, const AsyncCallback<Error>& onError)

@@ -15,8 +15,8 @@ Error MakeError(int statusCode, const std::string& message);
 
 /**
  * The JSON text of a body that a caller gave as text: the value that it spells, without white space, or a JSON string
- * of it, in which bytes that are not UTF-8 become U+FFFD. JSON that is nested in more than 255 levels is such a text
- * too.
+ * of it, in which bytes that are not UTF-8 become U+FFFD. JSON that StrictJson refuses, or a frame would
+ * (GatrixWire.h), is such a text too.
  */
 std::string BodyOfText(const std::string& text);
 

@@ -37,7 +37,8 @@ public:
     /**
      * Any thread: makes a client and begins to connect, on a thread of the client's own, beside one that looks up the
      * host's name for it; both sleep while nothing happens. A connection that cannot be made or that drops is tried
-     * again for ever, after 0.1 s, then twice as long each time up to 5 s, less a random part of up to a half. A peer
+     * again for ever, after 0.1 s, then twice as long each time up to 5 s, less a random part of up to a half. The
+     * pauses begin anew after a connection that lasted 10 s or on which all endpoints of interest were ready. A peer
      * that died without a word is noticed by the kernel's keep-alive (tcp(7)).
      *
      * The last owner that lets go of the client ends its connection and thread, and waits for that, unless it does so

@@ -1,28 +1,125 @@
 #include "GatrixWire.h"
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <set>
 #include <utility>
 
 #include "JsonText.h"
+#include "Utf8Text.h"
 
 namespace
 {
 using namespace Gatrix;
 using Wire::FrameError;
 
-/** The members of a frame that has been read. */
+/** What fits the reason of a close frame. */
+constexpr std::size_t kMaxReasonBytes = 123;
+
+/** What a frame may hold beside its body. */
+constexpr StrictJson::Limits kEnvelopeLimits{Wire::kMaxFrameBytes, 255, 4096};
+
+constexpr const char* kKnown[] = {"op",    "id",        "method", "endpoint", "version",
+                                  "group", "endpoints", "client", "platform", "error"};
+
+/** The members of a frame, as far as they can be read. */
 class Members
 {
 public:
-    Members(const std::string& text, std::string op, const Json::Value& frame)
-        : m_text(text), m_op(std::move(op)), m_frame(frame)
-    {}
+    /** @throws FrameError when the text is no object */
+    explicit Members(const std::string& text)
+    {
+        const auto members = JsonText::Split(text);
+        if (!members) {
+            throw FrameError("not a JSON object");
+        }
+        std::set<std::string> names;
+        for (const JsonText::Member& member : *members) {
+            Take(member, names);
+        }
+    }
 
-    std::string Text(const char* name) const { return TextIn(m_frame, name); }
+    /** @throws FrameError */
+    Wire::Frame Frame() const
+    {
+        const bool hasOp = m_known["op"].isString();
+        const std::string op = hasOp ? m_known["op"].asString() : "";
+        if (!m_problem.empty()) {
+            throw FrameError((hasOp ? op + ": " : "") + m_problem);
+        }
+        if (op == "hello") {
+            return Wire::Hello{Text("client"), Text("platform")};
+        }
+        if (op == "interest") {
+            return Wire::Interest{Endpoints()};
+        }
+        if (op == "register") {
+            return Wire::Register{AskedBy(), Text("endpoint"), Version(), Text("group")};
+        }
+        if (op == "subscribe") {
+            return Wire::Subscribe{Text("endpoint"), Version()};
+        }
+        if (op == "request") {
+            return Wire::Request{Id(), AskedBy(), Text("endpoint"), Version(), m_body};
+        }
+        if (op == "answer") {
+            return Wire::Answer{Id(), m_body};
+        }
+        if (op == "error") {
+            return Refusal();
+        }
+        if (op == "notify") {
+            return Wire::Notify{Text("endpoint"), Version(), m_body};
+        }
+        if (op == "ready") {
+            return Wire::Ready{Endpoints()};
+        }
+        if (op == "notReady") {
+            return Wire::NotReady{Endpoints()};
+        }
+        throw FrameError(hasOp ? "\"op\" is unknown" : "\"op\" must be a text");
+    }
+
+    std::optional<FrameError::Exchange> Exchange() const
+    {
+        const Json::Value& op = m_known["op"];
+        const bool isRequest = op == "request";
+        if (!m_known["id"].isUInt64() || !(isRequest || op == "answer" || op == "error")) {
+            return std::nullopt;
+        }
+        return FrameError::Exchange{isRequest, m_known["id"].asUInt64()};
+    }
+
+private:
+    void Take(const JsonText::Member& member, std::set<std::string>& names)
+    {
+        std::string name(member.name);
+        try {
+            name = StrictJson::Parse(member.name).asString();
+            if (!names.insert(name).second) {
+                m_known.removeMember(name);
+                throw StrictJson::Error("there is a second one");
+            }
+            if (name == "body") {
+                StrictJson::Parse(member.value, JsonText::kBodyLimits);
+                m_body = JsonText::Compact(member.value);
+                return;
+            }
+            Json::Value value = StrictJson::Parse(member.value, kEnvelopeLimits);
+            if (std::find(std::begin(kKnown), std::end(kKnown), name) != std::end(kKnown)) {
+                m_known[name] = std::move(value);
+            }
+        } catch (const StrictJson::Error& error) {
+            m_problem = m_problem.empty() ? "\"" + name + "\": " + error.what() : m_problem;
+        }
+    }
+
+    std::string Text(const char* name) const { return TextIn(m_known, name); }
 
     std::vector<std::string> Endpoints() const
     {
-        const Json::Value& list = m_frame["endpoints"];
+        const Json::Value& list = m_known["endpoints"];
         std::vector<std::string> endpoints;
         bool isGood = list.isArray();
         for (Json::ArrayIndex at = 0; isGood && at < list.size(); ++at) {
@@ -35,42 +132,31 @@ public:
 
     Method AskedBy() const
     {
-        const Json::Value& name = m_frame["method"];
+        const Json::Value& name = m_known["method"];
         Require(name == "GET" || name == "POST", "method", "GET or POST");
         return name == "GET" ? Method::GET : Method::POST;
     }
 
     double Version() const
     {
-        Require(m_frame["version"].isNumeric(), "version", "a number");
-        return m_frame["version"].asDouble();
+        Require(m_known["version"].isNumeric(), "version", "a number");
+        return m_known["version"].asDouble();
     }
 
     std::uint64_t Id() const
     {
-        Require(m_frame["id"].isUInt64(), "id", "an unsigned number");
-        return m_frame["id"].asUInt64();
-    }
-
-    std::optional<std::string> Body() const
-    {
-        if (!m_frame.isMember("body")) {
-            return std::nullopt;
-        }
-        std::optional<std::string> body = JsonText::Compact(m_text, m_frame["body"]);
-        Require(body.has_value(), "body", "a JSON value");
-        return body;
+        Require(m_known["id"].isUInt64(), "id", "an unsigned number");
+        return m_known["id"].asUInt64();
     }
 
     Wire::Refusal Refusal() const
     {
-        const Json::Value& error = m_frame["error"];
+        const Json::Value& error = m_known["error"];
         Require(error.isObject(), "error", "an object");
         Require(error["statusCode"].isInt(), "statusCode", "a number");
         return {Id(), error["statusCode"].asInt(), TextIn(error, "message")};
     }
 
-private:
     std::string TextIn(const Json::Value& object, const char* name) const
     {
         Require(object[name].isString(), name, "a text");
@@ -80,13 +166,15 @@ private:
     void Require(bool isGood, const char* member, const char* expected) const
     {
         if (!isGood) {
-            throw FrameError(m_op + ": \"" + member + "\" must be " + expected);
+            throw FrameError(m_known["op"].asString() + ": \"" + member + "\" must be " + expected);
         }
     }
 
-    const std::string& m_text;
-    const std::string m_op;
-    const Json::Value& m_frame;
+    /** Without the member's value where that was refused. */
+    Json::Value m_known{Json::objectValue};
+    std::optional<std::string> m_body;
+    /** What is wrong with the first member that was refused; empty when none was. */
+    std::string m_problem;
 };
 
 Json::Value Object(const char* op)
@@ -131,7 +219,7 @@ std::string Text(const Json::Value& object, const std::optional<std::string>& bo
     constexpr unsigned int kFew = 15;
     constexpr unsigned int kEnough = 17;
     const Json::Value& version = object["version"];
-    const bool isFew = version.isNull() || JsonText::Read(JsonText::Write(version, kFew), 1) == version;
+    const bool isFew = version.isNull() || StrictJson::Parse(JsonText::Write(version, kFew)) == version;
     std::string text = JsonText::Write(object, isFew ? kFew : kEnough);
     if (body) {
         text.pop_back();
@@ -187,44 +275,12 @@ struct Writer
 
 Wire::Frame Wire::Parse(const std::string& text)
 {
-    const std::optional<Json::Value> frame = JsonText::Read(text, JsonText::kMaxLevels);
-    if (!frame || !frame->isObject()) {
-        throw FrameError("not a JSON object");
+    const Members members(text);
+    try {
+        return members.Frame();
+    } catch (const FrameError& error) {
+        throw FrameError(std::string(Utf8Text::Cut(error.what(), kMaxReasonBytes)), members.Exchange());
     }
-    const Json::Value& name = (*frame)["op"];
-    const std::string op = name.isString() ? name.asString() : "";
-    const Members members(text, op, *frame);
-    if (op == "hello") {
-        return Hello{members.Text("client"), members.Text("platform")};
-    }
-    if (op == "interest") {
-        return Interest{members.Endpoints()};
-    }
-    if (op == "register") {
-        return Register{members.AskedBy(), members.Text("endpoint"), members.Version(), members.Text("group")};
-    }
-    if (op == "subscribe") {
-        return Subscribe{members.Text("endpoint"), members.Version()};
-    }
-    if (op == "request") {
-        return Request{members.Id(), members.AskedBy(), members.Text("endpoint"), members.Version(), members.Body()};
-    }
-    if (op == "answer") {
-        return Answer{members.Id(), members.Body()};
-    }
-    if (op == "error") {
-        return members.Refusal();
-    }
-    if (op == "notify") {
-        return Notify{members.Text("endpoint"), members.Version(), members.Body()};
-    }
-    if (op == "ready") {
-        return Ready{members.Endpoints()};
-    }
-    if (op == "notReady") {
-        return NotReady{members.Endpoints()};
-    }
-    throw FrameError(name.isString() ? "\"op\" is unknown" : "\"op\" must be a text");
 }
 
 std::string Wire::Serialize(const Frame& frame)

@@ -104,15 +104,32 @@ using Frame = std::variant<Hello, Interest, Register, Subscribe, Request, Answer
 class FrameError : public std::runtime_error
 {
 public:
-    using std::runtime_error::runtime_error;
+    /** Which request waits in vain because of the frame. */
+    struct Exchange
+    {
+        /** The frame is that request; otherwise it is what came of one. */
+        bool isRequest;
+        std::uint64_t id;
+    };
+
+    explicit FrameError(const std::string& reason, std::optional<Exchange> exchange = std::nullopt)
+        : std::runtime_error(reason), m_exchange(exchange)
+    {}
+
+    /** Nothing when nobody waits, or the frame does not tell who. */
+    const std::optional<Exchange>& GetExchange() const noexcept { return m_exchange; }
+
+private:
+    std::optional<Exchange> m_exchange;
 };
 
 /**
- * Reads a frame, a text in UTF-8. Members that the frame's kind does not know are ignored. A body keeps its numbers as
- * they are spelt and loses its white space.
+ * Reads a frame, a text in UTF-8. Members that the frame's kind does not know are ignored, but must be JSON. A body
+ * keeps its numbers as they are spelled and loses its white space.
  *
- * @throws FrameError for text that is not a JSON object with a known "op" (one nested in more than 256 levels is not),
- *         and for members that are missing or of the wrong type
+ * @throws FrameError for text that is not a JSON object with a known "op", for members that are missing or of the wrong
+ *         type, and for those that StrictJson refuses: nested in more than 255 levels, a body of more than 65536
+ *         values, another member of more than 4096
  */
 Frame Parse(const std::string& text);
 

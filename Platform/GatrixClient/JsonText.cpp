@@ -1,108 +1,84 @@
 #include "JsonText.h"
 
-#include <cctype>
-#include <cstddef>
-#include <memory>
-#include <string_view>
+#include <algorithm>
 
 namespace
 {
-constexpr char kWhiteSpace[] = " \t\r\n";
-constexpr char kNumberCharacters[] = "+-.0123456789Ee";
+constexpr std::string_view kWhiteSpace = " \t\r\n";
 
-/** RFC 8259 section 6 */
-bool IsNumber(std::string_view text)
+void SkipWhiteSpace(std::string_view& text)
 {
-    const auto take = [&text](std::string_view oneOf) {
-        const bool isThere = !text.empty() && oneOf.find(text.front()) != std::string_view::npos;
-        text.remove_prefix(isThere ? 1 : 0);
-        return isThere;
-    };
-    const auto takeDigits = [&take] {
-        bool isThere = false;
-        while (take("0123456789")) {
-            isThere = true;
-        }
-        return isThere;
-    };
-    take("-");
-    if (!take("0") && !takeDigits()) {
-        return false;
-    }
-    if (take(".") && !takeDigits()) {
-        return false;
-    }
-    if (take("Ee")) {
-        take("+-");
-        if (!takeDigits()) {
-            return false;
-        }
-    }
-    return text.empty();
+    text.remove_prefix(std::min(text.find_first_not_of(kWhiteSpace), text.size()));
 }
 
-/** The length of the quoted text that this begins with; 0 when it holds a control character. */
+bool Take(std::string_view& text, char expected)
+{
+    SkipWhiteSpace(text);
+    const bool isThere = !text.empty() && text.front() == expected;
+    text.remove_prefix(isThere ? 1 : 0);
+    return isThere;
+}
+
+/** The length of the quoted text that this begins with, to the very end when it is not closed. */
 std::size_t QuotedLength(std::string_view text)
 {
-    for (std::size_t at = 1; at < text.size(); ++at) {
-        if (text[at] == '"') {
-            return at + 1;
-        }
-        if (static_cast<unsigned char>(text[at]) < ' ') {
-            return 0;
-        }
-        at += text[at] == '\\' ? 1 : 0;
+    std::size_t at = 1;
+    while (at < text.size() && text[at] != '"') {
+        at += text[at] == '\\' ? 2 : 1;
     }
-    return 0;
+    return std::min(at + 1, text.size());
+}
+
+/** Takes what stands before the comma or bracket that ends a member. */
+std::string_view TakeValue(std::string_view& text)
+{
+    std::size_t length = 0;
+    std::size_t level = 0;
+    while (length < text.size()) {
+        const char c = text[length];
+        if (level == 0 && (c == ',' || c == '}')) {
+            break;
+        }
+        level += c == '{' || c == '[' ? 1 : 0;
+        level -= level > 0 && (c == '}' || c == ']') ? 1 : 0;
+        length += c == '"' ? QuotedLength(text.substr(length)) : 1;
+    }
+    const std::string_view value = text.substr(0, length);
+    text.remove_prefix(length);
+    return value;
 }
 } // namespace
 
-std::optional<Json::Value> Gatrix::JsonText::Read(const std::string& text, int maxLevels)
+std::optional<std::vector<Gatrix::JsonText::Member>> Gatrix::JsonText::Split(std::string_view text)
 {
-    Json::CharReaderBuilder builder;
-    Json::CharReaderBuilder::strictMode(&builder.settings_);
-    builder["strictRoot"] = false;
-    builder["skipBom"] = false;
-    builder["stackLimit"] = maxLevels;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    Json::Value value;
-    try {
-        if (!reader->parse(text.data(), text.data() + text.size(), &value, nullptr)) {
-            return std::nullopt;
-        }
-    } catch (const Json::Exception&) {
-        // Nested too deeply.
-        return std::nullopt;
+    std::vector<Member> members;
+    bool isGood = Take(text, '{');
+    bool hasMore = isGood && !Take(text, '}');
+    while (isGood && hasMore) {
+        SkipWhiteSpace(text);
+        Member member;
+        member.name = text.substr(0, !text.empty() && text.front() == '"' ? QuotedLength(text) : 0);
+        text.remove_prefix(member.name.size());
+        isGood = !member.name.empty() && Take(text, ':') && members.size() < kMaxMembers;
+        member.value = TakeValue(text);
+        members.push_back(member);
+        hasMore = Take(text, ',');
+        isGood = isGood && (hasMore || Take(text, '}'));
     }
-    // The reader takes a NUL, and what is no token, for the end of the text.
-    const auto end = static_cast<std::size_t>(value.getOffsetLimit());
-    return text.find_first_not_of(kWhiteSpace, end) == std::string::npos ? std::optional(std::move(value))
-                                                                         : std::nullopt;
+    SkipWhiteSpace(text);
+    return isGood && text.empty() ? std::optional(std::move(members)) : std::nullopt;
 }
 
-std::optional<std::string> Gatrix::JsonText::Compact(const std::string& text, const Json::Value& value)
+std::string Gatrix::JsonText::Compact(std::string_view text)
 {
-    const auto begin = static_cast<std::size_t>(value.getOffsetStart());
-    std::string_view rest(text.data() + begin, static_cast<std::size_t>(value.getOffsetLimit()) - begin);
     std::string compact;
-    compact.reserve(rest.size());
-    while (!rest.empty()) {
-        std::size_t length = 1;
-        if (rest.front() == '"') {
-            length = QuotedLength(rest);
-            if (length == 0) {
-                return std::nullopt;
-            }
-        } else if (rest.front() == '-' || std::isdigit(static_cast<unsigned char>(rest.front())) != 0) {
-            length = rest.substr(0, rest.find_first_not_of(kNumberCharacters)).size();
-            if (!IsNumber(rest.substr(0, length))) {
-                return std::nullopt;
-            }
+    compact.reserve(text.size());
+    while (!text.empty()) {
+        const std::size_t length = text.front() == '"' ? QuotedLength(text) : 1;
+        if (kWhiteSpace.find(text.front()) == std::string_view::npos) {
+            compact.append(text.substr(0, length));
         }
-        if (std::string_view(kWhiteSpace).find(rest.front()) == std::string_view::npos) {
-            compact.append(rest.substr(0, length));
-        }
-        rest.remove_prefix(length);
+        text.remove_prefix(length);
     }
     return compact;
 }

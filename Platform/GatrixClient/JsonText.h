@@ -4,26 +4,36 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
-/** JSON texts (RFC 8259) on their way into and out of frames. Any thread may call. */
+#include "GatrixWire.h"
+#include "StrictJson.h"
+
+/** JSON texts (RFC 8259) on their way into and out of frames. Thread-safe. */
 namespace Gatrix::JsonText
 {
-/** How deep a frame may be nested, its own object being the first level. */
-constexpr int kMaxLevels = 256;
+/** A member of an object, each part as the object's text spells it, white space around the value included. */
+struct Member
+{
+    std::string_view name;
+    std::string_view value;
+};
+
+/** Of a frame; it knows about ten. */
+inline constexpr std::size_t kMaxMembers = 64;
+
+/** What a body may cost: a frame is 256 levels deep, its own object being the first. */
+inline constexpr StrictJson::Limits kBodyLimits{Wire::kMaxFrameBytes, 255};
 
 /**
- * The value that the text spells; nothing when it is not JSON (a member named twice is not), or nested more deeply. The
- * reader lets some numbers and control characters pass that JSON does not have; Compact does not.
+ * The members of the object that the text spells, told apart by quotes and brackets alone: a value need not be good
+ * for its neighbours to be found. Nothing when the text is no object or has more than kMaxMembers.
  */
-std::optional<Json::Value> Read(const std::string& text, int maxLevels);
+std::optional<std::vector<Member>> Split(std::string_view text);
 
-/**
- * The part of the text that a value was read from, without white space, otherwise as it was written: numbers keep their
- * digits and objects their order. Nothing when it holds a number or a control character that JSON does not have.
- *
- * @param value what Read made of the text, or a part of that
- */
-std::optional<std::string> Compact(const std::string& text, const Json::Value& value);
+/** A text that StrictJson takes, without its white space, otherwise as it was written. */
+std::string Compact(std::string_view text);
 
 /** The value on one line of ASCII: bytes in texts that are not UTF-8 as U+FFFD. @param digits of its numbers */
 std::string Write(const Json::Value& value, unsigned int digits = 17);

@@ -14,16 +14,21 @@ bool IsProtobufsOwn(const Type& type)
     return type.file()->package() == "google.protobuf";
 }
 
-/** The value of a field, under its declared or its lowerCamelCase name; null if there is none. */
-const Json::Value* FindValue(const Json::Value& object, const FieldDescriptor& field)
+const Json::Value* FindMember(const Json::Value& object, const std::string& name)
 {
-    for (const std::string* name : {&field.name(), &field.json_name()}) {
-        const Json::Value* const value = object.find(name->data(), name->data() + name->size());
-        if (value != nullptr && !value->isNull()) {
-            return value;
-        }
+    return object.find(name.data(), name.data() + name.size());
+}
+
+/** The value of a field, under its declared or its lowerCamelCase name; null if there is none. */
+const Json::Value* FindValue(const Json::Value& object, const FieldDescriptor& field, const std::string& place)
+{
+    const Json::Value* const declared = FindMember(object, field.name());
+    const Json::Value* const camelCase = FindMember(object, field.json_name());
+    if (declared != nullptr && camelCase != nullptr && field.name() != field.json_name()) {
+        throw Complaint{place, "there is a '" + field.json_name() + "' as well"};
     }
-    return nullptr;
+    const Json::Value* const value = declared != nullptr ? declared : camelCase;
+    return value == nullptr || value->isNull() ? nullptr : value;
 }
 
 void CheckMessage(const Json::Value& object, const Descriptor& schema, const std::string& place);
@@ -54,7 +59,7 @@ void CheckMessage(const Json::Value& object, const Descriptor& schema, const std
     for (int index = 0; index < schema.field_count(); ++index) {
         const FieldDescriptor& field = *schema.field(index);
         const std::string fieldPlace = place + field.name();
-        const Json::Value* const value = FindValue(object, field);
+        const Json::Value* const value = FindValue(object, field, fieldPlace);
         if (value == nullptr) {
             if (field.is_required()) {
                 throw Complaint{fieldPlace, "the required field is missing"};

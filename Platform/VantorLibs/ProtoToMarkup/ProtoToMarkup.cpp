@@ -11,8 +11,11 @@
 #include <memory>
 #include <vector>
 
+#include "GroupedFields.h"
 #include "JsonShape.h"
+#include "StrictJson.h"
 #include "StringUtils.h"
+#include "Utf8Text.h"
 
 namespace
 {
@@ -24,7 +27,6 @@ using google::protobuf::Reflection;
 namespace util = google::protobuf::util;
 
 constexpr char kTypeServer[] = "type.googleapis.com";
-constexpr int kMaxLevels = 100;
 constexpr std::size_t kMaxReasonLength = 400;
 
 [[noreturn]] void Throw(const std::string& root, const std::string& place, std::string reason)
@@ -32,11 +34,7 @@ constexpr std::size_t kMaxReasonLength = 400;
     // One line of readable length, whatever the text that it quotes.
     std::replace(reason.begin(), reason.end(), '\n', ' ');
     if (reason.size() > kMaxReasonLength) {
-        reason.resize(kMaxReasonLength);
-        while (!StringUtils::IsUtf8(reason)) {
-            reason.pop_back();
-        }
-        reason += "...";
+        reason = std::string(Utf8Text::Cut(reason, kMaxReasonLength)) + "...";
     }
     throw ProtoToMarkup::MarkupError(root + ": " + (place.empty() ? reason : place + ": " + reason));
 }
@@ -80,9 +78,9 @@ void CheckTexts(const std::string& root, const Message& message, const std::stri
                            Element(place, *field, index) + ".");
             } else if (field->type() == FieldDescriptor::TYPE_STRING) {
                 std::string scratch;
-                if (!StringUtils::IsUtf8(field->is_repeated()
-                                             ? reflection.GetRepeatedStringReference(message, field, index, &scratch)
-                                             : reflection.GetStringReference(message, field, &scratch))) {
+                if (!Utf8Text::IsValid(field->is_repeated()
+                                           ? reflection.GetRepeatedStringReference(message, field, index, &scratch)
+                                           : reflection.GetStringReference(message, field, &scratch))) {
                     Throw(root, Element(place, *field, index), "the text is not UTF-8");
                 }
             }
@@ -102,32 +100,15 @@ std::string UnderRoot(const std::string& root, const std::string& json, bool ind
 
 Json::Value ParseObject(const std::string& text, const std::string& root)
 {
-    if (!StringUtils::IsUtf8(text)) {
-        Throw(root, "", "the text is not UTF-8");
-    }
-    Json::CharReaderBuilder builder;
-    Json::CharReaderBuilder::strictMode(&builder.settings_);
-    builder["stackLimit"] = kMaxLevels;
-    builder["skipBom"] = false;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    Json::Value value;
-    std::string errors;
     try {
-        if (!reader->parse(text.data(), text.data() + text.size(), &value, &errors)) {
-            Throw(root, "", "not JSON: " + StringUtils::trim(errors));
+        Json::Value value = StrictJson::Parse(text);
+        if (value.isObject()) {
+            return value;
         }
-    } catch (const Json::Exception& error) {
+    } catch (const StrictJson::Error& error) {
         Throw(root, "", std::string("not JSON: ") + error.what());
     }
-    if (!value.isObject()) {
-        Throw(root, "", "an object is expected");
-    }
-    // The reader takes a NUL for the end of the text.
-    const auto end = static_cast<std::size_t>(value.getOffsetLimit());
-    if (text.find_first_not_of(" \t\r\n", end) != std::string::npos) {
-        Throw(root, "", "not JSON: text after the end of the object");
-    }
-    return value;
+    Throw(root, "", "an object is expected");
 }
 
 /** The object that holds the fields: the one under the root if there is a root, otherwise the whole. */
@@ -167,9 +148,9 @@ std::string ProtoToMarkup::ToJson(const Message& message, bool withRootName, boo
     options.always_print_primitive_fields = withDefaults;
     std::unique_ptr<util::TypeResolver> own;
     std::string json;
-    const util::Status status = util::BinaryToJsonString(&Resolver(*schema.file()->pool(), own),
-                                                         std::string(kTypeServer) + "/" + schema.full_name(),
-                                                         message.SerializeAsString(), &json, options);
+    const util::Status status = util::BinaryToJsonString(
+        &Resolver(*schema.file()->pool(), own), std::string(kTypeServer) + "/" + schema.full_name(),
+        GroupedFields::Group(message.SerializeAsString(), schema), &json, options);
     if (!status.ok()) {
         Throw(root, "", Reason(status));
     }

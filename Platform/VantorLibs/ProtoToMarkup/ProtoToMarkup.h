@@ -26,6 +26,9 @@ public:
     };
 
     /**
+     * What is written, FromJson reads. An enumeration number that the schema does not declare is written as a number,
+     * in a list behind the declared values.
+     *
      * @param withRootName the form under a root: {"MessageName":{...}}
      * @param indented     false: one line without white space around or in it; true: for people, one member a line,
      *                     ending in a line feed
@@ -44,8 +47,9 @@ public:
      * as proto2 has it), a text member may be a field's lowerCamelCase name, null stands for a field that is not set.
      * Members that the schema does not know are ignored, except beside a root.
      *
-     * @throws MarkupError for text that is not a JSON object in UTF-8 (a member named twice, more than 100 levels, text
-     *         after its end), a value of the wrong type, an unknown enumeration name, a required field that is missing
+     * @throws MarkupError for text that is not a JSON object in UTF-8 (a member named twice, a field under both its
+     * names, a passed limit of StrictJson), a value of the wrong type, an unknown enumeration name, a required field
+     *         that is missing
      */
     static void FromJson(const std::string& text, google::protobuf::Message& message);
 

@@ -3,10 +3,9 @@
 #include <json/json.h>
 
 #include <cstddef>
-#include <memory>
 
 #include "DPrint.h"
-#include "StringUtils.h"
+#include "StrictJson.h"
 #include "SystemUtils.h"
 
 namespace
@@ -37,20 +36,15 @@ NameValueFile::NameValueFile(const std::string& path) : m_path(path)
         s_log.LogWarning("%s: cannot read %s", __func__, path.c_str());
         return;
     }
-    Json::CharReaderBuilder builder;
-    Json::CharReaderBuilder::strictMode(&builder.settings_);
-    builder["skipBom"] = false;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    Json::Value root;
-    std::string errors;
     try {
-        if (!reader->parse(content.data(), content.data() + content.size(), &root, &errors) || !root.isObject()) {
-            throw Json::RuntimeError(errors.empty() ? "not an object" : StringUtils::trim(errors));
+        const Json::Value root = StrictJson::Parse(content);
+        if (!root.isObject()) {
+            throw StrictJson::Error("not an object");
         }
         for (const std::string& name : root.getMemberNames()) {
             m_values[name] = AsText(root[name], content);
         }
-    } catch (const Json::Exception& error) {
+    } catch (const StrictJson::Error& error) {
         s_log.LogWarning("%s: %s is not usable: %s", __func__, path.c_str(), error.what());
     }
 }

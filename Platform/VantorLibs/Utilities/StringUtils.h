@@ -22,9 +22,6 @@ std::string trim(std::string text);
  *  bytes that are not UTF-8 as U+FFFD. */
 std::string ToJson(const std::map<std::string, std::string>& values);
 
-/** Whether the text is UTF-8 as RFC 3629 has it: no overlong form, no surrogate, nothing above U+10FFFF. */
-bool IsUtf8(const std::string& text);
-
 /**
  * The value as text: numbers in decimal (a floating-point number with as few digits as read back to the same number),
  * bool as "true" or "false", anything else as the stream operator << writes it.

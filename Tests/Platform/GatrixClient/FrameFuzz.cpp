@@ -5,7 +5,7 @@
 #include "FuzzCheck.h"
 #include "GatrixBody.h"
 #include "GatrixWire.h"
-#include "StringUtils.h"
+#include "Utf8Text.h"
 
 using namespace Gatrix;
 
@@ -31,10 +31,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string input(reinterpret_cast<const char*>(data), size);
     if (const auto frame = Read(input)) {
         CheckReadsBack(*frame);
-        FUZZ_CHECK(!StringUtils::IsUtf8(input) || StringUtils::IsUtf8(Wire::Serialize(*frame)));
+        FUZZ_CHECK(!Utf8Text::IsValid(input) || Utf8Text::IsValid(Wire::Serialize(*frame)));
     }
     const std::string body = BodyOfText(input);
-    FUZZ_CHECK(StringUtils::IsUtf8(body));
+    FUZZ_CHECK(Utf8Text::IsValid(body));
     CheckReadsBack(Wire::Answer{1, body});
     TextOfBody(body);
     return 0;

@@ -79,13 +79,22 @@ TEST_F(GatrixClientTest, WhatIsNoFrame_IsReportedAndTheConnectionStays)
     EXPECT_EQ(probe.Next(), "protocol error: a frame from the gateway is dropped: not a JSON object");
     gateway->Send(R"({"op":"hello","client":"a","platform":"p"})");
     EXPECT_EQ(probe.Next(), "protocol error: a frame from the gateway is dropped: only clients send its kind");
+    gateway->Send(R"({"op":"request","id":9,"method":"GET","endpoint":"/g","version":1,"body":1e400})");
+    EXPECT_THAT(probe.Next(), HasSubstr("is dropped: request: \"body\": "));
+    EXPECT_THAT(gateway->Read(), AllOf(HasSubstr(R"("message":"request: \"body\": )"),
+                                       HasSubstr(R"("statusCode":400},"id":9,"op":"error"})")));
     gateway->Send(R"({"op":"ready","endpoints":[]})", false);
     EXPECT_EQ(probe.Next(), "protocol error: a frame from the gateway is dropped: binary data");
     client->SendGetRequest("/r", std::string(Gatrix::Wire::kMaxFrameBytes, 'x'), 1.0, probe.raw, probe.refused);
     EXPECT_EQ(probe.Next(), "refused 413 /r: a frame of 1048654 bytes is too large for the gateway");
     client->SendGetRequest("/r", "1", 1.0, probe.raw, probe.refused);
     EXPECT_THAT(gateway->Read(), HasSubstr(R"("id":2)"));
-    gateway->Send(R"({"op":"answer","id":2,"body":")" + std::string(1000000, 'x') + "\"}");
+    gateway->Send(R"({"op":"answer","id":2,"body":{"a":1,"a":"\ud800"}})");
+    EXPECT_THAT(probe.Next(), StartsWith("protocol error: "));
+    EXPECT_EQ(probe.Next(), R"(refused 400 answer: "body": half a surrogate pair at byte 18)");
+    client->SendGetRequest("/r", "1", 1.0, probe.raw, probe.refused);
+    EXPECT_THAT(gateway->Read(), HasSubstr(R"("id":3)"));
+    gateway->Send(R"({"op":"answer","id":3,"body":")" + std::string(1000000, 'x') + "\"}");
     EXPECT_EQ(probe.Next().size(), 1000004U);
     gateway->Send(std::string(Gatrix::Wire::kMaxFrameBytes + 1, ' '));
     EXPECT_EQ(gateway->Read(), "closed 1009 ");

@@ -35,8 +35,7 @@ TEST(NameValueFile, UnusableFile_ActsAsEmptyAndIsLogged)
                                  folder.Write("empty", ""),
                                  folder.Write("list", "[1]"),
                                  folder.Write("cut", R"({"short": "1)"),
-                                 folder.Write("twice", R"({"short": "1", "short": "2"})"),
-                                 folder.Write("deep", std::string(100000, '['))};
+                                 folder.Write("nul", std::string("{\"short\": \"1\"}\0{}", 17))};
     for (const std::string& path : paths) {
         testing::internal::CaptureStderr();
         EXPECT_EQ(NameValueFile(path).Get("short", "1.0.67"), "1.0.67") << path;

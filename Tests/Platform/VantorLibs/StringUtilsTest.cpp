@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <limits>
 
+#include "Utf8Text.h"
+
 TEST(StringUtils, FindReplaceAndTrim_TouchWhatTheyShould)
 {
     EXPECT_EQ(StringUtils::FindReplace("a-b-c", "-", "--"), "a--b--c");
@@ -39,13 +41,18 @@ TEST(StringUtils, ToJson_IsOneEscapedLine)
               R"({"a":"\u00e9\ufffd","b":"line\n\"\\\u0001"})");
 }
 
-TEST(StringUtils, IsUtf8_FollowsTheStandard)
+TEST(Utf8Text, Characters_AreThoseOfTheStandard)
 {
     for (const char* text : {"", "a", "\xc2\x80", "\xe0\xa0\x80", "\xed\x9f\xbf", "\xee\x80\x80", "\xf4\x8f\xbf\xbf"}) {
-        EXPECT_TRUE(StringUtils::IsUtf8(text)) << text;
+        EXPECT_TRUE(Utf8Text::IsValid(text)) << text;
     }
     for (const char* text : {"\x80", "\xc0\xaf", "\xc1\xbf", "\xc3", "\xe0\x9f\xbf", "\xed\xa0\x80", "\xe2\x82",
                              "\xe2\x82x", "\xf0\x8f\xbf\xbf", "\xf4\x90\x80\x80", "\xf5\x80\x80\x80", "a\xff"}) {
-        EXPECT_FALSE(StringUtils::IsUtf8(text));
+        EXPECT_FALSE(Utf8Text::IsValid(text));
+    }
+    EXPECT_EQ(Utf8Text::Repair("a\xff\xc3\xa9\xe2\x82"), "a\xef\xbf\xbd\xc3\xa9\xef\xbf\xbd\xef\xbf\xbd");
+    const std::pair<std::size_t, const char*> cuts[] = {{0, ""}, {2, "a"}, {3, "a\xc3\xa9"}, {9, "a\xc3\xa9z"}};
+    for (const auto& [longest, beginning] : cuts) {
+        EXPECT_EQ(Utf8Text::Cut("a\xc3\xa9z", longest), beginning);
     }
 }

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+namespace google::protobuf
+{
+class Descriptor;
+}
+
+/** Messages in the binary form that protobuf's JSON writer can turn into JSON without naming a member twice. */
+namespace GroupedFields
+{
+/**
+ * The binary form with the values of each field side by side, in nested messages too. An enumeration number that the
+ * schema does not declare, which a message keeps behind its declared fields, so joins its list. Where the field is no
+ * list, only its first value stays. Thread-safe.
+ */
+std::string Group(const std::string& binary, const google::protobuf::Descriptor& schema);
+} // namespace GroupedFields
