@@ -6,7 +6,6 @@
 #include <thread>
 
 #include "DPrint.h"
-#include "ReconnectDelay.h"
 
 namespace Gatrix
 {
@@ -94,7 +93,7 @@ void ClientCore::Connect()
 void ClientCore::OnUp()
 {
     m_isUp = true;
-    m_upSince = Alarm::Clock::now();
+    m_delay.OnUp(Alarm::Clock::now());
     ++m_connectionNumber;
     m_lastFailure.clear();
     s_log.Log(3, "connected to %s:%u", m_settings.host.c_str(), static_cast<unsigned int>(m_settings.port));
@@ -109,10 +108,7 @@ void ClientCore::OnDown(const std::string& reason)
         return;
     }
     const auto now = Alarm::Clock::now();
-    if (m_isUp && now - m_upSince >= m_settings.lastingConnection) {
-        m_failures = 0;
-    }
-    m_reconnect.Set(now + ReconnectDelay(m_failures++, Fraction(m_random)), [this] { Connect(); });
+    m_reconnect.Set(now + m_delay.OnDown(now, Fraction(m_random)), [this] { Connect(); });
     RefuseOutstanding();
     if (std::exchange(m_isUp, false)) {
         m_handlers = {};

@@ -16,6 +16,7 @@
 #include "GatrixResponder.h"
 #include "GatrixWire.h"
 #include "OutstandingRequests.h"
+#include "ReconnectDelay.h"
 
 namespace Gatrix
 {
@@ -50,8 +51,6 @@ public:
         /** What connecting may take, up to the first frame written, and sending what waits at the end. */
         std::chrono::milliseconds connectLimit = std::chrono::seconds(10);
         std::chrono::milliseconds finishLimit = std::chrono::seconds(1);
-        /** A connection that lasted as long, or brought a "ready", starts the pauses between attempts anew. */
-        std::chrono::milliseconds lastingConnection = std::chrono::seconds(10);
     };
 
     /** @throws std::system_error when the kernel has no descriptor to give */
@@ -122,10 +121,8 @@ private:
     /** Of the latest connection that was up, counted from 1. */
     std::uint64_t m_connectionNumber = 0;
     bool m_isUp = false;
-    Alarm::Clock::time_point m_upSince;
     bool m_isStopping = false;
-    /** Attempts since the latest connection that lasted. */
-    unsigned int m_failures = 0;
+    ReconnectDelay m_delay;
     /** Why the latest attempt to connect failed, so that a gateway that stays away is not reported again and again. */
     std::string m_lastFailure;
     Handlers m_handlers;

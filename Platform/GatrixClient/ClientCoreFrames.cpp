@@ -107,7 +107,7 @@ void ClientCore::Take(const Wire::Notify& notification)
 
 void ClientCore::Take(const Wire::Ready& ready)
 {
-    m_failures = 0;
+    m_delay.OnReady();
     m_handlers.ready(ready.endpoints);
 }
 

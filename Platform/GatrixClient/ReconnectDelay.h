@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 
 namespace Gatrix
 {
@@ -8,8 +9,26 @@ namespace Gatrix
  * How long to wait before the next attempt to connect: 0.1 s, then twice as long each time up to 5 s, less a random
  * part of up to a half, so that the clients of a gateway that comes back do not all come at once.
  *
- * @param failures attempts since the latest connection that lasted
- * @param random   in [0, 1)
+ * It starts anew after a connection that was of use: one that lasted, or brought a "ready". A gateway that takes each
+ * connection and drops it at once is so not asked again without a pause. Not thread-safe.
  */
-std::chrono::milliseconds ReconnectDelay(unsigned int failures, double random);
+class ReconnectDelay
+{
+public:
+    using Time = std::chrono::steady_clock::time_point;
+
+    /** What a connection has to last. */
+    static constexpr std::chrono::seconds kLasting{10};
+
+    void OnUp(Time now) { m_upSince = now; }
+    void OnReady() { m_failures = 0; }
+
+    /** An attempt failed, or a connection is at its end. @param random in [0, 1) */
+    std::chrono::milliseconds OnDown(Time now, double random);
+
+private:
+    /** Attempts and connections since the latest one that was of use. */
+    unsigned int m_failures = 0;
+    std::optional<Time> m_upSince;
+};
 } // namespace Gatrix

@@ -102,6 +102,32 @@ TEST_F(GatrixClientTest, WhatIsNoFrame_IsReportedAndTheConnectionStays)
     EXPECT_THAT(gateway->Accept(), HasSubstr("hello"));
 }
 
+TEST_F(GatrixClientTest, GatewayThatDropsEachConnection_IsAskedLessOftenUntilItIsReady)
+{
+    using Clock = std::chrono::steady_clock;
+    using std::chrono::milliseconds;
+    Connect();
+    const std::uint16_t port = gateway->Port();
+    const auto dropAndAccept = [&] {
+        gateway.reset();
+        gateway = std::make_unique<ScriptedGateway>(port);
+        gateway->Accept();
+    };
+    const Clock::time_point first = Clock::now();
+    for (int count = 0; count < 4; ++count) {
+        dropAndAccept();
+    }
+    const Clock::time_point fifth = Clock::now();
+    EXPECT_GE(fifth - first, milliseconds(50 + 100 + 200 + 400));
+    client->RegisterEndpointsOfInterest({}, probe.ready, probe.notReady);
+    gateway->Read();
+    gateway->Send(R"({"op":"ready","endpoints":[]})");
+    EXPECT_TRUE(WaitUntil([this] { return probe.Next() == "ready {}"; }));
+    const Clock::time_point ready = Clock::now();
+    dropAndAccept();
+    EXPECT_LT(Clock::now() - ready, milliseconds(800));
+}
+
 TEST_F(GatrixClientTest, GatewayThatIsNone_IsTriedAgainUntilItIsOne)
 {
     auto settings = Settings();

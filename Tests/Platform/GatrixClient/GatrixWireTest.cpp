@@ -195,12 +195,35 @@ TEST(GatrixBody, Text_TravelsAsTheValueThatItSpellsOrAsItself)
     EXPECT_EQ(BodyOfText("[" + fits + "]"), "\"[" + fits + "]\"");
 }
 
-TEST(ReconnectDelay, Failures_DoubleItUpToALimitLessARandomPart)
+TEST(ReconnectDelay, Failures_DoubleItUntilAConnectionWasOfUse)
 {
-    const std::tuple<unsigned int, double, int> cases[] = {
-        {0, 0, 100}, {1, 0, 200}, {5, 0, 3200}, {6, 0, 5000}, {4'000'000'000U, 1, 2500}, {0, 1, 50}, {3, 0.5, 600},
+    struct Step
+    {
+        /** How long the connection was up before it dropped; negative when it was not made. */
+        int upSeconds;
+        bool isReady;
+        double random;
+        int milliseconds;
     };
-    for (const auto& [failures, random, milliseconds] : cases) {
-        EXPECT_EQ(ReconnectDelay(failures, random).count(), milliseconds) << failures << " " << random;
+    const Step steps[] = {
+        {-1, false, 0, 100},  {-1, false, 0, 200},  {0, false, 0, 400},  {9, false, 0.5, 600},
+        {-1, false, 0, 1600}, {-1, false, 0, 3200}, {0, false, 1, 2500}, {10, false, 1, 50},
+        {9, false, 0, 200},   {0, true, 0, 100},    {0, false, 0, 200},  {-1, false, 0, 400},
+    };
+    ReconnectDelay delay;
+    ReconnectDelay::Time now;
+    for (const Step& step : steps) {
+        now += std::chrono::hours(1);
+        if (step.upSeconds >= 0) {
+            delay.OnUp(now);
+            now += std::chrono::seconds(step.upSeconds);
+        }
+        if (step.isReady) {
+            delay.OnReady();
+        }
+        EXPECT_EQ(delay.OnDown(now, step.random).count(), step.milliseconds) << &step - steps;
+    }
+    for (int count = 0; count < 2000; ++count) {
+        EXPECT_LE(delay.OnDown(now, 0).count(), 5000);
     }
 }
