@@ -112,6 +112,7 @@ TEST_F(GatrixClientTest, GatewayThatDropsEachConnection_IsAskedLessOftenUntilItI
         gateway.reset();
         gateway = std::make_unique<ScriptedGateway>(port);
         gateway->Accept();
+        EXPECT_TRUE(WaitUntil([this] { return probe.Next() == "connected"; }));
     };
     const Clock::time_point first = Clock::now();
     for (int count = 0; count < 4; ++count) {
