@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "DPrint.h"
+#include "FittingReply.h"
 
 namespace Gatrix
 {
@@ -34,7 +35,7 @@ void DeliveredRequest::Answer(const google::protobuf::Message& message)
         return;
     }
     try {
-        Send(Wire::Answer{m_delivery.id, ProtoToMarkup::ToJson(message, false)});
+        Send(FittingReply::Answer(m_delivery.id, message));
     } catch (const ProtoToMarkup::MarkupError& error) {
         s_log.Log(1, "%s: the answer cannot be sent: %s", m_delivery.endpoint.c_str(), error.what());
         Send(Wire::Refusal{m_delivery.id, 500, error.what()});
@@ -44,7 +45,7 @@ void DeliveredRequest::Answer(const google::protobuf::Message& message)
 void DeliveredRequest::Refuse(const Error& error)
 {
     if (Begin()) {
-        Send(Wire::Refusal{m_delivery.id, error.statuscode(), error.message()});
+        Send(FittingReply::Refusal(m_delivery.id, error));
     }
 }
 

@@ -43,7 +43,7 @@ public:
     /**
      * What handles POST requests: the request, and two callbacks of which one is to be invoked once, at once or later,
      * from any thread. The second invocation and later ones are dropped with a log line. When all copies of both are
-     * gone uninvoked, the request is refused with status 500.
+     * gone uninvoked, the request is refused with status 500. Texts are made to fit, see Responder.
      */
     template <class Request, class Answer>
     using PostHandler = AsyncCallback<Request, Callback<Answer>, Callback<Error>>;

@@ -14,12 +14,15 @@ namespace Gatrix
  * What answers one delivered request, once, from any thread; a later attempt is dropped with a log line, and so is an
  * answer when the connection that brought the request has dropped. Destroyed unanswered, it refuses the request with
  * status 500, so that no requester waits for ever. It may outlive the client.
+ *
+ * Texts in the answer or error that are not UTF-8 are repaired, and the longest are cut where the frame would be too
+ * large; what is cut says how many bytes are missing.
  */
 class Responder
 {
 public:
     virtual ~Responder() = default;
-    /** A message that cannot be converted, as it lacks a required field, refuses the request with status 500. */
+    /** A message that lacks a required field refuses the request with status 500. */
     virtual void Answer(const google::protobuf::Message& message) = 0;
     virtual void Refuse(const Error& error) = 0;
 };

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+
+#include "Gatrix.pb.h"
+#include "GatrixWire.h"
+
+/**
+ * Replies as a frame can carry them, whatever texts a handler puts into them: bytes that are not UTF-8 become U+FFFD,
+ * and where the frame would be too large, up to 16 of the longest texts are cut and say how much is missing.
+ * Thread-safe.
+ */
+namespace Gatrix::FittingReply
+{
+/**
+ * The answer's frame. It is still too large when more than those texts is.
+ * @throws ProtoToMarkup::MarkupError when a required field is not set
+ */
+Wire::Answer Answer(std::uint64_t id, const google::protobuf::Message& message);
+
+Wire::Refusal Refusal(std::uint64_t id, const Error& error);
+} // namespace Gatrix::FittingReply

@@ -1,0 +1,106 @@
+#include "FittingReply.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <limits>
+
+#include "ProtoToMarkup.h"
+#include "UploadSysInfo.pb.h"
+
+using namespace Gatrix;
+
+namespace
+{
+constexpr std::size_t kFrame = Wire::kMaxFrameBytes;
+
+std::string Repeated(const std::string& text, std::size_t count)
+{
+    std::string repeated;
+    for (; count > 0; --count) {
+        repeated += text;
+    }
+    return repeated;
+}
+
+/** The frame as it leaves the gateway, with the longest number there is. */
+std::string Sent(Wire::Frame frame)
+{
+    std::visit(
+        [](auto& content) {
+            if constexpr (std::is_same_v<std::decay_t<decltype(content)>, Wire::Answer> ||
+                          std::is_same_v<std::decay_t<decltype(content)>, Wire::Refusal>) {
+                EXPECT_EQ(content.id, 7U);
+                content.id = std::numeric_limits<std::uint64_t>::max();
+            }
+        },
+        frame);
+    return Wire::Serialize(frame);
+}
+} // namespace
+
+TEST(FittingReply, AnyText_FitsItsFrameAndLosesLittle)
+{
+    struct Case
+    {
+        std::string text;
+        /** What arrives begins so. */
+        std::string begin;
+        /** The end of what arrives; empty when nothing is cut. */
+        std::string end;
+        /** Bytes that the frames of the answer and of the error have at least. */
+        std::size_t answer, error;
+    };
+    const std::string mixed = "a" + std::string(400000, '\x01') + std::string(900000, 'z');
+    const Case cases[] = {
+        {"", "", "", 0, 0},
+        {"caf\xe9 \xc3\xa9\xed\xa0\x80", "caf\xef\xbf\xbd \xc3\xa9\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd", "", 0, 0},
+        {std::string(kFrame - 200, 'x'), "xx", "xx", kFrame - 200, kFrame - 200},
+        {std::string(kFrame, 'x'), "xx", "x... (99 bytes more)", kFrame - 10, 0},
+        {std::string(4 * kFrame, 'x'), "xx", " bytes more)", kFrame - 1000, kFrame - 1000},
+        {Repeated("\xc3\xa9", kFrame), "\xc3\xa9", "\xc3\xa9... (1048680 bytes more)", kFrame - 1000, kFrame - 1000},
+        {std::string(kFrame, '\x01'), "\x01", " bytes more)", kFrame - 1000, kFrame - 1000},
+        {mixed, "a\x01", " bytes more)", kFrame / 2, kFrame / 2},
+    };
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.text.substr(0, 10) + " " + std::to_string(each.text.size()));
+        DFSCommonPB::UploadResponse response;
+        response.set_statuscode(200);
+        response.set_message(each.text);
+        const Wire::Answer answer = FittingReply::Answer(7, response);
+        EXPECT_LE(Sent(answer).size(), kFrame);
+        EXPECT_GE(Sent(answer).size(), each.answer);
+        DFSCommonPB::UploadResponse arrived;
+        ProtoToMarkup::FromJson(*answer.body, arrived);
+        EXPECT_EQ(arrived.statuscode(), 200);
+        EXPECT_TRUE(arrived.message().substr(0, each.begin.size()) == each.begin);
+        const std::string& message = arrived.message();
+        EXPECT_THAT(message.substr(message.size() - std::min(each.end.size(), message.size())), each.end);
+
+        Error error;
+        error.set_statuscode(500);
+        error.set_message(each.text);
+        const Wire::Refusal refusal = FittingReply::Refusal(7, error);
+        EXPECT_LE(Sent(refusal).size(), kFrame);
+        EXPECT_GE(Sent(refusal).size(), each.error);
+        EXPECT_EQ(refusal.statusCode, 500);
+        EXPECT_TRUE(refusal.message.substr(0, each.begin.size()) == each.begin);
+    }
+}
+
+TEST(FittingReply, LongestTexts_AreCutFirst)
+{
+    DFSCommonPB::UploadManifest manifest;
+    for (const std::size_t size : {std::size_t{100}, kFrame, 2 * kFrame}) {
+        DFSCommonPB::ManifestItem& item = *manifest.add_item();
+        item.set_filename("short");
+        item.set_type(DFSCommonPB::TOP);
+        item.set_subtype(std::string(size, 'x'));
+    }
+    DFSCommonPB::UploadManifest arrived;
+    ProtoToMarkup::FromJson(*FittingReply::Answer(7, manifest).body, arrived);
+    EXPECT_EQ(arrived.item(0).subtype().size(), 100U);
+    EXPECT_EQ(arrived.item(2).subtype(), "... (2097152 bytes more)");
+    EXPECT_GT(arrived.item(1).subtype().size(), kFrame - 1000);
+    EXPECT_THROW(FittingReply::Answer(7, DFSCommonPB::UploadResponse()), ProtoToMarkup::MarkupError);
+}
