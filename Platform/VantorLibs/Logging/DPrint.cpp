@@ -1,15 +1,20 @@
 #include "DPrint.h"
 
+#include "LineBuffer.h"
+#include "StrictJson.h"
+#include "SystemUtils.h"
+
 #include <json/json.h>
 #include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/base_sink.h>
 #include <spdlog/spdlog.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <fstream>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -58,44 +63,22 @@ spdlog::logger& Sink()
     return *sink;
 }
 
-void WriteLine(std::string text)
+void WriteLine(const std::string& line)
 {
-    if (!text.empty() && text.back() == '\n') {
-        text.pop_back();
-    }
-    std::string line;
-    line.reserve(text.size());
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '\n') {
-            line += "\\n";
-        } else if (c == '\r') {
-            line += "\\r";
-        } else if ((byte < 0x20 && c != '\t') || byte == 0x7f) {
-            char escape[5];
-            std::snprintf(escape, sizeof escape, "\\x%02x", static_cast<unsigned>(byte));
-            line += escape;
-        } else {
-            line += c;
-        }
-    }
     Sink().log(spdlog::level::info, spdlog::string_view_t(line));
 }
 
-std::string Format(const char* format, va_list arguments)
+void WriteFormatted(int level, const char* name, const char* format, va_list arguments)
 {
-    va_list again;
-    va_copy(again, arguments);
-    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): initialised by va_copy
-    const int length = std::vsnprintf(nullptr, 0, format, again);
-    va_end(again);
+    std::array<char, LineBuffer::kMaxKept + 1> text;
+    const int written = std::snprintf(text.data(), text.size(), "%d %s: ", level, name);
+    const std::size_t start = std::min(static_cast<std::size_t>(std::max(written, 0)), text.size() - 1);
+    int length = std::vsnprintf(text.data() + start, text.size() - start, format, arguments);
     if (length < 0) {
-        return format;
+        length = std::snprintf(text.data() + start, text.size() - start, "%s", format);
     }
-    std::string text(static_cast<std::size_t>(length) + 1, '\0');
-    std::vsnprintf(text.data(), text.size(), format, arguments);
-    text.pop_back();
-    return text;
+    const std::size_t whole = start + static_cast<std::size_t>(std::max(length, 0));
+    WriteLine(LineBuffer::Line({text.data(), std::min(whole, text.size() - 1)}, whole));
 }
 } // namespace
 
@@ -148,17 +131,13 @@ private:
 void DPrint::Initialize()
 {
     static const DPrint log("DPrint");
-    std::ifstream file(kConfigurationFile);
-    if (!file) {
+    const std::string text = SystemUtils::ReadFile(kConfigurationFile);
+    if (text.empty()) {
         DPrintRegistry::Instance().Configure(kDefaultThreshold, {});
         return;
     }
     try {
-        Json::Value configuration;
-        std::string errors;
-        if (!Json::parseFromStream(Json::CharReaderBuilder(), file, &configuration, &errors)) {
-            throw Json::RuntimeError(errors);
-        }
+        const Json::Value configuration = StrictJson::Parse(text);
         std::map<std::string, int> byName;
         const Json::Value& loggers = configuration["loggers"];
         for (const auto& name : loggers.getMemberNames()) {
@@ -184,12 +163,15 @@ DPrint::~DPrint()
 
 std::ostream& DPrint::Prefix(std::ostream& stream, int level, const char* functionName) const
 {
+    LineBuffer::Begin(stream);
     return stream << level << ' ' << m_name << ": " << functionName << ": ";
 }
 
 void DPrint::Put(const std::ostringstream& stream) const
 {
-    WriteLine(stream.str());
+    const LineBuffer* const buffer = LineBuffer::Of(stream);
+    const std::string text = buffer == nullptr ? stream.str() : std::string();
+    WriteLine(buffer == nullptr ? LineBuffer::Line(text, text.size()) : buffer->Line());
 }
 
 void DPrint::Log(int level, const char* format, ...) const
@@ -199,7 +181,7 @@ void DPrint::Log(int level, const char* format, ...) const
     }
     va_list arguments;
     va_start(arguments, format);
-    WriteLine(std::to_string(level) + ' ' + m_name + ": " + Format(format, arguments));
+    WriteFormatted(level, m_name, format, arguments);
     va_end(arguments);
 }
 
@@ -211,6 +193,6 @@ void DPrint::LogWarning(const char* format, ...) const
     }
     va_list arguments;
     va_start(arguments, format);
-    WriteLine(std::to_string(kWarning) + ' ' + m_name + ": " + Format(format, arguments));
+    WriteFormatted(kWarning, m_name, format, arguments);
     va_end(arguments);
 }

@@ -15,8 +15,10 @@
  *     { "threshold": 3, "loggers": { "EventWaiter": 6 } }
  *
  * A line goes to standard error in one write(2), so that lines of several threads and processes never mix:
- * UTC time, thread id, level, logger's name, text. Control characters in the text (a cloud's answer may hold any) are
- * written as escapes, but for one line feed at the end, which is dropped: a line of the log is always one line.
+ * UTC time, thread id, level, logger's name, text. Control characters in the text (a cloud's answer may hold any) and
+ * bytes that are not UTF-8 are written as escapes, but for one line feed at the end, which is dropped: a line of the
+ * log is always one line. From the level on it has at most 8 KiB as it is written; then it says how many bytes are
+ * missing. A longer text costs no memory beside the caller's.
  *
  * Every operation may be called from any thread; none throws for a failure to write.
  */
@@ -35,10 +37,13 @@ public:
     /** Whether a line of this level would be written: a line is built only then. */
     bool IsLog(int level) const noexcept { return level <= m_threshold.load(std::memory_order_relaxed); }
 
-    /** Begins a line in stream form: level, logger's name and the operation's name. Returns the stream. */
+    /**
+     * Begins a line in stream form: level, logger's name and the operation's name. What is written to the stream from
+     * here on is kept for Put, as far as the line shows it, and not in the stream's str(). Returns the stream.
+     */
     std::ostream& Prefix(std::ostream& stream, int level, const char* functionName) const;
 
-    /** Writes the line that Prefix began. */
+    /** Writes the line that Prefix began in this stream. */
     void Put(const std::ostringstream& stream) const;
 
     /** Writes a line in printf(3) form, if its level is to be written. */

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 
@@ -40,13 +41,19 @@ bool FileDescriptor::WriteAll(const std::string& bytes) const
     return true;
 }
 
-bool FileDescriptor::ReadAll(std::string& bytes) const
+bool FileDescriptor::ReadAll(std::string& bytes, std::size_t longest) const
 {
     std::array<char, 16384> chunk;
     while (true) {
         const ssize_t got = ::read(m_descriptor, chunk.data(), chunk.size());
         if (got > 0) {
-            bytes.append(chunk.data(), static_cast<std::size_t>(got));
+            const std::size_t taken = std::min(static_cast<std::size_t>(got), longest);
+            bytes.append(chunk.data(), taken);
+            longest -= taken;
+            if (taken < static_cast<std::size_t>(got)) {
+                errno = EFBIG;
+                return false;
+            }
         } else if (got == 0) {
             return true;
         } else if (errno != EINTR) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <utility>
 
@@ -27,8 +28,14 @@ public:
     /** Writes all of the bytes, however many write(2) calls that takes. False, with errno set, when one fails. */
     bool WriteAll(const std::string& bytes) const;
 
-    /** Appends everything up to the end of the file. False, with errno set, when a read(2) fails. */
-    bool ReadAll(std::string& bytes) const;
+    /** What ReadAll takes unless told otherwise. */
+    static constexpr std::size_t kMaxFileBytes = std::size_t{16} * 1024 * 1024;
+
+    /**
+     * Appends everything up to the end of the file. False, with errno set, when a read(2) fails, or with EFBIG when
+     * there are more than `longest` bytes, of which that many are appended.
+     */
+    bool ReadAll(std::string& bytes, std::size_t longest = kMaxFileBytes) const;
 
 private:
     int m_descriptor = -1;

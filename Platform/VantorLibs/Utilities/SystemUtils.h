@@ -21,6 +21,9 @@ std::string GetEXE();
 /** Whether something of that path exists, a dangling symbolic link excepted. */
 bool Exists(const std::string& path);
 
-/** The whole content of a regular file, of /proc as well; empty when it cannot be read. Never waits on a pipe. */
+/**
+ * The whole content of a regular file, of /proc as well; empty when it cannot be read or has more than 16 MiB. Never
+ * waits on a pipe.
+ */
 std::string ReadFile(const std::string& path);
 } // namespace SystemUtils

@@ -1,7 +1,9 @@
 #include "DPrint.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include <algorithm>
 #include <regex>
 #include <sstream>
 #include <thread>
@@ -44,6 +46,73 @@ TEST(DPrint, WritesALineOfEitherForm_AndKeepsItOneLine)
     EXPECT_TRUE(std::regex_match(lines[1], std::regex(start + "1 Logger: Operation: text 2"))) << lines[1];
     const std::regex escaped(start + R"(2 Logger: an answer\\r\\nwith a forged line\\x1b\[2J)");
     EXPECT_TRUE(std::regex_match(lines[2], escaped)) << lines[2];
+}
+
+TEST(DPrint, CutsALongLineBetweenCharactersAndEscapes)
+{
+    const auto repeated = [](const std::string& text, std::size_t count) {
+        std::string all;
+        for (; count > 0; --count) {
+            all += text;
+        }
+        return all;
+    };
+    const std::string e = "\xc3\xa9";
+    const std::string kiss = "\xf0\x9f\x98\x98";
+    // Beside the level, the names and the operation there is room for 8170 bytes.
+    struct Case
+    {
+        std::string text, line;
+    };
+    const Case cases[] = {
+        {"", ""},
+        {"\n\n", "\\n"},
+        {"\x01\x1b\x7f\t~", "\\x01\\x1b\\x7f\t~"},
+        {"\xc2\x80\xc2\x9b\xc2\x9f\xc2\xa0" + e + kiss, "\\u0080\\u009b\\u009f\xc2\xa0" + e + kiss},
+        {"\x9b\xc3(\xed\xa0\x80\xc2", "\\x9b\\xc3(\\xed\\xa0\\x80\\xc2"},
+        {std::string(8170, 'x'), std::string(8170, 'x')},
+        {std::string(8170, 'x') + "\n", std::string(8170, 'x')},
+        {std::string(8171, 'x'), std::string(8170, 'x') + "... (1 bytes more)"},
+        {std::string(16 << 20, 'x'), std::string(8170, 'x') + "... (16769046 bytes more)"},
+        {std::string(16 << 20, '\x01'), repeated("\\x01", 2042) + "... (16775174 bytes more)"},
+        {"x" + repeated(e, 5000), "x" + repeated(e, 4084) + "... (1832 bytes more)"},
+        {"xxx" + repeated(kiss, 3000), "xxx" + repeated(kiss, 2041) + "... (3836 bytes more)"},
+        {"x" + repeated("\xc2\x9b", 2000), "x" + repeated("\\u009b", 1361) + "... (1278 bytes more)"},
+        {std::string(8169, 'x') + "\xc3", std::string(8169, 'x') + "... (1 bytes more)"},
+    };
+    for (const Case& each : cases) {
+        testing::internal::CaptureStderr();
+        s_log.Log(3, "Operation7: %s", each.text.c_str());
+        std::ostringstream line;
+        s_log.Prefix(line, 3, "left over");
+        s_log.Prefix(line, 3, "Operation7") << each.text;
+        s_log.Put(line);
+        const auto lines = CapturedLines();
+        ASSERT_EQ(lines.size(), 2U);
+        for (const std::string& written : lines) {
+            const std::string text = written.substr(written.find("on7: ") + 5);
+            EXPECT_TRUE(text == each.line) << text.size() << " " << text.substr(0, 40) << "  "
+                                           << text.substr(std::max(text.size(), std::size_t{60}) - 60);
+        }
+    }
+}
+
+TEST(DPrint, HugeText_CostsNeitherMemoryNorALongLine)
+{
+    const std::string huge(32 << 20, '\x01');
+    const auto peak = [] {
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        return usage.ru_maxrss;
+    };
+    testing::internal::CaptureStderr();
+    const long before = peak();
+    s_log.Log(1, "%s", huge.c_str());
+    std::ostringstream line;
+    s_log.Prefix(line, 1, "Operation") << huge << huge.c_str();
+    s_log.Put(line);
+    EXPECT_LT(peak() - before, 1024) << "KiB";
+    EXPECT_LT(testing::internal::GetCapturedStderr().size(), 20000U);
 }
 
 TEST(DPrint, TakesThresholdsFromItsFile)
