@@ -49,6 +49,7 @@ APTask::~APTask()
 void APTask::Stop()
 {
     m_queue->Close();
+    InterruptWaits();
     Join();
 }
 
@@ -58,7 +59,9 @@ void APTask::ThreadBody()
     const std::shared_ptr<TaskQueue> queue = m_queue;
     const std::string name = TaskName();
 
-    RunGuarded(name, [this] { OnEntry(); });
+    if (!queue->IsClosed()) {
+        RunGuarded(name, [this] { OnEntry(); });
+    }
     while (!queue->IsClosed()) {
         TaskMessageList messages = queue->WaitForMessages();
         while (!queue->IsClosed()) {

@@ -24,7 +24,8 @@ public:
     /**
      * Ends the task: what waits in its queue is dropped, what is posted later does nothing. Called from another thread
      * it returns when the handler that was running has returned; called from a handler it returns at once, and the
-     * thread ends after that handler.
+     * thread ends after that handler. A handler that waits in APTaskManager::JoinAllTasks waits no longer. Stopped
+     * before its start, the task runs nothing, not even OnEntry.
      */
     void Stop();
 

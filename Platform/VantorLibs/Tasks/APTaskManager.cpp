@@ -27,7 +27,7 @@ void APTaskManager::JoinAllTasks()
         return m_tasks;
     }();
     for (APTask* task : tasks) {
-        task->Join();
+        task->JoinOrInterrupt();
     }
 }
 

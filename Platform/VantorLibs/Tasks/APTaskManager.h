@@ -20,7 +20,7 @@ public:
     /** Starts the added tasks in order of addition; none once StopAllTasks was called. */
     void StartAllTasks();
 
-    /** Blocks while any started task runs. */
+    /** Blocks while any started task runs; called by a task, until that is stopped at the latest. */
     void JoinAllTasks();
 
     /** Any thread: has every added task, and any added later, end after the handler that it is in, without waiting. */

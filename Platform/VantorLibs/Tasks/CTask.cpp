@@ -31,6 +31,19 @@ struct CTask::Thread
     std::condition_variable changed;
     bool ended = false;
     std::thread::id id;
+    /** Of the body's waits for other tasks. */
+    std::atomic<bool> interrupted{false};
+    /** The task that the body waits for; null while it waits for none. */
+    std::shared_ptr<Thread> awaited;
+
+    /** Whose body the calling thread runs; null on other threads. */
+    static thread_local Thread* s_current;
+
+    void Await(const std::shared_ptr<Thread>& other)
+    {
+        const std::lock_guard lock(mutex);
+        awaited = other;
+    }
 
     bool IsCaller()
     {
@@ -63,6 +76,7 @@ struct CTask::Thread
             const std::lock_guard lock(thread->mutex);
             thread->id = std::this_thread::get_id();
         }
+        s_current = thread.get();
         constexpr std::size_t kKernelNameLength = 15;
         pthread_setname_np(pthread_self(), thread->name.substr(0, kKernelNameLength).c_str());
         thread->ApplyScheduling();
@@ -78,19 +92,15 @@ struct CTask::Thread
     }
 };
 
-CTask::CTask(const char* name, bool detached, RealtimeType realtime, int priority)
-    : m_name(name),
-      m_detached(detached),
-      m_realtime(realtime),
-      m_priority(priority),
-      m_thread(std::make_shared<Thread>())
+thread_local CTask::Thread* CTask::Thread::s_current = nullptr;
+
+CTask::CTask(const char* name, bool /*reserved*/, RealtimeType realtime, int priority)
+    : m_name(name), m_realtime(realtime), m_priority(priority), m_thread(std::make_shared<Thread>())
 {}
 
 CTask::~CTask()
 {
-    if (!m_detached) {
-        Join();
-    }
+    Join();
 }
 
 void CTask::Start()
@@ -106,7 +116,11 @@ void CTask::Start()
     pthread_attr_init(&attributes);
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
     if (m_stackSize != 0) {
-        pthread_attr_setstacksize(&attributes, m_stackSize);
+        const int refusal = pthread_attr_setstacksize(&attributes, m_stackSize);
+        if (refusal != 0) {
+            s_log.LogWarning("%s: runs with the default stack, not with %u bytes: %s", m_name.c_str(), m_stackSize,
+                             std::generic_category().message(refusal).c_str());
+        }
     }
     pthread_t unused{};
     const int error = pthread_create(&unused, &attributes, &Thread::Entry, m_thread.get());
@@ -125,4 +139,33 @@ void CTask::Join()
     }
     std::unique_lock lock(m_thread->mutex);
     m_thread->changed.wait(lock, [this] { return m_thread->ended; });
+}
+
+void CTask::JoinOrInterrupt()
+{
+    Thread* const caller = Thread::s_current;
+    if (caller == nullptr || caller == m_thread.get() || !m_thread->started) {
+        Join();
+        return;
+    }
+    const std::shared_ptr<Thread> thread = m_thread;
+    caller->Await(thread);
+    {
+        std::unique_lock lock(thread->mutex);
+        thread->changed.wait(lock, [&thread, caller] { return thread->ended || caller->interrupted; });
+    }
+    caller->Await(nullptr);
+}
+
+void CTask::InterruptWaits()
+{
+    m_thread->interrupted = true;
+    const std::shared_ptr<Thread> awaited = [this] {
+        const std::lock_guard lock(m_thread->mutex);
+        return m_thread->awaited;
+    }();
+    if (awaited) {
+        const std::lock_guard lock(awaited->mutex);
+        awaited->changed.notify_all();
+    }
 }

@@ -23,12 +23,12 @@ public:
 
     /**
      * @param name     shown by ps, top and gdb, cut to the kernel's 15 characters, and in full in log lines
-     * @param detached true: the destructor never waits for the body
+     * @param reserved false; without effect here
      * @param realtime scheduling class
      * @param priority for a real-time task its priority (1..99), otherwise its nice value (0..19); -1: the default.
      *                 A priority that the process may not have is logged, and the task runs with the default.
      */
-    CTask(const char* name, bool detached, RealtimeType realtime, int priority);
+    CTask(const char* name, bool reserved, RealtimeType realtime, int priority);
     virtual ~CTask();
     CTask(const CTask&) = delete;
     CTask& operator=(const CTask&) = delete;
@@ -42,10 +42,19 @@ public:
     /** Waits until the body has returned; returns at once if the task was never started or the caller is its body. */
     void Join();
 
+    /** As Join, but called in the body of another task it also returns when that one's waits are interrupted. */
+    void JoinOrInterrupt();
+
+    /** Any thread: ends the JoinOrInterrupt that this task's body is in, and those to come. */
+    void InterruptWaits();
+
     const std::string& TaskName() const noexcept { return m_name; }
 
 protected:
-    /** Sets the size of the thread's stack in bytes, 0 for the default. To be called before Start. */
+    /**
+     * Sets the size of the thread's stack in bytes, 0 for the default. To be called before Start. A size that the
+     * system does not have is logged, and the task runs with the default.
+     */
     void SetStackSize(unsigned int bytes) noexcept { m_stackSize = bytes; }
 
     /** What the thread does. A std::exception that leaves it is logged and ends the thread. */
@@ -55,7 +64,6 @@ private:
     struct Thread;
 
     const std::string m_name;
-    const bool m_detached;
     const RealtimeType m_realtime;
     const int m_priority;
     unsigned int m_stackSize = 0;

@@ -200,6 +200,26 @@ TEST(AsyncCallback, MovesItsArgumentsToTheHandler)
     EXPECT_EQ(task.owners, 1);
 }
 
+TEST(Task, StoppedBeforeItsStart_RunsNothing)
+{
+    Recorder task;
+    task.record("never", 1);
+    task.Stop();
+    task.Start();
+    task.Join();
+    EXPECT_TRUE(task.entries.empty());
+    EXPECT_EQ(task.thread, "");
+}
+
+TEST(Task, StackThatTheSystemDoesNotHave_IsLogged)
+{
+    testing::internal::CaptureStderr();
+    APTask task("Small", 1, CTask::NOT_REALTIME, -1);
+    task.Start();
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                testing::HasSubstr("2 CTask: Small: runs with the default stack, not with 1 bytes: Invalid argument"));
+}
+
 TEST(TaskManager, WaitsForItsTasks_UntilTheyAreStopped)
 {
     Recorder first;
@@ -213,6 +233,36 @@ TEST(TaskManager, WaitsForItsTasks_UntilTheyAreStopped)
     second.Drain();
     first.Stop();
     EXPECT_NE(joined.wait_for(std::chrono::milliseconds(0)), std::future_status::ready);
-    manager.StopAllTasks();
+    second.Stop();
     EXPECT_EQ(joined.wait_for(kDeadline), std::future_status::ready);
+}
+
+TEST(TaskManager, WaitsInATask_UntilThatIsStopped)
+{
+    class Service : public APTaskManager, private APTask
+    {
+    public:
+        explicit Service(APTask& part) : APTask("Service", 0, CTask::NOT_REALTIME, -1), m_part(part) { Start(); }
+        ~Service() override { APTask::Stop(); }
+
+    private:
+        void OnEntry() override
+        {
+            AddTask(&m_part);
+            StartAllTasks();
+            JoinAllTasks();
+        }
+        APTask& m_part;
+    };
+    Recorder lasting;
+    // At the first ones, the task is not yet or just about to wait.
+    for (int round = 0; round < 100; ++round) {
+        auto service = std::make_unique<Service>(lasting);
+        std::this_thread::sleep_for(std::chrono::microseconds(round * 20));
+        auto destroyed = std::async(std::launch::async, [&service] { service.reset(); });
+        ASSERT_EQ(destroyed.wait_for(std::chrono::seconds(1)), std::future_status::ready);
+    }
+    lasting.record("a", 1);
+    lasting.Drain();
+    EXPECT_THAT(lasting.entries, ElementsAre("a1"));
 }
