@@ -21,6 +21,16 @@ bool SyncFolder(const FileDescriptor& folder)
     // fsync(2): EINVAL is the answer of file systems that keep their folders in order by themselves.
     return ::fsync(folder.Get()) == 0 || errno == EINVAL;
 }
+
+/** False, with errno set, when the folder is not there afterwards. */
+bool MakeFolder(const FileDescriptor& parent, const std::string& name)
+{
+    if (::mkdirat(parent.Get(), name.c_str(), 0700) != 0) {
+        return errno == EEXIST;
+    }
+    // The umask may have narrowed the mode that mkdir was given.
+    return ::fchmodat(parent.Get(), name.c_str(), 0700, 0) == 0 && SyncFolder(parent);
+}
 } // namespace
 
 PersistentFile::PersistentFile(std::vector<std::string> folders, std::string name)
@@ -84,12 +94,11 @@ FileDescriptor PersistentFile::OpenFolder(MissingFolders missing) const
     // Not made when missing: without it the storage is not mounted, and what is written would be lost.
     FileDescriptor folder(::open(kRoot, kFlags));
     for (auto name = m_folders.begin(); folder && name != m_folders.end(); ++name) {
-        const bool isMade = missing == MissingFolders::Make && ::mkdirat(folder.Get(), name->c_str(), 0700) == 0;
-        // The umask may have narrowed the mode that mkdir was given.
-        if (isMade && (::fchmodat(folder.Get(), name->c_str(), 0700, 0) != 0 || !SyncFolder(folder))) {
-            return {};
+        FileDescriptor next(::openat(folder.Get(), name->c_str(), kFlags));
+        if (!next && errno == ENOENT && missing == MissingFolders::Make && MakeFolder(folder, *name)) {
+            next = FileDescriptor(::openat(folder.Get(), name->c_str(), kFlags));
         }
-        folder = FileDescriptor(::openat(folder.Get(), name->c_str(), kFlags));
+        folder = std::move(next);
     }
     return folder;
 }

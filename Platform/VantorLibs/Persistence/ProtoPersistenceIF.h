@@ -29,7 +29,7 @@ public:
      */
     virtual void Store(const std::string& text) = 0;
 
-    /** @return the content. @throws ProtoPersistenceException when there is none or it cannot be read. */
+    /** @return the content. @throws ProtoPersistenceException for none, more than 16 MiB, or what cannot be read. */
     virtual std::string Load() = 0;
 
     /** Removes the content; there may be none. @throws ProtoPersistenceException when it cannot be removed. */

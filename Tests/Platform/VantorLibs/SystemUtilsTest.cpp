@@ -1,5 +1,6 @@
 #include "SystemUtils.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -64,6 +65,25 @@ TEST(ThereCanBeOnlyOne, SecondProcess_IsRefusedByNameUntilTheHolderIsKilled)
     EXPECT_NO_THROW(SystemUtils::ThereCanBeOnlyOne());
     EXPECT_THAT(Contender().said, HasSubstr(std::to_string(getpid())));
     EXPECT_THAT(RunProgram({"ls", "-l", "/proc/self/fd"}).output, Not(HasSubstr("vantorlibs_tests.lock")));
+    for (const std::string& foreign : {std::string(), std::string("12a\n"), std::string(100000, '7')}) {
+        WriteWholeFile("/run/vantor/vantorlibs_tests.lock", foreign);
+        EXPECT_EQ(Contender().said, "vantorlibs_tests is already running");
+    }
+}
+
+TEST(ThereCanBeOnlyOne, LockFile_NeverBecomesAStandardDescriptor)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        for (const int standard : {0, 1, 2}) {
+            close(standard);
+        }
+        SystemUtils::ThereCanBeOnlyOne();
+        _exit(fcntl(0, F_GETFD) == -1 && fcntl(1, F_GETFD) == -1 && fcntl(2, F_GETFD) == -1 ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }
 
 TEST(ThereCanBeOnlyOne, FolderThatCannotBeMade_IsNamed)
@@ -77,6 +97,9 @@ TEST(SystemUtils, ReadFile_ReadsWholeFilesAndNothingElse)
 {
     const TemporaryFolder folder;
     const std::string content = std::string(100000, 'x') + '\0' + "end";
+    constexpr std::size_t kLargest = std::size_t{16} * 1024 * 1024;
+    EXPECT_EQ(SystemUtils::ReadFile(folder.Write("largest", std::string(kLargest, 'x'))).size(), kLargest);
+    EXPECT_EQ(SystemUtils::ReadFile(folder.Write("larger", std::string(kLargest + 1, 'x'))), "");
     EXPECT_EQ(SystemUtils::ReadFile(folder.Write("file", content)), content);
     EXPECT_THAT(SystemUtils::ReadFile("/proc/self/status"), HasSubstr("VmRSS"));
     const std::string pipe = folder.Path() + "/pipe";
