@@ -1,11 +1,12 @@
-// The service keeps its feet when the gateway goes away in the midst of uploads, a hundred times.
+// The service keeps its feet when the gateway goes away in the midst of uploads, a hundred times. Each time all that the
+// service depends on has been ready, so that it comes back at once.
 'use strict';
 
 const assert = require('node:assert');
 const fs = require('node:fs');
 const test = require('node:test');
 const {
-    Gateway, cleanUp, connect, kRegistration, kUpload, run, sleep, start, startCloud, startService, until,
+    Gateway, cleanUp, connect, kInterests, kRegistration, kUpload, run, sleep, start, startCloud, startService, until,
 } = require('./support.js');
 
 const kNote = {
@@ -50,6 +51,7 @@ test('forced disconnects', async () => {
         await serveEverySecond(link, count);
         link.socket.terminate();
         link = await gateway.accept();
+        link.send({ op: 'ready', endpoints: kInterests });
     }
     await gateway.close();
 });
@@ -59,6 +61,7 @@ test('gateway restarts', async () => {
         const gateway = await start('gatrix-gateway', [], '8084');
         const peer = await connect(kNote.input, [kUpload, kRegistration, 'dfservice/gettysburg_address_filepath',
             'dfservice/luckiest_man_payload']);
+        peer.handle('/system/info');
         await serveEverySecond(peer, count);
         await gateway.kill();
     }
