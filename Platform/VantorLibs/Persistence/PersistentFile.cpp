@@ -95,7 +95,7 @@ FileDescriptor PersistentFile::OpenFolder(MissingFolders missing) const
     FileDescriptor folder(::open(kRoot, kFlags));
     for (auto name = m_folders.begin(); folder && name != m_folders.end(); ++name) {
         FileDescriptor next(::openat(folder.Get(), name->c_str(), kFlags));
-        if (!next && errno == ENOENT && missing == MissingFolders::Make && MakeFolder(folder, *name)) {
+        if (!next && missing == MissingFolders::Make && MakeFolder(folder, *name)) {
             next = FileDescriptor(::openat(folder.Get(), name->c_str(), kFlags));
         }
         folder = std::move(next);

@@ -7,7 +7,6 @@
 #include <google/protobuf/wire_format.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <vector>
 
 namespace
@@ -15,16 +14,6 @@ namespace
 using google::protobuf::FieldDescriptor;
 using google::protobuf::UnknownField;
 using google::protobuf::UnknownFieldSet;
-
-void AddPacked(const std::string& packed, int number, UnknownFieldSet& fields)
-{
-    google::protobuf::io::CodedInputStream input(reinterpret_cast<const std::uint8_t*>(packed.data()),
-                                                 static_cast<int>(packed.size()));
-    std::uint64_t value = 0;
-    while (input.ReadVarint64(&value)) {
-        fields.AddVarint(number, value);
-    }
-}
 } // namespace
 
 std::string GroupedFields::Group(const std::string& binary, const google::protobuf::Descriptor& schema)
@@ -47,11 +36,9 @@ std::string GroupedFields::Group(const std::string& binary, const google::protob
         if (field != nullptr && !field->is_repeated() && isSecond) {
             continue;
         }
-        const bool isBlock = field != nullptr && value->type() == UnknownField::TYPE_LENGTH_DELIMITED;
-        if (isBlock && field->type() == FieldDescriptor::TYPE_MESSAGE) {
+        if (field != nullptr && field->type() == FieldDescriptor::TYPE_MESSAGE &&
+            value->type() == UnknownField::TYPE_LENGTH_DELIMITED) {
             grouped.AddLengthDelimited(last, Group(value->length_delimited(), *field->message_type()));
-        } else if (isBlock && field->type() == FieldDescriptor::TYPE_ENUM) {
-            AddPacked(value->length_delimited(), last, grouped);
         } else {
             grouped.AddField(*value);
         }

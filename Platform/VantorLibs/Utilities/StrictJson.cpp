@@ -126,11 +126,10 @@ private:
         constexpr unsigned int kSurrogateBits = 0xFC00;
         constexpr unsigned int kHighSurrogate = 0xD800;
         constexpr unsigned int kLowSurrogate = 0xDC00;
-        unsigned int half = TakeHex() & kSurrogateBits;
+        const unsigned int half = TakeHex() & kSurrogateBits;
         if (half == kHighSurrogate) {
             Require(TakeWord("\\u"), "half a surrogate pair");
             Require((TakeHex() & kSurrogateBits) == kLowSurrogate, "half a surrogate pair");
-            half = 0;
         }
         Require(half != kLowSurrogate, "half a surrogate pair");
     }
@@ -177,7 +176,6 @@ Json::Value StrictJson::Parse(std::string_view text, const Limits& limits)
     Json::CharReaderBuilder builder;
     Json::CharReaderBuilder::strictMode(&builder.settings_);
     builder["strictRoot"] = false;
-    builder["skipBom"] = false;
     // jsoncpp counts the value in the innermost list as a level.
     builder["stackLimit"] = limits.levels + 1;
     const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());

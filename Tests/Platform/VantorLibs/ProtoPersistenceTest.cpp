@@ -55,6 +55,8 @@ TEST(ProtoPersistence, StoreLoadRemove)
     File()->Store("{\"second\":1}");
     EXPECT_EQ(ReadWholeFile(kPath), "{\"second\":1}");
     EXPECT_EQ(File()->Load(), "{\"second\":1}");
+    fs::resize_file(kPath, (16 << 20) + 1);
+    EXPECT_THAT(ErrorOf([] { File()->Load(); }), HasSubstr("File too large"));
     EXPECT_EQ(EntriesOf(kFolder), 1);
     File()->Remove();
     EXPECT_FALSE(fs::exists(kPath));
