@@ -1,6 +1,7 @@
 #include "FileHelpers.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -21,25 +22,42 @@ std::string TextOf(int error)
     return std::generic_category().message(error);
 }
 
+/** A new file of that name, in place of any other; -1, with errno set, when there can be none. */
+int CreateTemporary(const std::string& path)
+{
+    if (unlink(path.c_str()) != 0 && errno != ENOENT) {
+        return -1;
+    }
+    return open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+}
+
 /** Writes all of the data and brings it to the storage medium. 0, or the error that it failed with. */
 int WriteThrough(int descriptor, const std::string& data)
 {
-    ssize_t written = 0;
-    do {
-        written = write(descriptor, data.data(), data.size());
-    } while (written < 0 && errno == EINTR);
+    // The umask may have narrowed the mode that open was given.
+    if (fchmod(descriptor, S_IRUSR | S_IWUSR) != 0) {
+        return errno;
+    }
+    const auto writeFrom = [&](std::size_t start) {
+        ssize_t written = 0;
+        do {
+            written = write(descriptor, data.data() + start, data.size() - start);
+        } while (written < 0 && errno == EINTR);
+        return written;
+    };
+    const ssize_t written = writeFrom(0);
     if (written < 0) {
         return errno;
     }
     if (static_cast<std::size_t>(written) < data.size()) {
-        // write(2) names no error when it has taken a part: there was no room for the rest.
-        return ENOSPC;
+        // write(2) names no error when it has taken a part: the rest is offered only to learn it.
+        return writeFrom(static_cast<std::size_t>(written)) < 0 ? errno : EINTR;
     }
     return fsync(descriptor) == 0 ? 0 : errno;
 }
 } // namespace
 
-std::string ReadFileStr(const std::string& path)
+std::string ReadFileStr(const std::string& path, std::size_t maxSize)
 {
     s_log.Log(3, "%s: Reading %s", __func__, path.c_str());
     std::string content;
@@ -48,7 +66,7 @@ std::string ReadFileStr(const std::string& path)
         return content;
     }
     try {
-        ReadAll(file.get(), content);
+        ReadAll(file.get(), content, maxSize);
     } catch (const std::exception& error) {
         s_log.Log(2, "%s: Failed to read file '%s': %s", __func__, path.c_str(), error.what());
     }
@@ -62,9 +80,7 @@ bool WriteFileStr(const std::string& path, const std::string& data)
         return false;
     }
     const std::string temporary = path + ".tmp";
-    // Without waiting, should a pipe have the name.
-    const int descriptor =
-        open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, S_IRUSR | S_IWUSR);
+    const int descriptor = CreateTemporary(temporary);
     if (descriptor < 0) {
         s_log.Log(2, "%s: Failed to open file '%s': %s", __func__, temporary.c_str(), TextOf(errno).c_str());
         return false;

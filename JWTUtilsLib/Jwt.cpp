@@ -86,7 +86,11 @@ void Jwt::ParseJwtString()
 
 void Jwt::ParseJson(const std::string& text, Members& members)
 {
-    static const Json::CharReaderBuilder builder;
+    static const Json::CharReaderBuilder builder = [] {
+        Json::CharReaderBuilder bounded;
+        bounded["stackLimit"] = kMaxDepth;
+        return bounded;
+    }();
     const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
     Json::Value object;
     std::string errors;

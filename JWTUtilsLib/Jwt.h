@@ -18,13 +18,18 @@ namespace JwtUtils
  *
  * It is checked in three steps, each of which needs the one before: Validate (it parsed and names a supported
  * algorithm), VerifySignature (a key's owner has signed it), HasExpired (its time has come and has not passed).
- * Errors are codes; nothing throws for what a token holds, but for the getters of the time claims.
+ * Errors are codes; nothing throws for what a token holds, but for the getters of the time claims. Header and claims
+ * that nest deeper than kMaxDepth are refused: with the indentation of its JSON text a claim takes at most some 40
+ * times the memory of the token.
  *
  * Copies are independent. An object belongs to one thread at a time.
  */
 class Jwt
 {
 public:
+    /** In levels. Tokens in use have five at most. */
+    static constexpr int kMaxDepth = 64;
+
     /**
      * Members of a JSON object by name. A string, number, boolean or null is kept as its plain text, null as an empty
      * one; a list of one such value as that value; an object, or a list of several values, as its JSON text. An empty
@@ -67,7 +72,8 @@ public:
 
     /**
      * Claims that are times, in seconds since the epoch; 0 when absent. As by stoll: the text's leading decimal digits
-     * count, a fraction is cut off.
+     * count, so that a fraction is cut off, and of a real number that is written with an exponent (from 1e17 on) the
+     * digits before its point are all that is read.
      *
      * @throws std::invalid_argument when the text does not begin with a number, std::out_of_range when the number does
      *         not fit; the message names the claim. @{
@@ -84,8 +90,9 @@ public:
     JwtError Validate();
 
     /**
-     * Validates the token and verifies its signature (RFC 7515 section 5.2). The result is kept by IsSignatureVerified
-     * only, not as the token's error. "PS" algorithms are verified as the "RS" ones of the same size.
+     * Validates the token and verifies its signature (RFC 7515 section 5.2, steps 7 and 8). Of the header only "alg"
+     * counts: "crit" is not looked at. The result is kept by IsSignatureVerified only, not as the token's error. "PS"
+     * algorithms are verified as the "RS" ones of the same size.
      */
     JwtError VerifySignature(const CryptoKey::PublicKey& key);
 

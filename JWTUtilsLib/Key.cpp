@@ -1,5 +1,6 @@
 #include "Key.h"
 
+#include <openssl/err.h>
 #include <openssl/objects.h>
 
 #include <cerrno>
@@ -96,7 +97,10 @@ bool Key::operator==(const Key& other) const
     if (!m_key || !other.m_key) {
         return !m_key && !other.m_key;
     }
+    // For OpenSSL keys that differ in type are an error: left in its queue, the next failure would print it.
+    ERR_set_mark();
     const int result = Compare(m_key.get(), other.m_key.get());
+    ERR_pop_to_mark();
     if (result == -2) {
         s_log.Log(2, "%s: EVP_PKEY_cmp operation not supported.", __func__);
     }
@@ -140,11 +144,10 @@ std::string Key::ReadFile(const std::string& path)
             throw std::system_error(errno, std::generic_category());
         }
         JwtUtils::ReadAll(file.get(), text);
-        return text;
     } catch (const std::exception& error) {
         s_log.Log(2, "%s: Failed to read file '%s': %s", __func__, path.c_str(), error.what());
-        return {};
     }
+    return text;
 }
 
 bool Key::WriteFile(const std::string& path, const std::string& text)

@@ -70,8 +70,10 @@ public:
     /** The digest of the strength of this EC key: SHA-256, SHA-384 from 384 bits on, SHA-512 from 512 bits on. */
     const EVP_MD* GetDefaultMessageDigestECDSA() const;
 
-    /** The whole content of a file; empty, and logged, when it cannot be read or is larger than JwtUtils::kMaxFileSize.
-     *  Never waits. */
+    /**
+     * The whole content of a file. A failure is logged, one of a file larger than JwtUtils::kMaxFileSize too; the
+     * result is then what has been read. Never waits.
+     */
     static std::string ReadFile(const std::string& path);
 
     /** Replaces the content of a file. False, and logged, when that fails, at whatever point. */

@@ -1,6 +1,7 @@
 #include "QuillaneTokens.h"
 
 #include <exception>
+#include <stdexcept>
 #include <utility>
 
 #include "DPrint.h"
@@ -36,13 +37,12 @@ bool QuillaneTokens::ReadFile(const std::string& path)
 {
     s_log.Log(3, "%s: %s", __func__, path.c_str());
     m_isValid = false;
-    const std::string text = ReadFileStr(path);
+    const std::string text = ReadFileStr(path, kMaxTokenFileSize);
     if (text.empty()) {
         return false;
     }
     if (text.size() > kMaxTokenFileSize) {
-        s_log.Log(1, "%s: %s is no token file, it is too large: %llu bytes", __func__, path.c_str(),
-                  static_cast<unsigned long long>(text.size()));
+        // Its reader has logged that it is too large.
         m_message.Clear();
         return false;
     }
@@ -80,7 +80,11 @@ bool QuillaneTokens::Parse(const char* operation, const std::string& json)
 void QuillaneTokens::LoadRefreshTime(const std::string& path)
 {
     constexpr char kOperation[] = "ReadFile";
-    const std::string text = ReadFileStr(SideFile(path, kRefreshTimeSuffix));
+    const std::string text = ReadFileStr(SideFile(path, kRefreshTimeSuffix), kMaxSideFileSize);
+    if (text.size() > kMaxSideFileSize) {
+        m_refreshTokenExpirationTime = 0;
+        return;
+    }
     if (text.empty()) {
         m_refreshTokenExpirationTime = ToSeconds(Now());
         s_log.Log(1, "%s: Refresh timestamp file not found. Assuming expiration time is now (%s).", kOperation,
@@ -102,12 +106,17 @@ void QuillaneTokens::LoadAccessTime(const std::string& path)
     constexpr char kOperation[] = "ReadFile";
     // Until it is known: not the time of the tokens that were here before.
     m_accessExpirationTime = {};
-    const std::string text = ReadFileStr(SideFile(path, kTimeStampSuffix));
+    const std::string text = ReadFileStr(SideFile(path, kTimeStampSuffix), kMaxSideFileSize);
+    if (text.size() > kMaxSideFileSize) {
+        throw std::invalid_argument("the file is too large");
+    }
     if (text.empty()) {
         const std::int64_t now = ToSeconds(Now());
         m_accessExpirationTime = FromSeconds(now);
-        s_log.Log(4, "%s: Timestamp file not found. Assuming expiration time is now (%s).", kOperation,
-                  DateText(now).c_str());
+        if (s_log.IsLog(4)) {
+            s_log.Log(4, "%s: Timestamp file not found. Assuming expiration time is now (%s).", kOperation,
+                      DateText(now).c_str());
+        }
         return;
     }
     m_accessExpirationTime = ParseTime(text);
@@ -116,8 +125,10 @@ void QuillaneTokens::LoadAccessTime(const std::string& path)
 
 void QuillaneTokens::LogAccessTime(const char* operation) const
 {
-    s_log.Log(4, "%s: Authentication will expire at %s (refresh in %u seconds)", operation,
-              DateText(ToSeconds(m_accessExpirationTime)).c_str(), AccessRefreshDelay());
+    if (s_log.IsLog(4)) {
+        s_log.Log(4, "%s: Authentication will expire at %s (refresh in %u seconds)", operation,
+                  DateText(ToSeconds(m_accessExpirationTime)).c_str(), AccessRefreshDelay());
+    }
 }
 
 bool QuillaneTokens::LoadString(const std::string& json)

@@ -24,19 +24,24 @@ class QuillaneTokens
 public:
     using Message = MorvekJWTUtilsPb::QuillaneTokens;
 
-    /** A token file with more bytes than this is refused: what it holds goes into the header of a request. */
-    static constexpr std::size_t kMaxTokenFileSize = std::size_t{256} << 10U;
+    /** A token file with more bytes than this is malformed: servers refuse a request whose header is as large. */
+    static constexpr std::size_t kMaxTokenFileSize = std::size_t{32} << 10U;
+
+    /** The same for a file of an expiration time, which holds a number. */
+    static constexpr std::size_t kMaxSideFileSize = std::size_t{1} << 10U;
 
     /**
      * Loads the token file and the files beside it. A token that cannot be parsed as a JWT does not fail the load:
      * Validate tells. Without a file of its expiration time a token counts as expiring now; a time of the refresh token
-     * that is no number counts as 0. When there is no refresh token, its file is written to say so.
+     * that is no number, or in a file too large, counts as 0. When there is no refresh token, its file is written to
+     * say so.
      *
-     * @return false when the token file cannot be read, is empty, too large, or not the JSON form of the tokens; the
-     *         object may then still hold what was loaded before, but IsValid tells that it is not the file's
+     * @return false when the token file cannot be read or is empty, and then the object holds what it did before. False
+     *         also when the file is too large or not the JSON form of the tokens: then the message is empty, but JWTs
+     * and times are those from before. IsValid tells that they are not the file's.
      * @throws std::invalid_argument, std::out_of_range when the access token's expiration time is not a number, or not
-     *         one of a time (see ParseTime). All else is loaded by then, and the object is valid; the access token
-     *         counts as having expired at the epoch.
+     *         one of a time (see ParseTime), or its file is too large. All else is loaded by then, and the object is
+     *         valid; the access token counts as having expired at the epoch.
      */
     bool ReadFile(const std::string& path);
 
@@ -50,7 +55,8 @@ public:
      * Loads the tokens from their JSON form, as the cloud sends it; the access token expires `expires_in` seconds from
      * now. A refresh token that was there before is kept when the text brings none.
      *
-     * @return false when the text is not the JSON form of the tokens, which are empty then
+     * @return false when the text is not the JSON form of the tokens: the message is empty then, JWTs and times are
+     * those from before
      */
     bool LoadString(const std::string& json);
 

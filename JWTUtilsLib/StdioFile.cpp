@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 
@@ -18,13 +19,12 @@ JwtUtils::StdioFile JwtUtils::OpenForReading(const std::string& path)
     return file;
 }
 
-void JwtUtils::ReadAll(std::FILE* file, std::string& content)
+void JwtUtils::ReadAll(std::FILE* file, std::string& content, std::size_t maxSize)
 {
     char chunk[4096];
-    while (const std::size_t size = std::fread(chunk, 1, sizeof chunk, file)) {
+    while (const std::size_t size = std::fread(chunk, 1, std::min(sizeof chunk, maxSize + 1 - content.size()), file)) {
         content.append(chunk, size);
-        if (content.size() > kMaxFileSize) {
-            content.clear();
+        if (content.size() > maxSize) {
             throw std::system_error(EFBIG, std::generic_category());
         }
     }

@@ -8,7 +8,7 @@
 /** What the readers and writers of whole files share. Any thread may call; nothing is logged here. */
 namespace JwtUtils
 {
-/** The size in bytes beyond which reading stops: what is larger is a device, or no file of this product. */
+/** The size in bytes beyond which reading stops unless told otherwise: what is larger is no file of this product. */
 inline constexpr std::size_t kMaxFileSize = std::size_t{16} << 20U;
 
 struct StdioFileCloser
@@ -26,8 +26,8 @@ StdioFile OpenForReading(const std::string& path);
 /**
  * Appends the file, to its end, to the content.
  *
- * @throws std::system_error when reading fails: what has been read is in the content by then; or when the content has
- *         become larger than kMaxFileSize: it is empty then
+ * @throws std::system_error when reading fails, or when the content has become larger than maxSize, by one byte. What
+ *         has been read is in the content by then.
  */
-void ReadAll(std::FILE* file, std::string& content);
+void ReadAll(std::FILE* file, std::string& content, std::size_t maxSize = kMaxFileSize);
 } // namespace JwtUtils

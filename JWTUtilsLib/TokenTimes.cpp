@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <ctime>
-#include <limits>
 #include <stdexcept>
 
 namespace JwtUtils
@@ -21,13 +20,10 @@ std::uint64_t Distance(std::int64_t start, std::int64_t end)
     return static_cast<std::uint64_t>(end) - static_cast<std::uint64_t>(start);
 }
 
-std::uint32_t LessMargin(std::uint64_t remaining)
+std::uint32_t LessMargin(std::uint64_t distance)
 {
-    if (remaining <= kRefreshMargin) {
-        return 0;
-    }
-    return static_cast<std::uint32_t>(
-        std::min<std::uint64_t>(remaining - kRefreshMargin, std::numeric_limits<std::uint32_t>::max()));
+    const auto remaining = static_cast<std::uint32_t>(distance);
+    return remaining <= kRefreshMargin ? 0 : remaining - kRefreshMargin;
 }
 } // namespace
 
@@ -81,11 +77,6 @@ std::string DateText(std::int64_t count)
     // time_t has 32 bits on the product: it ends in the year 2038.
     const auto time = static_cast<std::time_t>(count);
     char text[32];
-    if (time != count || ctime_r(&time, text) == nullptr) {
-        return std::to_string(count);
-    }
-    std::string date = text;
-    date.pop_back();
-    return date;
+    return time == count && ctime_r(&time, text) != nullptr ? text : std::to_string(count);
 }
 } // namespace JwtUtils

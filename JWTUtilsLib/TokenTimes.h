@@ -36,12 +36,14 @@ TimePoint ParseTime(const std::string& text);
 
 /**
  * Seconds from now until a token should be refreshed that expires then: the whole seconds until then less the margin,
- * 0 when the margin has begun or the token has expired, 2^32 - 1 when it is more. @{
+ * 0 when the margin has begun or the token has expired.
+ *
+ * The whole seconds until then count as a number of 32 bits: what is over (136 years) is lost, deliberate. @{
  */
 std::uint32_t RefreshDelay(TimePoint expiration, TimePoint now);
 std::uint32_t RefreshDelay(std::int64_t expirationSeconds, std::int64_t nowSeconds);
 /** @} */
 
-/** As ctime(3) writes the time, in local time, without its line feed; the number where the C library has no date. */
+/** As ctime(3) writes the time, in local time and with its line feed; the number where the C library has no date. */
 std::string DateText(std::int64_t seconds);
 } // namespace JwtUtils

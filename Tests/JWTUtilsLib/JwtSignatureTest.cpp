@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <functional>
+
+#include "CapturedLog.h"
 #include "Jwt.h"
 #include "PublishedTokens.h"
 #include "TokenMaker.h"
@@ -79,4 +82,53 @@ TEST(JwtSignature, OfAChangedToken_Fails)
     EXPECT_EQ(token.VerifySignature(key), JwtError::NO_ERROR);
     EXPECT_EQ(token.VerifySignature({}), JwtError::SIGNATURE_INVALID_KEY);
     EXPECT_TRUE(token.IsValid() && !token.IsSignatureVerified());
+}
+
+TEST(Jwt, LogsEachOperation)
+{
+    const PublicKey rsa = MakeKey(), p256 = MakeKey(NID_X9_62_prime256v1);
+    Jwt good(MakeToken("RS256", kClaims, rsa)), hmac(MakeToken("HS256", kClaims, rsa));
+    JwtError error = JwtError::NO_ERROR;
+    const std::string start = "4 VerifySignature", validate = "4 Validate";
+    const std::string loaded = "3 Validate: Loaded JWT with key type RSA-SHA256";
+    const struct
+    {
+        std::function<void()> operation;
+        std::vector<std::string> lines;
+    } cases[] = {
+        {[] { Jwt("a.b"); },
+         {"3 ParseJwtString: Invalid JWT: a.b",
+          "2 ParseJwtString: JWT parsing failed with error code: JWT_FORMAT_ERROR"}},
+        {[] { Jwt(Segment("{}") + '.' + Segment("[]") + '.'); },
+         {"6 ParseJson: Parsed 0 values", "3 ParseJson: Could not parse JWT JSON: it is no object",
+          "3 ParseJwtString: Invalid JWT", "2 ParseJwtString: JWT parsing failed with error code: JSON_PARSE_ERROR"}},
+        {[&] { hmac.Validate(); },
+         {validate, "3 Validate: Loaded JWT with unsupported key algorithm: 'HS256'",
+          "2 Validate: Validation failed with error code: INVALID_SIGNATURE_ALGORITHM"}},
+        {[&] { good.VerifySignature(p256); },
+         {start, validate, loaded, "3 VerifySignature: JWT algorithm (alg='RS256') does not match key type: ECDSA",
+          "2 VerifySignature: Signature verification failed with error code: SIGNATURE_KEY_MISMATCH"}},
+        {[&] { good.VerifySignature(rsa); },
+         {start, validate, loaded, "3 VerifySignature: Signature verification successful."}},
+        {[&] { good.HasExpired(60, 5); }, {"4 HasExpired: now=5 nbf=0 exp=4102444800"}},
+        {[&] { Jwt::ConvertSignature(rsa, "sig", error); },
+         {"4 ConvertSignature", "3 ConvertSignature: Wrong key type for ConvertSignature (RSA)"}},
+        {[&] { Jwt::ConvertSignature(p256, "sig", error); },
+         {"4 ConvertSignature", "6 ConvertSignature: sig.size = 3", "6 ConvertSignature: key degree = 256 (64)",
+          "3 ConvertSignature: Signature size error for EC_KEY (size is: 3, should be: 64)"}},
+    };
+    for (const auto& each : cases) {
+        const CapturedLog log;
+        each.operation();
+        EXPECT_EQ(CapturedLog::LinesOf("JwtUtils::Jwt"), each.lines);
+    }
+    std::string names;
+    for (int code = 0; code <= 13; ++code) {
+        names.append(ToText(static_cast<JwtError>(code))).append(" ");
+    }
+    EXPECT_EQ(names,
+              "NO_ERROR JWT_FORMAT_ERROR JSON_PARSE_ERROR INVALID_SIGNATURE INVALID_SIGNATURE_ALGORITHM "
+              "SIGNATURE_NOT_VERIFIED SIGNATURE_VERIFICATION_FAILED SIGNATURE_INVALID_KEY "
+              "SIGNATURE_KEY_MISMATCH SIGNATURE_SIZE_MISMATCH OPENSSL_ERROR JWT_PAST_EXPIRATION JWT_BEFORE_NBF "
+              "(unknown) ");
 }

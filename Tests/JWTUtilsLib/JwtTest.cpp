@@ -44,8 +44,20 @@ TEST(Jwt, GivesEveryValueItsName)
 
 TEST(Jwt, KeepsValuesAsText)
 {
-    const Jwt token = TokenOf(R"({"alg":1})", R"({"a":null,"b":["c"],"d":[-1,[]],"e":{},"f":[],"g":[[1]]})");
+    const Jwt token = TokenOf(R"({"alg":1} // the reader is no strict one)",
+                              R"({"a":null,"b":["c"],"d":[-1,[]],"e":{},"f":[],"g":[[1]]})");
     EXPECT_EQ(token.Claims(), (Jwt::Members{{"a", ""}, {"b", "c"}, {"d", "[\n\t-1,\n\t[]\n]\n"}, {"e", "{}\n"}}));
+
+    // What takes the most memory: as many values as there is room for, each on a line of its own, as deep as may be.
+    const Text lists(Jwt::kMaxDepth - 3, '['), ends(lists.size(), ']');
+    Text values = "0";
+    while (values.size() < 24000) {
+        values += ",0";
+    }
+    const Jwt large = TokenOf(R"({"alg":1})", R"({"a":[0,)" + lists + values + ends + "]}");
+    EXPECT_TRUE(large.IsValid());
+    EXPECT_LT(large.Claims().at("a").size(), 40 * large.Text().size());
+    EXPECT_FALSE(TokenOf(R"({"alg":1})", R"({"a":[0,[[)" + lists + ends + "]]]}").IsValid());
 }
 
 TEST(Jwt, RefusesWhatIsNoToken)

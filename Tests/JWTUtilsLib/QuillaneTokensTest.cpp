@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <ctime>
 #include <filesystem>
+#include <functional>
 #include <stdexcept>
 #include <tuple>
 
@@ -53,7 +55,7 @@ TEST_F(QuillaneTokens, ReadFile_GoesByTheSideFiles_AndWriteFileStoresThem)
     const std::tuple<const char*, std::uint32_t, const char*, std::uint32_t> cases[] = {
         {"1000000301", 1, "1000000302\nmore", 2},
         {"-1", 0, "MISSING REFRESH TOKEN", 0},
-        {"9000000000x", 4294967295, "9000000001", 4294967295},
+        {"9000000000x", 3705032404, "9000000001", 3705032405}, // 8000000000 less 2^32 less the margin
     };
     const std::string other = m_folder.Path() + "/other";
     EXPECT_FALSE(m_tokens.WriteFile(other)) << "there is nothing to store";
@@ -86,40 +88,82 @@ TEST_F(QuillaneTokens, ReadFile_DoesWithoutTimes_AndWithoutARefreshToken)
     EXPECT_EQ(m_tokens.RefreshRefreshDelay(FromSeconds(-1000)), 700U) << "it is 0";
 }
 
-TEST_F(QuillaneTokens, ReadFile_LogsWhatItFinds)
+TEST_F(QuillaneTokens, LogsEachOperation)
 {
-    WriteWholeFile(m_base + ".refresh_token", "soon");
-    const CapturedLog log;
-    EXPECT_TRUE(Read(Json("a", "r")));
-    std::filesystem::remove(m_base + ".refresh_token");
-    WriteWholeFile(m_base + ".timestamp", "1000000301");
-    EXPECT_TRUE(Read(Json("a", "r")));
-    EXPECT_TRUE(Read(Json("a", kNone)));
-    EXPECT_FALSE(Read(R"({"a":1})"));
-    const std::vector<std::string> lines = CapturedLog::LinesOf("JwtUtils::QuillaneTokens");
-    using testing::StartsWith;
-    const std::string assuming = "imestamp file not found. Assuming expiration time is now (";
-    const testing::Matcher<std::string> expected[] = {
-        "1 Refresh timestamp file (soon) is not valid, error: (stoll)",
-        StartsWith("4 ReadFile: T" + assuming),
-        StartsWith("1 ReadFile: Refresh t" + assuming),
-        StartsWith("4 ReadFile: Authentication will expire at "),
-        "2 ReadFile: Refresh token not found, setting refresh m_refreshTokenExpirationTime to 0",
-        StartsWith("1 ReadFile: MarkupError: QuillaneTokens: "),
-        R"(1 ReadFile: {"a":1})",
+    setenv("TZ", "XXX-5", 1); // NOLINT(concurrency-mt-unsafe): before there is another thread
+    tzset();
+    const std::string start = "3 ReadFile: " + m_path, reading = "3 ReadFileStr: Reading ";
+    const std::string sideFile = m_base + ".refresh_token", timeStamp = m_base + ".timestamp";
+    const auto assumes = [](const char* beginning) {
+        return testing::MatchesRegex(beginning +
+                                     std::string("\\. Assuming expiration time is now \\(.{24}\\\\n\\)\\."));
     };
-    EXPECT_THAT(lines, testing::IsSupersetOf(expected));
+    const std::string expires = "Authentication will expire at Sun Sep  9 06:51:41 2001\\n (refresh in 0 seconds)";
+    const std::string tooLarge = "2 ReadFileStr: Failed to read file '";
+    using Line = testing::Matcher<std::string>;
+    const struct
+    {
+        std::function<void()> operation;
+        std::vector<Line> lines;
+    } cases[] = {
+        {[&] { EXPECT_TRUE(Read(Json("a", kNone))); },
+         {start, reading + m_path, "3 WriteFileStr: Writing " + sideFile,
+          "2 ReadFile: Refresh token not found, setting refresh m_refreshTokenExpirationTime to 0", reading + timeStamp,
+          assumes("4 ReadFile: Timestamp file not found")}},
+        {[&] { EXPECT_TRUE(Read(Json("a", "r"))); },
+         {start, reading + m_path, reading + sideFile,
+          "1 Refresh timestamp file (MISSING REFRESH TOKEN) is not valid, error: (stoll)", reading + timeStamp,
+          assumes("4 ReadFile: Timestamp file not found")}},
+        {[&] {
+             std::filesystem::remove(sideFile);
+             WriteWholeFile(timeStamp, "1000000301");
+             EXPECT_TRUE(Read(Json("a", "r")));
+         },
+         {start, reading + m_path, reading + sideFile, assumes("1 ReadFile: Refresh timestamp file not found"),
+          reading + timeStamp, "4 ReadFile: " + expires}},
+        {[&] {
+             WriteWholeFile(sideFile, "1");
+             EXPECT_TRUE(Read(Json("a", "r")));
+         },
+         {start, reading + m_path, reading + sideFile,
+          "4 ReadFile: Refresh token time stamp is 1 and (refresh in 0 seconds)", reading + timeStamp,
+          "4 ReadFile: " + expires}},
+        {[&] {
+             WriteWholeFile(sideFile, std::string(JwtUtils::QuillaneTokens::kMaxSideFileSize + 1, '1'));
+             EXPECT_TRUE(Read(Json("a", "r")));
+             EXPECT_EQ(m_tokens.RefreshRefreshDelay(FromSeconds(-1000)), 700U) << "it is 0";
+         },
+         {start, reading + m_path, reading + sideFile, tooLarge + sideFile + "': File too large", reading + timeStamp,
+          "4 ReadFile: " + expires}},
+        {[&] { EXPECT_FALSE(Read(R"({"a":1})")); },
+         {start, reading + m_path, testing::StartsWith("1 ReadFile: MarkupError: QuillaneTokens: "),
+          R"(1 ReadFile: {"a":1})"}},
+        {[&] { EXPECT_FALSE(Read(Json(std::string(JwtUtils::QuillaneTokens::kMaxTokenFileSize, 'a'), "r"))); },
+         {start, reading + m_path, tooLarge + m_path + "': File too large"}},
+        {[&] { EXPECT_FALSE(m_tokens.LoadString("{")); },
+         {"4 LoadString", testing::StartsWith("1 LoadString: MarkupError: QuillaneTokens: ")}},
+        {[&] { EXPECT_FALSE(m_tokens.Validate()); }, {"4 Validate"}},
+        {[&] { EXPECT_FALSE(m_tokens.WriteFile(m_path)); },
+         {"3 WriteFile: " + m_path, testing::StartsWith("1 WriteFile: MarkupError: ")}},
+    };
+    for (const auto& each : cases) {
+        const CapturedLog log;
+        each.operation();
+        EXPECT_THAT(CapturedLog::LinesOf("JwtUtils::QuillaneTokens"), testing::ElementsAreArray(each.lines));
+    }
 }
 
 TEST_F(QuillaneTokens, ReadFile_ThrowsForABadTimeStamp_AndKeepsTheRest)
 {
     WriteWholeFile(m_base + ".timestamp", "4000000000");
     EXPECT_TRUE(Read(Json("before", kNone)));
-    WriteWholeFile(m_base + ".timestamp", "never");
-    EXPECT_THROW(Read(Json("after", kNone)), std::invalid_argument);
-    EXPECT_TRUE(m_tokens.IsValid());
-    EXPECT_EQ(m_tokens.AccessToken().Text(), "after");
-    EXPECT_EQ(m_tokens.AccessRefreshDelay(FromSeconds(1)), 0U) << "the time before is gone";
+    for (const std::string& text : {std::string("never"), std::string(1025, '1')}) {
+        WriteWholeFile(m_base + ".timestamp", text);
+        EXPECT_THROW(Read(Json("after", kNone)), std::invalid_argument);
+        EXPECT_TRUE(m_tokens.IsValid());
+        EXPECT_EQ(m_tokens.AccessToken().Text(), "after");
+        EXPECT_EQ(m_tokens.AccessRefreshDelay(FromSeconds(1)), 0U) << "the time before is gone";
+    }
 }
 
 TEST_F(QuillaneTokens, ReadFile_RefusesWhatIsNoTokenFile)

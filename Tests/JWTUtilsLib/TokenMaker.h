@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-#include "Base64Encoder.h"
+#include "Base64.h"
 #include "OpenSslTypes.h"
 #include "PublicKey.h"
 
@@ -30,7 +30,7 @@ inline CryptoKey::PublicKey MakeKey(int curve = NID_undef, int encoding = OPENSS
 /** A segment of a token, unpadded. */
 inline std::string Segment(const std::string& bytes)
 {
-    std::string text = Base64Encoder::Encode(bytes);
+    std::string text = Base64(bytes);
     std::replace(text.begin(), text.end(), '+', '-');
     std::replace(text.begin(), text.end(), '/', '_');
     return text.substr(0, text.find('='));
