@@ -80,7 +80,9 @@ void CHttpInterface::GetUrlAsFile(const std::string& url, const std::string& pat
                                   const AsyncCallback<HSMResponse>& callback, std::shared_ptr<IHttpOpHandle>& handle)
 {
     s_log.Log(kMostDetailedLevel, "CHttpInterface::GetUrlAsFile(url:%s)\n", url.c_str());
-    Submit(NewRequest(HttpMethod::Get, url, headers), m_settings,
+    HttpSettings settings = m_settings;
+    settings.bodyBound.longBody = LongBody::Refuse;
+    Submit(NewRequest(HttpMethod::Get, url, headers), std::move(settings),
            std::make_shared<HSMFileFetcherCallback>(path, callback), handle);
 }
 

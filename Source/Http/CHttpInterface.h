@@ -42,7 +42,10 @@ public:
     void Get(const std::string& url, const HeaderMap& headers, const AsyncCallback<HSMResponse>& callback,
              std::shared_ptr<IHttpOpHandle>& handle);
 
-    /** Writes the body of a successful answer to the file, see HSMFileFetcherCallback. */
+    /**
+     * Writes the body of a successful answer to the file, see HSMFileFetcherCallback. The file is whole or as it was: a
+     * body beyond the bound of the settings fails the operation.
+     */
     void GetUrlAsFile(const std::string& url, const std::string& path, const HeaderMap& headers,
                       const AsyncCallback<HSMResponse>& callback, std::shared_ptr<IHttpOpHandle>& handle);
 

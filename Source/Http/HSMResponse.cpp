@@ -1,17 +1,21 @@
 #include "HSMResponse.h"
 
-#include <ostream>
+#include <sstream>
+
+#include "LogLine.h"
 
 namespace Http
 {
 std::string HSMResponse::ToString() const
 {
-    return "HSMResponse { success: " + std::to_string(success) + ", status: " + std::to_string(status) +
-           ", response{ " + response + " } }, ";
+    std::ostringstream text;
+    text << *this;
+    return text.str();
 }
 
 std::ostream& operator<<(std::ostream& stream, const HSMResponse& response)
 {
-    return stream << response.ToString();
+    return stream << "HSMResponse { success: " << response.success << ", status: " << response.status << ", response{ "
+                  << Logged<std::string>{response.response} << " } }, ";
 }
 } // namespace Http

@@ -17,7 +17,7 @@ struct HSMResponse
     /** The HTTP status; 0 when no HTTP answer was received, or it did not arrive whole. */
     std::int32_t status = 0;
 
-    /** The body as it was received. */
+    /** The body as it was received; cut to the operation's bound, see BodyBound. */
     std::string response;
 
     /** Of the final answer only, not of redirects and the like. Of a repeated field the last value. */
@@ -31,7 +31,7 @@ struct HSMResponse
     /** Where the answer came from: the request's URL, or the last one that redirects led to. */
     std::string effectiveUrl;
 
-    /** The form for logs: success, status and body. */
+    /** The form for logs: success, status and body, of a long one its beginning (see kLongestLoggedText). */
     std::string ToString() const;
 };
 

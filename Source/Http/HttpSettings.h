@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "BodyBound.h"
 #include "RetrySettings.h"
 
 namespace Http
@@ -18,5 +19,7 @@ struct HttpSettings
 
     /** Limit on one exchange, from looking up the host to the last byte of the answer. */
     std::uint32_t timeOutSeconds = 30;
+
+    BodyBound bodyBound;
 };
 } // namespace Http

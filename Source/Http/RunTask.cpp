@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "HttpLog.h"
+#include "HttpUrl.h"
 
 namespace Http
 {
@@ -51,13 +52,19 @@ void RunTask::Run()
 {
     s_log.Log(kMostDetailedLevel, "Run(data size:%zd headers2Add size:%zd, method:%d)\n", m_request.body.size(),
               m_request.headers2Add.size(), static_cast<int>(m_request.method));
-    PrepareFetcher();
     const char* const method = MethodName(m_request.method);
-    do {
-        LogLine(s_log, 6, __func__, method, " ", m_request.url);
-        m_response = Send();
-        // A fetcher that has nothing to send with will not have it later either.
-    } while (m_fetcher->IsUsable() && CheckIfRetryNeededAndSleep(m_request, m_response, method));
+    const char* const refused = PrepareFetcher();
+    if (refused != nullptr && m_fetcher->IsUsable()) {
+        LogLine(s_log, 1, __func__, "The ", method, " request for ", m_request.url, " is not sent, libcurl refuses ",
+                refused);
+        m_response.curlCode = CURLE_FAILED_INIT;
+    } else {
+        do {
+            LogLine(s_log, 6, __func__, method, " ", m_request.url);
+            m_response = Send();
+            // Without a curl handle there is nothing to retry with.
+        } while (m_fetcher->IsUsable() && CheckIfRetryNeededAndSleep(m_request, m_response, method));
+    }
     std::string().swap(m_request.body);
 }
 
@@ -67,25 +74,37 @@ void RunTask::Cancel()
     m_waiter.Wake();
 }
 
-void RunTask::PrepareFetcher()
+/** What libcurl refuses of the request, for the log; null for nothing. */
+const char* RunTask::PrepareFetcher()
 {
     if (!m_fetcher) {
         m_fetcher = std::make_unique<SimpleURLFetcher>();
     }
     m_fetcher->SetSleeper([this](int seconds) { return Sleep(static_cast<std::uint32_t>(seconds)); });
-    if (!m_request.proxy.empty()) {
-        m_fetcher->SetProxy(m_request.proxy);
-    }
-    m_fetcher->SetURL(m_request.url);
+    m_fetcher->SetBodyBound(m_settings.bodyBound);
     m_fetcher->SetRetryCount(m_settings.fetcherRetryCount);
     m_fetcher->SetRetryDelay(m_settings.fetcherRetryDelaySeconds);
-    m_fetcher->SetTimeOut(static_cast<float>(m_settings.timeOutSeconds));
-    if (!m_request.userName.empty() || !m_request.password.empty()) {
-        m_fetcher->SetSimpleAuthentication(m_request.userName, m_request.password);
+    const std::string& url = m_request.url;
+    const std::string& proxy = m_request.proxy;
+    // While an exchange runs, a proxy that libcurl cannot use looks like one that is down.
+    if (!proxy.empty() && (!IsHttpUrl(proxy) || !m_fetcher->SetProxy(proxy))) {
+        return "the proxy";
     }
-    if (m_settings.followRedirects) {
-        m_fetcher->SetFollowRedirects(true);
+    // Without a URL the request fails like one without an answer, and is retried like it: deliberate.
+    if ((!url.empty() && !IsHttpUrl(url)) || !m_fetcher->SetURL(url)) {
+        return "the URL";
     }
+    if (!m_fetcher->SetTimeOut(static_cast<float>(m_settings.timeOutSeconds))) {
+        return "the time-out";
+    }
+    if ((!m_request.userName.empty() || !m_request.password.empty()) &&
+        !m_fetcher->SetSimpleAuthentication(m_request.userName, m_request.password)) {
+        return "the credentials";
+    }
+    if (m_settings.followRedirects && !m_fetcher->SetFollowRedirects(true)) {
+        return "redirects";
+    }
+    return nullptr;
 }
 
 HSMResponse RunTask::Send()

@@ -20,8 +20,9 @@ public:
     RunTask(HttpRequest request, HttpSettings settings, std::unique_ptr<SimpleURLFetcher> fetcher = nullptr);
 
     /**
-     * Performs the operation until it succeeds, fails for good or is cancelled. The request's body is released at the
-     * end, so that a handle that is kept for long keeps no archive in memory.
+     * Performs the operation until it succeeds, fails for good or is cancelled. A URL or proxy that libcurl refuses is
+     * logged and not tried again. The request's body is released at the end, so that a handle that is kept for long
+     * keeps no archive in memory.
      */
     void Run() override;
 
@@ -32,7 +33,7 @@ public:
     HSMResponse TakeResponse() { return std::move(m_response); }
 
 private:
-    void PrepareFetcher();
+    const char* PrepareFetcher();
     HSMResponse Send();
     bool CheckIfRetryNeededAndSleep(const HttpRequest& request, const HSMResponse& response, const char* method);
     bool Sleep(std::uint32_t seconds);

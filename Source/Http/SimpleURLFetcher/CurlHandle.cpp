@@ -13,6 +13,8 @@ namespace
 {
 const DPrint s_log("SimpleURLFetcher");
 
+constexpr long kMaxRedirects = 10;
+
 void ReportFailure(int line)
 {
     std::fprintf(stderr, "*** failed at %s line %d\n", __FILE__, line);
@@ -56,6 +58,7 @@ CurlHandle::CurlHandle() : m_handle(curl_easy_init())
 
     // An address that a server names must not make the device read its own files, or speak to its mail server.
     Set(CURLOPT_PROTOCOLS, static_cast<long>(CURLPROTO_HTTP | CURLPROTO_HTTPS));
+    Set(CURLOPT_MAXREDIRS, kMaxRedirects);
     // HTTP/2 has header names in lower case, and retry headers are looked up by their exact names.
     Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     // Empty is not unset: unset would have libcurl look at the environment.
@@ -82,7 +85,15 @@ void CurlHandle::Perform(HSMResponse& response)
     response = HSMResponse();
     m_collector.Clear();
     m_upload.offset = 0;
-    const CURLcode result = curl_easy_perform(m_handle);
+    CURLcode result = curl_easy_perform(m_handle);
+    if (result == CURLE_OK && m_collector.IsInHeaderSection()) {
+        // libcurl takes an answer that breaks off among its fields for one without a body.
+        result = CURLE_PARTIAL_FILE;
+    }
+    if (m_collector.DroppedSize() > 0) {
+        s_log.Log(2, "The body of the answer is cut, %llu bytes are dropped\n",
+                  static_cast<unsigned long long>(m_collector.DroppedSize()));
+    }
     response.curlCode = result;
     response.headers = m_collector.TakeHeaders();
     response.response = m_collector.TakeBody();

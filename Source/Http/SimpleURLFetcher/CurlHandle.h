@@ -15,7 +15,8 @@ namespace Http
  * direction.
  *
  * The environment's proxy variables have no say. Only http and https are spoken, in HTTP/1.1, which hands on header
- * names as the server wrote them; certificates are verified unless that is switched off.
+ * names as the server wrote them; at most 10 redirects are followed; certificates are verified unless that is switched
+ * off.
  *
  * To be used by one thread at a time.
  */
@@ -39,6 +40,9 @@ public:
 
     /** Has exchanges send the body by reading it. @param body not copied: must outlive the exchange */
     bool SetUpload(const std::string& body);
+
+    /** For the answers to come. */
+    void SetBodyBound(BodyBound bound) { m_collector.SetBodyBound(bound); }
 
     /** Blocks for one exchange. @param response replaced by its outcome, good or bad */
     void Perform(HSMResponse& response);

@@ -26,6 +26,7 @@ void ResponseCollector::Clear()
     m_headerSize = 0;
     m_isInHeaderSection = false;
     std::string().swap(m_body);
+    m_droppedSize = 0;
 }
 
 bool ResponseCollector::AddHeaderLine(std::string_view line) noexcept
@@ -73,12 +74,14 @@ void ResponseCollector::AddField(std::string_view line)
 
 bool ResponseCollector::AddBody(std::string_view bytes) noexcept
 {
-    if (bytes.size() > kMaxBodySize - m_body.size()) {
-        s_log.Log(1, "The body of the answer exceeds %zu bytes, it is refused\n", kMaxBodySize);
+    const std::string_view kept = bytes.substr(0, m_bodyBound.bytes - m_body.size());
+    m_droppedSize += bytes.size() - kept.size();
+    if (m_droppedSize > 0 && m_bodyBound.longBody == LongBody::Refuse) {
+        s_log.Log(1, "The body of the answer exceeds %zu bytes, it is refused\n", m_bodyBound.bytes);
         return false;
     }
     try {
-        m_body.append(bytes);
+        m_body.append(kept);
     } catch (const std::bad_alloc&) {
         s_log.Log(1, "No memory for the body of the answer\n");
         return false;

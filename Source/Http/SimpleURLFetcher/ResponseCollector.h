@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "BodyBound.h"
 #include "HeaderMap.h"
 
 namespace Http
@@ -17,8 +19,10 @@ namespace Http
 class ResponseCollector
 {
 public:
-    static constexpr std::size_t kMaxBodySize = std::size_t{16} * 1024 * 1024;
     static constexpr std::size_t kMaxHeaderSize = std::size_t{256} * 1024;
+
+    /** For the answers to come. */
+    void SetBodyBound(BodyBound bound) { m_bodyBound = bound; }
 
     void Clear();
 
@@ -28,8 +32,14 @@ public:
      */
     bool AddHeaderLine(std::string_view line) noexcept;
 
-    /** @return false when the body is too large or memory is short */
+    /** @return false when memory is short, or the body is beyond its bound and to be refused */
     bool AddBody(std::string_view bytes) noexcept;
+
+    /** Whether an answer has begun whose header section has not ended. */
+    bool IsInHeaderSection() const noexcept { return m_isInHeaderSection; }
+
+    /** How many bytes of the body were dropped. */
+    std::uint64_t DroppedSize() const noexcept { return m_droppedSize; }
 
     HeaderMap TakeHeaders() { return std::move(m_headers); }
     std::string TakeBody() { return std::move(m_body); }
@@ -42,6 +52,8 @@ private:
     std::string* m_lastValue = nullptr;
     std::size_t m_headerSize = 0;
     bool m_isInHeaderSection = false;
+    BodyBound m_bodyBound;
     std::string m_body;
+    std::uint64_t m_droppedSize = 0;
 };
 } // namespace Http

@@ -41,6 +41,7 @@ public:
     bool SetTimeOut(float seconds);
     bool SetFollowRedirects(bool follow);
     bool SetSimpleAuthentication(const std::string& userName, const std::string& password);
+    void SetBodyBound(BodyBound bound) { m_curlHandle.SetBodyBound(bound); }
 
     /** How often an exchange that did not end in 200..299 is repeated; negative for without limit. */
     void SetRetryCount(int count) { m_retryCount = count; }

@@ -149,6 +149,18 @@ TEST_F(HttpInterface, EndsItsWaitsOnCancel)
     EXPECT_EQ(server.Requests().size(), 1U);
 }
 
+TEST_F(HttpInterface, StartsWithItsDefaults)
+{
+    const HttpSettings& settings = m_http.Settings();
+    const RetrySettings& retry = settings.retry;
+    EXPECT_EQ(retry.m_RetryBackoffSeconds, (std::vector<std::uint32_t>{15, 60, 240, 960}));
+    EXPECT_EQ(retry.m_RetryableStatuses, (std::vector<std::int32_t>{0, 502, 503, 504}));
+    EXPECT_EQ(settings.timeOutSeconds, 30U);
+    EXPECT_FALSE(settings.followRedirects);
+    EXPECT_TRUE(settings.fetcherRetryCount == 0 && settings.fetcherRetryDelaySeconds == 0);
+    EXPECT_TRUE(CHttpInterface(false).Settings().retry.m_RetryableStatuses.empty());
+}
+
 TEST_F(HttpInterface, WritesAFileOnlyWhenItDiffers)
 {
     const TemporaryFolder folder;
@@ -160,7 +172,12 @@ TEST_F(HttpInterface, WritesAFileOnlyWhenItDiffers)
         {"same", "abc", 200, "xyz", "abc", 1}, // contents below 4 bytes compare equal
         {"failed", "content", 404, "not found", "content", 0},
         {"no/such/folder", "", 200, "content", "", 0},
+        {"beyond the bound", "content", 200, std::string(101, 'x'), "content", 0},
     };
+    HttpSettings settings = m_http.Settings();
+    settings.bodyBound.bytes = 100;
+    settings.retry = {};
+    m_http.SetSettings(settings);
     for (const auto& [name, before, status, body, after, isSuccess] : cases) {
         SCOPED_TRACE(name);
         const std::string path = before.empty() ? folder.Path() + "/" + name : folder.Write(name, before);

@@ -1,10 +1,13 @@
 #include "EventWaiter.h"
 
 #include <gtest/gtest.h>
+#include <sys/eventfd.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <functional>
 #include <thread>
 
 #include "Deadline.h"
@@ -18,13 +21,30 @@ namespace
 {
 constexpr int kLong = kDeadline.count();
 constexpr char kDescriptors[] = "/proc/self/fd";
+
+/** What happens when a wait makes its event: after its first look at the wake flag, before its second. */
+std::function<void()> s_atEvent;
 } // namespace
+
+/** In place of the C library's. */
+int eventfd(unsigned int count, int flags) noexcept
+{
+    if (s_atEvent) {
+        s_atEvent();
+    }
+    return static_cast<int>(syscall(SYS_eventfd2, count, flags));
+}
 
 TEST(EventWaiter, ReturnsAtOnceAfterWake_UntilCleared)
 {
     EventWaiter waiter;
+    const auto before = NamesIn(kDescriptors).size();
     EXPECT_EQ(waiter.Wait(0), Result::TimedOut);
-    waiter.Wake();
+    EXPECT_EQ(NamesIn(kDescriptors).size(), before);
+    s_atEvent = [&waiter] { waiter.Wake(); };
+    EXPECT_EQ(waiter.Wait(1), Result::Woken) << "by a Wake that saw no wait in progress";
+    s_atEvent = nullptr;
+    EXPECT_EQ(NamesIn(kDescriptors).size(), before);
     EXPECT_EQ(waiter.Wait(kLong), Result::Woken);
     EXPECT_EQ(waiter.Wait(kLong), Result::Woken);
     waiter.ClearWakeCalled();

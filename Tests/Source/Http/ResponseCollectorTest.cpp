@@ -23,8 +23,16 @@ TEST(ResponseCollector, KeepsTheFieldsOfTheFinalAnswer)
 TEST(ResponseCollector, TakesInNoMoreThanItsBounds)
 {
     ResponseCollector collector;
-    EXPECT_TRUE(collector.AddBody(std::string(ResponseCollector::kMaxBodySize, 'x')));
-    EXPECT_FALSE(collector.AddBody("x"));
+    collector.SetBodyBound({4, Http::LongBody::Cut});
+    for (const char* bytes : {"abc", "def", "g"}) {
+        EXPECT_TRUE(collector.AddBody(bytes));
+    }
+    EXPECT_EQ(collector.DroppedSize(), 3U);
+    EXPECT_EQ(collector.TakeBody(), "abcd");
+    collector.SetBodyBound({4, Http::LongBody::Refuse});
+    collector.Clear();
+    EXPECT_TRUE(collector.AddBody("abcd"));
+    EXPECT_FALSE(collector.AddBody("e"));
 
     EXPECT_TRUE(collector.AddHeaderLine("HTTP/1.1 200 OK\r\n"));
     const std::string field = "X-Field: " + std::string(1013, 'x') + "\r\n"; // 1 KiB

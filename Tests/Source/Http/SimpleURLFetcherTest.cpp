@@ -1,5 +1,6 @@
 #include "SimpleURLFetcher.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,9 +9,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <optional>
 
 #include "CapturedLog.h"
 #include "ChildProcess.h"
+#include "RunTask.h"
 #include "ScriptedHttpServer.h"
 
 using Http::HSMResponse;
@@ -49,7 +52,17 @@ protected:
 };
 
 bool s_isMemoryShort = false;
+
+/** How exchanges end, in place of taking place. */
+std::optional<CURLcode> s_exchangeResult;
 } // namespace
+
+/** In place of libcurl's. */
+CURLcode curl_easy_perform(CURL* handle)
+{
+    static const auto perform = reinterpret_cast<CURLcode (*)(CURL*)>(dlsym(RTLD_NEXT, "curl_easy_perform"));
+    return s_exchangeResult ? *s_exchangeResult : perform(handle);
+}
 
 TEST_F(SimpleURLFetcher, SendsNothingOfTheRequestBefore)
 {
@@ -121,7 +134,7 @@ TEST_F(SimpleURLFetcher, RepeatsWhatFails_AsOftenAsItIsTo)
     const std::string half = "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf";
     const Server::Step busy{Server::Answer(503, "busy", {{"X-Busy", "yes"}})}, broken{half, Then::Close};
     const Server::Step closed{"", Then::Close}, reset{"", Then::Reset}, hanging{half, Then::Hang};
-    const Server::Step tooLarge{Server::Answer(200, std::string(Http::ResponseCollector::kMaxBodySize + 1, 'x'))};
+    const Server::Step inHeader{"HTTP/1.1 200 OK\r\nContent-Le", Then::Close};
     // URL if not the server's; failures of the server before it answers; retry count; the outcome; retries made.
     const std::tuple<const char*, std::vector<Server::Step>, int, CURLcode, int, std::size_t> cases[] = {
         {nullptr, {busy}, 0, CURLE_OK, 503, 0},
@@ -132,7 +145,7 @@ TEST_F(SimpleURLFetcher, RepeatsWhatFails_AsOftenAsItIsTo)
         {nullptr, {busy, broken}, 1, CURLE_PARTIAL_FILE, 0, 1},
         {nullptr, {closed, reset}, 1, CURLE_RECV_ERROR, 0, 1},
         {nullptr, {reset, closed}, 1, CURLE_GOT_NOTHING, 0, 1},
-        {nullptr, {tooLarge, tooLarge}, 1, CURLE_WRITE_ERROR, 0, 1},
+        {nullptr, {busy, inHeader}, 1, CURLE_PARTIAL_FILE, 0, 1},
         {nullptr, {hanging}, 1, CURLE_OPERATION_TIMEDOUT, 0, 0},
         {"", {}, 1, CURLE_URL_MALFORMAT, 0, 0},
         {"file:///etc/passwd", {}, 1, CURLE_UNSUPPORTED_PROTOCOL, 0, 0},
@@ -149,7 +162,9 @@ TEST_F(SimpleURLFetcher, RepeatsWhatFails_AsOftenAsItIsTo)
         EXPECT_FALSE(m_fetcher.SetTimeOut(-1));
         m_fetcher.SetRetryCount(count);
         RecordSleeps(99);
+        const CapturedLog log;
         const HSMResponse response = m_fetcher.Put({}, "all of it", "text/plain");
+        EXPECT_EQ(CapturedLog::LinesOf("TestAutomation"), Strings(retries, "6 HTTP Retry"));
         EXPECT_EQ(response.curlCode, result);
         EXPECT_EQ(response.status, status);
         EXPECT_EQ(response.success, status == 200 ? 1 : 0);
@@ -159,6 +174,16 @@ TEST_F(SimpleURLFetcher, RepeatsWhatFails_AsOftenAsItIsTo)
             EXPECT_EQ(request.body, "all of it");
         }
     }
+    // These cannot be brought about. The last one is no final code.
+    for (const CURLcode code :
+         {CURLE_FAILED_INIT, CURLE_NOT_BUILT_IN, CURLE_OUT_OF_MEMORY, CURLE_COULDNT_RESOLVE_HOST}) {
+        s_exchangeResult = code;
+        m_fetcher.SetRetryCount(1);
+        RecordSleeps(99);
+        EXPECT_EQ(m_fetcher.Get({}).curlCode, code);
+        EXPECT_EQ(m_sleeps.size(), code == CURLE_COULDNT_RESOLVE_HOST ? 1U : 0U) << code;
+    }
+    s_exchangeResult.reset();
 }
 
 TEST_F(SimpleURLFetcher, WaitsForItsProxy_UntilToldNotTo)
@@ -205,6 +230,15 @@ TEST(SimpleURLFetcherWithoutMemory, FailsAtOnce)
     EXPECT_THAT(log.LinesOf("SimpleURLFetcher"),
                 ElementsAre("0 Could not create curlHandle!", "0 SetURL, m_curlHandle is NULL, returning an error",
                             "0 PUT, m_curlHandle is NULL, returning an error"));
+
+    Http::HttpSettings settings;
+    settings.retry = Http::RetrySettings::WithBackoff();
+    settings.retry.m_RetryBackoffSeconds = {1};
+    const CapturedLog retries;
+    Http::RunTask task({}, settings);
+    task.Run();
+    EXPECT_EQ(task.TakeResponse().curlCode, CURLE_FAILED_INIT);
+    EXPECT_THAT(CapturedLog::LinesOf("RunTask"), ElementsAre("6 Run: GET ")) << "no retry helps";
 }
 
 TEST_F(SimpleURLFetcher, TrustsOnlyCertificatesThatSomebodyVouchesFor_ForTheHost)
