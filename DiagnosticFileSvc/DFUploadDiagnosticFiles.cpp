@@ -49,22 +49,21 @@ std::optional<std::string> ReadArchive(const std::string& path)
         return std::nullopt;
     }
     LogProgress(s_log, "PostDiagnosticFile", "compressed file size:", size);
-    std::string bytes;
-    try {
-        bytes.resize(static_cast<std::size_t>(size));
-    } catch (const std::exception& error) {
-        LogLine(s_log, LOG_LEVEL_ERROR, "PostDiagnosticFile", "No memory for the archive: ", error.what());
-        return std::nullopt;
-    }
+    std::string bytes(static_cast<std::size_t>(size), '\0');
     if (std::fread(bytes.data(), 1, bytes.size(), file.get()) != bytes.size()) {
         return std::nullopt;
     }
     return bytes;
 }
 
-/** The JSON value that a text spells; nothing when it is not JSON. */
+/** The JSON value that a text spells; nothing when it is not JSON, or too long to be parsed. */
 std::optional<Json::Value> ParseJson(const std::string& text)
 {
+    if (text.size() > DFUploadDiagnosticFiles::kMaxJsonSize) {
+        LogLine(s_log, LOG_LEVEL_WARNING, __func__, "The answer is not parsed, it is too long: ", text.size(),
+                " bytes");
+        return std::nullopt;
+    }
     Json::CharReaderBuilder builder;
     const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
     Json::Value value;
@@ -121,15 +120,38 @@ DFUploadDiagnosticFiles& DFUploadDiagnosticFiles::GetInstance()
     return instance;
 }
 
+template <auto handler, typename... Args>
+void DFUploadDiagnosticFiles::Guarded(Args... args)
+{
+    try {
+        (this->*handler)(args...);
+    } catch (const std::exception& error) {
+        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The upload ends by an exception: ", error.what());
+        Answer("Unable to upload", 400);
+    }
+}
+
 DFUploadDiagnosticFiles::DFUploadDiagnosticFiles()
     : APTask(kUploadDiagnosticFiles, 0, CTask::NOT_REALTIME, -1),
-      m_postMetadataCB(this, this, &DFUploadDiagnosticFiles::PostMetadataCB),
+      m_postMetadataCB(this, this,
+                       &DFUploadDiagnosticFiles::Guarded<&DFUploadDiagnosticFiles::PostMetadataCB,
+                                                         const DFSCommonPB::UploadTypes&, const std::string&, Result*>),
       m_setDeviceInfoCB(this, this, &DFUploadDiagnosticFiles::SetDeviceInfoCB),
-      m_metaDataPostRespCB(this, this, &DFUploadDiagnosticFiles::MetaDataPostRespCB),
-      m_diagFilePostRespCB(this, this, &DFUploadDiagnosticFiles::DiagFilePostRespCB),
+      m_metaDataPostRespCB(
+          this, this,
+          &DFUploadDiagnosticFiles::Guarded<&DFUploadDiagnosticFiles::MetaDataPostRespCB, const Http::HSMResponse&>),
+      m_diagFilePostRespCB(
+          this, this,
+          &DFUploadDiagnosticFiles::Guarded<&DFUploadDiagnosticFiles::DiagFilePostRespCB, const Http::HSMResponse&>),
       m_directHttp(true, ""),
       m_proxiedHttp(true, kMetadataProxy)
-{}
+{
+    for (Http::CHttpInterface* http : {&m_directHttp, &m_proxiedHttp}) {
+        Http::HttpSettings settings = http->Settings();
+        settings.bodyBound.bytes = kMaxBodySize;
+        http->SetSettings(std::move(settings));
+    }
+}
 
 void DFUploadDiagnosticFiles::OnEntry()
 {
@@ -164,13 +186,7 @@ void DFUploadDiagnosticFiles::PostMetadataCB(const DFSCommonPB::UploadTypes& ite
     LogProgress(s_log, __func__, "upload_sys_logs product type: ", m_productType);
     LogProgress(s_log, __func__, "upload_sys_logs product id: ", m_productId);
     BuildMetadataPostHeader();
-    try {
-        BuildMetadataPayload(items);
-    } catch (const ProtoToMarkup::MarkupError& error) {
-        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The metadata cannot be converted: ", error.what());
-        (*m_result)("Unable to create metadata", 400);
-        return;
-    }
+    BuildMetadataPayload(items);
     const std::string url =
         std::string(kServiceBase) + kDiagnosticsServiceHost + "/senders/" + m_productId + "/metadata";
     LogProgress(s_log, __func__, "upload_sys_logs post metadata url: ", url);
@@ -220,7 +236,7 @@ void DFUploadDiagnosticFiles::MetaDataPostRespCB(const Http::HSMResponse& respon
     const std::optional<Json::Value> answer = ParseJson(response.response);
     if (!answer) {
         LogProgress(s_log, __func__, "MetaDataPostRespCB, post failed");
-        (*m_result)(response.response, response.status);
+        Answer(response.response, response.status);
         return;
     }
     std::string uploadUrl;
@@ -240,7 +256,7 @@ void DFUploadDiagnosticFiles::PostDiagnosticFile(const std::string& uploadUrl)
     }
     if (!archive) {
         LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The archive cannot be read: ", m_archivePath);
-        (*m_result)("Unable to create tarball", 400);
+        Answer("Unable to create tarball", 400);
         return;
     }
     BuildDiagnosticFilePostHeader();
@@ -288,6 +304,15 @@ void DFUploadDiagnosticFiles::DiagFilePostRespCB(const Http::HSMResponse& respon
     } else {
         LogProgress(s_log, __func__, "DiagFilePostRespCB, post failed");
     }
-    (*m_result)(response.response, response.status);
+    Answer(response.response, response.status);
+}
+
+void DFUploadDiagnosticFiles::Answer(const std::string& text, int status)
+{
+    if (m_result != nullptr) {
+        (*m_result)(text, status);
+        // Not before: when there is no memory to post the text with, the guard answers.
+        m_result = nullptr;
+    }
 }
 } // namespace DiagnosticFileSvc

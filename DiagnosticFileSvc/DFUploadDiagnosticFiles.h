@@ -18,6 +18,9 @@ namespace DiagnosticFileSvc
  * The task that sends an archive to the cloud in two phases: a metadata record, whose answer names an upload URL, then
  * the archive itself. Retries happen below it, in the HTTP interface; it sees final responses only.
  *
+ * In memory there is the archive, once, and of an answer at most kMaxBodySize, of which at most kMaxJsonSize are
+ * parsed.
+ *
  * One upload at a time: the starter does not begin another before it has the result. Public operations may be called
  * from any thread: they only post to the task.
  */
@@ -27,6 +30,12 @@ public:
     /** Receives the last response's body and its HTTP status, 0 when there was no response. */
     using Result = AsyncCallback<const std::string, int>;
 
+    /** In bytes, of an answer's body. What is beyond is dropped: the gateway carries no more to the requester. */
+    static constexpr std::size_t kMaxBodySize = std::size_t{1} << 20U;
+
+    /** A longer answer counts as one that is not JSON: the parser takes some 50 times the memory of its text. */
+    static constexpr std::size_t kMaxJsonSize = std::size_t{64} << 10U;
+
     /** The single instance, made and started by the first call and never destroyed. */
     static DFUploadDiagnosticFiles& GetInstance();
 
@@ -35,8 +44,8 @@ public:
      *
      * @param items       what the archive holds, for the metadata
      * @param archivePath full path of the archive, which must stay until the result is known
-     * @param result      invoked once: with 400 when the archive cannot be read, otherwise with what the cloud said.
-     * Not owned; must stay alive until then.
+     * @param result      invoked once: with 400 when the archive cannot be read or anything throws, otherwise with what
+     *                    the cloud said. Not owned; must stay alive until then.
      *
      * Without the product's identity in the manufacturing data the process ends with status 1.
      */
@@ -56,11 +65,16 @@ private:
 
     DFUploadDiagnosticFiles();
 
+    /** The handler, with a guard: a std::exception that leaves it ends the upload with an answer to its starter. */
+    template <auto handler, typename... Args>
+    void Guarded(Args... args);
+
     void PostMetadataCB(const DFSCommonPB::UploadTypes& items, const std::string& archivePath, Result* result);
     void SetDeviceInfoCB(const DeviceManagerPb::DeviceInfo& info);
     void MetaDataPostRespCB(const Http::HSMResponse& response);
     void DiagFilePostRespCB(const Http::HSMResponse& response);
 
+    void Answer(const std::string& text, int status);
     void LoadMetadata();
     void LoadProductJwt();
     void BuildMetadataPostHeader();
@@ -93,6 +107,7 @@ private:
     /** MD5 of the archive, 32 lower-case hexadecimal digits. */
     std::string m_archiveMd5;
     std::string m_archivePath;
+    /** Of the upload that is under way; null when it has been answered. */
     Result* m_result = nullptr;
 };
 } // namespace DiagnosticFileSvc

@@ -45,7 +45,7 @@ void DFUploadDiagnosticFiles::BuildMetadataPostHeader()
     m_metadataHeaders["Connection"] = "keep-alive";
     m_metadataHeaders[kTokenHeader] = m_accessToken;
     LogLine(s_log, LOG_LEVEL_DETAIL, __func__,
-            "upload_sys_logs - metadata headers: ", StringUtils::ToJson(m_metadataHeaders));
+            "upload_sys_logs - metadata headers: ", [this] { return StringUtils::ToJson(m_metadataHeaders); });
 }
 
 void DFUploadDiagnosticFiles::BuildDiagnosticFilePostHeader()
@@ -56,7 +56,8 @@ void DFUploadDiagnosticFiles::BuildDiagnosticFilePostHeader()
     m_archiveHeaders["Content-Type"] = kBinaryType;
     m_archiveHeaders["Content-MD5"] = m_archiveMd5;
     m_archiveHeaders[kTokenHeader] = m_accessToken;
-    LogLine(s_log, LOG_LEVEL_DETAIL, __func__,
-            "\n\nupload_sys_logs - BuildDiagnosticFilePostHeader: ", StringUtils::ToJson(m_archiveHeaders));
+    LogLine(s_log, LOG_LEVEL_DETAIL, __func__, "\n\nupload_sys_logs - BuildDiagnosticFilePostHeader: ", [this] {
+        return StringUtils::ToJson(m_archiveHeaders);
+    });
 }
 } // namespace DiagnosticFileSvc

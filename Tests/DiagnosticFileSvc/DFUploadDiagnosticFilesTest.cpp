@@ -3,13 +3,21 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <json/json.h>
+#include <sys/resource.h>
 
+#include <ctime>
+#include <filesystem>
+#include <fstream>
 #include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "AnswerProbe.h"
+#include "CapturedLog.h"
 #include "HttpGlobal.h"
+#include "Sanitized.h"
+#include "ScriptedHttpServer.h"
 #include "TemporaryFolder.h"
 #include "Upload.h"
 
@@ -17,6 +25,17 @@ namespace
 {
 using DiagCloud::Outcome;
 using DiagCloud::RequestKind;
+using Server = ScriptedHttpServer;
+
+const std::string kUploadUrl = R"({"uploadUrl":"http://127.0.0.1:8888/archive"})";
+
+/** Of this process so far, in kB. */
+long PeakMemory()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
 
 class DFUploadDiagnosticFiles : public testing::Test
 {
@@ -58,6 +77,8 @@ protected:
 
 TEST_F(DFUploadDiagnosticFiles, PostsMetadataThroughTheProxy_ThenTheArchive)
 {
+    setenv("TZ", "XXX-5", 1); // NOLINT(concurrency-mt-unsafe): before there is another thread
+    tzset();
     DeviceManagerPb::DeviceInfo info;
     info.set_name("Kitchen \xc3\xa9");
     DiagnosticFileSvc::DFUploadDiagnosticFiles::GetInstance().SetDeviceInfo(info);
@@ -75,8 +96,10 @@ TEST_F(DFUploadDiagnosticFiles, PostsMetadataThroughTheProxy_ThenTheArchive)
     EXPECT_EQ(metadata["productType"], "meridel");
     EXPECT_EQ(metadata["softwareVersion"], "1.0.67-10452+c5f2e8b");
     EXPECT_EQ(metadata["fileType"], "VRD9 Diagnostics");
-    EXPECT_TRUE(
-        std::regex_match(metadata["uploadTimeStamp"].asString(), std::regex(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ)")));
+    std::tm sent{};
+    const std::string stamp = metadata["uploadTimeStamp"].asString();
+    EXPECT_STREQ(strptime(stamp.c_str(), "%Y-%m-%dT%H:%M:%SZ", &sent), "") << stamp;
+    EXPECT_NEAR(timegm(&sent), std::time(nullptr), 60) << "the time in UTC, wherever the device is";
     EXPECT_EQ(metadata["uploadedItems"][0]["type"], "TOP");
     EXPECT_EQ(metadata["uploadedItems"][0]["subType"], "top \"quoted\"");
     EXPECT_EQ(requests[0].body.front(), '{');
@@ -144,4 +167,119 @@ TEST_F(DFUploadDiagnosticFiles, SendsAnEmptyArchive)
     EXPECT_EQ(Upload(m_folder.Write("empty", "")).second, 200);
     EXPECT_EQ(cloud.Requests().back().md5, DiagCloud::Md5Verdict::kMatches);
     EXPECT_EQ(cloud.Requests().back().bodySize, 0U);
+}
+
+TEST_F(DFUploadDiagnosticFiles, TakesInOfAnAnswerWhatTheRequesterCanBeTold)
+{
+    constexpr std::size_t kSize = std::size_t{16} << 20U;
+    constexpr std::size_t kKept = std::size_t{1} << 20U;
+    std::string json = kUploadUrl.substr(0, kUploadUrl.size() - 1) + ",\"a\":[1";
+    while (json.size() < kSize) {
+        json += ",1";
+    }
+    json += "]}";
+    for (const std::string& body : {json, std::string(kSize, '\x01')}) {
+        for (const std::vector<Server::Step>& script :
+             {std::vector<Server::Step>{{Server::Answer(200, body)}},
+              {{Server::Answer(200, kUploadUrl)}, {Server::Answer(200, body)}}}) {
+            const Server cloud(script, 8888);
+            const long before = PeakMemory();
+            const CapturedLog log(3);
+            EXPECT_EQ(Upload(m_archive), AnswerProbe::Answer(body.substr(0, kKept), 200));
+            EXPECT_LT(testing::internal::GetCapturedStderr().size(), 100000U);
+            EXPECT_EQ(cloud.Requests().size(), script.size());
+            EXPECT_LT(PeakMemory() - before, 40000) << "the server's own copy, and a little";
+        }
+    }
+}
+
+TEST_F(DFUploadDiagnosticFiles, AnswersWhateverIsThrown)
+{
+    if (kIsSanitized) {
+        GTEST_SKIP() << "a sanitizer needs the memory that is taken away here";
+    }
+    // More than the allocator keeps in reserve for a thread.
+    const std::string large = m_folder.Write("large", "");
+    std::filesystem::resize_file(large, std::size_t{80} << 20U);
+    const DiagCloud::CloudServer cloud(CloudOnItsPort());
+    EXPECT_EQ(Upload(m_archive).second, 200);
+    rlim_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    const rlimit tight{pages * 4096 + (rlim_t{20} << 20U), RLIM_INFINITY};
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &tight), 0);
+    EXPECT_EQ(Upload(large), AnswerProbe::Answer("Unable to upload", 400));
+    EXPECT_EQ(Upload(m_archive).second, 200) << "the next one goes well";
+}
+
+TEST_F(DFUploadDiagnosticFiles, SendsAndLogsWhatIsStated_AndRetriesBothPosts)
+{
+    WriteWholeFile("/mnt/nv/product-persistence/quillane_jwt.json",
+                   R"({"access_token":"a.b.c","expires_in":1,"token_type":"bearer"})");
+    const std::string busy = Server::Answer(503, "", {{"Retry-After", "1"}});
+    const Server cloud({{busy}, {Server::Answer(200, kUploadUrl)}, {busy}, {Server::Answer(403, "{}")}}, 8888);
+    const CapturedLog log;
+    EXPECT_EQ(Upload(m_archive), AnswerProbe::Answer("{}", 403));
+    const std::string lines = testing::internal::GetCapturedStderr();
+    std::vector<std::string> own; // but for the ends of operations, of which the last comes after the answer
+    std::istringstream stream(std::regex_replace(lines, std::regex("uploadTimeStamp\":\"[^\"]*"), "stamp"));
+    for (std::string line; std::getline(stream, line);) {
+        const std::size_t at = line.find(" DFUploadDiagnosticFiles: ");
+        if (at != std::string::npos && line.find("OnEntry") == std::string::npos &&
+            line.find(" - END") == std::string::npos) {
+            own.push_back(line.substr(at - 1, 1) + line.substr(line.find(':', at) + 1));
+        }
+    }
+    const std::string guid = Parsed(ReadWholeFile("/persist/mfg_data.json"))["guid"].asString();
+    const std::string md5 = "630f1bf5d79ba418f008798ea4ca85e0";
+    const std::vector<std::string> expected = {
+        "3 PostMetadataCB: PostMetadataCB - START",
+        "3 LoadMetadata: LoadMetadata - START",
+        "3 PostMetadataCB: upload_sys_logs marketing product name: VRD9",
+        "3 PostMetadataCB: upload_sys_logs product type: meridel",
+        "3 PostMetadataCB: upload_sys_logs product id: " + guid,
+        "3 BuildMetadataPostHeader: BuildMetadataPostHeader - START",
+        "3 LoadProductJwt: LoadProductJwt - START",
+        "3 LoadProductJwt: Product Jwt is loaded",
+        "3 LoadProductJwt: LoadProductJwt - START",
+        "4 BuildMetadataPostHeader: upload_sys_logs product jwt: a.b.c",
+        "4 BuildMetadataPostHeader: upload_sys_logs - metadata headers: "
+        R"({"Connection":"keep-alive","Content-Type":"application/json","x-product-token":"a.b.c"})",
+        "3 BuildMetadataPayload: BuildMetadataPayload - START",
+        "3 BuildMetadataPayload: upload_sys_logs software version: 1.0.67-10452+c5f2e8b",
+        R"(3 BuildMetadataPayload: payload: {"productName":"","productId":")" + guid +
+            R"(","productType":"meridel","softwareVersion":"1.0.67-10452+c5f2e8b","fileType":"VRD9 Diagnostics",)"
+            R"("stamp","uploadedItems":[{"type":"TOP","subType":"top \"quoted\""}]})",
+        "3 PostMetadataCB: upload_sys_logs post metadata url: http://diagnostics.vantor.example/senders/" + guid +
+            "/metadata",
+        "3 MetaDataPostRespCB: MetaDataPostRespCB - START",
+        "3 MetaDataPostRespCB: MetaDataPostRespCB, Response:",
+        "3 MetaDataPostRespCB: response: " + kUploadUrl,
+        "3 MetaDataPostRespCB: MetaDataPostRespCB, uploadUrl: http://127.0.0.1:8888/archive",
+        "3 PostDiagnosticFile: PostDiagnosticFile - START",
+        "3 CalculateMD5Checksum: CalculateMD5Checksum - START",
+        "3 CalculateMD5Checksum: upload_sys_logs - CalculateMD5Checksum, result: " + md5,
+        "3 PostDiagnosticFile: compressed file size:21",
+        "3 BuildDiagnosticFilePostHeader: BuildDiagnosticFilePostHeader - START",
+        "3 LoadProductJwt: LoadProductJwt - START",
+        "3 LoadProductJwt: Product Jwt is loaded",
+        "3 LoadProductJwt: LoadProductJwt - START",
+        "4 BuildDiagnosticFilePostHeader: upload_sys_logs product jwt: a.b.c",
+        R"(4 BuildDiagnosticFilePostHeader: \n\nupload_sys_logs - BuildDiagnosticFilePostHeader: {"Content-MD5":")" +
+            md5 + R"(","Content-Type":"application/octet-stream","x-product-token":"a.b.c"})",
+        "3 DiagFilePostRespCB: DiagFilePostRespCB - START",
+        "3 DiagFilePostRespCB: DiagFilePostRespCB, Response:",
+        "3 DiagFilePostRespCB: response: {}",
+        "3 DiagFilePostRespCB: DiagFilePostRespCB, post failed",
+    };
+    EXPECT_EQ(own, expected);
+    const std::string byTheTable = "HandleRetryHeaders: Retry-Count header is not valid, defaulting to back off";
+    EXPECT_NE(lines.find(byTheTable), lines.rfind(byTheTable)) << "both posts have the back-off table";
+    const auto requests = cloud.Requests();
+    ASSERT_EQ(requests.size(), 4U);
+    for (const auto& request : requests) {
+        const bool isMetadata = request.Line().find("/metadata") != std::string::npos;
+        EXPECT_THAT(request.Fields("Content-Type"),
+                    testing::ElementsAre(isMetadata ? "application/json" : "application/octet-stream"));
+        EXPECT_EQ(request.Fields("Connection").size(), isMetadata ? 1U : 0U);
+    }
 }
