@@ -75,22 +75,17 @@ TEST(DFUploadDiagnosticFilesHeaders, CarryTheTokenThatTheDeviceHolds_WhateverIts
         std::string line; ///< of both requests; kLeftOut for no such header
     } cases[] = {
         {"good", TokenFile(head), "1999999999", "1999999999", sent},
-        {"no side files", TokenFile(head), absent, absent, sent},
         {"no JWT", TokenFile("text"), "1", "1", "\r\nx-product-token: text\r\n"},
         {"no file", absent, absent, absent, none},
-        {"an empty file", "", "1", "1", none},
         {"not JSON", "{\"access_token\"", "1", "1", none},
-        {"a required member is missing", R"({"access_token":"a","expires_in":1})", "1", "1", none},
         {"too large", TokenFile(std::string(32768, 'a')), "1", "1", none},
         {"as large as it may be", TokenFile(std::string(32600, 'a')), "1", "1",
          "\r\nx-product-token: " + std::string(32600, 'a') + "\r\n"},
-        {"a folder", kFolder, "1", "1", none},
         {"a pipe", kPipe, "1", "1", none},
         {"blanks", TokenFile(" \\t"), "1", "1", none},
         {"a line break", TokenFile("a\\r\\nX-Smuggled: b"), "1", "1", kLeftOut},
         {"letters as times", TokenFile(head), "soon", "MISSING REFRESH TOKEN", sent},
         {"times that no clock or number holds", TokenFile(head), "9223372036854775807", "99999999999999999999", sent},
-        {"empty times", TokenFile(head), "", "", sent},
         {"folders as times", TokenFile(head), kFolder, kFolder, sent},
         {"pipes as times", TokenFile(head), kPipe, kPipe, sent},
     };

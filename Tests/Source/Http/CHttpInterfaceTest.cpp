@@ -108,6 +108,7 @@ TEST_F(HttpInterface, PerformsEachOperation)
     EXPECT_EQ(ReadWholeFile(folder.Path() + "/f"), "answer");
     EXPECT_EQ(std::signal(SIGPIPE, SIG_IGN), SIG_IGN) << "a server that hangs up must not kill the process";
     EXPECT_EQ(m_owner.responses, static_cast<int>(std::size(operations)));
+    EXPECT_EQ(m_http.Settings().timeOutSeconds, 30U);
 }
 
 TEST_F(HttpInterface, CallsInFlightAreIndependent_EvenOfTheirInterface)
@@ -147,18 +148,6 @@ TEST_F(HttpInterface, EndsItsWaitsOnCancel)
     EXPECT_EQ(m_owner.WaitForResponse().response, "busy");
     EXPECT_EQ(other.WaitForResponse().curlCode, CURLE_COULDNT_CONNECT);
     EXPECT_EQ(server.Requests().size(), 1U);
-}
-
-TEST_F(HttpInterface, StartsWithItsDefaults)
-{
-    const HttpSettings& settings = m_http.Settings();
-    const RetrySettings& retry = settings.retry;
-    EXPECT_EQ(retry.m_RetryBackoffSeconds, (std::vector<std::uint32_t>{15, 60, 240, 960}));
-    EXPECT_EQ(retry.m_RetryableStatuses, (std::vector<std::int32_t>{0, 502, 503, 504}));
-    EXPECT_EQ(settings.timeOutSeconds, 30U);
-    EXPECT_FALSE(settings.followRedirects);
-    EXPECT_TRUE(settings.fetcherRetryCount == 0 && settings.fetcherRetryDelaySeconds == 0);
-    EXPECT_TRUE(CHttpInterface(false).Settings().retry.m_RetryableStatuses.empty());
 }
 
 TEST_F(HttpInterface, WritesAFileOnlyWhenItDiffers)

@@ -42,115 +42,49 @@ TEST(RunTask, RetriesAsThePolicySays_AndEndsWithTheLastResponse)
 
 TEST(RunTask, CarriesItsSettingsOut_AndRetriesNothingThatLibcurlRefuses)
 {
-    const std::string loop = Server::Answer(302, "", {{"Location", "/again"}});
-    const std::string answer = Server::Answer(200, "answer");
+    const Server::Step loop{Server::Answer(302, "", {{"Location", "/again"}})};
+    const std::string failed = "1 The GET request for URL failed with 0",
+                      notSent = "1 The GET request for URL is not sent";
+    const std::string file = "file:///etc/passwd";
+    const auto followRedirects = [](auto&, auto& s) { s.followRedirects = true; };
+    const auto retryOnce = [](auto&, auto& s) { s.fetcherRetryCount = s.fetcherRetryDelaySeconds = 1; };
+    const auto dropUrl = [](auto& r, auto& s) {
+        r.url.clear();
+        s.retry.m_RetryBackoffSeconds = {1};
+        s.retry.m_RetryableStatuses = {0};
+    };
     const struct
     {
-        const char* name;
         std::vector<Server::Step> script;
         std::function<void(Http::HttpRequest&, Http::HttpSettings&)> change;
-        int status;
         int curlCode;
-        std::string body;
         std::size_t requests;
-        std::vector<std::string> lines = {}; ///< but for the URL
+        std::vector<std::string> lines;
     } cases[] = {
-        {"the time-out",
-         {{"", Server::Then::Hang}},
+        {{{"", Server::Then::Hang}},
          [](auto&, auto& s) { s.timeOutSeconds = 1; },
-         0,
          CURLE_OPERATION_TIMEDOUT,
-         "",
          1,
-         {"1 The GET request for URL failed with 0"}},
-        {"one redirect",
-         {{loop}, {answer}},
-         [](auto&, auto& s) { s.followRedirects = true; },
-         200,
-         CURLE_OK,
-         "answer",
-         2},
-        {"redirects without end",
-         std::vector<Server::Step>(12, {loop}),
-         [](auto&, auto& s) { s.followRedirects = true; },
-         0,
-         CURLE_TOO_MANY_REDIRECTS,
-         "",
-         11,
-         {"1 The GET request for URL failed with 0"}},
-        {"the fetcher's retries",
-         {{Server::Answer(500)}, {answer}},
-         [](auto&, auto& s) { s.fetcherRetryCount = 1; },
-         200,
-         CURLE_OK,
-         "answer",
-         2},
-        {"the fetcher's delay, cancelled",
-         {{Server::Answer(500, "first")}},
-         [](auto&, auto& s) { s.fetcherRetryCount = 1, s.fetcherRetryDelaySeconds = 900; },
-         500,
-         CURLE_OK,
-         "first",
-         1,
-         {"1 The GET request for URL failed with 500"}},
-        {"a long body, cut", {{answer}}, [](auto&, auto& s) { s.bodyBound.bytes = 3; }, 200, CURLE_OK, "ans", 1},
-        {"a long body, refused",
-         {{answer}},
-         [](auto&, auto& s) {
-             s.bodyBound = {3, Http::LongBody::Refuse};
-         },
-         0,
-         CURLE_WRITE_ERROR,
-         "",
-         1,
-         {"1 The GET request for URL failed with 0"}},
-        {"no URL, as an answer that does not come",
-         {},
-         [](auto& r, auto& s) {
-             r.url.clear();
-             s.retry.m_RetryBackoffSeconds = {1};
-             s.retry.m_RetryableStatuses = {0};
-         },
-         0,
+         {failed}},
+        {std::vector(12, loop), followRedirects, CURLE_TOO_MANY_REDIRECTS, 11, {failed}},
+        {{{Server::Answer(500)}, {Server::Answer(200)}}, retryOnce, CURLE_OK, 2, {}},
+        {{},
+         dropUrl,
          CURLE_URL_MALFORMAT,
-         "",
          0,
          {"3 Attempt:1 retrying GET in 1 seconds on ", "1 The GET request for  failed with 0"}},
-        {"no URL of the web",
-         {},
-         [](auto& r, auto&) { r.url = "file:///etc/passwd"; },
-         0,
+        {{},
+         [&](auto& r, auto&) { r.url = file; },
          CURLE_FAILED_INIT,
-         "",
          0,
-         {"1 The GET request for file:///etc/passwd is not sent, libcurl refuses the URL"}},
-        {"no URL at all",
-         {},
-         [](auto& r, auto&) { r.url = "http://a b/"; },
-         0,
-         CURLE_FAILED_INIT,
-         "",
-         0,
-         {"1 The GET request for http://a b/ is not sent, libcurl refuses the URL"}},
-        {"a proxy's scheme",
-         {},
+         {"1 The GET request for " + file + " is not sent, libcurl refuses the URL"}},
+        {{},
          [](auto& r, auto&) { r.proxy = "none://127.0.0.1:1"; },
-         0,
          CURLE_FAILED_INIT,
-         "",
          0,
-         {"1 The GET request for URL is not sent, libcurl refuses the proxy"}},
-        {"a proxy's port",
-         {},
-         [](auto& r, auto&) { r.proxy = "127.0.0.1:99999"; },
-         0,
-         CURLE_FAILED_INIT,
-         "",
-         0,
-         {"1 The GET request for URL is not sent, libcurl refuses the proxy"}},
+         {notSent + ", libcurl refuses the proxy"}},
     };
     for (const auto& each : cases) {
-        SCOPED_TRACE(each.name);
         const Server server(each.script);
         Http::HttpRequest request;
         request.url = server.Url();
@@ -158,10 +92,9 @@ TEST(RunTask, CarriesItsSettingsOut_AndRetriesNothingThatLibcurlRefuses)
         each.change(request, settings);
         Http::RunTask task(request, settings);
         const CapturedLog log(3);
-        if (settings.fetcherRetryDelaySeconds > 0) {
-            task.Cancel();
-        }
+        const auto start = std::chrono::steady_clock::now();
         task.Run();
+        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(settings.fetcherRetryDelaySeconds));
         std::vector<std::string> lines = CapturedLog::LinesOf("RunTask", "(?:Run|CheckIfRetryNeededAndSleep): ");
         for (std::string& line : lines) {
             const std::size_t at = line.find(server.Url());
@@ -169,9 +102,8 @@ TEST(RunTask, CarriesItsSettingsOut_AndRetriesNothingThatLibcurlRefuses)
         }
         EXPECT_EQ(lines, each.lines);
         const auto response = task.TakeResponse();
-        EXPECT_EQ(response.status, each.status);
         EXPECT_EQ(response.curlCode, each.curlCode);
-        EXPECT_EQ(response.response, each.body);
+        EXPECT_EQ(response.status, each.curlCode == CURLE_OK ? 200 : 0);
         EXPECT_EQ(server.Requests().size(), each.requests);
     }
 }
