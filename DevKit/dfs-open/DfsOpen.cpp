@@ -30,7 +30,7 @@ Shows what an archive of diagnostic files holds and whether it is whole, and ope
   --cat SUBTYPE             write the plain content of the items with this sub-type to standard output, in the order in
                             which the archive holds them
   --key KEY                 the private key, in PEM form, that belongs to the device's certificate
-  --max-plain-size BYTES    accept items of up to so many bytes (default 1 GiB), however well they were compressed
+  --max-plain-size BYTES    accept items of up to so many bytes (default 1 GiB), however much work the archive makes
   --help                    show this text
 
 Exit status: 0 all is whole, 1 something is missing or damaged (with --cat: of what was asked for), 2 bad usage.

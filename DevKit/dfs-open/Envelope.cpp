@@ -1,5 +1,7 @@
 #include "Envelope.h"
 
+#include "EnvelopeLayout.h"
+
 #include <openssl/bio.h>
 #include <openssl/cms.h>
 #include <openssl/err.h>
@@ -9,6 +11,7 @@
 #include <cerrno>
 #include <limits>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 
 namespace DfsOpen
@@ -60,31 +63,23 @@ BioMethod SinkMethod()
     return method;
 }
 
-/** The content type of a CMS enveloped message follows its outer tag and length. */
-bool BeginsAsEnvelopedData(const std::string& message)
+bool UnwrapByTransport(CMS_ContentInfo* message, CMS_RecipientInfo* recipient, EVP_PKEY* key)
 {
-    static const std::string kContentType("\x06\x09\x2a\x86\x48\x86\xf7\x0d\x01\x07\x03", 11);
-    constexpr std::size_t kLongestTagAndLength = 10;
-    constexpr char kSequence = 0x30;
-    return !message.empty() && message.front() == kSequence && message.find(kContentType) <= kLongestTagAndLength;
+    EVP_PKEY_up_ref(key);
+    CMS_RecipientInfo_set0_pkey(recipient, key);
+    const bool unwrapped = CMS_RecipientInfo_decrypt(message, recipient) > 0;
+    CMS_RecipientInfo_set0_pkey(recipient, nullptr);
+    return unwrapped;
 }
 
-/**
- * Unwraps the content key with the private key. This goes recipient by recipient because CMS_decrypt, given a key
- * without a certificate, hides a wrong key behind a random content key.
- */
-bool UnwrapContentKey(CMS_ContentInfo* message, EVP_PKEY* key)
+bool UnwrapByAgreement(CMS_ContentInfo* message, CMS_RecipientInfo* recipient, EVP_PKEY* key, int& tries)
 {
-    STACK_OF(CMS_RecipientInfo)* recipients = CMS_get0_RecipientInfos(message);
-    for (int index = 0; index < sk_CMS_RecipientInfo_num(recipients); ++index) {
-        CMS_RecipientInfo* recipient = sk_CMS_RecipientInfo_value(recipients, index);
-        if (CMS_RecipientInfo_type(recipient) != CMS_RECIPINFO_TRANS) {
-            continue;
-        }
-        EVP_PKEY_up_ref(key);
-        CMS_RecipientInfo_set0_pkey(recipient, key);
-        const bool unwrapped = CMS_RecipientInfo_decrypt(message, recipient) > 0;
-        CMS_RecipientInfo_set0_pkey(recipient, nullptr);
+    STACK_OF(CMS_RecipientEncryptedKey)* wrapped = CMS_RecipientInfo_kari_get0_reks(recipient);
+    for (int index = 0; index < sk_CMS_RecipientEncryptedKey_num(wrapped) && --tries >= 0; ++index) {
+        const bool unwrapped =
+            CMS_RecipientInfo_kari_set0_pkey(recipient, key) > 0 &&
+            CMS_RecipientInfo_kari_decrypt(message, recipient, sk_CMS_RecipientEncryptedKey_value(wrapped, index)) > 0;
+        CMS_RecipientInfo_kari_set0_pkey(recipient, nullptr);
         if (unwrapped) {
             return true;
         }
@@ -92,10 +87,30 @@ bool UnwrapContentKey(CMS_ContentInfo* message, EVP_PKEY* key)
     return false;
 }
 
-EnvelopeStatus Decrypt(CMS_ContentInfo* message, EVP_PKEY* key, const ByteSink& sink)
+/**
+ * Unwraps the content key with the private key. This goes recipient by recipient because CMS_decrypt, given a key
+ * without a certificate, hides a wrong key behind a random content key.
+ */
+EnvelopeStatus UnwrapContentKey(CMS_ContentInfo* message, EVP_PKEY* key)
 {
-    if (!UnwrapContentKey(message, key)) {
-        return EnvelopeStatus::kWrongKey;
+    STACK_OF(CMS_RecipientInfo)* recipients = CMS_get0_RecipientInfos(message);
+    int tries = kMostRecipients;
+    for (int index = 0; index < sk_CMS_RecipientInfo_num(recipients) && tries >= 0; ++index) {
+        CMS_RecipientInfo* recipient = sk_CMS_RecipientInfo_value(recipients, index);
+        const int type = CMS_RecipientInfo_type(recipient);
+        if ((type == CMS_RECIPINFO_TRANS && --tries >= 0 && UnwrapByTransport(message, recipient, key)) ||
+            (type == CMS_RECIPINFO_AGREE && UnwrapByAgreement(message, recipient, key, tries))) {
+            return EnvelopeStatus::kOpened;
+        }
+    }
+    return tries < 0 ? EnvelopeStatus::kCrowded : EnvelopeStatus::kWrongKey;
+}
+
+EnvelopeStatus Decrypt(CMS_ContentInfo* message, BIO* content, EVP_PKEY* key, const ByteSink& sink)
+{
+    const EnvelopeStatus unwrapped = UnwrapContentKey(message, key);
+    if (unwrapped != EnvelopeStatus::kOpened) {
+        return unwrapped;
     }
     static const BioMethod method = SinkMethod();
     SinkState state{sink};
@@ -106,28 +121,70 @@ EnvelopeStatus Decrypt(CMS_ContentInfo* message, EVP_PKEY* key, const ByteSink& 
     BIO_set_data(output.get(), &state);
     BIO_set_init(output.get(), 1);
 
-    const int result = CMS_decrypt(message, nullptr, nullptr, nullptr, output.get(), CMS_BINARY | CMS_DEBUG_DECRYPT);
+    const int result = CMS_decrypt(message, nullptr, nullptr, content, output.get(), CMS_BINARY | CMS_DEBUG_DECRYPT);
     if (state.full) {
         return EnvelopeStatus::kSinkFull;
     }
     return result == 1 ? EnvelopeStatus::kOpened : EnvelopeStatus::kDamaged;
 }
 
-EnvelopeStatus Open(const std::string& message, const PrivateKey* key, const ByteSink& sink)
+/** Whether an AlgorithmIdentifier is that of AES in CBC mode (RFC 3565, section 4.1), with any size of key. */
+bool IsAesCbc(std::string_view algorithm)
 {
-    if (!BeginsAsEnvelopedData(message)) {
-        return EnvelopeStatus::kNotCms;
+    constexpr std::string_view kAes("\x06\x09\x60\x86\x48\x01\x65\x03\x04\x01", 10);
+    constexpr std::string_view kCbcModes("\x02\x16\x2a");
+    return algorithm.substr(0, kAes.size()) == kAes && algorithm.size() > kAes.size() &&
+           kCbcModes.find(algorithm[kAes.size()]) != std::string_view::npos;
+}
+
+/** The message without its encrypted content, which OpenSSL would copy, and without attributes. */
+Message ParseWithoutContent(std::string_view recipients, std::string_view cipher)
+{
+    constexpr std::string_view kEnvelopedData("\x30\x80\x06\x09\x2a\x86\x48\x86\xf7\x0d\x01\x07\x03\xa0\x80\x30\x80",
+                                              17);
+    constexpr std::string_view kEncryptedContentInfo("\x30\x80", 2);
+    constexpr std::size_t kEndsOfContents = 8;
+    std::string message(kEnvelopedData);
+    message.append(recipients).append(kEncryptedContentInfo).append(cipher).append(kEndsOfContents, '\0');
+    const auto* next = reinterpret_cast<const unsigned char*>(message.data());
+    return Message(d2i_CMS_ContentInfo(nullptr, &next, static_cast<long>(message.size())));
+}
+
+EnvelopeStatus Open(std::string& message, const PrivateKey* key, const ByteSink& sink)
+{
+    EnvelopeLayout layout;
+    switch (layout.Find(message)) {
+        case EnvelopeLayout::Form::kNotCms:
+            return EnvelopeStatus::kNotCms;
+        case EnvelopeLayout::Form::kDamaged:
+            return EnvelopeStatus::kDamaged;
+        case EnvelopeLayout::Form::kWhole:
+            break;
     }
-    if (message.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+    const auto part = [&message](const EnvelopeLayout::Part& where) {
+        return std::string_view(message).substr(where.begin, where.size);
+    };
+    if (layout.recipients.size + layout.cipher.size > kLongestRecipients) {
+        return EnvelopeStatus::kCrowded;
+    }
+    if (!IsAesCbc(part(layout.algorithm))) {
+        return EnvelopeStatus::kCipher;
+    }
+    const Message parsed = ParseWithoutContent(part(layout.recipients), part(layout.cipher));
+    if (!parsed) {
         return EnvelopeStatus::kDamaged;
     }
-    const auto* begin = reinterpret_cast<const unsigned char*>(message.data());
-    const unsigned char* next = begin;
-    const Message parsed(d2i_CMS_ContentInfo(nullptr, &next, static_cast<long>(message.size())));
-    if (!parsed || next != begin + message.size()) {
+    if (key == nullptr) {
+        return EnvelopeStatus::kSealed;
+    }
+    if (layout.content.size > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
         return EnvelopeStatus::kDamaged;
     }
-    return key == nullptr ? EnvelopeStatus::kSealed : Decrypt(parsed.get(), key->Get(), sink);
+    const Bio content(BIO_new_mem_buf(part(layout.content).data(), static_cast<int>(layout.content.size)));
+    if (!content) {
+        throw std::bad_alloc();
+    }
+    return Decrypt(parsed.get(), content.get(), key->Get(), sink);
 }
 
 } // namespace
@@ -147,7 +204,7 @@ PrivateKey::PrivateKey(const std::string& path)
     }
 }
 
-EnvelopeStatus OpenEnvelope(const std::string& message, const PrivateKey* key, const ByteSink& sink)
+EnvelopeStatus OpenEnvelope(std::string& message, const PrivateKey* key, const ByteSink& sink)
 {
     const EnvelopeStatus status = Open(message, key, sink);
     ERR_clear_error();

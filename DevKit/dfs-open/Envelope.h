@@ -29,20 +29,27 @@ enum class EnvelopeStatus
     kSealed,   //!< Whole as far as can be seen without a key.
     kNotCms,   //!< Not a CMS enveloped message.
     kDamaged,  //!< A CMS enveloped message that is cut short, followed by something else, or wrong inside.
+    kCrowded,  //!< It names more recipients than are looked at.
+    kCipher,   //!< Encrypted by another cipher than AES in CBC mode (RFC 3565), which is all that devices use.
     kWrongKey, //!< The key is none of the message's recipients'.
     kSinkFull, //!< The sink took no more.
 };
 
+/** How many keys of recipients are tried, and how many bytes may describe them: devices name one recipient. */
+constexpr int kMostRecipients = 16;
+constexpr std::size_t kLongestRecipients = std::size_t{64} * 1024;
+
 /**
  * Opens one CMS EnvelopedData message (RFC 5652, section 6) in DER or in the indefinite-length form that a streamed
- * encryption writes.
+ * encryption writes. Recipients of two kinds have a private key: those of key transport (RSA) and of key agreement
+ * (elliptic curves).
  *
  * EnvelopedData carries no proof of its integrity: kOpened says only that the end of the message decrypted to proper
  * padding, and what reaches the sink must be verified by its reader.
  *
- * @param message the whole message
+ * @param message the whole message, which is used up
  * @param key the recipient's key; without one the message is only looked at
  */
-EnvelopeStatus OpenEnvelope(const std::string& message, const PrivateKey* key, const ByteSink& sink);
+EnvelopeStatus OpenEnvelope(std::string& message, const PrivateKey* key, const ByteSink& sink);
 
 } // namespace DfsOpen

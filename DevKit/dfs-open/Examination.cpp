@@ -29,7 +29,7 @@ class Walk
 {
 public:
     Walk(int descriptor, const PrivateKey* key, const Limits& limits, PlainOutput& output)
-        : m_descriptor(descriptor), m_key(key), m_limits(limits), m_output(output)
+        : m_descriptor(descriptor), m_key(key), m_limits(limits), m_budget(limits), m_output(output)
     {}
 
     ArchiveReport Run()
@@ -57,7 +57,7 @@ private:
 
     void ReadManifest()
     {
-        TarReader reader(m_descriptor, m_limits);
+        TarReader reader(m_descriptor, m_limits, m_budget);
         TarMember member;
         bool found = false;
         while (!found && reader.Next(member)) {
@@ -83,8 +83,13 @@ private:
         }
     }
 
-    void List(const std::vector<ManifestEntry>& entries)
+    void List(std::vector<ManifestEntry> entries)
     {
+        if (entries.size() > m_limits.members) {
+            entries.resize(m_limits.members);
+            Fault("the manifest lists more items than are accepted; the first " + std::to_string(m_limits.members) +
+                  " are shown");
+        }
         for (const ManifestEntry& entry : entries) {
             ItemReport item;
             item.entry = entry;
@@ -101,7 +106,7 @@ private:
 
     void OpenMembers()
     {
-        TarReader reader(m_descriptor, m_limits);
+        TarReader reader(m_descriptor, m_limits, m_budget);
         TarMember member;
         bool manifestSeen = false;
         while (reader.Next(member)) {
@@ -164,11 +169,9 @@ private:
 
     void Open(TarReader& reader, ItemReport& item)
     {
-        Limits limits = m_limits;
-        limits.plainSize = std::min(limits.plainSize, limits.totalPlainSize - m_totalPlainSize);
         bool begun = false;
         bool stored = true;
-        const OpenedItem opened = OpenItem(reader, m_key, limits, [&](const char* data, std::size_t size) {
+        const OpenedItem opened = OpenItem(reader, m_key, m_limits, m_budget, [&](const char* data, std::size_t size) {
             if (!begun) {
                 begun = m_output.Begin(item.entry);
             }
@@ -178,7 +181,6 @@ private:
         item.state = opened.state;
         item.storedSize = opened.storedSize;
         item.plainSize = opened.plainSize;
-        m_totalPlainSize += opened.plainSize.value_or(0);
         m_digestOfName.emplace(item.entry.fileName, opened.digest);
 
         const bool whole = item.state == ItemState::kWhole;
@@ -211,12 +213,12 @@ private:
     int m_descriptor;
     const PrivateKey* m_key;
     const Limits& m_limits;
+    Budget m_budget;
     PlainOutput& m_output;
     ArchiveReport m_report;
     std::map<std::string, std::size_t> m_itemOfName;
     std::map<std::string, std::string> m_digestOfName;
     ItemReport* m_openItem = nullptr;
-    std::uint64_t m_totalPlainSize = 0;
 };
 
 } // namespace
@@ -236,7 +238,7 @@ std::string Escape(const std::string& text)
 {
     constexpr char kHexDigits[] = "0123456789abcdef";
     std::string escaped;
-    for (const char character : text) {
+    for (const char character : text.substr(0, kLongestShown)) {
         const auto byte = static_cast<unsigned char>(character);
         if (character == '\\') {
             escaped += "\\\\";
@@ -246,7 +248,7 @@ std::string Escape(const std::string& text)
             escaped += {'\\', 'x', kHexDigits[byte >> 4U], kHexDigits[byte & 0xFU]};
         }
     }
-    return escaped;
+    return text.size() > kLongestShown ? escaped + "..." : escaped;
 }
 
 } // namespace DfsOpen

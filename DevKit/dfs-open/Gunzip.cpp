@@ -35,8 +35,8 @@ struct Gunzip::Inflater
     std::array<char, kOutputChunk> output{};
 };
 
-Gunzip::Gunzip(ByteSink sink, const GunzipBounds& bounds)
-    : m_inflater(std::make_unique<Inflater>()), m_sink(std::move(sink)), m_bounds(bounds)
+Gunzip::Gunzip(ByteSink sink, std::uint64_t limit, Budget& budget)
+    : m_inflater(std::make_unique<Inflater>()), m_sink(std::move(sink)), m_limit(limit), m_budget(budget)
 {}
 
 Gunzip::~Gunzip() = default;
@@ -46,7 +46,8 @@ GunzipStatus Gunzip::Feed(const char* data, std::size_t size)
     constexpr std::size_t kMost = std::numeric_limits<uInt>::max();
     while (m_status == GunzipStatus::kOk && size > 0) {
         const std::size_t part = std::min(size, kMost);
-        m_status = Inflate(data, part);
+        m_isFed = true;
+        m_status = m_budget.Spend(part) ? Inflate(data, part) : GunzipStatus::kExhausted;
         data += part;
         size -= part;
     }
@@ -55,7 +56,7 @@ GunzipStatus Gunzip::Feed(const char* data, std::size_t size)
 
 GunzipStatus Gunzip::Finish()
 {
-    if (m_status == GunzipStatus::kOk && m_consumed == 0) {
+    if (m_status == GunzipStatus::kOk && !m_isFed) {
         m_status = GunzipStatus::kNotGzip;
     } else if (m_status == GunzipStatus::kOk && m_insideMember) {
         m_status = GunzipStatus::kTruncated;
@@ -68,7 +69,6 @@ GunzipStatus Gunzip::Inflate(const char* data, std::size_t size)
     z_stream& stream = m_inflater->stream;
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data));
     stream.avail_in = static_cast<uInt>(size);
-    m_consumed += size;
 
     while (stream.avail_in > 0 || stream.avail_out == 0) {
         if (!m_insideMember) {
@@ -104,16 +104,16 @@ GunzipStatus Gunzip::Inflate(const char* data, std::size_t size)
 
 GunzipStatus Gunzip::Deliver(const char* data, std::size_t size)
 {
-    const std::uint64_t total = m_produced + size;
-    const bool overSize = total > m_bounds.size;
-    const bool overRatio = m_bounds.ratio > 0 && total > m_bounds.ratioFrom && total / m_bounds.ratio > m_consumed;
-    if (overSize || overRatio) {
+    if (size > m_limit - m_produced) {
         return GunzipStatus::kTooLarge;
+    }
+    if (!m_budget.Spend(size)) {
+        return GunzipStatus::kExhausted;
     }
     if (size > 0 && !m_sink(data, size)) {
         return GunzipStatus::kSinkFull;
     }
-    m_produced = total;
+    m_produced += size;
     return GunzipStatus::kOk;
 }
 

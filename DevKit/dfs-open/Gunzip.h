@@ -1,10 +1,10 @@
 #pragma once
 
+#include "Budget.h"
 #include "ByteSink.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <memory>
 
 namespace DfsOpen
@@ -16,16 +16,9 @@ enum class GunzipStatus
     kNotGzip,   //!< The data does not begin as RFC 1952 has it, or there is none.
     kDamaged,   //!< The compressed data, its checksum or its length is wrong, or something else follows it.
     kTruncated, //!< The data ends too early.
-    kTooLarge,  //!< More comes out than the bounds allow.
+    kTooLarge,  //!< More comes out than the limit allows.
+    kExhausted, //!< The budget is spent.
     kSinkFull,  //!< The sink took no more.
-};
-
-/** Bounds on the bytes that come out of a Gunzip. */
-struct GunzipBounds
-{
-    std::uint64_t size = std::numeric_limits<std::uint64_t>::max();
-    std::uint64_t ratio = 0;     //!< Bytes out for each byte in, 0 for no bound, ...
-    std::uint64_t ratioFrom = 0; //!< ... once so many bytes are out.
 };
 
 /**
@@ -38,7 +31,11 @@ struct GunzipBounds
 class Gunzip
 {
 public:
-    Gunzip(ByteSink sink, const GunzipBounds& bounds);
+    /**
+     * @param limit of the bytes that come out
+     * @param budget what goes in and comes out is taken off it; must outlive this
+     */
+    Gunzip(ByteSink sink, std::uint64_t limit, Budget& budget);
     ~Gunzip();
     Gunzip(const Gunzip&) = delete;
     Gunzip& operator=(const Gunzip&) = delete;
@@ -60,9 +57,10 @@ private:
 
     std::unique_ptr<Inflater> m_inflater;
     ByteSink m_sink;
-    GunzipBounds m_bounds;
+    const std::uint64_t m_limit;
+    Budget& m_budget;
     GunzipStatus m_status = GunzipStatus::kOk;
-    std::uint64_t m_consumed = 0;
+    bool m_isFed = false;
     std::uint64_t m_produced = 0;
     bool m_insideMember = false;
     bool m_memberEnded = false;

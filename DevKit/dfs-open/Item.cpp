@@ -49,7 +49,9 @@ ItemState StateOfSealed(GunzipStatus status)
         case GunzipStatus::kTruncated:
             return ItemState::kGzipTruncated;
         case GunzipStatus::kTooLarge:
-            return ItemState::kTooLarge;
+            return ItemState::kSealedTooLarge;
+        case GunzipStatus::kExhausted:
+            return ItemState::kExhausted;
         case GunzipStatus::kDamaged:
         case GunzipStatus::kSinkFull:
             break;
@@ -67,7 +69,9 @@ ItemState StateOfPlain(GunzipStatus status)
         case GunzipStatus::kTruncated:
             return ItemState::kPlainTruncated;
         case GunzipStatus::kTooLarge:
-            return ItemState::kTooLarge;
+            return ItemState::kPlainTooLarge;
+        case GunzipStatus::kExhausted:
+            return ItemState::kExhausted;
         case GunzipStatus::kSinkFull:
             return ItemState::kNotWritten;
         case GunzipStatus::kDamaged:
@@ -76,7 +80,7 @@ ItemState StateOfPlain(GunzipStatus status)
     return ItemState::kPlainDamaged;
 }
 
-ItemState OpenMessage(const std::string& message, const PrivateKey* key, Gunzip& plain)
+ItemState OpenMessage(std::string& message, const PrivateKey* key, Gunzip& plain)
 {
     if (message.empty()) {
         return ItemState::kEmptyMessage;
@@ -91,6 +95,10 @@ ItemState OpenMessage(const std::string& message, const PrivateKey* key, Gunzip&
             return ItemState::kNotCms;
         case EnvelopeStatus::kDamaged:
             return ItemState::kCmsDamaged;
+        case EnvelopeStatus::kCrowded:
+            return ItemState::kCmsCrowded;
+        case EnvelopeStatus::kCipher:
+            return ItemState::kCmsCipher;
         case EnvelopeStatus::kWrongKey:
             return ItemState::kWrongKey;
         case EnvelopeStatus::kOpened:
@@ -133,6 +141,10 @@ const char* Describe(ItemState state)
             return "not an encrypted CMS message";
         case ItemState::kCmsDamaged:
             return "its encrypted CMS message is damaged or cut short";
+        case ItemState::kCmsCrowded:
+            return "its encrypted CMS message names more recipients than are accepted";
+        case ItemState::kCmsCipher:
+            return "its encrypted CMS message uses another cipher than AES-CBC";
         case ItemState::kWrongKey:
             return "does not open with this key";
         case ItemState::kPlainNotGzip:
@@ -141,8 +153,12 @@ const char* Describe(ItemState state)
             return "decrypted to damaged content";
         case ItemState::kPlainTruncated:
             return "decrypted to content that is cut short";
-        case ItemState::kTooLarge:
+        case ItemState::kSealedTooLarge:
+            return "its encrypted message is larger than is accepted";
+        case ItemState::kPlainTooLarge:
             return "larger than is accepted (--max-plain-size raises the bound)";
+        case ItemState::kExhausted:
+            return "the archive makes more work than is accepted (--max-plain-size lifts the bound)";
         case ItemState::kNotWritten:
             return "not written";
     }
@@ -166,17 +182,19 @@ bool IsPlainFileName(const std::string& name)
            });
 }
 
-OpenedItem OpenItem(TarReader& reader, const PrivateKey* key, const Limits& limits, const ByteSink& sink)
+OpenedItem OpenItem(TarReader& reader, const PrivateKey* key, const Limits& limits, Budget& budget,
+                    const ByteSink& sink)
 {
     OpenedItem item;
     std::string message;
+    message.reserve(limits.sealedSize); // growing by copies would take twice the memory
     Sha256 digest;
     Gunzip outer(
         [&message](const char* data, std::size_t size) {
             message.append(data, size);
             return true;
         },
-        GunzipBounds{limits.sealedSize});
+        limits.sealedSize, budget);
     bool overSize = false;
     reader.Read([&](const char* data, std::size_t size) {
         item.storedSize += size;
@@ -186,12 +204,12 @@ OpenedItem OpenItem(TarReader& reader, const PrivateKey* key, const Limits& limi
         return !overSize;
     });
     item.digest = digest.Finish();
-    item.state = overSize ? ItemState::kTooLarge : StateOfSealed(outer.Finish());
+    item.state = overSize ? ItemState::kSealedTooLarge : StateOfSealed(outer.Finish());
     if (item.state != ItemState::kSealed) {
         return item;
     }
 
-    Gunzip plain(sink, GunzipBounds{limits.plainSize, limits.plainRatio, limits.ratioFrom});
+    Gunzip plain(sink, limits.plainSize, budget);
     item.state = OpenMessage(message, key, plain);
     if (item.state == ItemState::kWhole || plain.Produced() > 0) {
         item.plainSize = plain.Produced();

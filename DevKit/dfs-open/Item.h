@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Budget.h"
 #include "ByteSink.h"
 #include "Envelope.h"
 #include "Limits.h"
@@ -29,11 +30,15 @@ enum class ItemState
     kEmptyMessage, //!< Its encryption wrote nothing.
     kNotCms,
     kCmsDamaged,
+    kCmsCrowded,
+    kCmsCipher,
     kWrongKey,
     kPlainNotGzip,
     kPlainDamaged,
     kPlainTruncated,
-    kTooLarge,
+    kSealedTooLarge,
+    kPlainTooLarge,
+    kExhausted,  //!< The work on the archive has reached its bound.
     kNotWritten, //!< Its content could not be stored.
 };
 
@@ -62,9 +67,11 @@ struct OpenedItem
  * appears. What is found wrong may be found after the sink was given content.
  *
  * @param key the recipient's key; without one the item is looked at as far as possible
+ * @param budget of the archive
  * @throws ArchiveError when the archive ends or proves damaged in the member; the sink was given nothing
  */
-OpenedItem OpenItem(TarReader& reader, const PrivateKey* key, const Limits& limits, const ByteSink& sink);
+OpenedItem OpenItem(TarReader& reader, const PrivateKey* key, const Limits& limits, Budget& budget,
+                    const ByteSink& sink);
 
 /** Reads the current member only for its SHA-256 digest, at most limits.sealedSize bytes of it. @throws ArchiveError */
 std::string DigestOfMember(TarReader& reader, const Limits& limits);

@@ -1,8 +1,9 @@
-#include <algorithm>
-#include <stdexcept>
+#include "DfsOpen.h"
 
 #include "CommandLine.h"
-#include "DfsOpen.h"
+
+#include <limits>
+#include <stdexcept>
 
 namespace DfsOpen
 {
@@ -57,8 +58,8 @@ Options ParseOptions(std::vector<std::string> arguments)
                     break;
                 case kMaxPlainSize:
                     options.limits.plainSize = CommandLine::Number("--max-plain-size", argument, 1, kLargestPlainSize);
-                    options.limits.totalPlainSize = std::max(options.limits.totalPlainSize, options.limits.plainSize);
-                    options.limits.plainRatio = 0;
+                    options.limits.totalSize = std::numeric_limits<std::uint64_t>::max();
+                    options.limits.processorSeconds = std::numeric_limits<std::uint64_t>::max();
                     break;
                 default:
                     isHelp = true;

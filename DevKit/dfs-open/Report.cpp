@@ -20,6 +20,8 @@ enum Column
     kState,
     kColumns
 };
+// A longer text shifts its own row; it does not widen all others.
+constexpr std::size_t kWidestColumn = 64;
 using Row = std::array<std::string, kColumns>;
 
 std::string Size(const std::optional<std::uint64_t>& size)
@@ -62,7 +64,7 @@ void PrintTable(const ArchiveReport& report, std::ostream& out)
     std::array<std::size_t, kColumns> widths{};
     for (const Row& row : rows) {
         for (std::size_t column = 0; column < kColumns; ++column) {
-            widths[column] = std::max(widths[column], row[column].size());
+            widths[column] = std::max(widths[column], std::min(row[column].size(), kWidestColumn));
         }
     }
     for (const Row& row : rows) {
@@ -81,8 +83,10 @@ void PrintVerdict(const ArchiveReport& report, std::ostream& out)
     const auto bad = std::count_if(report.items.begin(), report.items.end(),
                                    [](const ItemReport& item) { return !item.listed || !IsSound(item.state); });
     out << report.items.size() << (report.items.size() == 1 ? " item" : " items");
+    const bool isSealed = std::any_of(report.items.begin(), report.items.end(),
+                                      [](const ItemReport& item) { return item.state == ItemState::kSealed; });
     if (report.IsWhole()) {
-        out << ", all whole\n";
+        out << (isSealed ? ", all sealed: only their key shows whether they are whole\n" : ", all whole\n");
     } else {
         out << ", " << bad << " missing, damaged or not accounted for; " << report.faults.size()
             << (report.faults.size() == 1 ? " fault" : " faults") << " of the archive itself\n";

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cerrno>
+#include <limits>
 #include <new>
 #include <system_error>
 #include <vector>
@@ -18,8 +19,10 @@ namespace DfsOpen
 namespace
 {
 
-// gzip unpacks one such piece to 16 MiB at the most, which are held in memory.
-constexpr std::size_t kInputChunk = std::size_t{16} * 1024;
+// gzip unpacks one such piece to 1 MiB at the most, which is held in memory.
+constexpr std::size_t kInputChunk = 1024;
+// What libarchive may read for one header, or between two pieces of content: it keeps a list of what it finds there.
+constexpr std::size_t kLongestHeader = std::size_t{2} * 1024 * 1024;
 constexpr std::size_t kOutputChunk = std::size_t{64} * 1024;
 
 std::string Describe(GunzipStatus status)
@@ -34,7 +37,8 @@ std::string Describe(GunzipStatus status)
         case GunzipStatus::kTruncated:
             return "it is cut short";
         case GunzipStatus::kTooLarge:
-            return "it unpacks to more than is accepted";
+        case GunzipStatus::kExhausted:
+            return "it makes more work than is accepted (--max-plain-size lifts the bound)";
         case GunzipStatus::kSinkFull:
             return "it cannot be unpacked";
     }
@@ -46,9 +50,11 @@ std::string Describe(GunzipStatus status)
 /** The unpacked bytes of the file as libarchive asks for them. */
 struct TarReader::Source
 {
-    Source(int fd, std::uint64_t sizeLimit)
+    Source(int fd, Budget& archiveBudget)
         : descriptor(fd),
-          gunzip([this](const char* data, std::size_t size) { return Keep(data, size); }, GunzipBounds{sizeLimit})
+          budget(archiveBudget),
+          gunzip([this](const char* data, std::size_t size) { return Keep(data, size); },
+                 std::numeric_limits<std::uint64_t>::max(), archiveBudget)
     {}
     ~Source() { archive_read_free(reader); }
     Source(const Source&) = delete;
@@ -94,6 +100,12 @@ struct TarReader::Source
     static la_ssize_t OnRead(archive* /*reader*/, void* context, const void** data)
     {
         auto* source = static_cast<Source*>(context);
+        source->overhead += source->unpacked.size();
+        if (!source->isSkipping && source->overhead > kLongestHeader) {
+            source->fault = "it has a header that is larger than is accepted";
+            source->unpacked.clear();
+            return ARCHIVE_FATAL;
+        }
         if (!source->Fill() && !source->fault.empty()) {
             return ARCHIVE_FATAL;
         }
@@ -102,21 +114,24 @@ struct TarReader::Source
     }
 
     int descriptor;
+    Budget& budget;
     Gunzip gunzip;
     std::array<char, kInputChunk> input{};
     std::vector<char> unpacked;
     std::string fault;
     bool ended = false;
+    std::size_t overhead = 0; //!< Bytes read since libarchive last gave a header or content.
+    bool isSkipping = false;
     archive* reader = archive_read_new();
     archive_entry* entry = nullptr;
 };
 
-TarReader::TarReader(int descriptor, const Limits& limits) : m_memberLimit(limits.members)
+TarReader::TarReader(int descriptor, const Limits& limits, Budget& budget) : m_memberLimit(limits.members)
 {
     if (lseek(descriptor, 0, SEEK_SET) != 0) {
         throw ArchiveError("it is not a regular file");
     }
-    m_source = std::make_unique<Source>(descriptor, limits.tarSize);
+    m_source = std::make_unique<Source>(descriptor, budget);
     archive* reader = m_source->reader;
     if (reader == nullptr || archive_read_support_format_tar(reader) != ARCHIVE_OK) {
         throw std::bad_alloc();
@@ -130,6 +145,12 @@ TarReader::~TarReader() = default;
 
 bool TarReader::Next(TarMember& member)
 {
+    m_source->isSkipping = true;
+    if (m_memberCount > 0 && archive_read_data_skip(m_source->reader) < ARCHIVE_WARN) {
+        m_source->Fail();
+    }
+    m_source->isSkipping = false;
+    m_source->overhead = 0;
     const int result = archive_read_next_header(m_source->reader, &m_source->entry);
     if (result == ARCHIVE_EOF) {
         // What follows the tar file's end is of no interest, but the checksum behind it is.
@@ -171,6 +192,11 @@ bool TarReader::Read(const ByteSink& sink)
         }
         if (got == 0) {
             return true;
+        }
+        m_source->overhead = 0;
+        // A sparse file's holes are content that nothing was unpacked for.
+        if (!m_source->budget.Spend(static_cast<std::uint64_t>(got))) {
+            throw ArchiveError(Describe(GunzipStatus::kExhausted));
         }
         if (!sink(buffer.data(), static_cast<std::size_t>(got))) {
             return false;

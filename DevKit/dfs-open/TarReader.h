@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Budget.h"
 #include "ByteSink.h"
 #include "Limits.h"
 
@@ -39,10 +40,11 @@ public:
     /**
      * @param descriptor an open regular file, read from its beginning; stays the caller's, whose use of it must wait
      *     until this reader is gone
-     * @param limits of these, the size of the tar file and the number of its members
+     * @param limits of these, the number of members
+     * @param budget what is read is taken off it; must outlive this
      * @throws ArchiveError when the file does not begin as such an archive
      */
-    TarReader(int descriptor, const Limits& limits);
+    TarReader(int descriptor, const Limits& limits, Budget& budget);
     ~TarReader();
     TarReader(const TarReader&) = delete;
     TarReader& operator=(const TarReader&) = delete;

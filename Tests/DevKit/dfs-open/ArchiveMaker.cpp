@@ -3,9 +3,15 @@
 #include <archive.h>
 #include <gtest/gtest.h>
 
-ArchiveMaker::ArchiveMaker()
+#include <iomanip>
+#include <numeric>
+#include <sstream>
+
+#include "Sanitized.h"
+
+ArchiveMaker::ArchiveMaker(const std::string& kind)
 {
-    Filter("openssl req -x509 -newkey rsa:2048 -nodes -keyout key.pem -out certificate.pem -subj /CN=device", "");
+    Filter("openssl req -x509 -newkey " + kind + " -nodes -keyout key.pem -out certificate.pem -subj /CN=device", "");
 }
 
 std::string ArchiveMaker::Filter(const std::string& command, const std::string& input) const
@@ -16,9 +22,10 @@ std::string ArchiveMaker::Filter(const std::string& command, const std::string& 
     return run.output;
 }
 
-std::string ArchiveMaker::Encrypt(const std::string& content) const
+std::string ArchiveMaker::Encrypt(const std::string& content, const std::string& cipher,
+                                  const std::string& certificates) const
 {
-    return Filter("openssl cms -encrypt -binary -stream -outform DER -aes-256-cbc certificate.pem", content);
+    return Filter("openssl cms -encrypt -binary -stream -outform DER " + cipher + " " + certificates, content);
 }
 
 Member ArchiveMaker::Manifest(const std::vector<std::pair<std::string, std::string>>& items)
@@ -55,9 +62,35 @@ std::string ArchiveMaker::Write(const std::vector<Member>& members) const
     return path;
 }
 
+std::string ArchiveMaker::SparseHeader(const std::string& name, std::size_t size, bool hasMore)
+{
+    std::string header(512, '\0');
+    const auto put = [&header](std::size_t at, const std::string& field) { header.replace(at, field.size(), field); };
+    const auto number = [&](std::size_t at, int digits, std::size_t value) {
+        std::ostringstream octal;
+        octal << std::oct << std::setfill('0') << std::setw(digits) << value;
+        put(at, octal.str());
+    };
+    put(0, name);
+    put(100, "0000600");
+    number(124, 11, 1);
+    put(156, "S");
+    put(257, "ustar  ");
+    number(386, 11, size - 1);
+    number(398, 11, 1);
+    header[482] = static_cast<char>(hasMore);
+    number(483, 11, size);
+    put(148, "        ");
+    number(148, 6, std::accumulate(header.begin(), header.end(), std::size_t{0}));
+    return header;
+}
+
 Finished ArchiveMaker::Open(const std::string& archive, const std::vector<std::string>& words) const
 {
-    std::vector<std::string> command = {Program("dfs-open"), archive, "--key", Path("key.pem")};
+    // A sanitizer takes address space without using it.
+    const std::string limit = kIsSanitized ? "exec" : "ulimit -v 262144; exec";
+    std::vector<std::string> command = {"sh",    "-c",    limit + " \"$@\"", "limited", Program("dfs-open"),
+                                        archive, "--key", Path("key.pem")};
     command.insert(command.end(), words.begin(), words.end());
     return RunProgram(command);
 }

@@ -22,8 +22,8 @@ struct Member
 class ArchiveMaker
 {
 public:
-    /** Makes a key, "key.pem", and its certificate, "certificate.pem". */
-    ArchiveMaker();
+    /** Makes a key, "key.pem", of a kind as `openssl req -newkey` takes it, and its certificate, "certificate.pem". */
+    explicit ArchiveMaker(const std::string& kind = "rsa:2048");
 
     std::string Path(const std::string& name) const { return m_folder.Path() + "/" + name; }
 
@@ -31,16 +31,21 @@ public:
     std::string Filter(const std::string& command, const std::string& input) const;
 
     std::string Gzip(const std::string& content) const { return Filter("gzip -nc", content); }
-    std::string Encrypt(const std::string& content) const;
+    std::string Encrypt(const std::string& content, const std::string& cipher = "-aes-256-cbc",
+                        const std::string& certificates = "certificate.pem") const;
     std::string Seal(const std::string& plain) const { return Gzip(Encrypt(Gzip(plain))); }
 
     /** A manifest as the device writes it: of each pair the file name and the sub-type. */
     static Member Manifest(const std::vector<std::pair<std::string, std::string>>& items);
 
-    /** Writes the members as a .tar.gz, and returns its path. */
+    /** Writes the members, or the bytes of a tar file, as a .tar.gz, and returns its path. */
     std::string Write(const std::vector<Member>& members) const;
+    std::string WriteTar(const std::string& tar) const { return m_folder.Write("archive.tar.gz", Gzip(tar)); }
 
-    /** Runs dfs-open with the key on an archive. */
+    /** The header of a sparse file (GNU tar) of that size with one byte at its end. More of its map may follow. */
+    static std::string SparseHeader(const std::string& name, std::size_t size, bool hasMore);
+
+    /** Runs dfs-open with the key on an archive, within 256 MiB of memory. */
     Finished Open(const std::string& archive, const std::vector<std::string>& words = {}) const;
 
 private:

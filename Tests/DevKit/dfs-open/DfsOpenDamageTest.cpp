@@ -42,6 +42,11 @@ TEST(DfsOpenDamage, DamagedItem_IsNamedAndTheOthersAreExtracted)
     const std::string sealed = maker.Gzip(message);
     const std::string noMessage = maker.Filter("openssl cms -data_create -binary -outform DER", plain);
     const std::string crc = "decrypted to damaged content";
+    const ArchiveMaker other;
+    std::string crowd;
+    for (int recipient = 0; recipient < 17; ++recipient) {
+        crowd += "certificate.pem ";
+    }
     const struct
     {
         const char* what;
@@ -60,7 +65,10 @@ TEST(DfsOpenDamage, DamagedItem_IsNamedAndTheOthersAreExtracted)
         {"message cut", maker.Gzip(Half(message)), "message is damaged or cut short"},
         {"message and more", maker.Gzip(message + "more"), "message is damaged or cut short"},
         {"ciphertext wrong", maker.Gzip(Flip(message, message.size() / 2)), crc, true},
-        {"other recipient", ArchiveMaker().Seal(plain), "does not open with this key"},
+        {"other recipient", other.Seal(plain), "does not open with this key"},
+        {"17 recipients", maker.Gzip(other.Encrypt(packed, "-aes-256-cbc", crowd)),
+         "more recipients than are accepted"},
+        {"other cipher", maker.Gzip(maker.Encrypt(packed, "-des3")), "another cipher than AES-CBC"},
         {"not compressed", maker.Gzip(maker.Encrypt(plain)), "decrypted to something that is not gzip"},
         {"output cut", maker.Gzip(maker.Encrypt(Half(packed))), "decrypted to content that is cut short", true},
         {"output wrong", maker.Gzip(maker.Encrypt(Flip(packed, packed.size() - 1))), crc, true},

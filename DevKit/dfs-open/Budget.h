@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Limits.h"
+
+#include <ctime>
+
+namespace DfsOpen
+{
+
+/** What is left of the work that one archive may cause. Not thread-safe. */
+class Budget
+{
+public:
+    explicit Budget(const Limits& limits)
+        : m_bytes(limits.totalSize), m_seconds(limits.processorSeconds), m_start(std::clock())
+    {}
+
+    /** Takes bytes that a layer works on; false, from then on, when they or the processor time are used up. */
+    bool Spend(std::uint64_t bytes)
+    {
+        constexpr std::uint64_t kClockStep = std::uint64_t{64} * 1024;
+        m_sinceClock += bytes;
+        if (m_sinceClock >= kClockStep) {
+            m_sinceClock = 0;
+            m_isSpent = m_isSpent || static_cast<std::uint64_t>((std::clock() - m_start) / CLOCKS_PER_SEC) >= m_seconds;
+        }
+        m_isSpent = m_isSpent || bytes > m_bytes;
+        m_bytes -= m_isSpent ? 0 : bytes;
+        return !m_isSpent;
+    }
+
+private:
+    std::uint64_t m_bytes;
+    const std::uint64_t m_seconds;
+    const std::clock_t m_start;
+    std::uint64_t m_sinceClock = 0;
+    bool m_isSpent = false;
+};
+
+} // namespace DfsOpen

@@ -1,0 +1,177 @@
+#include "EnvelopeLayout.h"
+
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <vector>
+
+namespace DfsOpen
+{
+
+namespace
+{
+
+// Identifier octets, ITU-T X.690, section 8.1.2.
+constexpr std::uint8_t kEndOfContents = 0x00;
+constexpr std::uint8_t kInteger = 0x02;
+constexpr std::uint8_t kOctetString = 0x04;
+constexpr std::uint8_t kObjectIdentifier = 0x06;
+constexpr std::uint8_t kSequence = 0x30;
+constexpr std::uint8_t kSet = 0x31;
+constexpr std::uint8_t kPrimitive0 = 0x80;
+constexpr std::uint8_t kConstructed0 = 0xa0;
+constexpr std::uint8_t kConstructed1 = 0xa1;
+
+constexpr std::uint8_t kIndefinite = 0x80;
+constexpr std::uint8_t kLengthMask = 0x7f;
+constexpr std::size_t kLongestLength = 4;
+
+const std::string kEnvelopedData("\x2a\x86\x48\x86\xf7\x0d\x01\x07\x03", 9);
+
+/** Goes through elements in BER; false, and no further, where there is none of the identifier. */
+class BerReader
+{
+public:
+    using Part = EnvelopeLayout::Part;
+
+    explicit BerReader(const std::string& data) : m_data(data), m_levels{{data.size(), false}} {}
+
+    std::size_t Position() const { return m_position; }
+
+    /** Goes into an element. */
+    bool Enter(std::uint8_t identifier)
+    {
+        const auto level = Begin(identifier);
+        if (level) {
+            m_levels.push_back(*level);
+        }
+        return level.has_value();
+    }
+
+    /** Goes out of the element; false when it does not end here. */
+    bool Leave()
+    {
+        const Level level = m_levels.back();
+        const auto mark = level.isIndefinite ? Take(kEndOfContents) : std::optional(Part{});
+        if (!mark || mark->size != 0 || (!level.isIndefinite && m_position != level.end)) {
+            return false;
+        }
+        m_levels.pop_back();
+        return true;
+    }
+
+    /** Goes past an element of definite length; its content. */
+    std::optional<Part> Take(std::uint8_t identifier)
+    {
+        const std::size_t before = m_position;
+        const auto level = Begin(identifier);
+        if (!level || level->isIndefinite) {
+            m_position = before;
+            return std::nullopt;
+        }
+        const Part content{m_position, level->end - m_position};
+        m_position = level->end;
+        return content;
+    }
+
+private:
+    struct Level
+    {
+        std::size_t end; //!< Of an indefinite length: that of the element around it.
+        bool isIndefinite;
+    };
+
+    std::uint8_t Byte(std::size_t at) const { return static_cast<std::uint8_t>(m_data[at]); }
+
+    /** Goes to the content of the element. */
+    std::optional<Level> Begin(std::uint8_t identifier)
+    {
+        const std::size_t end = m_levels.back().end;
+        if (end - m_position < 2 || Byte(m_position) != identifier) {
+            return std::nullopt;
+        }
+        const std::uint8_t first = Byte(m_position + 1);
+        std::size_t content = m_position + 2;
+        std::size_t length = first;
+        if (first > kIndefinite) {
+            const std::size_t count = first & kLengthMask;
+            if (count > kLongestLength || count > end - content) {
+                return std::nullopt;
+            }
+            length = 0;
+            for (const std::size_t stop = content + count; content < stop; ++content) {
+                length = length << 8U | Byte(content);
+            }
+        }
+        const bool isIndefinite = first == kIndefinite;
+        if (!isIndefinite && length > end - content) {
+            return std::nullopt;
+        }
+        m_position = content;
+        return Level{isIndefinite ? end : content + length, isIndefinite};
+    }
+
+    const std::string& m_data;
+    std::vector<Level> m_levels;
+    std::size_t m_position = 0;
+};
+
+/** Takes an octet string that may come in pieces; those are moved to where the first one is. */
+std::optional<EnvelopeLayout::Part> TakeContent(BerReader& reader, std::string& message)
+{
+    if (const auto whole = reader.Take(kPrimitive0)) {
+        return whole;
+    }
+    if (!reader.Enter(kConstructed0)) {
+        return std::nullopt;
+    }
+    EnvelopeLayout::Part content{reader.Position(), 0};
+    while (const auto piece = reader.Take(kOctetString)) {
+        std::memmove(&message[content.begin + content.size], &message[piece->begin], piece->size);
+        content.size += piece->size;
+    }
+    return reader.Leave() ? std::optional(content) : std::nullopt;
+}
+
+} // namespace
+
+EnvelopeLayout::Form EnvelopeLayout::Find(std::string& message)
+{
+    BerReader reader(message);
+    const bool isContentInfo = reader.Enter(kSequence);
+    const auto type = reader.Take(kObjectIdentifier);
+    if (!isContentInfo || !type || message.compare(type->begin, type->size, kEnvelopedData) != 0) {
+        return Form::kNotCms;
+    }
+    if (!reader.Enter(kConstructed0) || !reader.Enter(kSequence)) {
+        return Form::kDamaged;
+    }
+    recipients.begin = reader.Position();
+    const bool hasVersion = reader.Take(kInteger).has_value();
+    reader.Take(kConstructed0);
+    if (!hasVersion || !reader.Take(kSet)) {
+        return Form::kDamaged;
+    }
+    recipients.size = reader.Position() - recipients.begin;
+    if (!reader.Enter(kSequence)) {
+        return Form::kDamaged;
+    }
+    cipher.begin = reader.Position();
+    const bool hasType = reader.Take(kObjectIdentifier).has_value();
+    const auto identifier = reader.Take(kSequence);
+    if (!hasType || !identifier) {
+        return Form::kDamaged;
+    }
+    cipher.size = reader.Position() - cipher.begin;
+    algorithm = *identifier;
+    const auto encrypted = TakeContent(reader, message);
+    if (!encrypted || !reader.Leave()) {
+        return Form::kDamaged;
+    }
+    content = *encrypted;
+    reader.Take(kConstructed1); // attributes, which are not encrypted
+    const bool isWhole = reader.Leave() && reader.Leave() && reader.Leave() && reader.Position() == message.size();
+    return isWhole ? Form::kWhole : Form::kDamaged;
+}
+
+} // namespace DfsOpen

@@ -1,0 +1,120 @@
+#include "DfsOpen.h"
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <sstream>
+
+#include "ArchiveMaker.h"
+
+namespace
+{
+using testing::HasSubstr;
+
+const std::string kLog = "a line of the log\n";
+constexpr std::size_t kManyTimes = 2000000;
+
+std::string Repeat(std::size_t count, const std::string& text)
+{
+    std::string all;
+    for (std::size_t index = 0; index < count; ++index) {
+        all += text;
+    }
+    return all;
+}
+
+/** An element in DER. */
+std::string Element(char identifier, const std::string& content)
+{
+    std::string made = {identifier, '\x84'};
+    for (const unsigned shift : {24U, 16U, 8U, 0U}) {
+        made += static_cast<char>(content.size() >> shift & 0xffU);
+    }
+    return made + content;
+}
+
+/** An encrypted message, as openssl streams it, in pieces that others may take the place of. */
+struct Message
+{
+    explicit Message(const std::string& whole)
+    {
+        const std::size_t set = whole.find("\x31\x82");
+        const std::size_t info = whole.find(std::string("\x30\x80\x06\x09\x2a", 5), set);
+        const std::size_t encrypted = info + 44;
+        begin = whole.substr(0, set);
+        recipients = whole.substr(set, info - set);
+        cipher = whole.substr(info, encrypted - info);
+        content = whole.substr(encrypted, whole.size() - ends.size() - encrypted);
+    }
+    std::string Whole() const { return begin + recipients + cipher + content + ends; }
+
+    std::string begin;
+    std::string recipients;
+    std::string cipher;
+    std::string content; //!< Ends its EncryptedContentInfo.
+    const std::string ends = std::string(6, '\0');
+};
+} // namespace
+
+TEST(DfsOpenHostile, Archive_StaysWithinMemoryAndSaysWhatIsWrong)
+{
+    const ArchiveMaker maker;
+    const Message message(maker.Encrypt(maker.Gzip(kLog)));
+    const auto changed = [&](std::string Message::*part, const std::string& value) {
+        Message other = message;
+        other.*part = value;
+        return maker.Write({maker.Manifest({{"log", "l"}}), {"log.gz", maker.Gzip(other.Whole())}});
+    };
+    const struct
+    {
+        std::string expected;
+        std::function<std::string()> write;
+    } cases[] = {
+        {"1 item, all whole", [&] { return changed(&Message::begin, message.begin); }},
+        {"more recipients than are accepted",
+         [&] {
+             const std::string other("\xa4\x05\x06\x01\x2a\x05\x00", 7); // RFC 5652, OtherRecipientInfo
+             return changed(&Message::recipients, Element('\x31', Repeat(kManyTimes, other)));
+         }},
+        {"1 item, all whole",
+         [&] {
+             const std::string attribute("\x30\x07\x06\x01\x2a\x31\x02\x05\x00", 9);
+             return changed(&Message::content, message.content + Element('\xa1', Repeat(kManyTimes, attribute)));
+         }},
+        {"decrypted to something that is not gzip",
+         [&] {
+             const std::string most = Element('\x04', std::string(72 * DfsOpen::kMebibyte, '\0'));
+             return changed(&Message::content, "\xa0\x80" + most + std::string(4, '\0'));
+         }},
+        {"the manifest lists more items than are accepted; the first 2000",
+         [&] {
+             std::string list = R"({"item":[{"filename":")" + std::string(100000, 'n') + "\"}";
+             list += Repeat(290000, ",{}");
+             return maker.Write({{"dfs_uploadmanifest.json", list + "]}"}});
+         }},
+        {"is refused", [&] { return maker.Write(std::vector<Member>(20, {"../" + std::string(900000, 'n')})); }},
+        {"it has a header that is larger than is accepted",
+         [&] {
+             const std::string moreOfMap = Repeat(42, std::string("00000000001", 12)) + '\1' + std::string(7, '\0');
+             return maker.WriteTar(maker.SparseHeader("log.gz", 1000, true) + Repeat(8000, moreOfMap));
+         }},
+    };
+    for (const auto& [expected, write] : cases) {
+        const Finished result = maker.Open(write());
+        EXPECT_THAT(result.output, HasSubstr(expected));
+        EXPECT_EQ(result.status, expected == "1 item, all whole" ? 0 : 1) << expected;
+        EXPECT_LT(result.output.size(), DfsOpen::kMebibyte) << expected;
+    }
+}
+
+TEST(DfsOpenHostile, HolesOfASparseMember_CountAsWork)
+{
+    const ArchiveMaker maker;
+    DfsOpen::Options options;
+    options.archive =
+        maker.WriteTar(maker.SparseHeader("log.gz", 79 * DfsOpen::kMebibyte, false) + std::string(512, 'x'));
+    options.limits.totalSize = 70 * DfsOpen::kMebibyte;
+    std::ostringstream out;
+    DfsOpen::Run(options, out, out);
+    EXPECT_THAT(out.str(), HasSubstr("it makes more work than is accepted"));
+}
