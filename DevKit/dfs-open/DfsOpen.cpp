@@ -1,5 +1,6 @@
 #include "DfsOpen.h"
 
+#include "Escape.h"
 #include "Examination.h"
 #include "FileDescriptor.h"
 #include "Report.h"
@@ -79,12 +80,12 @@ ExitStatus ReportCat(const ArchiveReport& report, const std::string& subType, st
         found = true;
         if (item.state != ItemState::kWhole) {
             whole = false;
-            err << "dfs-open: " << Escape(item.entry.fileName) << ": " << Describe(item.state)
-                << (item.problem.empty() ? "" : ": " + Escape(item.problem)) << '\n';
+            err << "dfs-open: " << Escape::Name(item.entry.fileName) << ": " << Describe(item.state)
+                << (item.problem.empty() ? "" : ": " + Escape::Name(item.problem)) << '\n';
         }
     }
     if (!found) {
-        err << "dfs-open: no item has the sub-type \"" << Escape(subType) << "\"\n";
+        err << "dfs-open: no item has the sub-type \"" << Escape::Name(subType) << "\"\n";
     }
     return found && whole ? ExitStatus::kWhole : ExitStatus::kFaulty;
 }

@@ -52,8 +52,7 @@ public:
     bool Leave()
     {
         const Level level = m_levels.back();
-        const auto mark = level.isIndefinite ? Take(kEndOfContents) : std::optional(Part{});
-        if (!mark || mark->size != 0 || (!level.isIndefinite && m_position != level.end)) {
+        if (level.isIndefinite ? !Take(kEndOfContents) : m_position != level.end) {
             return false;
         }
         m_levels.pop_back();

@@ -1,5 +1,6 @@
 #include "Examination.h"
 
+#include "Escape.h"
 #include "TarReader.h"
 
 #include <algorithm>
@@ -52,7 +53,7 @@ private:
 
     void Refuse(const TarMember& member, const std::string& why)
     {
-        Fault("member \"" + Escape(member.name) + "\" is refused: " + why);
+        Fault("member \"" + Escape::Name(member.name) + "\" is refused: " + why);
     }
 
     void ReadManifest()
@@ -232,23 +233,6 @@ bool ArchiveReport::IsWhole() const
 ArchiveReport Examine(int descriptor, const PrivateKey* key, const Limits& limits, PlainOutput& output)
 {
     return Walk(descriptor, key, limits, output).Run();
-}
-
-std::string Escape(const std::string& text)
-{
-    constexpr char kHexDigits[] = "0123456789abcdef";
-    std::string escaped;
-    for (const char character : text.substr(0, kLongestShown)) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (character == '\\') {
-            escaped += "\\\\";
-        } else if (byte >= ' ' && byte <= '~') {
-            escaped += character;
-        } else {
-            escaped += {'\\', 'x', kHexDigits[byte >> 4U], kHexDigits[byte & 0xFU]};
-        }
-    }
-    return text.size() > kLongestShown ? escaped + "..." : escaped;
 }
 
 } // namespace DfsOpen

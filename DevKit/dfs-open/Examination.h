@@ -46,10 +46,4 @@ struct ArchiveReport
  */
 ArchiveReport Examine(int descriptor, const PrivateKey* key, const Limits& limits, PlainOutput& output);
 
-/** How many bytes of a name or text from the archive are shown: more than a file's name has. */
-constexpr std::size_t kLongestShown = 256;
-
-/** The text with everything but printable ASCII escaped as \\xNN, so that it can do a terminal no harm. */
-std::string Escape(const std::string& text);
-
 } // namespace DfsOpen

@@ -187,7 +187,6 @@ OpenedItem OpenItem(TarReader& reader, const PrivateKey* key, const Limits& limi
 {
     OpenedItem item;
     std::string message;
-    message.reserve(limits.sealedSize); // growing by copies would take twice the memory
     Sha256 digest;
     Gunzip outer(
         [&message](const char* data, std::size_t size) {

@@ -1,5 +1,7 @@
 #include "Report.h"
 
+#include "Escape.h"
+
 #include <algorithm>
 #include <array>
 #include <ostream>
@@ -20,8 +22,6 @@ enum Column
     kState,
     kColumns
 };
-// A longer text shifts its own row; it does not widen all others.
-constexpr std::size_t kWidestColumn = 64;
 using Row = std::array<std::string, kColumns>;
 
 std::string Size(const std::optional<std::uint64_t>& size)
@@ -31,14 +31,14 @@ std::string Size(const std::optional<std::uint64_t>& size)
 
 std::string OrDash(const std::string& text)
 {
-    return text.empty() ? "-" : Escape(text);
+    return text.empty() ? "-" : Escape::Name(text);
 }
 
 std::string State(const ItemReport& item)
 {
     std::string state = Describe(item.state);
     if (!item.problem.empty()) {
-        state += ": " + Escape(item.problem);
+        state += ": " + Escape::Name(item.problem);
     }
     if (!item.listed) {
         state += ", not in the manifest";
@@ -64,7 +64,7 @@ void PrintTable(const ArchiveReport& report, std::ostream& out)
     std::array<std::size_t, kColumns> widths{};
     for (const Row& row : rows) {
         for (std::size_t column = 0; column < kColumns; ++column) {
-            widths[column] = std::max(widths[column], std::min(row[column].size(), kWidestColumn));
+            widths[column] = std::max(widths[column], row[column].size());
         }
     }
     for (const Row& row : rows) {

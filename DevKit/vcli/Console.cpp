@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "CommandWords.h"
+#include "Escape.h"
 #include "UnixSocket.h"
 
 namespace
@@ -18,13 +19,13 @@ using Result = ServiceLink::Result;
 ExitStatus Complain(ExitStatus status, const std::string& text)
 {
     std::cout.flush();
-    std::cerr << "vcli: " << text << std::endl;
+    std::cerr << "vcli: " << Escape::Text(text) << std::endl;
     return status;
 }
 
 void Print(const std::string& text)
 {
-    std::cout << text << std::endl;
+    std::cout << Escape::Text(text) << std::endl;
 }
 
 /** Prints an event that nobody waits for. */
@@ -47,13 +48,20 @@ void ShowUnasked(const std::string& service, const Event& event)
     }
 }
 
+std::function<bool(const Event&)> AnswerTo(int id)
+{
+    return [id](const Event& event) {
+        return event.id == id && event.kind != Event::Kind::Async && event.kind != Event::Kind::Error;
+    };
+}
+
 std::string ListOf(const std::string& service, const std::vector<CliWire::Command>& commands)
 {
     std::string list = service + "\n";
     for (const CliWire::Command& command : commands) {
         list += "  " + command.usage + "\n      " + command.help + "\n";
     }
-    return list;
+    return Escape::Text(list);
 }
 
 std::set<std::filesystem::path> SocketFiles()
@@ -147,7 +155,7 @@ Console::Offers Console::AskForCommands()
     for (auto next = m_links.begin(); next != m_links.end();) {
         const auto current = next++;
         Event event;
-        switch (Await(current->second, id, event, deadline)) {
+        switch (Await(current->second, AnswerTo(id), event, deadline)) {
             case Result::Event:
                 offers.emplace_back(current->first, std::move(event.commands));
                 break;
@@ -168,8 +176,9 @@ ExitStatus Console::RunOn(ServiceLink& link, const std::string& line)
     const int id = ++m_lastId;
     const auto deadline = ReplyDeadline();
     Event event;
-    const Result result =
-        link.Send({CliWire::Request::Kind::Run, id, line}, deadline) ? Await(link, id, event, deadline) : Result::Gone;
+    const Result result = link.Send({CliWire::Request::Kind::Run, id, line}, deadline)
+                              ? Await(link, AnswerTo(id), event, deadline)
+                              : Result::Gone;
     if (result == Result::Gone) {
         return Complain(ExitStatus::ServiceGone, link.Name() + " closed the connection before it replied");
     }
@@ -190,45 +199,46 @@ ExitStatus Console::RunOn(ServiceLink& link, const std::string& line)
 
 ExitStatus Console::AwaitOutcome(ServiceLink& link)
 {
-    const auto deadline = ServiceLink::Clock::now() + m_options.waitTimeout;
-    while (true) {
-        Event event;
-        switch (link.Next(event, deadline)) {
-            case Result::Event:
-                ShowUnasked(link.Name(), event);
-                if (event.kind == Event::Kind::Async) {
-                    return ExitStatus::Done;
-                }
-                break;
-            case Result::TimedOut:
-                return Complain(ExitStatus::NoOutcome, "the outcome did not come within " +
-                                                           std::to_string(m_options.waitTimeout.count()) + " s");
-            case Result::Gone:
-                return Complain(ExitStatus::ServiceGone,
-                                link.Name() + " closed the connection before it told the outcome");
-        }
+    Event event;
+    const auto isOutcome = [](const Event& candidate) { return candidate.kind == Event::Kind::Async; };
+    switch (Await(link, isOutcome, event, ServiceLink::Clock::now() + m_options.waitTimeout)) {
+        case Result::Event:
+            break;
+        case Result::TimedOut:
+            return Complain(ExitStatus::NoOutcome,
+                            "the outcome did not come within " + std::to_string(m_options.waitTimeout.count()) + " s");
+        case Result::Gone:
+            return Complain(ExitStatus::ServiceGone, link.Name() + " closed the connection before it told the outcome");
     }
+    Print(event.text);
+    return ExitStatus::Done;
 }
 
-Result Console::Await(ServiceLink& link, int id, Event& event, ServiceLink::Clock::time_point deadline)
+Result Console::Await(ServiceLink& link, const std::function<bool(const Event&)>& isAwaited, Event& event,
+                      ServiceLink::Clock::time_point deadline)
 {
     while (true) {
         const Result result = link.Next(event, deadline);
-        const bool isUnasked = event.kind == Event::Kind::Async || event.kind == Event::Kind::Error || event.id != id;
-        if (result != Result::Event || !isUnasked) {
+        if (result != Result::Event || isAwaited(event)) {
             return result;
         }
         ShowUnasked(link.Name(), event);
+        if (ServiceLink::Clock::now() >= deadline) {
+            return Result::TimedOut;
+        }
     }
 }
 
 void Console::ShowArrived()
 {
+    // A service that talks without pause must not keep the input waiting.
+    const auto deadline = ServiceLink::Clock::now() + std::chrono::seconds(1);
     for (auto next = m_links.begin(); next != m_links.end();) {
         const auto current = next++;
         Event event;
         Result result = Result::Event;
-        while ((result = current->second.Next(event, ServiceLink::Clock::now())) == Result::Event) {
+        while (ServiceLink::Clock::now() < deadline &&
+               (result = current->second.Next(event, ServiceLink::Clock::now())) == Result::Event) {
             ShowUnasked(current->first, event);
         }
         if (result == Result::Gone) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -38,9 +39,9 @@ private:
     Offers AskForCommands();
     ExitStatus RunOn(ServiceLink& link, const std::string& line);
     ExitStatus AwaitOutcome(ServiceLink& link);
-    /** Waits for the answer to a request; prints all else that comes before. */
-    ServiceLink::Result Await(ServiceLink& link, int id, CliWire::Event& event,
-                              ServiceLink::Clock::time_point deadline);
+    /** Waits for an event; prints all else that comes before. */
+    static ServiceLink::Result Await(ServiceLink& link, const std::function<bool(const CliWire::Event&)>& isAwaited,
+                                     CliWire::Event& event, ServiceLink::Clock::time_point deadline);
     bool IsToWait(const std::string& reply) const;
     ServiceLink::Clock::time_point ReplyDeadline() const { return ServiceLink::Clock::now() + m_options.timeout; }
 

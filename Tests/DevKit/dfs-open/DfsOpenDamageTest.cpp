@@ -42,6 +42,8 @@ TEST(DfsOpenDamage, DamagedItem_IsNamedAndTheOthersAreExtracted)
     const std::string sealed = maker.Gzip(message);
     const std::string noMessage = maker.Filter("openssl cms -data_create -binary -outform DER", plain);
     const std::string crc = "decrypted to damaged content";
+    std::string tooLong = message;
+    tooLong.replace(message.find("\x31\x82") + 1, 3, "\x82\xff\xff");
     const ArchiveMaker other;
     std::string crowd;
     for (int recipient = 0; recipient < 17; ++recipient) {
@@ -64,6 +66,7 @@ TEST(DfsOpenDamage, DamagedItem_IsNamedAndTheOthersAreExtracted)
         {"other CMS type", maker.Gzip(noMessage), "not an encrypted CMS message"},
         {"message cut", maker.Gzip(Half(message)), "message is damaged or cut short"},
         {"message and more", maker.Gzip(message + "more"), "message is damaged or cut short"},
+        {"part too long", maker.Gzip(tooLong), "message is damaged or cut short"},
         {"ciphertext wrong", maker.Gzip(Flip(message, message.size() / 2)), crc, true},
         {"other recipient", other.Seal(plain), "does not open with this key"},
         {"17 recipients", maker.Gzip(other.Encrypt(packed, "-aes-256-cbc", crowd)),

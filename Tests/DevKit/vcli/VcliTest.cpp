@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -10,8 +11,11 @@
 #include "APTask.h"
 #include "ChildProcess.h"
 #include "CliClientMT.h"
+#include "CliWire.h"
+#include "Escape.h"
 #include "FileDescriptor.h"
 #include "TemporaryFolder.h"
+#include "UnixSocket.h"
 
 namespace
 {
@@ -36,6 +40,7 @@ public:
         m_client->Initialize(&m_task);
         Offer(word + " show", [](const Words& words, auto reply) { reply("shown" + testing::PrintToString(words)); });
         Offer(word + " number", [](const Words& words, auto reply) { reply(std::to_string(std::stoi(words.at(0)))); });
+        Offer(word + " raw", [](const Words&, auto reply) { reply("\x1b[2J\r\x7f\xc2\x9b\n\tä\\"); });
         Offer(word + " silent", [](auto...) {});
         Offer(word + " forget", [](const Words&, auto reply) { reply("Triggered"); });
         Offer(word + " vanish", [this](auto...) { m_client.reset(); });
@@ -70,6 +75,7 @@ TEST(Vcli, EveryEndOfACommand_HasItsWordsAndItsStatus)
     // The output, or its beginning when no line feed ends it.
     const std::tuple<const char*, int, std::string> cases[] = {
         {"service show 'a b' '' '\"'", 0, "shown{ \"a b\", \"\", \"\\\"\" }\n"},
+        {"service raw", 0, "\\x1b[2J\\x0d\\x7f\\xc2\\x9b\n\tä\\\n"},
         {"service upload 9", 0, "Upload Request Triggered\nUpload status code = 200\n"},
         {"--no-wait service upload 9", 0, "Upload Request Triggered\n"},
         {"service number -- -7", 5, "vcli: no reply came: stoi\n"},
@@ -111,6 +117,26 @@ TEST(Vcli, ServiceThatIsKilledBeforeTheOutcome_IsNoticed)
     const Finished refused = Vcli("service show");
     EXPECT_EQ(refused.status, 1);
     EXPECT_THAT(refused.output, HasSubstr("Service cannot be reached: Connection refused"));
+}
+
+TEST(Vcli, ServiceThatTalksWithoutPause_DoesNotHoldUpATimeLimit)
+{
+    const FileDescriptor listener = UnixSocket::Listen(std::string(CliWire::kSocketFolder) + "/Service.sock");
+    ChildProcess vcli({Program("vcli"), "--timeout=1", "service", "show"});
+    FileDescriptor talker;
+    ASSERT_TRUE(WaitUntil([&] { return bool(talker = FileDescriptor(accept(listener.Get(), nullptr, nullptr))); }));
+    const std::string line = CliWire::Encode(CliWire::Event{CliWire::Event::Kind::Async, 0, "talk", {}});
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (send(talker.Get(), line.data(), line.size(), MSG_NOSIGNAL) > 0) {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+    }
+    EXPECT_EQ(vcli.WaitForExit(), 4);
+    EXPECT_THAT(vcli.Output(), HasSubstr("vcli: Service does not answer\n"));
+}
+
+TEST(Vcli, BytesThatAreNoUtf8_AreEscaped)
+{
+    EXPECT_EQ(Escape::Text("\xff \xc3 \xe2\x82 \xe2\x82\xac \xc3"), "\\xff \\xc3 \\xe2\\x82 \xe2\x82\xac \\xc3");
 }
 
 TEST(Vcli, SeveralServices_AreListedAndEachGetsItsCommands)
