@@ -2,9 +2,11 @@
 
 #include <fstream>
 #include <iostream>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
+#include "Escape.h"
 #include "GatrixClient.h"
 
 namespace
@@ -21,7 +23,9 @@ constexpr double kVersion = 1.0;
 template <class... Parts>
 void Say(const Parts&... parts)
 {
-    ((std::cout << "gatrix-peer: ") << ... << parts) << std::endl;
+    std::ostringstream text;
+    (text << ... << parts);
+    std::cout << "gatrix-peer: " << Escape::Text(text.str()) << std::endl;
 }
 } // namespace
 
@@ -33,8 +37,8 @@ Peer::Peer(Options options) : APTask("gatrix-peer", 0, CTask::NOT_REALTIME, -1),
         throw std::runtime_error(std::string(kNoteFile) + " cannot be written");
     }
     Gatrix::CommonClientCreationInfo creationInfo;
-    // An upload takes as long as it takes.
-    creationInfo.requestLimit = {};
+    // A server may have the service retry for long, but an answer that is lost must not keep this program for ever.
+    creationInfo.requestLimit = std::chrono::hours(1);
     m_gatrix = Gatrix::GatrixClient::Create("gatrix-peer", "localhost", m_options.port, "devkit", "",
                                             Gatrix::GatrixClient::ConnectionCallback(this, this, &Peer::ConnectionCB),
                                             std::nullopt, creationInfo);

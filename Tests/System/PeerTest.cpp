@@ -21,13 +21,14 @@ TEST_F(Peer, RegistersItsItems_AndTellsWhatBecameOfItsUpload)
     ASSERT_TRUE(gateway.WaitForOutput("8084"));
     StartService();
 
-    const Finished uploaded = RunPeer({"--type", "INTROSPECTION", "--payload", "volume=31"});
+    const Finished uploaded = RunPeer({"--type", "INTROSPECTION", "--payload", "volume=31\x1b"});
     EXPECT_EQ(uploaded.status, 0) << uploaded.output;
     EXPECT_THAT(uploaded.output, HasSubstr("gatrix-peer: upload answered: 200 "));
     const ArrivedUpload upload = LatestUpload(cloud);
     EXPECT_EQ(upload.SubTypes(), (std::vector<std::string>{"peer note", "peer state"}));
     EXPECT_EQ(upload.Content("peer note"), "A note that gatrix-peer left on the device.\n");
-    EXPECT_THAT(upload.Content("peer state"), HasSubstr(R"({"payloadToUpload":"volume=31"})"));
+    EXPECT_THAT(upload.Content("peer state"), HasSubstr(R"({"payloadToUpload":"volume=31\u001b"})"));
+    EXPECT_THAT(uploaded.output, HasSubstr("answers with the payload volume=31\\x1b\n"));
     EXPECT_THAT(upload.metadata, HasSubstr("Kitchen")) << "the name that the peer gives the product";
 
     const Finished refused = RunPeer({"--file", "/proc/uptime", "--type", "TOP", "--type", "LOGREAD"});
