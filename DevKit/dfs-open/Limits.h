@@ -24,7 +24,7 @@ struct Limits
     /** What all layers of all members take in and give out together. */
     std::uint64_t totalSize = 4096 * kMebibyte;
     /** Processor time for the whole archive, in seconds: compressed data can be made to unpack slowly to nothing. */
-    std::uint64_t processorSeconds = 5;
+    std::uint64_t processorSeconds = 4;
 };
 
 } // namespace DfsOpen

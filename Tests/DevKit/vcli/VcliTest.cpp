@@ -41,6 +41,7 @@ public:
         Offer(word + " show", [](const Words& words, auto reply) { reply("shown" + testing::PrintToString(words)); });
         Offer(word + " number", [](const Words& words, auto reply) { reply(std::to_string(std::stoi(words.at(0)))); });
         Offer(word + " raw", [](const Words&, auto reply) { reply("\x1b[2J\r\x7f\xc2\x9b\n\tä\\"); });
+        Offer(word + " throw", [](auto...) { throw std::runtime_error("\x1b!"); });
         Offer(word + " silent", [](auto...) {});
         Offer(word + " forget", [](const Words&, auto reply) { reply("Triggered"); });
         Offer(word + " vanish", [this](auto...) { m_client.reset(); });
@@ -61,7 +62,7 @@ private:
             [handle](std::uint16_t, const Words& arguments, const CliClientMT::Reply& reply, int context) {
                 handle(arguments, [&](const std::string& text) { reply(text, context); });
             });
-        m_client->RegisterCLIServerCommands(words, "Help of " + words, words + " [x]", &m_task, handler, 1);
+        m_client->RegisterCLIServerCommands(words, "Help\r of " + words, words + " [x]", &m_task, handler, 1);
     }
 
     APTask m_task{"Handler", 0, CTask::NOT_REALTIME, -1};
@@ -76,6 +77,7 @@ TEST(Vcli, EveryEndOfACommand_HasItsWordsAndItsStatus)
     const std::tuple<const char*, int, std::string> cases[] = {
         {"service show 'a b' '' '\"'", 0, "shown{ \"a b\", \"\", \"\\\"\" }\n"},
         {"service raw", 0, "\\x1b[2J\\x0d\\x7f\\xc2\\x9b\n\tä\\\n"},
+        {"service throw", 5, "vcli: no reply came: \\x1b!\n"},
         {"service upload 9", 0, "Upload Request Triggered\nUpload status code = 200\n"},
         {"--no-wait service upload 9", 0, "Upload Request Triggered\n"},
         {"service number -- -7", 5, "vcli: no reply came: stoi\n"},
@@ -125,9 +127,12 @@ TEST(Vcli, ServiceThatTalksWithoutPause_DoesNotHoldUpATimeLimit)
     ChildProcess vcli({Program("vcli"), "--timeout=1", "service", "show"});
     FileDescriptor talker;
     ASSERT_TRUE(WaitUntil([&] { return bool(talker = FileDescriptor(accept(listener.Get(), nullptr, nullptr))); }));
-    const std::string line = CliWire::Encode(CliWire::Event{CliWire::Event::Kind::Async, 0, "talk", {}});
+    std::string lines;
+    for (int line = 0; line < 10000; ++line) {
+        lines += CliWire::Encode(CliWire::Event{CliWire::Event::Kind::Async, 0, "talk", {}});
+    }
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    while (send(talker.Get(), line.data(), line.size(), MSG_NOSIGNAL) > 0) {
+    while (send(talker.Get(), lines.data(), lines.size(), MSG_NOSIGNAL) > 0) {
         ASSERT_LT(std::chrono::steady_clock::now(), deadline);
     }
     EXPECT_EQ(vcli.WaitForExit(), 4);
@@ -145,7 +150,7 @@ TEST(Vcli, SeveralServices_AreListedAndEachGetsItsCommands)
     const Service two("Two", "two");
     const Finished help = Vcli("help");
     EXPECT_EQ(help.status, 0);
-    EXPECT_THAT(help.output, HasSubstr("One\n  one show [x]\n      Help of one show\n"));
+    EXPECT_THAT(help.output, HasSubstr("One\n  one show [x]\n      Help\\x0d of one show\n"));
     EXPECT_THAT(help.output, HasSubstr("Two\n  two show [x]\n"));
     EXPECT_EQ(Vcli("two number 2").output, "2\n");
 }
