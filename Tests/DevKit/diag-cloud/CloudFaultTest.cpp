@@ -23,13 +23,27 @@ TEST(CloudFault, BrokenHttp_IsAnsweredAndTheConnectionEnded)
         {chunked + "xyz\r\n", "400 "},
         {"GET / HTTP/1.1\r\nX: " + std::string(70000, 'x') + "\r\n\r\n", "431 "},
         {"POST / HTTP/1.1\r\nContent-Length: 1001\r\nExpect: 100-continue\r\n\r\n", "413 "},
-        {chunked + "3e9\r\n" + std::string(1001, 'x'), "413 "},
+        {chunked + "100000\r\n" + std::string(0x100000, 'x'), "413 "},
+        {"GET / HTTP/1.1\r\nConnection: close\r\nX: " + std::string(60000, 'x') + "\r\n\r\n", "404 "},
         {"POST / HTTP/1.1\r\nContent-Length: 1000\r\nConnection: close\r\n\r\n" + std::string(1000, 'x'), "404 "},
     };
     for (const auto& [request, answer] : cases) {
         const std::string read = RawClient(cloud, request).ReadAll();
         EXPECT_THAT(read, AllOf(StartsWith("HTTP/1.1 " + answer), Not(HasSubstr("RESET")))) << request.substr(0, 60);
     }
+}
+
+TEST(CloudFault, ClientBeyondTheLimit_WaitsForAnotherToGo)
+{
+    DiagCloud::CloudSettings settings;
+    settings.maxConnections = 1;
+    const TestCloud cloud({}, settings);
+    auto first = std::make_unique<RawClient>(cloud, "GET / HTTP/1.1\r\n\r\n");
+    EXPECT_TRUE(cloud.WaitForRequest(1, kDeadline));
+    const RawClient second(cloud, "GET / HTTP/1.1\r\nConnection: close\r\n\r\n");
+    EXPECT_FALSE(cloud.WaitForRequest(2, std::chrono::milliseconds(100)));
+    first.reset();
+    EXPECT_THAT(second.ReadAll(), StartsWith("HTTP/1.1 404 "));
 }
 
 TEST(CloudFault, ClientThatGoesAway_LeavesNothingBehind)
