@@ -39,45 +39,26 @@ private:
     std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> m_context;
 };
 
-ItemState StateOfSealed(GunzipStatus status)
+/** What a gzip layer was found to be: the outer one, or the one that was decrypted. */
+ItemState StateOf(GunzipStatus status, bool isDecrypted)
 {
     switch (status) {
         case GunzipStatus::kOk:
-            return ItemState::kSealed;
+            return isDecrypted ? ItemState::kWhole : ItemState::kSealed;
         case GunzipStatus::kNotGzip:
-            return ItemState::kNotGzip;
-        case GunzipStatus::kTruncated:
-            return ItemState::kGzipTruncated;
-        case GunzipStatus::kTooLarge:
-            return ItemState::kSealedTooLarge;
-        case GunzipStatus::kExhausted:
-            return ItemState::kExhausted;
+            return isDecrypted ? ItemState::kPlainNotGzip : ItemState::kNotGzip;
         case GunzipStatus::kDamaged:
-        case GunzipStatus::kSinkFull:
-            break;
-    }
-    return ItemState::kGzipDamaged;
-}
-
-ItemState StateOfPlain(GunzipStatus status)
-{
-    switch (status) {
-        case GunzipStatus::kOk:
-            return ItemState::kWhole;
-        case GunzipStatus::kNotGzip:
-            return ItemState::kPlainNotGzip;
+            return isDecrypted ? ItemState::kPlainDamaged : ItemState::kGzipDamaged;
         case GunzipStatus::kTruncated:
-            return ItemState::kPlainTruncated;
+            return isDecrypted ? ItemState::kPlainTruncated : ItemState::kGzipTruncated;
         case GunzipStatus::kTooLarge:
-            return ItemState::kPlainTooLarge;
+            return isDecrypted ? ItemState::kPlainTooLarge : ItemState::kSealedTooLarge;
         case GunzipStatus::kExhausted:
             return ItemState::kExhausted;
         case GunzipStatus::kSinkFull:
-            return ItemState::kNotWritten;
-        case GunzipStatus::kDamaged:
             break;
     }
-    return ItemState::kPlainDamaged;
+    return ItemState::kNotWritten;
 }
 
 ItemState OpenMessage(std::string& message, const PrivateKey* key, Gunzip& plain)
@@ -105,7 +86,7 @@ ItemState OpenMessage(std::string& message, const PrivateKey* key, Gunzip& plain
         case EnvelopeStatus::kSinkFull:
             break;
     }
-    return StateOfPlain(plain.Finish());
+    return StateOf(plain.Finish(), true);
 }
 
 } // namespace
@@ -203,7 +184,7 @@ OpenedItem OpenItem(TarReader& reader, const PrivateKey* key, const Limits& limi
         return !overSize;
     });
     item.digest = digest.Finish();
-    item.state = overSize ? ItemState::kSealedTooLarge : StateOfSealed(outer.Finish());
+    item.state = overSize ? ItemState::kSealedTooLarge : StateOf(outer.Finish(), false);
     if (item.state != ItemState::kSealed) {
         return item;
     }

@@ -38,9 +38,8 @@ public:
     /** A manifest as the device writes it: of each pair the file name and the sub-type. */
     static Member Manifest(const std::vector<std::pair<std::string, std::string>>& items);
 
-    /** Writes the members, or the bytes of a tar file, as a .tar.gz, and returns its path. */
+    /** Writes the members as a .tar.gz, and returns its path. */
     std::string Write(const std::vector<Member>& members) const;
-    std::string WriteTar(const std::string& tar) const { return m_folder.Write("archive.tar.gz", Gzip(tar)); }
 
     /** The header of a sparse file (GNU tar) of that size with one byte at its end. More of its map may follow. */
     static std::string SparseHeader(const std::string& name, std::size_t size, bool hasMore);
