@@ -11,6 +11,7 @@ const { Cloud, kMiB, sleep } = require('./peers.js');
 
 const kLogPath = '/tmp/service.log';
 const kConfiguration = '/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json';
+const kAttackDeadline = 40000;
 const kDeadline = 20000;
 const kMemoryGoal = 16 * kMiB;
 const kLogGoal = kMiB;
@@ -118,9 +119,11 @@ async function run(source) {
     }
     const logBefore = source.atStart ? 0 : device.logSize();
 
+    if (source.attack) {
+        await Promise.race([source.attack(device), sleep(kAttackDeadline)]);
+    }
     const status = (async () => {
         await device.isReady();
-        await source.attack?.(device);
         return source.request ? source.request(device) : device.upload();
     })();
     const end = await ending(device, status);
