@@ -123,7 +123,9 @@ async function run(source) {
         await Promise.race([source.attack(device), sleep(kAttackDeadline)]);
     }
     const status = (async () => {
-        await device.isReady();
+        if (source.atStart) {
+            await device.isReady();
+        }
         return source.request ? source.request(device) : device.upload();
     })();
     const end = await ending(device, status);
