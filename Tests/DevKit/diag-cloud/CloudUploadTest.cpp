@@ -61,7 +61,7 @@ TEST(CloudUpload, BadMetadata_IsRefusedWithTheReason)
     const std::string& good = TestCloud::kMetadata;
     const std::pair<std::string, std::string> cases[] = {
         {"[]", "not a JSON object"},
-        {std::string(3000, '['), "not a JSON object"},
+        {std::string("{}\0{}", 5), "not a JSON object"},
         {R"({"MetadataPayload":)" + good + "}", R"(no text \"productName\")"},
         {Replaced(good, R"("fileType":"f",)", ""), R"(no text \"fileType\")"},
         {Replaced(good, R"("softwareVersion":"1.0")", R"("softwareVersion":1)"), R"(no text \"softwareVersion\")"},

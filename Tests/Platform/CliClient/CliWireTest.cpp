@@ -58,8 +58,13 @@ TEST(CliWire, LineThatIsNoRequest_IsNotDecoded)
          {"", "x", "[]", "{}", R"({"request":"run"})", R"({"request":"run","id":1})", R"({"request":"jump","id":1})",
           R"({"request":"list"})", R"({"request":"list","id":-1})", R"({"request":"list","id":"1"})",
           R"({"request":"list","id":2147483648})", R"({"request":"list","id":1.5})", R"({"request":["list"],"id":1})",
-          R"({"request":"run","id":1,"line":7})", R"({"request":"list","id":1} {})"}) {
+          R"({"request":"run","id":1,"line":7})"}) {
         EXPECT_FALSE(CliWire::DecodeRequest(line)) << line;
     }
-    EXPECT_FALSE(CliWire::DecodeRequest(std::string(10000, '[')));
+    const auto nested = [](std::size_t levels) {
+        return R"({"request":"list","id":1,"later":)" + std::string(levels, '[') + std::string(levels, ']') + "}";
+    };
+    EXPECT_FALSE(CliWire::DecodeRequest(nested(1) + '\0'));
+    EXPECT_TRUE(CliWire::DecodeRequest(nested(15)));
+    EXPECT_FALSE(CliWire::DecodeRequest(nested(16)));
 }

@@ -67,9 +67,11 @@ TEST_F(GatrixClientTest, AnswerThatTakesTooLong_IsAnErrorOnce)
         gateway->Send(R"({"op":"answer","body":1,"id":)" + id + "}");
     }
     client->SendGetRequest("/r", "3", 1.0, probe.raw, probe.refused);
+    client->SendGetRequest("/r", "4", 1.0, probe.raw, probe.refused);
     gateway->Read();
     gateway->Send(R"({"op":"answer","body":3,"id":3})");
     EXPECT_EQ(probe.Next(), "raw 3");
+    EXPECT_EQ(probe.Next(), "refused 504 /r: no answer in time");
 }
 
 TEST_F(GatrixClientTest, WhatIsNoFrame_IsReportedAndTheConnectionStays)
