@@ -17,9 +17,8 @@ constexpr double kPayloadRequestVersion = 1.0;
 
 void LogGatrixError(const char* operation, const Gatrix::Error& error)
 {
-    if (s_log.IsLog(LOG_LEVEL_ERROR)) {
-        LogLine(s_log, LOG_LEVEL_ERROR, operation, "GOT an ERROR from the GatrixClient: ", error.DebugString());
-    }
+    LogLine(s_log, LOG_LEVEL_ERROR, operation,
+            "GOT an ERROR from the GatrixClient: ", [&error] { return error.DebugString(); });
 }
 
 /** Does one step of a harvest. Whatever it throws ends the harvest with its error, so that no upload waits for it. */
@@ -47,9 +46,7 @@ void DFGatrixClient::GetDeviceInfo()
 void DFGatrixClient::HandleGetDeviceInfoResponse(const DeviceManagerPb::DeviceInfo& info)
 {
     const LogScope scope(s_log, __func__);
-    if (s_log.IsLog(LOG_LEVEL_PROGRESS)) {
-        LogProgress(s_log, __func__, "GOT a response from the GET request: ", info.DebugString());
-    }
+    LogProgress(s_log, __func__, "GOT a response from the GET request: ", [&info] { return info.DebugString(); });
     LogProgress(s_log, __func__, "deviceName: ", info.name());
     m_triggerHandler->SetDeviceInfo(info);
 }

@@ -17,8 +17,9 @@ class DFDiagnosticItem;
  */
 inline constexpr std::size_t kMaxTextSize = 4096;
 
-/** Most items in the registry. */
+/** Most items in the registry, and most bytes of all their texts. */
 inline constexpr std::size_t kMaxRegisteredItems = 1000;
+inline constexpr std::size_t kMaxRegisteredBytes = std::size_t{2} * 1024 * 1024;
 
 /** Most file types in one request, repeated ones counted. */
 inline constexpr int kMaxRequestedTypes = 100;

@@ -42,9 +42,7 @@ void DFTriggerHandler::WriteUploadManifest()
     const LogScope scope(s_log, __func__);
     LogProgress(s_log, __func__, "UploadManifest size: ", m_uploadManifest.item_size());
     m_uploadManifest.set_version(kManifestVersion);
-    if (s_log.IsLog(LOG_LEVEL_PROGRESS)) {
-        LogProgress(s_log, __func__, "UploadManifest: ", m_uploadManifest.DebugString());
-    }
+    LogProgress(s_log, __func__, "UploadManifest: ", [this] { return m_uploadManifest.DebugString(); });
     try {
         const auto file = ProtoPersistenceFactory::Create(kUploadManifestFile, kPersistenceSubdirectory);
         LogProgress(s_log, __func__, "Now convert manifest to json");

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <numeric>
 #include <system_error>
 #include <utility>
 
@@ -62,6 +63,11 @@ std::string ConfigurationPath()
     return std::string(kPersistenceDirectory) + kItemConfigurationFile;
 }
 
+std::size_t SizeOf(const DFDiagnosticItem& item)
+{
+    return item.GetInput().size() + item.GetOutputFilename().size() + item.GetSubType().size();
+}
+
 /** Keeps a configuration file that cannot be read beside its place, for whoever edited it; the latest such file only.
  */
 void SetAside(const std::string& path)
@@ -116,9 +122,12 @@ void DFTriggerHandler::DiagItemRegistrationCB(const DFDiagnosticItem& item)
         LogProgress(s_log, __func__, "!!!!!!!!!!!!!!!!!the new diagFileItem already is in the list");
         return;
     }
-    if (m_diagnosticItems.size() >= kMaxRegisteredItems) {
-        LogLine(s_log, LOG_LEVEL_WARNING, __func__, "Registration refused, the registry holds ", kMaxRegisteredItems,
-                " items already, subType: ", item.GetSubType());
+    if (m_diagnosticItems.size() >= kMaxRegisteredItems ||
+        std::accumulate(m_diagnosticItems.begin(), m_diagnosticItems.end(), SizeOf(item),
+                        [](std::size_t sum, const auto& known) { return sum + SizeOf(*known); }) >
+            kMaxRegisteredBytes) {
+        LogLine(s_log, LOG_LEVEL_WARNING, __func__, "Registration refused, the registry is full with ",
+                m_diagnosticItems.size(), " items, subType: ", item.GetSubType().substr(0, kNameInLog));
         return;
     }
     LogProgress(s_log, __func__, "Adding new diagFileItem to the list of diagnosticItems");

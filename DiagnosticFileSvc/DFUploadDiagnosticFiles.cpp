@@ -113,9 +113,9 @@ std::string UtcTimeStamp()
 DFUploadDiagnosticFiles& DFUploadDiagnosticFiles::GetInstance()
 {
     static auto& instance = []() -> DFUploadDiagnosticFiles& {
-        auto& made = *new DFUploadDiagnosticFiles;
-        made.Start();
-        return made;
+        std::unique_ptr<DFUploadDiagnosticFiles> made(new DFUploadDiagnosticFiles);
+        made->Start();
+        return *made.release();
     }();
     return instance;
 }

@@ -36,7 +36,11 @@ public:
     /** A longer answer counts as one that is not JSON: the parser takes some 50 times the memory of its text. */
     static constexpr std::size_t kMaxJsonSize = std::size_t{64} << 10U;
 
-    /** The single instance, made and started by the first call and never destroyed. */
+    /**
+     * The single instance, made and started by the first call and never destroyed. Thread-safe.
+     *
+     * @throws std::system_error when its thread cannot start; the next call tries again
+     */
     static DFUploadDiagnosticFiles& GetInstance();
 
     /**

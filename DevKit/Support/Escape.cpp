@@ -1,6 +1,8 @@
 #include "Escape.h"
 
-#include "StringUtils.h"
+#include <string_view>
+
+#include "Utf8Text.h"
 
 namespace
 {
@@ -17,11 +19,11 @@ std::string Hex(char character)
     return {'\\', 'x', kDigits[byte >> 4U], kDigits[byte & 0xFU]};
 }
 
-/** How many bytes the character takes that this one begins; 1 for what begins none. */
-std::size_t LengthOf(char first)
+/** Whether a character may reach a terminal. */
+bool IsHarmless(std::string_view character)
 {
-    const auto byte = static_cast<unsigned char>(first);
-    return byte >= 0xf0U ? 4 : byte >= 0xe0U ? 3 : byte >= 0xc0U ? 2 : 1;
+    return character.size() == 1 ? IsPrintable(character[0]) || character == "\n" || character == "\t"
+                                 : character < "\xc2\x80" || character > "\xc2\x9f";
 }
 
 } // namespace
@@ -30,14 +32,13 @@ std::string Escape::Text(const std::string& text)
 {
     std::string escaped;
     for (std::size_t at = 0; at < text.size();) {
-        const std::string character = text.substr(at, LengthOf(text[at]));
-        const bool isControl = character.size() == 1 ? !IsPrintable(text[at]) && text[at] != '\n' && text[at] != '\t'
-                                                     : character >= "\xc2\x80" && character <= "\xc2\x9f";
-        if (isControl || !StringUtils::IsUtf8(character)) {
-            escaped += Hex(text[at++]);
-        } else {
+        const std::string_view rest = std::string_view(text).substr(at);
+        const std::string_view character = rest.substr(0, Utf8Text::CharacterLength(rest));
+        if (!character.empty() && IsHarmless(character)) {
             escaped += character;
             at += character.size();
+        } else {
+            escaped += Hex(text[at++]);
         }
     }
     return escaped;

@@ -157,12 +157,25 @@ TEST_F(DiagItemRegistry, Registration_IsBounded)
     for (const char* line : {"refused, its input is longer than 4096 bytes, subType: input of a byte more\n",
                              "refused, its output file name is longer than 4096 bytes, subType: xxx",
                              "refused, its input holds a NUL, subType: input with a NUL\n",
-                             "refused, the registry holds 1000 items already, subType: item 1000\n"}) {
+                             "refused, the registry is full with 1000 items, subType: item 1000\n"}) {
         EXPECT_THAT(log, HasSubstr(line));
     }
-    for (const char* taken : {"subType: longest input", "already, subType: item 999\n"}) {
+    for (const char* taken : {"subType: longest input", "items, subType: item 999\n"}) {
         EXPECT_THAT(log, Not(HasSubstr(taken)));
     }
+}
+
+TEST_F(DiagItemRegistry, Registrations_AreBoundedTogether)
+{
+    StartWithoutItems();
+    testing::internal::CaptureStderr();
+    // Each has 4,144 bytes of texts: 506 fit into 2 MiB.
+    for (int number = 100; number < 620; ++number) {
+        Register(std::string(4096, 'x'), "item " + std::to_string(number));
+    }
+    Drain();
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                HasSubstr("refused, the registry is full with 506 items, subType: item 606\n"));
 }
 
 TEST_F(DiagItemRegistry, Registration_GoesBySubType_AndIsNotStored)

@@ -1,7 +1,6 @@
 #include "APTaskManager.h"
 
 #include "APTask.h"
-#include "TaskQueue.h"
 
 void APTaskManager::AddTask(APTask* task)
 {
@@ -12,9 +11,6 @@ void APTaskManager::AddTask(APTask* task)
 void APTaskManager::StartAllTasks()
 {
     const std::lock_guard lock(m_mutex);
-    if (m_isStopped) {
-        return;
-    }
     for (APTask* task : m_tasks) {
         task->Start();
     }
@@ -28,14 +24,5 @@ void APTaskManager::JoinAllTasks()
     }();
     for (APTask* task : tasks) {
         task->JoinOrInterrupt();
-    }
-}
-
-void APTaskManager::StopAllTasks()
-{
-    const std::lock_guard lock(m_mutex);
-    m_isStopped = true;
-    for (APTask* task : m_tasks) {
-        task->Queue()->Close();
     }
 }

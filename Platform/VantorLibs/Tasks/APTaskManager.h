@@ -17,14 +17,11 @@ public:
     /** Any thread, before StartAllTasks: the task is not owned and must outlive the manager's JoinAllTasks. */
     void AddTask(APTask* task);
 
-    /** Starts the added tasks in order of addition; none once StopAllTasks was called. */
+    /** Starts the added tasks in order of addition. */
     void StartAllTasks();
 
     /** Blocks while any started task runs; called by a task, until that is stopped at the latest. */
     void JoinAllTasks();
-
-    /** Any thread: has every added task, and any added later, end after the handler that it is in, without waiting. */
-    void StopAllTasks();
 
 protected:
     /** Where a derived manager creates and adds its tasks. The derived class says when. */
@@ -33,5 +30,4 @@ protected:
 private:
     std::mutex m_mutex;
     std::vector<APTask*> m_tasks;
-    bool m_isStopped = false;
 };

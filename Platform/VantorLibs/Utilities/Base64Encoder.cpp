@@ -24,20 +24,6 @@ unsigned char* Bytes(char* text)
 }
 } // namespace
 
-std::string Base64Encoder::Encode(const std::string& bytes)
-{
-    // EVP_EncodeBlock ends each piece with a NUL, which the next piece, or std::string, overwrites.
-    std::string text((bytes.size() + kGroupBytes - 1) / kGroupBytes * kGroupCharacters, '\0');
-    std::size_t done = 0;
-    char* next = text.data();
-    while (done < bytes.size()) {
-        const std::size_t length = std::min(bytes.size() - done, kGroupsInPiece * kGroupBytes);
-        next += EVP_EncodeBlock(Bytes(next), Bytes(bytes.data() + done), static_cast<int>(length));
-        done += length;
-    }
-    return text;
-}
-
 std::string Base64Encoder::Decode(const std::string& text)
 {
     if (text.empty() || text.size() % kGroupCharacters != 0) {

@@ -6,9 +6,6 @@
 class Base64Encoder
 {
 public:
-    /** The text form of any bytes: one line, padded with "=" to a multiple of four characters. */
-    static std::string Encode(const std::string& bytes);
-
     /**
      * The bytes that the text stands for. Empty when the text is not valid: a length that is no multiple of four, a
      * character outside the alphabet (white space included), "=" anywhere but as the last one or two characters.

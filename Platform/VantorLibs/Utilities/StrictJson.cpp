@@ -28,8 +28,9 @@ public:
         while (m_at < m_text.size()) {
             const char c = m_text[m_at];
             if (c == '{' || c == '[') {
-                Require(++m_level <= m_limits.levels,
-                        "nested in more than " + std::to_string(m_limits.levels) + " levels");
+                if (++m_level > m_limits.levels) {
+                    Fail("nested in more than " + std::to_string(m_limits.levels) + " levels");
+                }
                 CountValue();
                 ++m_at;
             } else if (c == '}' || c == ']') {
@@ -51,16 +52,25 @@ public:
 private:
     static bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
-    void Require(bool isGood, const std::string& otherwise) const
+    static bool IsPlain(char c) { return c != '"' && c != '\\' && static_cast<unsigned char>(c) >= ' '; }
+
+    [[noreturn]] void Fail(const std::string& reason) const
+    {
+        throw Error(reason + " at byte " + std::to_string(m_at));
+    }
+
+    void Require(bool isGood, const char* otherwise) const
     {
         if (!isGood) {
-            throw Error(otherwise + " at byte " + std::to_string(m_at));
+            Fail(otherwise);
         }
     }
 
     void CountValue()
     {
-        Require(++m_values <= m_limits.values, "more than " + std::to_string(m_limits.values) + " values");
+        if (++m_values > m_limits.values) {
+            Fail("more than " + std::to_string(m_limits.values) + " values");
+        }
     }
 
     bool TakeOneOf(std::string_view characters)
@@ -107,12 +117,12 @@ private:
     {
         ++m_at;
         while (!TakeOneOf("\"")) {
+            const auto plain = m_text.substr(m_at);
+            m_at += static_cast<std::size_t>(std::find_if_not(plain.begin(), plain.end(), IsPlain) - plain.begin());
             Require(m_at < m_text.size(), "a text without end");
             Require(static_cast<unsigned char>(m_text[m_at]) >= ' ', "a control character");
             if (TakeOneOf("\\")) {
                 TakeEscape();
-            } else {
-                ++m_at;
             }
         }
     }
