@@ -216,9 +216,9 @@ TEST_F(DFUploadDiagnosticFiles, SendsAndLogsWhatIsStated_AndRetriesBothPosts)
     WriteWholeFile("/mnt/nv/product-persistence/quillane_jwt.json",
                    R"({"access_token":"a.b.c","expires_in":1,"token_type":"bearer"})");
     const std::string busy = Server::Answer(503, "", {{"Retry-After", "1"}});
-    const Server cloud({{busy}, {Server::Answer(200, kUploadUrl)}, {busy}, {Server::Answer(403, "{}")}}, 8888);
+    const Server cloud({{busy}, {Server::Answer(200, kUploadUrl)}, {busy}, {Server::Answer(201, "{}")}}, 8888);
     const CapturedLog log;
-    EXPECT_EQ(Upload(m_archive), AnswerProbe::Answer("{}", 403));
+    EXPECT_EQ(Upload(m_archive), AnswerProbe::Answer("{}", 201));
     const std::string lines = testing::internal::GetCapturedStderr();
     std::vector<std::string> own; // but for the ends of operations, of which the last comes after the answer
     std::istringstream stream(std::regex_replace(lines, std::regex("uploadTimeStamp\":\"[^\"]*"), "stamp"));

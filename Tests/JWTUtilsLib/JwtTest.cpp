@@ -46,7 +46,7 @@ TEST(Jwt, KeepsValuesAsText)
 {
     const Jwt token =
         TokenOf(R"({"alg":1})",
-                R"({"a":null /* the reader is no strict one */,"b":["c"],"d":[-1,[]],"e":{},"f":[],"g":[[1]]})");
+                R"({"a":null,"b":["c"],"d":[-1,[]],"e":{},"f":[],"g":[[1]]} and more)"); // the reader is no strict one
     EXPECT_EQ(token.Claims(), (Jwt::Members{{"a", ""}, {"b", "c"}, {"d", "[\n\t-1,\n\t[]\n]\n"}, {"e", "{}\n"}}));
 
     // What takes the most memory: as many values as there is room for, each on a line of its own, as deep as may be.

@@ -10,11 +10,14 @@
 #include <functional>
 #include <future>
 #include <regex>
+#include <system_error>
 #include <thread>
 
 #include "APTask.h"
+#include "AsyncTaskRunner.h"
 #include "Deadline.h"
 #include "HttpGlobal.h"
+#include "RunTask.h"
 #include "Sanitized.h"
 #include "ScriptedHttpServer.h"
 #include "TemporaryFolder.h"
@@ -187,6 +190,9 @@ TEST_F(HttpInterface, DeliversAFailureWhenNoThreadIsToBeHad)
     ASSERT_EQ(setrlimit(RLIMIT_AS, &tight), 0);
     m_http.Get("http://127.0.0.1:1/", {}, m_owner.Callback(), m_handle);
     EXPECT_EQ(m_owner.WaitForResponse().curlCode, CURLE_FAILED_INIT);
+    const auto job = std::make_shared<RunTask>(HttpRequest(), HttpSettings());
+    EXPECT_THROW(AsyncTaskRunner::GetInstance().Run(job), std::system_error);
+    EXPECT_EQ(job.use_count(), 1) << "the runner keeps no job that it has not started";
 }
 
 TEST_F(HttpInterface, HoldsALargeBodyOnce)
