@@ -20,6 +20,9 @@ const DPrint s_testAutomationLog("TestAutomation");
 
 constexpr int kProxyRetrySeconds = 5;
 
+// A cloud names URLs of any length.
+constexpr int kLoggedUrl = kLongestLoggedText;
+
 bool SleepFor(int seconds)
 {
     std::this_thread::sleep_for(std::chrono::seconds(seconds));
@@ -246,9 +249,11 @@ HSMResponse SimpleURLFetcher::DoSendREceive_()
         m_curlHandle.Perform(response);
     }
     if (response.curlCode == CURLE_OK) {
-        s_log.Log(6, "URL Fetch ('%s') succeeded with CURL HTTP Status %d\n", m_url.c_str(), response.status);
+        s_log.Log(6, "URL Fetch ('%.*s') succeeded with CURL HTTP Status %d\n", kLoggedUrl, m_url.c_str(),
+                  response.status);
     } else {
-        s_log.LogWarning("URL Fetch ('%s') failed with CURL ErrorCode %d\n", m_url.c_str(), response.curlCode);
+        s_log.LogWarning("URL Fetch ('%.*s') failed with CURL ErrorCode %d\n", kLoggedUrl, m_url.c_str(),
+                         response.curlCode);
     }
     return response;
 }

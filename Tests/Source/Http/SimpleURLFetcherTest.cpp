@@ -183,6 +183,10 @@ TEST_F(SimpleURLFetcher, RepeatsWhatFails_AsOftenAsItIsTo)
         EXPECT_EQ(m_fetcher.Get({}).curlCode, code);
         EXPECT_EQ(m_sleeps.size(), code == CURLE_COULDNT_RESOLVE_HOST ? 1U : 0U) << code;
     }
+    m_fetcher.SetURL("http://cloud.test/" + std::string(70000, 'x'));
+    const CapturedLog log(3);
+    m_fetcher.Get({});
+    EXPECT_LT(testing::internal::GetCapturedStderr().size(), 10000U) << "a URL of any length";
     s_exchangeResult.reset();
 }
 
