@@ -107,7 +107,7 @@ TEST(DfsOpenHostile, WorkBehindFewBytes_IsBounded)
     const ArchiveMaker maker;
     const std::string holes = maker.SparseHeader("log.gz", 79 * DfsOpen::kMebibyte, false) + std::string(512, 'x');
     const std::string nothing = maker.Gzip("");
-    const std::string moreOfMap = Repeat(42, std::string("00000000001", 12)) + '\1' + std::string(7, '\0');
+    const std::string moreOfMap = Repeat(42, ("00000000001" + std::string(1, '\0'))) + '\1' + std::string(7, '\0');
     const TemporaryFolder folder;
     const struct
     {
