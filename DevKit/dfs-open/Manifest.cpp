@@ -21,7 +21,7 @@ Json::Value ParseObject(const std::string& text)
             return value;
         }
     } catch (const StrictJson::Error& error) {
-        throw std::runtime_error(std::string("the manifest is not a JSON object: ") + error.what());
+        throw std::runtime_error(std::string("the manifest cannot be read: ") + error.what());
     }
     throw std::runtime_error("the manifest is not a JSON object");
 }
