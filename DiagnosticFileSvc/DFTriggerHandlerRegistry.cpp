@@ -63,6 +63,17 @@ std::string ConfigurationPath()
     return std::string(kPersistenceDirectory) + kItemConfigurationFile;
 }
 
+/** Whether an item has texts that the registry does not take, which is logged. */
+bool IsRefused(const char* operation, const DFDiagnosticItem& item)
+{
+    const std::string refusal = WhyRefused(item);
+    if (!refusal.empty()) {
+        LogLine(s_log, LOG_LEVEL_WARNING, operation, "Registration refused, ", refusal,
+                ", subType: ", item.GetSubType().substr(0, kNameInLog));
+    }
+    return !refusal.empty();
+}
+
 std::size_t SizeOf(const DFDiagnosticItem& item)
 {
     return item.GetInput().size() + item.GetOutputFilename().size() + item.GetSubType().size();
@@ -98,16 +109,16 @@ void DFTriggerHandler::SetGatrixClientCB(const std::shared_ptr<DFGatrixClient>& 
 void DFTriggerHandler::DiagItemRegistration(DFDiagnosticItem item)
 {
     const LogScope scope(s_log, __func__, "DFTriggerHandler::DiagItemRegistration");
-    m_diagItemRegistrationCB(std::move(item));
+    // Before it is posted: a flood of large registrations would fill the queue.
+    if (!IsRefused(__func__, item)) {
+        m_diagItemRegistrationCB(std::move(item));
+    }
 }
 
 void DFTriggerHandler::DiagItemRegistrationCB(const DFDiagnosticItem& item)
 {
     const LogScope scope(s_log, __func__, "DFTriggerHandler::DiagItemRegistrationCB");
-    const std::string refusal = WhyRefused(item);
-    if (!refusal.empty()) {
-        LogLine(s_log, LOG_LEVEL_WARNING, __func__, "Registration refused, ", refusal,
-                ", subType: ", item.GetSubType().substr(0, kNameInLog));
+    if (IsRefused(__func__, item)) {
         return;
     }
     LogProgress(s_log, __func__, "GetInput(): ", item.GetInput());

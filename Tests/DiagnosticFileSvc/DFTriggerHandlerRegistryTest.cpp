@@ -104,6 +104,9 @@ TEST_F(DiagItemRegistry, FileOfTheVersion_IsAllThereIs)
         R"({"input":"echo one","fileType":"TOP","subType":"first","harvestType":"SCRIPT"},)"
         R"({"input":"echo two","fileType":"TOP","subType":"first","harvestType":"SCRIPT"},)"
         R"({"input":"x","fileType":"TOP","subType":"scan","harvestType":"WIFI_SITE_SCAN_REQ"},)"
+        R"({"input":"echo long","fileType":"TOP","harvestType":"SCRIPT","subType":")" +
+        std::string(4097, 'x') +
+        R"("},)"
         R"({"input":"/persist/mfg_data.json","fileType":7,"subType":"second","harvestType":1}],"version":1.2}})";
     WriteWholeFile(kConfiguration, content);
     testing::internal::CaptureStderr();
