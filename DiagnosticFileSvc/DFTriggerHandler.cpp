@@ -6,6 +6,7 @@
 #include "DFConstants.h"
 #include "DFDiagItemExistingFile.h"
 #include "DFFiles.h"
+#include "DFItemSelection.h"
 #include "DFLimits.h"
 #include "DFLog.h"
 #include "DFUploadDiagnosticFiles.h"
@@ -15,23 +16,6 @@ namespace DiagnosticFileSvc
 namespace
 {
 const DPrint s_log(kTriggerHandler);
-
-/** The file types that a request lists, with the numbers among them that are not declared, which match no item. */
-std::vector<DFSCommonPB::DiagFileType> TypesOf(const DFSCommonPB::UploadRequest& request)
-{
-    std::vector<DFSCommonPB::DiagFileType> types;
-    for (const int type : request.filetype()) {
-        types.push_back(static_cast<DFSCommonPB::DiagFileType>(type));
-    }
-    const google::protobuf::UnknownFieldSet& unknown = request.unknown_fields();
-    for (int index = 0; index < unknown.field_count(); ++index) {
-        if (unknown.field(index).number() == DFSCommonPB::UploadRequest::kFileTypeFieldNumber &&
-            unknown.field(index).type() == google::protobuf::UnknownField::TYPE_VARINT) {
-            types.push_back(static_cast<DFSCommonPB::DiagFileType>(unknown.field(index).varint()));
-        }
-    }
-    return types;
-}
 } // namespace
 
 DFTriggerHandler& DFTriggerHandler::GetInstance()
@@ -176,36 +160,9 @@ void DFTriggerHandler::BeginStandardUpload(const DFSCommonPB::UploadRequest& req
     if (!request.subtype().empty()) {
         LogProgress(s_log, kOperation, "Filtering by subType: ", request.subtype());
     }
-    PopulateReqDiagItemsInputList(TypesOf(request), request.subtype());
+    m_requestedInputs = PopulateReqDiagItemsInputList(TypesOf(request), request.subtype(), m_diagnosticItems);
     m_isBusy = true;
     ProcessDiagnosticItem();
-}
-
-void DFTriggerHandler::PopulateReqDiagItemsInputList(const std::vector<DFSCommonPB::DiagFileType>& types,
-                                                     const std::string& subTypeFilter)
-{
-    const LogScope scope(s_log, __func__);
-    m_requestedInputs.clear();
-    const bool isEverything = types.size() == 1 && types.front() == DFSCommonPB::UPLOAD_EVERYTHING;
-    if (isEverything) {
-        LogProgress(s_log, __func__, "UPLOAD_EVERYTHING");
-    }
-    for (const DFSCommonPB::DiagFileType type : types) {
-        LogProgress(s_log, __func__, "diagFileType loop");
-        for (const auto& item : m_diagnosticItems) {
-            LogProgress(s_log, __func__, "m_diagnosticItems loop");
-            if (!isEverything && item->GetDiagFileType() != type) {
-                continue;
-            }
-            if (!subTypeFilter.empty() && subTypeFilter != item->GetSubType()) {
-                LogProgress(s_log, __func__, "Filtering out item with subType: ", item->GetSubType(),
-                            " (requested: ", subTypeFilter, ")");
-                continue;
-            }
-            LogProgress(s_log, __func__, "Including diagnostic item with subType: ", item->GetSubType());
-            m_requestedInputs.push_back(item->GetInput());
-        }
-    }
 }
 
 DFDiagnosticItem* DFTriggerHandler::FindRequestedDiagItem()

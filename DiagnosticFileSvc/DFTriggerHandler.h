@@ -75,8 +75,6 @@ private:
     void BeginUpload(const DFSCommonPB::UploadRequest& request);
     void BeginCustomUpload(const DFSCommonPB::UploadRequest& request);
     void BeginStandardUpload(const DFSCommonPB::UploadRequest& request);
-    void PopulateReqDiagItemsInputList(const std::vector<DFSCommonPB::DiagFileType>& types,
-                                       const std::string& subTypeFilter);
     DFDiagnosticItem* FindRequestedDiagItem();
     void ProcessDiagnosticItem();
     void FinishCollection();
