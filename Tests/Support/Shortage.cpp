@@ -30,11 +30,16 @@ void Shortage::OfThreads(bool isShort)
 
 void* operator new(std::size_t size)
 {
-    void* const memory = s_refusedFrom != 0 && size >= s_refusedFrom ? nullptr : std::malloc(size == 0 ? 1 : size);
+    void* const memory = operator new(size, std::nothrow);
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
     return memory;
+}
+
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    return s_refusedFrom != 0 && size >= s_refusedFrom ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
 
 void operator delete(void* memory) noexcept
