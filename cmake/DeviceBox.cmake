@@ -1,6 +1,12 @@
 # The staged root file system of the device, and the box that programs are run in on this machine.
 
 set(DEVICE_ROOT ${CMAKE_BINARY_DIR}/device)
+# Seconds that a test may take. Sanitizers make some ten times as slow.
+set(TEST_TIMEOUT 60)
+if(SANITIZE)
+    set(TEST_TIMEOUT 300)
+endif()
+
 set(DEVICE_BOX ${CMAKE_SOURCE_DIR}/DevKit/box/device-box --device ${DEVICE_ROOT} --)
 
 # add_box_test_program(TARGET SOURCES... [LIBS libraries...])
@@ -13,7 +19,7 @@ function(add_box_test_program target)
     add_dependencies(${target} device-root)
     set_target_properties(${target} PROPERTIES CROSSCOMPILING_EMULATOR "${DEVICE_BOX}")
     gtest_discover_tests(${target} TEST_PREFIX ${target}. DISCOVERY_MODE PRE_TEST
-                         PROPERTIES TIMEOUT 60)
+                         PROPERTIES TIMEOUT ${TEST_TIMEOUT})
 endfunction()
 
 # add_box_test_script(SCRIPT [ARGS words...] [SUFFIX text] [LAUNCHER script...])
@@ -31,5 +37,5 @@ function(add_box_test_script script)
     endif()
     add_test(NAME scripts.${name}${arg_SUFFIX}
              COMMAND ${DEVICE_BOX} ${interpreter} ${arg_LAUNCHER} ${CMAKE_CURRENT_SOURCE_DIR}/${script} ${arg_ARGS})
-    set_tests_properties(scripts.${name}${arg_SUFFIX} PROPERTIES TIMEOUT 60)
+    set_tests_properties(scripts.${name}${arg_SUFFIX} PROPERTIES TIMEOUT ${TEST_TIMEOUT})
 endfunction()

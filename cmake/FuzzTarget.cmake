@@ -24,7 +24,7 @@ function(add_fuzz_target target source)
     else()
         target_link_libraries(${target} PRIVATE FuzzReplay)
         add_test(NAME fuzz.${target} COMMAND ${DEVICE_BOX} $<TARGET_FILE:${target}> ${arg_CORPUS})
-        set_tests_properties(fuzz.${target} PROPERTIES TIMEOUT 60)
+        set_tests_properties(fuzz.${target} PROPERTIES TIMEOUT ${TEST_TIMEOUT})
     endif()
 endfunction()
 
