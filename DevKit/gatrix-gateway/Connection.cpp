@@ -22,7 +22,7 @@
 
 #include "GatrixWire.h"
 #include "LoopbackListener.h"
-#include "Utf8.h"
+#include "Utf8Text.h"
 
 namespace GatrixGateway
 {
@@ -37,7 +37,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kBufferKept = std::size_t{64} * 1024;
 constexpr std::size_t kDrained = std::size_t{16} * 1024;
-constexpr std::size_t kLongestReason = 123;
 
 /** A peer that vanished without a word is noticed by the kernel within a minute (tcp(7)). */
 void KeepAlive(int socket)
@@ -71,7 +70,7 @@ std::string CloseFrame(CloseCode code, const std::string& reason)
     constexpr char kFinalClose = '\x88';
     constexpr unsigned kByteBits = 8;
     const auto number = static_cast<unsigned>(code);
-    const std::string text = CutUtf8(reason, kLongestReason);
+    const std::string text(Utf8Text::Cut(reason, Gatrix::Wire::kMaxReasonBytes));
     return std::string{kFinalClose, static_cast<char>(text.size() + 2), static_cast<char>(number >> kByteBits),
                        static_cast<char>(number)} +
            text;

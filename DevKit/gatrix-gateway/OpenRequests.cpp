@@ -8,7 +8,7 @@ namespace GatrixGateway
 void OpenRequests::Add(OpenRequest request)
 {
     ++m_lastId;
-    m_asked[request.asker].insert(m_lastId);
+    m_asked[request.requester].insert(m_lastId);
     m_delivered[request.handler].insert(m_lastId);
     m_requests.emplace(m_lastId, std::move(request));
 }
@@ -33,7 +33,7 @@ std::optional<OpenRequest> OpenRequests::Take(std::uint64_t id)
     }
     OpenRequest request = std::move(found->second);
     m_requests.erase(found);
-    Forget(m_asked, request.asker, id);
+    Forget(m_asked, request.requester, id);
     Forget(m_delivered, request.handler, id);
     return request;
 }

@@ -17,8 +17,8 @@ namespace GatrixGateway
 /** A request that was delivered to its handler and has no answer yet. */
 struct OpenRequest
 {
-    ClientNumber asker = 0;
-    std::uint64_t askersId = 0; //!< The asker's own number of it; several open ones may have the same.
+    ClientNumber requester = 0;
+    std::uint64_t requestersId = 0; //!< The requester's own number of it; several open ones may have the same.
     ClientNumber handler = 0;
     Gatrix::Method method = Gatrix::Method::GET;
     std::string endpoint;

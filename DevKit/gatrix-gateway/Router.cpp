@@ -5,7 +5,7 @@
 
 #include "EventLine.h"
 #include "Limits.h"
-#include "Utf8.h"
+#include "Utf8Text.h"
 
 namespace GatrixGateway
 {
@@ -23,7 +23,7 @@ constexpr int kUnavailable = 503;
 /** Names an endpoint in a line or message; what is too long to be registered is cut. */
 std::string Named(Gatrix::Method method, const std::string& endpoint)
 {
-    return std::string(ToText(method)) + " " + CutUtf8(endpoint, kMaxEndpointBytes);
+    return std::string(ToText(method)) + " " + std::string(Utf8Text::Cut(endpoint, kMaxEndpointBytes));
 }
 
 std::string Listed(const std::vector<std::string>& endpoints)
@@ -72,7 +72,8 @@ Effects Router::Refuse(std::uint64_t request, int statusCode, const std::string&
 {
     Effects effects;
     if (const std::optional<OpenRequest> open = m_requests.Take(request)) {
-        Reject(open->asker, open->askersId, statusCode, reason + " " + Named(open->method, open->endpoint), effects);
+        Reject(open->requester, open->requestersId, statusCode, reason + " " + Named(open->method, open->endpoint),
+               effects);
     }
     return effects;
 }
@@ -85,7 +86,7 @@ Effects Router::Drop(ClientNumber client)
     m_subscriptions.Drop(client);
     m_names.erase(client);
     for (const OpenRequest& request : unanswered) {
-        Reject(request.asker, request.askersId, kUnavailable,
+        Reject(request.requester, request.requestersId, kUnavailable,
                "the handler went away before it answered " + Named(request.method, request.endpoint), effects);
     }
     for (auto& [interested, lost] : m_interests.Lose(m_registrations.Drop(client))) {
@@ -175,13 +176,13 @@ void Router::On(ClientNumber client, Wire::Request request, Effects& effects)
         Reject(client, request.id, kTooMany, "too many requests without an answer: not delivered: " + named, effects);
         return;
     }
-    const std::uint64_t askersId = std::exchange(request.id, m_requests.NextId());
+    const std::uint64_t requestersId = std::exchange(request.id, m_requests.NextId());
     const auto text = TextOf(request);
     if (!text) {
-        Reject(client, askersId, kTooLarge, "too large for a frame to the handler of " + named, effects);
+        Reject(client, requestersId, kTooLarge, "too large for a frame to the handler of " + named, effects);
         return;
     }
-    m_requests.Add({client, askersId, *handler, request.method, std::move(request.endpoint)});
+    m_requests.Add({client, requestersId, *handler, request.method, std::move(request.endpoint)});
     effects.deliveries.push_back({*handler, text, request.id});
 }
 
@@ -206,18 +207,19 @@ void Router::Conclude(ClientNumber client, Outcome outcome, Effects& effects)
         return;
     }
     const OpenRequest request = *m_requests.Take(outcome.id);
-    outcome.id = request.askersId;
+    outcome.id = request.requestersId;
     const std::string named = Named(request.method, request.endpoint);
     const auto text = TextOf(outcome);
     if (!text) {
-        Reject(request.asker, request.askersId, kTooLarge, "too large for a frame: the answer to " + named, effects);
+        Reject(request.requester, request.requestersId, kTooLarge, "too large for a frame: the answer to " + named,
+               effects);
         return;
     }
     if constexpr (std::is_same_v<Outcome, Wire::Refusal>) {
-        effects.lines.push_back(Label(client) + " refuses " + named + " of " + Label(request.asker) + ": " +
+        effects.lines.push_back(Label(client) + " refuses " + named + " of " + Label(request.requester) + ": " +
                                 std::to_string(outcome.statusCode) + " " + outcome.message);
     }
-    effects.deliveries.push_back({request.asker, text, {}});
+    effects.deliveries.push_back({request.requester, text, {}});
 }
 
 void Router::On(ClientNumber client, const Wire::Notify& notification, Effects& effects)
@@ -255,12 +257,12 @@ void Router::Tell(const Interests::Told& ready, Effects& effects) const
     }
 }
 
-void Router::Reject(ClientNumber asker, std::uint64_t askersId, int statusCode, const std::string& message,
+void Router::Reject(ClientNumber requester, std::uint64_t requestersId, int statusCode, const std::string& message,
                     Effects& effects) const
 {
-    effects.lines.push_back("a request of " + Label(asker) + " is refused: " + std::to_string(statusCode) + " " +
+    effects.lines.push_back("a request of " + Label(requester) + " is refused: " + std::to_string(statusCode) + " " +
                             message);
-    effects.deliveries.push_back({asker, TextOf(Wire::Refusal{askersId, statusCode, message}), {}});
+    effects.deliveries.push_back({requester, TextOf(Wire::Refusal{requestersId, statusCode, message}), {}});
 }
 
 } // namespace GatrixGateway

@@ -71,12 +71,12 @@ private:
     void On(ClientNumber client, const Gatrix::Wire::Ready& ready, Effects& effects);
     void On(ClientNumber client, const Gatrix::Wire::NotReady& notReady, Effects& effects);
 
-    /** Takes an answer or a refusal of the client; gives it, with the asker's number, to the asker. */
+    /** Takes an answer or a refusal of the client; gives it, with the requester's number, to the requester. */
     template <typename Outcome>
     void Conclude(ClientNumber client, Outcome outcome, Effects& effects);
 
     void Tell(const Interests::Told& ready, Effects& effects) const;
-    void Reject(ClientNumber asker, std::uint64_t askersId, int statusCode, const std::string& message,
+    void Reject(ClientNumber requester, std::uint64_t requestersId, int statusCode, const std::string& message,
                 Effects& effects) const;
 
     std::map<ClientNumber, std::string> m_names;

@@ -14,9 +14,6 @@ namespace
 using namespace Gatrix;
 using Wire::FrameError;
 
-/** What fits the reason of a close frame. */
-constexpr std::size_t kMaxReasonBytes = 123;
-
 /** What a frame may hold beside its body. */
 constexpr StrictJson::Limits kEnvelopeLimits{Wire::kMaxFrameBytes, 255, 4096};
 
@@ -170,7 +167,7 @@ private:
         }
     }
 
-    /** Without the member's value where that was refused. */
+    /** The members of kKnown whose values were not refused. */
     Json::Value m_known{Json::objectValue};
     std::optional<std::string> m_body;
     /** What is wrong with the first member that was refused; empty when none was. */
@@ -279,7 +276,7 @@ Wire::Frame Wire::Parse(const std::string& text)
     try {
         return members.Frame();
     } catch (const FrameError& error) {
-        throw FrameError(std::string(Utf8Text::Cut(error.what(), kMaxReasonBytes)), members.Exchange());
+        throw FrameError(std::string(Utf8Text::Cut(error.what(), Wire::kMaxReasonBytes)), members.Exchange());
     }
 }
 

@@ -20,6 +20,8 @@ namespace Gatrix::Wire
 inline constexpr std::uint16_t kPort = 8084;
 /** A larger frame closes the connection with code 1009. */
 inline constexpr std::size_t kMaxFrameBytes = std::size_t{1024} * 1024;
+/** What a close frame has room for beside its code (RFC 6455, section 5.5). */
+inline constexpr std::size_t kMaxReasonBytes = 123;
 
 /** A client's first frame: who it is. */
 struct Hello
