@@ -1,5 +1,6 @@
 #include "DFLimits.h"
 
+#include <initializer_list>
 #include <utility>
 
 #include "DFDiagnosticItem.h"
@@ -9,14 +10,21 @@ namespace DiagnosticFileSvc
 {
 namespace
 {
-/** What is wrong with a text that is given to the kernel or the shell; null when nothing is. */
-const char* WhatIsWrongWith(const std::string& text)
+using NamedText = std::pair<const char*, const std::string*>;
+
+/** What is wrong with the first text that is not fit for the kernel or the shell; empty when all are. */
+std::string WhatIsWrong(const std::string& owner, std::initializer_list<NamedText> texts)
 {
-    if (text.size() > kMaxTextSize) {
-        return " is longer than 4096 bytes";
+    for (const auto& [name, text] : texts) {
+        if (text->size() > kMaxTextSize) {
+            return owner + name + " is longer than " + std::to_string(kMaxTextSize) + " bytes";
+        }
+        // The kernel and the shell would take what stands before it for the whole.
+        if (text->find('\0') != std::string::npos) {
+            return owner + name + " holds a NUL";
+        }
     }
-    // The kernel and the shell would take what stands before it for the whole.
-    return text.find('\0') == std::string::npos ? nullptr : " holds a NUL";
+    return {};
 }
 } // namespace
 
@@ -26,30 +34,14 @@ std::string WhyRefused(const DFSCommonPB::UploadRequest& request)
     if (request.filetype_size() + request.unknown_fields().field_count() > kMaxRequestedTypes) {
         return "Upload request names more than " + std::to_string(kMaxRequestedTypes) + " file types";
     }
-    const std::pair<const char*, const std::string*> texts[] = {
-        {"fileToUpload", &request.filetoupload()},
-        {"subType", &request.subtype()},
-    };
-    for (const auto& [name, text] : texts) {
-        if (const char* const wrong = WhatIsWrongWith(*text)) {
-            return std::string("Upload request's ") + name + wrong;
-        }
-    }
-    return {};
+    return WhatIsWrong("Upload request's ",
+                       {{"fileToUpload", &request.filetoupload()}, {"subType", &request.subtype()}});
 }
 
 std::string WhyRefused(const DFDiagnosticItem& item)
 {
-    const std::pair<const char*, const std::string*> texts[] = {
-        {"input", &item.GetInput()},
-        {"output file name", &item.GetOutputFilename()},
-        {"sub-type", &item.GetSubType()},
-    };
-    for (const auto& [name, text] : texts) {
-        if (const char* const wrong = WhatIsWrongWith(*text)) {
-            return std::string("its ") + name + wrong;
-        }
-    }
-    return {};
+    return WhatIsWrong("its ", {{"input", &item.GetInput()},
+                                {"output file name", &item.GetOutputFilename()},
+                                {"sub-type", &item.GetSubType()}});
 }
 } // namespace DiagnosticFileSvc
