@@ -28,7 +28,7 @@ void GuardHarvest(const char* operation, DFGatrixClient::TextCallback& onError, 
     try {
         step();
     } catch (const std::exception& error) {
-        LogLine(s_log, LOG_LEVEL_ERROR, operation, "The harvest ends by an exception: ", error.what());
+        LogLine(s_log, LOG_LEVEL_ERROR, operation, "The harvest ends with an exception: ", error.what());
         onError(error.what());
     }
 }

@@ -71,7 +71,7 @@ void DFGatrixClient::DiagUploadResponseCB(const std::string& message, int status
             m_onUploadAnswer(UploadResponseOf(message, statusCode));
         }
     } catch (const std::exception& error) {
-        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The answer ends by an exception: ", error.what());
+        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The answer ends with an exception: ", error.what());
         // Without them the gateway's library refuses the request itself, so that its requester does not wait.
         m_onUploadAnswer = {};
         m_onUploadError = {};

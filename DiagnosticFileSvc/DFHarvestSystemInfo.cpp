@@ -76,7 +76,7 @@ bool DFHarvestSystemInfo::IsCollected(const char* operation, const std::string& 
     try {
         return m_spawner.CollectEncryptLogs(outputPath, command) == 0;
     } catch (const std::exception& error) {
-        LogLine(s_log, LOG_LEVEL_ERROR, operation, "The collection ends by an exception: ", error.what());
+        LogLine(s_log, LOG_LEVEL_ERROR, operation, "The collection ends with an exception: ", error.what());
         return false;
     }
 }
@@ -117,7 +117,7 @@ void DFHarvestSystemInfo::CreateUploadTarballCB(const std::string& target, Async
     try {
         m_spawner.TarDiagnosticFiles(target);
     } catch (const std::exception& error) {
-        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The archive's making ends by an exception: ", error.what());
+        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "Packing the archive ends with an exception: ", error.what());
     }
     (*m_pendingArchiveAnswer)(true);
 }

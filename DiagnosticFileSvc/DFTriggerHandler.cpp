@@ -91,7 +91,7 @@ void DFTriggerHandler::GuardRequest(const char* operation, Step step)
     try {
         step();
     } catch (const std::exception& error) {
-        LogLine(s_log, LOG_LEVEL_ERROR, operation, "The request ends by an exception: ", error.what());
+        LogLine(s_log, LOG_LEVEL_ERROR, operation, "The request ends with an exception: ", error.what());
         FinishRequest(kInternalErrorAnswer, 400);
     }
 }
@@ -324,7 +324,7 @@ void DFTriggerHandler::FinishRequest(const std::string& text, int code)
     try {
         RemoveOldDiagnosticFiles();
     } catch (const std::exception& error) {
-        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The clean-up ended by an exception: ", error.what());
+        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The clean-up ended with an exception: ", error.what());
     }
     (*m_response)(text, code);
 }

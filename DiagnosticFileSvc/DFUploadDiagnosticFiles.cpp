@@ -126,7 +126,7 @@ void DFUploadDiagnosticFiles::Guarded(Args... args)
     try {
         (this->*handler)(args...);
     } catch (const std::exception& error) {
-        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The upload ends by an exception: ", error.what());
+        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The upload ends with an exception: ", error.what());
         Answer("Unable to upload", 400);
     }
 }

@@ -43,7 +43,7 @@ private:
             m_task->Run();
             return m_task->TakeResponse();
         } catch (const std::exception& error) {
-            LogLine(s_log, 1, __func__, "The operation ended by an exception: ", error.what());
+            LogLine(s_log, 1, __func__, "The operation ended with an exception: ", error.what());
             return NothingSent();
         }
     }

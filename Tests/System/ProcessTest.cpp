@@ -170,7 +170,7 @@ TEST_F(Process, TakesAnythingOnItsCommandLine)
         EXPECT_EQ(told.status == 0, each.isAnswered) << told.output;
         EXPECT_THAT(told.output, HasSubstr(each.output));
     }
-    EXPECT_THAT(m_service->Output(), HasSubstr("CLI Handler: a handler ended by an exception: stoi"));
+    EXPECT_THAT(m_service->Output(), HasSubstr("CLI Handler: a handler ended with an exception: stoi"));
     struct stat status
     {};
     ASSERT_EQ(stat("/run/vantor/cli/DiagnosticFileService.sock", &status), 0);

@@ -13,7 +13,7 @@ void RunGuarded(const std::string& taskName, Handler handler)
     try {
         handler();
     } catch (const std::exception& error) {
-        s_log.Log(1, "%s: a handler ended by an exception: %s", taskName.c_str(), error.what());
+        s_log.Log(1, "%s: a handler ended with an exception: %s", taskName.c_str(), error.what());
     }
 }
 

@@ -31,7 +31,7 @@ struct CTask::Thread
     std::condition_variable changed;
     bool ended = false;
     std::thread::id id;
-    /** Of the body's waits for other tasks. */
+    /** The body waits for no other task any longer. */
     std::atomic<bool> interrupted{false};
     /** The task that the body waits for; null while it waits for none. */
     std::shared_ptr<Thread> awaited;
@@ -83,7 +83,7 @@ struct CTask::Thread
         try {
             thread->task->ThreadBody();
         } catch (const std::exception& error) {
-            s_log.Log(1, "%s: the task ended by an exception: %s", thread->name.c_str(), error.what());
+            s_log.Log(1, "%s: the task ended with an exception: %s", thread->name.c_str(), error.what());
         }
         const std::lock_guard lock(thread->mutex);
         thread->ended = true;

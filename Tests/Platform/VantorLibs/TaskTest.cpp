@@ -75,7 +75,7 @@ TEST(Task, GoesOnAfterAnException)
     task.record("good", 1);
     task.Drain();
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                testing::HasSubstr("RecorderOfCallbacks: a handler ended by an exception: negative"));
+                testing::HasSubstr("RecorderOfCallbacks: a handler ended with an exception: negative"));
     EXPECT_THAT(task.entries, ElementsAre("good1"));
 }
 
