@@ -30,11 +30,13 @@ Shows what an archive of diagnostic files holds and whether it is whole, and ope
                             there already is never overwritten; what is left of a damaged item is NAME.damaged
   --cat SUBTYPE             write the plain content of the items with this sub-type to standard output, in the order in
                             which the archive holds them
-  --key KEY                 the private key, in PEM form, that belongs to the device's certificate
-  --max-plain-size BYTES    accept items of up to so many bytes (default 1 GiB), however much work the archive makes
+  --key KEY                 the private key, in PEM form, that belongs to the device's certificate; --extract and --cat
+                            need it
+  --max-plain-size BYTES    accept items of up to so many bytes (default 1 GiB), however long opening the archive takes
   --help                    show this text
 
-Exit status: 0 all is whole, 1 something is missing or damaged (with --cat: of what was asked for), 2 bad usage.
+Exit status: 0 all is whole, 1 something is missing, damaged, refused or not in the manifest (with --cat: of what was
+asked for), 2 wrong usage, or a file that cannot be opened.
 )";
 
 FileDescriptor OpenArchive(const std::string& path)

@@ -11,13 +11,13 @@ const char kHelpText[] =
 Takes part as an on-device service: offers "/system/info", an endpoint that answers with a file path and one that
 answers with a payload, registers these two as diagnostic items, posts an upload and shows its answer.
 
-  --type TYPE        what to upload, such as LOGREAD or TOP; may be given several times (UPLOAD_EVERYTHING)
+  --type TYPE        what to upload, such as LOGREAD or TOP; may be given several times (default: everything)
   --sub-type TEXT    only the items of that sub-type; the peer's own are "peer note" and "peer state"
   --file PATH        upload this one file, instead of registered items
   --payload TEXT     what the payload endpoint answers with
   --stay             go on offering the endpoints after the answer
-  --port PORT        of the gateway, on this machine (8084)
-  --timeout SECONDS  how long to wait for the gateway and the service; the upload itself may take any time (30)
+  --port PORT        of the gateway, on this machine (default 8084)
+  --timeout SECONDS  how long to wait for the gateway and the service (default 30); the upload itself may take an hour
   --help             show this text
 
 Exit status: 0 the upload succeeded, 1 it was refused or failed, 2 wrong usage, 3 gateway or service did not come.

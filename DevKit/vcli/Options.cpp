@@ -8,10 +8,10 @@ const char kHelpText[] =
 Sends a command to the service that offers it and prints the reply. `vcli help` lists the commands of all services.
 Without a command it reads commands from standard input, one a line, with a prompt on a terminal; `quit` ends it.
 
-  --timeout SECONDS   how long to wait for a reply (5)
+  --timeout SECONDS   how long to wait for a reply (default 5)
   --wait[=SECONDS]    after the reply, wait for the next line that the service sends by itself, such as the outcome
-                      of an upload, and print it; for so long (900)
-  --no-wait           do not
+                      of an upload, and print it; give up after SECONDS (default 900)
+  --no-wait           end after the reply
   --help              show this text
 
 With neither --wait nor --no-wait it waits if the reply ends in "Triggered", except at a prompt: there such lines show
