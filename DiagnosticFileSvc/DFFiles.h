@@ -4,7 +4,7 @@
 
 #include "DPrint.h"
 
-/** The service's way with the files of the persistence directory. */
+/** How the service reads and removes files of its own. */
 namespace DiagnosticFileSvc
 {
 /** The text after the last "/" of a path, or all of it; empty when the path names no file. Thread-safe. */

@@ -24,7 +24,7 @@ inline constexpr std::size_t kMaxRegisteredBytes = std::size_t{2} * 1024 * 1024;
 /** Most file types in one request, repeated ones counted. */
 inline constexpr int kMaxRequestedTypes = 100;
 
-/** Largest configuration or manifest file, in bytes: far more than a full registry needs. */
+/** Largest file that the service reads of its own, in bytes. The configuration file that it writes has about 2 KiB. */
 inline constexpr std::size_t kMaxOwnFileSize = 512 * 1024;
 
 /** Why a request is refused, as the text of its answer; empty when it is not. Thread-safe. */

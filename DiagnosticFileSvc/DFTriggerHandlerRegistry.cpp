@@ -29,7 +29,7 @@ const DPrint s_log(kTriggerHandler);
 
 constexpr double kConfigurationVersion = 1.2;
 
-/** How much of a text the log shows that is refused for its length. */
+/** How many bytes of the sub-type the log shows of an item that is refused. */
 constexpr std::size_t kNameInLog = 64;
 
 struct BuiltInItem

@@ -23,7 +23,7 @@ constexpr std::size_t kMaxArgumentSize = 128 * 1024;
 /** Starts the command; an error number as of posix_spawn(3), 0 when it runs. */
 int SpawnShell(const std::string& command, const posix_spawn_file_actions_t* actions, pid_t& child)
 {
-    // Found out here, before the child has opened and so emptied the output file.
+    // Checked here, because the child opens the output file, and so empties it, before it could fail.
     if (command.size() >= kMaxArgumentSize) {
         return E2BIG;
     }

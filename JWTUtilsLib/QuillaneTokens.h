@@ -36,9 +36,9 @@ public:
      * that is no number, or in a file too large, counts as 0. When there is no refresh token, its file is written to
      * say so.
      *
-     * @return false when the token file cannot be read or is empty, and then the object holds what it did before. False
-     *         also when the file is too large or not the JSON form of the tokens: then the message is empty, but JWTs
-     * and times are those from before. IsValid tells that they are not the file's.
+     * @return false when the token file cannot be read or is empty: the object then holds what it did before. False
+     *         also when the file is too large or not the JSON form of the tokens: the message is then empty, but JWTs
+     *         and times are those from before. IsValid tells that they are not the file's.
      * @throws std::invalid_argument, std::out_of_range when the access token's expiration time is not a number, or not
      *         one of a time (see ParseTime), or its file is too large. All else is loaded by then, and the object is
      *         valid; the access token counts as having expired at the epoch.
@@ -55,8 +55,8 @@ public:
      * Loads the tokens from their JSON form, as the cloud sends it; the access token expires `expires_in` seconds from
      * now. A refresh token that was there before is kept when the text brings none.
      *
-     * @return false when the text is not the JSON form of the tokens: the message is empty then, JWTs and times are
-     * those from before
+     * @return false when the text is not the JSON form of the tokens: the message is then empty, JWTs and times are
+     *         those from before
      */
     bool LoadString(const std::string& json);
 

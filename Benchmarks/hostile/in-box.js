@@ -11,8 +11,8 @@ const { Cloud, kMiB, sleep } = require('./peers.js');
 
 const kLogPath = '/tmp/service.log';
 const kConfiguration = '/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json';
-const kAttackDeadline = 40000;
-const kDeadline = 20000;
+const kAttackDeadline = 40000; // milliseconds
+const kDeadline = 20000; // milliseconds
 const kMemoryGoal = 16 * kMiB;
 const kLogGoal = kMiB;
 const kTwelveTypes = ['1', '4', '6', '7', '9', '10', '11', '12', '13', '14', '15', '16'];

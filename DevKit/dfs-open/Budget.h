@@ -15,7 +15,7 @@ public:
         : m_bytes(limits.totalSize), m_seconds(limits.processorSeconds), m_start(std::clock())
     {}
 
-    /** Takes bytes that a layer works on; false, from then on, when they or the processor time are used up. */
+    /** Takes off the bytes that a layer works on. False, for good, once the bytes or the processor time are used up. */
     bool Spend(std::uint64_t bytes)
     {
         constexpr std::uint64_t kClockStep = std::uint64_t{64} * 1024;

@@ -28,7 +28,7 @@ constexpr std::size_t kLongestLength = 4;
 
 const std::string kEnvelopedData("\x2a\x86\x48\x86\xf7\x0d\x01\x07\x03", 9);
 
-/** Goes through elements in BER; false, and no further, where there is none of the identifier. */
+/** Goes through elements in BER. Where there is none of the identifier it says so and stays. */
 class BerReader
 {
 public:

@@ -6,7 +6,7 @@
 namespace DfsOpen
 {
 
-/** Where in a CMS message its parts lie. */
+/** Where in a CMS message its parts lie. Not thread-safe. */
 struct EnvelopeLayout
 {
     enum class Form

@@ -42,7 +42,7 @@ struct ArchiveReport
  * the archive is lost, but is a fault.
  *
  * @param descriptor an open regular file
- * @param key the recipient's key; without one no plain content is to be had
+ * @param key the recipient's key; without one no plain content is read
  */
 ArchiveReport Examine(int descriptor, const PrivateKey* key, const Limits& limits, PlainOutput& output);
 

@@ -39,7 +39,7 @@ private:
     Offers AskForCommands();
     ExitStatus RunOn(ServiceLink& link, const std::string& line);
     ExitStatus AwaitOutcome(ServiceLink& link);
-    /** Waits for an event; prints all else that comes before. */
+    /** Waits for an event of the kind, until the deadline; prints the others that come before it. */
     static ServiceLink::Result Await(ServiceLink& link, const std::function<bool(const CliWire::Event&)>& isAwaited,
                                      CliWire::Event& event, ServiceLink::Clock::time_point deadline);
     bool IsToWait(const std::string& reply) const;

@@ -54,8 +54,8 @@ public:
      * Any thread, before or after Initialize: adds a command. A command of the same words is replaced. What cannot be
      * called (no words, no handler, no task) is logged at level 1 and dropped.
      *
-     * @param words   the command's words, parted by blanks. A command line calls the longest command that it begins
-     * with.
+     * @param words   the command's words, separated by blanks. A command line calls the longest command that it
+     *                begins with.
      * @param help    one line for people: what it does
      * @param usage   one line for people: how to call it
      * @param task    runs the handler; null for the task given to Initialize; must outlive this client

@@ -54,7 +54,7 @@ struct Alarm::State
 
     asio::steady_timer timer;
     std::function<void()> work;
-    /** Of the latest Set or Cancel: an expiry that was on its way by then is none of it. */
+    /** Counts calls of Set and Cancel: an expiry that was queued before the latest one must do nothing. */
     unsigned int number = 0;
 };
 

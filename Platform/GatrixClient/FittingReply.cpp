@@ -115,7 +115,7 @@ Wire::Answer FittingReply::Answer(std::uint64_t id, const Message& message)
     std::sort(texts.begin(), texts.end(), [](const auto& one, const auto& other) { return one.size > other.size; });
 
     Wire::Answer answer{kLongestId, ProtoToMarkup::ToJson(*copy, false)};
-    // Each takes a conversion of the message, or some; what is left is too large for another reason than its texts.
+    // Each cut converts the message several times. What is still too large has another cause than long texts.
     constexpr std::size_t kMaxCut = 16;
     texts.resize(std::min(texts.size(), kMaxCut));
     for (const TextField& field : texts) {

@@ -13,7 +13,7 @@
 namespace Gatrix::FittingReply
 {
 /**
- * The answer's frame. It is still too large when more than those texts is.
+ * The answer's frame. It may be too large even after these cuts: sending it then refuses the request with status 413.
  * @throws ProtoToMarkup::MarkupError when a required field is not set
  */
 Wire::Answer Answer(std::uint64_t id, const google::protobuf::Message& message);

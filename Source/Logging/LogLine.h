@@ -9,8 +9,8 @@
 
 #include "DPrint.h"
 
-/** How many bytes of one text a line shows: whoever sends a text of any length must leave room for the line's others.
- */
+/** How many bytes of one text a line shows: a text from outside, however long, must leave room for the rest of its
+ *  line. */
 inline constexpr std::size_t kLongestLoggedText = 4096;
 
 /**

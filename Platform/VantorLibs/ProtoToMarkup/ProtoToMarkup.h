@@ -47,9 +47,9 @@ public:
      * as proto2 has it), a text member may be a field's lowerCamelCase name, null stands for a field that is not set.
      * Members that the schema does not know are ignored, except beside a root.
      *
-     * @throws MarkupError for text that is not a JSON object in UTF-8 (a member named twice, a field under both its
-     * names, a passed limit of StrictJson), a value of the wrong type, an unknown enumeration name, a required field
-     *         that is missing
+     * @throws MarkupError for text that is not an object or that StrictJson refuses (a member named twice, a limit that
+     *         is passed), for a field under both its names, a value of the wrong type, an unknown enumeration name, a
+     *         required field that is missing
      */
     static void FromJson(const std::string& text, google::protobuf::Message& message);
 

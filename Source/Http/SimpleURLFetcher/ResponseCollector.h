@@ -14,7 +14,8 @@ namespace Http
  * Takes in an answer as it arrives. What it takes is bounded: no server can exhaust the device's memory.
  *
  * Of several answers to one request (100 Continue, a proxy's answer to CONNECT, redirects) only the last one stays. Of
- * a field that comes more than once the last value stays. Trailer fields are dropped (RFC 9110, section 6.5.1).
+ * a field that comes more than once the last value stays. Trailer fields are dropped (RFC 9110, section 6.5.1). Not
+ * thread-safe.
  */
 class ResponseCollector
 {
