@@ -136,7 +136,8 @@ TEST_F(Process, StaysAlive_WhenItsAssemblyFails)
     ASSERT_TRUE(m_service->WaitForOutput("OnEntry: DiagnosticFileService::OnEntry - END"));
     EXPECT_THAT(m_service->Output(),
                 HasSubstr("1 DiagnosticFileService: OnEntry: exception :cannot start the task CLI Handler: "));
-    EXPECT_THAT(ReadWholeFile(ProcPath("status")), HasSubstr("State:\tS"));
+    const auto isAsleep = [this] { return ReadWholeFile(ProcPath("status")).find("State:\tS") != std::string::npos; };
+    EXPECT_TRUE(WaitUntil(isAsleep));
 }
 
 TEST_F(Process, Ends_WhenTheProductHasNoIdentity)
