@@ -25,7 +25,7 @@ inline constexpr std::size_t kMaxRegisteredBytes = std::size_t{2} * 1024 * 1024;
 inline constexpr int kMaxRequestedTypes = 100;
 
 /** Largest file that the service reads of its own, in bytes. The configuration file that it writes has about 2 KiB. */
-inline constexpr std::size_t kMaxOwnFileSize = 512 * 1024;
+inline constexpr std::size_t kMaxOwnFileSize = std::size_t{512} * 1024;
 
 /** Why a request is refused, as the text of its answer; empty when it is not. Thread-safe. */
 std::string WhyRefused(const DFSCommonPB::UploadRequest& request);
