@@ -20,6 +20,6 @@ void SanitizeStartEnvironment()
     std::signal(SIGCHLD, SIG_DFL);
     sigset_t none;
     sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
+    pthread_sigmask(SIG_SETMASK, &none, nullptr);
 }
 } // namespace DiagnosticFileSvc

@@ -18,7 +18,7 @@ namespace
 const DPrint s_log(kSpawner);
 
 /** The longest argument that the kernel takes, its NUL counted: MAX_ARG_STRLEN, see execve(2). */
-constexpr std::size_t kMaxArgumentSize = 128 * 1024;
+constexpr std::size_t kMaxArgumentSize = std::size_t{128} * 1024;
 
 /** Starts the command; an error number as of posix_spawn(3), 0 when it runs. */
 int SpawnShell(const std::string& command, const posix_spawn_file_actions_t* actions, pid_t& child)

@@ -73,6 +73,7 @@ void WriteFormatted(int level, const char* name, const char* format, va_list arg
     std::array<char, LineBuffer::kMaxKept + 1> text;
     const int written = std::snprintf(text.data(), text.size(), "%d %s: ", level, name);
     const std::size_t start = std::min(static_cast<std::size_t>(std::max(written, 0)), text.size() - 1);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the callers have started it
     int length = std::vsnprintf(text.data() + start, text.size() - start, format, arguments);
     if (length < 0) {
         length = std::snprintf(text.data() + start, text.size() - start, "%s", format);

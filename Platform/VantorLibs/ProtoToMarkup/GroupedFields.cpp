@@ -21,6 +21,7 @@ std::string GroupedFields::Group(const std::string& binary, const google::protob
     UnknownFieldSet fields;
     fields.ParseFromString(binary);
     std::vector<const UnknownField*> order;
+    order.reserve(static_cast<std::size_t>(fields.field_count()));
     for (int index = 0; index < fields.field_count(); ++index) {
         order.push_back(&fields.field(index));
     }
