@@ -17,7 +17,11 @@ void SanitizeStartEnvironment()
             throw std::system_error(errno, std::generic_category(), "cannot open /dev/null");
         }
     }
-    std::signal(SIGCHLD, SIG_DFL);
+    for (const int signal : {SIGCHLD, SIGTERM, SIGUSR1, SIGUSR2, SIGALRM}) {
+        std::signal(signal, SIG_DFL);
+    }
+    // Not ignored, which commands would inherit.
+    std::signal(SIGXFSZ, [](int) {});
     sigset_t none;
     sigemptyset(&none);
     pthread_sigmask(SIG_SETMASK, &none, nullptr);

@@ -102,13 +102,15 @@ TEST_F(Process, RunsAsAlways_WhateverItInherits)
 {
     const std::string lock = "/run/vantor/DiagnosticFileService.lock";
     WriteWholeFile(lock, std::string(100000, 'x'));
-    // Without standard streams, with the ends of children thrown away, and with a signal blocked.
-    m_service = std::make_unique<ChildProcess>(
-        std::vector<std::string>{"sh", "-c", "exec env --ignore-signal=CHLD --block-signal=TERM \"$0\" <&- >&- 2>&-",
-                                 Program("DiagnosticFileService")});
+    // Without standard streams, with the ends of children thrown away, and with a signal ignored and blocked.
+    m_service = std::make_unique<ChildProcess>(std::vector<std::string>{
+        "sh", "-c", "exec env --ignore-signal=CHLD,TERM --block-signal=TERM \"$0\" <&- >&- 2>&-",
+        Program("DiagnosticFileService")});
     EXPECT_TRUE(WaitUntil([] { return Vcli({"diagfileservice", "show", "uploadtypes"}).status == 0; }));
     EXPECT_THAT(Vcli({"diagfileservice", "upload", "12"}).output, HasSubstr("Upload status code = 400"))
         << "the file is not there, which a command's exit status tells";
+    kill(m_service->Pid(), SIGXFSZ);
+    EXPECT_EQ(Vcli({"diagfileservice", "show", "uploadtypes"}).status, 0) << "a file has grown to a limit";
     EXPECT_EQ(ReadWholeFile(lock), std::to_string(m_service->Pid()) + "\n");
     for (const char* stream : {"0", "1", "2"}) {
         EXPECT_EQ(std::filesystem::read_symlink(ProcPath("fd/") + stream), "/dev/null");
