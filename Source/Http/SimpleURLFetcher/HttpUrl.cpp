@@ -22,7 +22,9 @@ bool Http::IsHttpUrl(const std::string& text)
 {
     const std::unique_ptr<CURLU, FreeUrl> url(curl_url());
     char* scheme = nullptr;
-    if (!url || curl_url_set(url.get(), CURLUPART_URL, text.c_str(), CURLU_GUESS_SCHEME) != CURLUE_OK ||
+    // libcurl would take what stands before a NUL for the whole.
+    if (!url || text.find('\0') != std::string::npos ||
+        curl_url_set(url.get(), CURLUPART_URL, text.c_str(), CURLU_GUESS_SCHEME) != CURLUE_OK ||
         curl_url_get(url.get(), CURLUPART_SCHEME, &scheme, 0) != CURLUE_OK) {
         return false;
     }
