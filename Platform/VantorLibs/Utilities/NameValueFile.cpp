@@ -37,7 +37,9 @@ NameValueFile::NameValueFile(const std::string& path) : m_path(path)
         return;
     }
     try {
-        const Json::Value root = StrictJson::Parse(content);
+        StrictJson::Limits limits;
+        limits.bytes = kMaxSize;
+        const Json::Value root = StrictJson::Parse(content, limits);
         if (!root.isObject()) {
             throw StrictJson::Error("not an object");
         }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
@@ -8,13 +9,16 @@
  * A flat JSON file of names and values. The values are texts, numbers or booleans and are given back as text, a number
  * exactly as the file writes it ("1.10" stays "1.10").
  *
- * Nothing here throws for what a file holds: a file that is missing, unreadable or not a JSON object acts as one
- * without names; null, a list or an object acts as an absent value. Each such miss is logged at level 2.
+ * Nothing here throws for what a file holds: a file that is missing, unreadable, too large or not a JSON object acts as
+ * one without names; null, a list or an object acts as an absent value. Each such miss is logged at level 2.
  * The file is read once, by the constructor. Afterwards any thread may ask.
  */
 class NameValueFile
 {
 public:
+    /** Largest file, in bytes. Its values are sent on, and kept while they are. */
+    static constexpr std::size_t kMaxSize = std::size_t{64} * 1024;
+
     explicit NameValueFile(const std::string& path);
 
     /** The value of that name, or the default if the file has none. */

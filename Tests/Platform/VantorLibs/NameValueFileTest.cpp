@@ -35,6 +35,7 @@ TEST(NameValueFile, UnusableFile_ActsAsEmptyAndIsLogged)
                                  folder.Write("empty", ""),
                                  folder.Write("list", "[1]"),
                                  folder.Write("cut", R"({"short": "1)"),
+                                 folder.Write("large", R"({"short": "1"})" + std::string(NameValueFile::kMaxSize, ' ')),
                                  folder.Write("nul", std::string("{\"short\": \"1\"}\0{}", 17))};
     for (const std::string& path : paths) {
         testing::internal::CaptureStderr();
