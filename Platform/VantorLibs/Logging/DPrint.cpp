@@ -19,6 +19,7 @@
 #include <memory>
 #include <mutex>
 #include <set>
+#include <stdexcept>
 
 namespace
 {
@@ -66,6 +67,16 @@ spdlog::logger& Sink()
 void WriteLine(const std::string& line)
 {
     Sink().log(spdlog::level::info, spdlog::string_view_t(line));
+}
+
+/** @throws std::invalid_argument for null and booleans too, which jsoncpp takes for numbers: they would silence the log
+ */
+int Threshold(const Json::Value& value)
+{
+    if (!value.isInt()) {
+        throw std::invalid_argument("a threshold is no number");
+    }
+    return value.asInt();
 }
 
 void WriteFormatted(int level, const char* name, const char* format, va_list arguments)
@@ -142,9 +153,9 @@ void DPrint::Initialize()
         std::map<std::string, int> byName;
         const Json::Value& loggers = configuration["loggers"];
         for (const auto& name : loggers.getMemberNames()) {
-            byName[name] = loggers[name].asInt();
+            byName[name] = Threshold(loggers[name]);
         }
-        DPrintRegistry::Instance().Configure(configuration.get("threshold", kDefaultThreshold).asInt(), byName);
+        DPrintRegistry::Instance().Configure(Threshold(configuration.get("threshold", kDefaultThreshold)), byName);
     } catch (const std::exception& error) {
         DPrintRegistry::Instance().Configure(kDefaultThreshold, {});
         log.LogWarning("%s: %s is not usable, the default threshold applies: %s", __func__, kConfigurationFile,

@@ -124,6 +124,7 @@ TEST(DPrint, TakesThresholdsFromItsFile)
         {R"({"loggers": {"Other": 6}})", 3, 6, true},
         {R"({"threshold": 0, "loggers": {"Other": 4, "Unknown": 2}})", 0, 4, true},
         {R"({"threshold": "high"})", 3, 3, false},
+        {R"({"loggers": {"Other": null}})", 3, 3, false},
         {R"({"loggers": ["Other"]})", 3, 3, false},
         {R"({"threshold": )", 3, 3, false},
         {"{}", 3, 3, true},
