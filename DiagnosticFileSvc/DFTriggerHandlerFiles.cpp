@@ -1,6 +1,8 @@
 // What a request leaves on the device: the manifest, the list of files to pack, and the clean-up.
 
 #include <algorithm>
+#include <map>
+#include <string>
 
 #include "DFConstants.h"
 #include "DFFiles.h"
@@ -58,6 +60,7 @@ void DFTriggerHandler::CreateTarballFromManifest()
 {
     const LogScope scope(s_log, __func__);
     std::string filesToTar = kUploadManifestFile;
+    std::map<std::string, std::string> subTypes;
     for (const auto& item : m_uploadManifest.item()) {
         if (!item.has_filename()) {
             continue;
@@ -67,6 +70,13 @@ void DFTriggerHandler::CreateTarballFromManifest()
         if (!SystemUtils::Exists(kPersistenceDirectory + item.filename() + ".gz")) {
             LogLine(s_log, LOG_LEVEL_WARNING, __func__, "Missing from the archive: ", item.filename(),
                     ".gz, of the item with subType: ", item.subtype());
+        }
+        // Two items whose output names are alike, collected within a second.
+        std::string& subType = subTypes.try_emplace(item.filename(), item.subtype()).first->second;
+        if (subType != item.subtype()) {
+            LogLine(s_log, LOG_LEVEL_WARNING, __func__, "Missing from the archive: the item with subType: ", subType,
+                    ", overwritten by the item with subType: ", item.subtype());
+            subType = item.subtype();
         }
     }
     LogProgress(s_log, __func__, "filesToTar: ", filesToTar);

@@ -218,10 +218,21 @@ TEST_F(DFTriggerHandler, SaysWhatAnUploadHasLost_AndLeavesNothingBehind)
     Register("echo kept", "kept");
     testing::internal::CaptureStderr();
     EXPECT_EQ(Ask(RequestOf({EXE_SCRIPT})).second, 200);
-    const std::string log = testing::internal::GetCapturedStderr();
+    std::string log = testing::internal::GetCapturedStderr();
     EXPECT_THAT(log, HasSubstr("DFS UploadManifest store persistence error - "));
     EXPECT_THAT(log, testing::ContainsRegex("Missing from the archive: dfs_lost_[0-9]+.gz, of the item .*: lost"));
     EXPECT_THAT(log, Not(testing::ContainsRegex("Missing from the archive: dfs_kept")));
+
+    Register("echo one", "one/same", SCRIPT, PROC_STAT);
+    Register("echo two", "two/same", SCRIPT, PROC_STAT);
+    const std::string overwritten = "Missing from the archive: the item with subType: one/same, overwritten by ";
+    // The second may turn between the two.
+    for (int attempt = 0; attempt < 10 && log.find(overwritten) == std::string::npos; ++attempt) {
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(Ask(RequestOf({PROC_STAT})).second, 200);
+        log = testing::internal::GetCapturedStderr();
+    }
+    EXPECT_THAT(log, HasSubstr(overwritten));
     EXPECT_EQ(NamesIn(kPersistence), before);
 }
 
