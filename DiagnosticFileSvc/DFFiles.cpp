@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <system_error>
 
@@ -28,10 +29,11 @@ std::string ReadOwnFile(const DPrint& log, const char* operation, const std::str
     return SystemUtils::ReadFile(path);
 }
 
-void RemoveFile(const std::string& path)
+void RemoveFile(const DPrint& log, const char* operation, const std::string& path)
 {
-    if (!FilenameOf(path).empty()) {
-        unlink(path.c_str());
+    if (!FilenameOf(path).empty() && unlink(path.c_str()) != 0 && errno != ENOENT && errno != ENOTDIR) {
+        LogLine(log, LOG_LEVEL_WARNING, operation, path,
+                " stays, it cannot be removed: ", std::generic_category().message(errno));
     }
 }
 } // namespace DiagnosticFileSvc

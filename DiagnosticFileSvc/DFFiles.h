@@ -18,6 +18,11 @@ std::string FilenameOf(const std::string& path);
  */
 std::string ReadOwnFile(const DPrint& log, const char* operation, const std::string& path);
 
-/** Removes a file, and never a folder, see unlink(2). A path without a file name is left alone. Blocks. */
-void RemoveFile(const std::string& path);
+/**
+ * Removes a file, and never a folder, see unlink(2). A path without a file name is left alone. A file that is there and
+ * cannot be removed is logged under the operation's name.
+ *
+ * Blocks.
+ */
+void RemoveFile(const DPrint& log, const char* operation, const std::string& path);
 } // namespace DiagnosticFileSvc

@@ -256,8 +256,8 @@ void DFTriggerHandler::DropCurrentItem()
     }
     // The harvested file name is a full path already, so this names no file and what the item left stays: deliberate.
     const std::string path = kPersistenceDirectory + harvested;
-    RemoveFile(path);
-    RemoveFile(path + ".gz");
+    RemoveFile(s_log, __func__, path);
+    RemoveFile(s_log, __func__, path + ".gz");
 }
 
 void DFTriggerHandler::GXHarvestFilepathResponseCB(const std::string& filepath)

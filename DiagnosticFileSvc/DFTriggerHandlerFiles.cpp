@@ -92,8 +92,8 @@ void DFTriggerHandler::RemoveOldDiagnosticFiles()
         // The request's manifest could not be stored, on a full disk for one. Its files must not keep the disk full.
         RemoveFilesOf(m_uploadManifest);
     }
-    RemoveFile(kArchive);
-    RemoveFile(std::string(kPersistenceDirectory) + kUploadManifestFile);
+    RemoveFile(s_log, __func__, kArchive);
+    RemoveFile(s_log, __func__, std::string(kPersistenceDirectory) + kUploadManifestFile);
 
     m_currentItem = nullptr;
     m_uploadManifest.Clear();
@@ -121,8 +121,8 @@ void DFTriggerHandler::RemoveFilesOf(const DFSCommonPB::UploadManifest& manifest
                     "Not a file of the persistence directory, left alone: ", item.filename());
         } else if (!item.filename().empty()) {
             const std::string path = kPersistenceDirectory + item.filename();
-            RemoveFile(path);
-            RemoveFile(path + ".gz");
+            RemoveFile(s_log, kOperation, path);
+            RemoveFile(s_log, kOperation, path + ".gz");
         }
     }
 }

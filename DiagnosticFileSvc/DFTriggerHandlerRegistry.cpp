@@ -216,7 +216,7 @@ void DFTriggerHandler::LoadDiagItemsFromConfigFile()
     LogProgress(s_log, __func__, "diagItemConfigList file_version: ", StringUtils::ToString(list.version()));
     if (list.version() != kConfigurationVersion) {
         LogProgress(s_log, __func__, "diagItemConfigList file version does not match current version");
-        RemoveFile(path);
+        RemoveFile(s_log, __func__, path);
         RegisterBuiltInItems();
         CreateDiagItemConfigFile();
         return;

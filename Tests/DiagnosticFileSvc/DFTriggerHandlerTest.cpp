@@ -241,7 +241,9 @@ TEST_F(DFTriggerHandler, AnswersWhenTheArchiveCannotBeRead_AndStaysFree)
     StartWithRegistry();
     const std::string inTheWay = std::string(kPersistence) + "dfs_diagfile.tar.gz";
     std::filesystem::create_directories(inTheWay); // a folder is never removed, not even an empty one
+    testing::internal::CaptureStderr();
     EXPECT_EQ(Ask(RequestOf({PROC_LOADAVG})), kNoTarball);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(inTheWay + " stays, it cannot be removed: Is a dir"));
     std::filesystem::remove_all(inTheWay);
     EXPECT_EQ(Ask(RequestOf({PROC_LOADAVG})).second, 200);
 }
