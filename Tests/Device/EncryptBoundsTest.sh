@@ -4,18 +4,18 @@
 key=$1
 cd /tmp || exit 1
 
-set_bound grace 0.5
+set_bound grace 2 0.5
 
 # What a command leaves behind holds the output open: it is waited for shortly, not for longer than this test may take. A
 # session of its own saves its life.
-seal encrypt-logs sh -c 'echo kept; sleep 1001 & setsid sleep 1004 & exit 4'
+seal encrypt-logs sh -c 'echo kept; sleep 1001 & timeout 1001 sleep 1001 & setsid sleep 1004 & exit 4'
 equal "status and output, with processes left behind" "4 kept" "$status $(cat plain)"
 gone "sleep 1001"
 check "the daemon lives on" running "sleep 1004"
-set_bound kill_delay 0.2
+set_bound kill_delay 5 0.2
 
 # More output than the bound.
-set_bound command_blocks 2
+set_bound command_blocks 256 2
 head -c 200000 /dev/urandom >random
 head -c 131072 random >longest
 seal encrypt-logs dd if=longest of=/dev/stdout bs=1000 status=none
@@ -31,7 +31,7 @@ done
 gone "echo more"
 
 # More time than the bound.
-set_bound time_limit 1
+set_bound time_limit 60 1
 cut_line="encrypt-logs: cut here, the command was ended after 1 seconds"
 for command in 'trap "" TERM; sleep 1002 & sleep 1002' \
     'timeout 1002 sleep 1002; : in a process group of its own' 'exec >/dev/null 2>&1; sleep 1002'; do

@@ -42,7 +42,7 @@ sealed dfs-encrypt-string.sh "$long"
 equal "a long text" "$long" "$(cat plain)"
 refused dfs-encrypt-string.sh
 
-set_bound file_blocks 2
+set_bound file_blocks 1024 2
 sealed dfs-encrypt-existing-file.sh random
 { head -c 131072 random; printf '\n%s\n' "dfs-encrypt-existing-file.sh: cut here, after the first 131072 bytes"; } >expected
 check "a file beyond the bound" cmp expected plain

@@ -7,6 +7,7 @@ cd /tmp || exit 1
 # What is printed comes out again, and the exit status is the command's.
 seal encrypt-logs sh -c 'printf out; printf err >&2; exit 3'
 equal "status and both streams" "3 outerr" "$status $(cat plain)"
+openssl cms -cmsout -print -inform DER -in sealed | grep -q 'algorithm: aes-256-cbc ' || fail "another cipher"
 
 head -c 300000 /dev/urandom >random
 seal encrypt-logs cat random
@@ -39,6 +40,7 @@ done
 refute "a full disk" sh -c 'encrypt-logs yes >/dev/full 2>err'
 refute "a full disk and little to write" sh -c 'encrypt-logs echo >/dev/full 2>err'
 gone yes
+refute "a command whose end is not seen" encrypt-logs sh -c "sleep 0.2; kill -KILL \$PPID" >sealed 2>err
 
 # Without a usable certificate nothing is run, nor without a command.
 refused encrypt-logs

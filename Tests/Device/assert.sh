@@ -65,10 +65,10 @@ seal() {
     openssl cms -decrypt -binary -inform DER -inkey "$key" -in sealed | gzip -dc >plain
 }
 
-# set_bound NAME VALUE: a bound of the encrypting scripts, on this box's copy of them.
+# set_bound NAME STATED VALUE: another value for a bound of the encrypting scripts, on this box's copy of them.
 set_bound() {
-    sed -i "s/^$1=[0-9.]*/$1=$2/" /opt/Vantor/lib/diag-encrypt.sh
-    check "bound $1 is set" grep -q "^$1=$2" /opt/Vantor/lib/diag-encrypt.sh
+    sed -E -i "s/^$1=$2( |$)/$1=$3\1/" /opt/Vantor/lib/diag-encrypt.sh
+    check "bound $1 is $2, and set" grep -q "^$1=$3" /opt/Vantor/lib/diag-encrypt.sh
 }
 
 # shadow PROGRAM SCRIPT: from now on PROGRAM is this script; until unshadow.
