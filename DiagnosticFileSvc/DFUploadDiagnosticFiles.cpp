@@ -294,7 +294,7 @@ bool DFUploadDiagnosticFiles::CalculateMD5Checksum(const std::string& path)
 void DFUploadDiagnosticFiles::DiagFilePostRespCB(const Http::HSMResponse& response)
 {
     const LogScope scope(s_log, __func__);
-    // The operation holds the archive.
+    // The operation holds the connection.
     m_operation.reset();
     LogProgress(s_log, __func__, "DiagFilePostRespCB, Response:");
     LogProgress(s_log, __func__, "response: ", response.response);

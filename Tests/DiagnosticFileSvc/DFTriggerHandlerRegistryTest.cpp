@@ -104,8 +104,8 @@ TEST_F(DiagItemRegistry, FileOfTheVersion_IsAllThereIs)
         R"({"input":"echo one","fileType":"TOP","subType":"first","harvestType":"SCRIPT"},)"
         R"({"input":"echo two","fileType":"TOP","subType":"first","harvestType":"SCRIPT"},)"
         R"({"input":"x","fileType":"TOP","subType":"scan","harvestType":"WIFI_SITE_SCAN_REQ"},)"
-        R"({"input":"echo long","fileType":"TOP","harvestType":"SCRIPT","subType":")" +
-        std::string(4097, 'x') +
+        R"({"fileType":"TOP","subType":"long","harvestType":"SCRIPT","input":"echo )" +
+        std::string(4092, 'x') +
         R"("},)"
         R"({"input":"/persist/mfg_data.json","fileType":7,"subType":"second","harvestType":1}],"version":1.2}})";
     WriteWholeFile(kConfiguration, content);
@@ -155,6 +155,7 @@ TEST_F(DiagItemRegistry, Registration_IsBounded)
     for (int number = 1; number <= 1000; ++number) {
         Register("true", "item " + std::to_string(number));
     }
+    Register("true", std::string(65, 'y'));
     Drain();
     const std::string log = testing::internal::GetCapturedStderr();
     for (const char* line : {"refused, its input is longer than 4096 bytes, subType: input of a byte more\n",
@@ -163,6 +164,7 @@ TEST_F(DiagItemRegistry, Registration_IsBounded)
                              "refused, the registry is full with 1000 items, subType: item 1000\n"}) {
         EXPECT_THAT(log, HasSubstr(line));
     }
+    EXPECT_THAT(log, HasSubstr("items, subType: " + std::string(64, 'y') + "\n"));
     for (const char* taken : {"subType: longest input", "items, subType: item 999\n"}) {
         EXPECT_THAT(log, Not(HasSubstr(taken)));
     }
