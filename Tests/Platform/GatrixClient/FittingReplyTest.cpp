@@ -91,8 +91,10 @@ TEST(FittingReply, LongestTexts_AreCutFirst)
         item.set_type(DFSCommonPB::TOP);
         item.set_subtype(std::string(size, 'x'));
     }
+    const Wire::Answer answer = FittingReply::Answer(7, manifest);
+    EXPECT_LE(SizeSent(answer), kFrame);
     DFSCommonPB::UploadManifest arrived;
-    ProtoToMarkup::FromJson(*FittingReply::Answer(7, manifest).body, arrived);
+    ProtoToMarkup::FromJson(*answer.body, arrived);
     EXPECT_EQ(arrived.item(0).subtype().size(), 100U);
     EXPECT_EQ(arrived.item(2).subtype(), "... (2097152 bytes more)");
     EXPECT_GT(arrived.item(1).subtype().size(), kFrame - 1000);

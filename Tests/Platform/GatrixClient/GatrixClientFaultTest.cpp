@@ -52,6 +52,11 @@ TEST_F(GatrixClientTest, DroppedConnection_EndsWhatWasOnItAndIsMadeAgain)
     gateway->Send(kGetForNine);
     EXPECT_EQ(gateway->Read(),
               R"({"error":{"message":"nobody here handles GET /g","statusCode":404},"id":9,"op":"error"})");
+
+    gateway.reset();
+    EXPECT_EQ(probe.Next(), "dropped");
+    EXPECT_THAT(probe.Next(), HasSubstr("is lost: "));
+    EXPECT_THAT(probe.Next(), HasSubstr("still trying: Connection refused")) << "said once in each outage";
 }
 
 TEST_F(GatrixClientTest, AnswerThatTakesTooLong_IsAnErrorOnce)
