@@ -41,14 +41,6 @@ struct QuillaneTokens : testing::Test
 };
 } // namespace
 
-TEST(SideFile, IsNamedAfterTheTokenFile)
-{
-    for (const auto& [path, side] : {std::pair("/nv/jwt.1.json", "/nv/jwt.1.x"), std::pair("jwt.json", "jwt.x"),
-                                     std::pair("/a.b/token", "/a.b/token.x"), std::pair("token", "token.x")}) {
-        EXPECT_EQ(JwtUtils::SideFile(path, ".x"), side);
-    }
-}
-
 TEST_F(QuillaneTokens, ReadFile_GoesByTheSideFiles_AndWriteFileStoresThem)
 {
     // The access token's side file and delay at the second 1000000000; the same of the refresh token.
@@ -57,7 +49,7 @@ TEST_F(QuillaneTokens, ReadFile_GoesByTheSideFiles_AndWriteFileStoresThem)
         {"-1", 0, "MISSING REFRESH TOKEN", 0},
         {"9000000000x", 3705032404, "9000000001", 3705032405}, // 8000000000 less 2^32 less the margin
     };
-    const std::string other = m_folder.Path() + "/other";
+    const std::string other = m_folder.Path() + "/a.b/other";
     EXPECT_FALSE(m_tokens.WriteFile(other)) << "there is nothing to store";
     for (const auto& [access, accessDelay, refresh, refreshDelay] : cases) {
         WriteWholeFile(m_base + ".timestamp", access);
@@ -140,9 +132,9 @@ TEST_F(QuillaneTokens, LogsEachOperation)
         {[&] { EXPECT_FALSE(Read(R"({"a":1})") || m_tokens.IsValid()); },
          {start, reading + m_path, testing::StartsWith("1 ReadFile: MarkupError: QuillaneTokens: "),
           R"(1 ReadFile: {"a":1})"}},
+        {[&] { EXPECT_EQ(m_tokens.Tokens().access_token(), ""); }, {}},
         {[&] { EXPECT_FALSE(Read(Json(std::string(JwtUtils::QuillaneTokens::kMaxTokenFileSize, 'a'), "r"))); },
          {start, reading + m_path, tooLarge + m_path + "': File too large"}},
-        {[&] { EXPECT_EQ(m_tokens.Tokens().access_token(), ""); }, {}},
         {[&] { EXPECT_FALSE(m_tokens.LoadString("{")); },
          {"4 LoadString", testing::StartsWith("1 LoadString: MarkupError: QuillaneTokens: ")}},
         {[&] { EXPECT_FALSE(m_tokens.Validate()); }, {"4 Validate"}},
@@ -167,6 +159,8 @@ TEST_F(QuillaneTokens, ReadFile_ThrowsForABadTimeStamp_AndKeepsTheRest)
         EXPECT_EQ(m_tokens.AccessToken().Text(), "after");
         EXPECT_EQ(m_tokens.AccessRefreshDelay(FromSeconds(1)), 0U) << "the time before is gone";
     }
+    EXPECT_FALSE(Read(std::string(JwtUtils::QuillaneTokens::kMaxTokenFileSize + 1, '{')));
+    EXPECT_EQ(m_tokens.Tokens().access_token(), "");
 }
 
 TEST_F(QuillaneTokens, LoadString_KeepsTheRefreshTokenThatTheTextDoesNotBring)
