@@ -103,7 +103,6 @@ struct TarReader::Source
         source->overhead += source->unpacked.size();
         if (!source->isSkipping && source->overhead > kLongestHeader) {
             source->fault = "it has a header that is larger than is accepted";
-            source->unpacked.clear();
             return ARCHIVE_FATAL;
         }
         if (!source->Fill() && !source->fault.empty()) {

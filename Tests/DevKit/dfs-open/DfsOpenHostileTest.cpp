@@ -76,6 +76,11 @@ TEST(DfsOpenHostile, Archive_StaysWithinMemoryAndSaysWhatIsWrong)
              const std::string other("\xa4\x05\x06\x01\x2a\x05\x00", 7); // RFC 5652, OtherRecipientInfo
              return changed(&Message::recipients, Element('\x31', Repeat(kManyTimes, other)));
          }},
+        {"more recipients than are accepted",
+         [&] { // the initialisation vector
+             const std::string vector = message.cipher.substr(15, 11) + Element('\x04', std::string(65536, '\0'));
+             return changed(&Message::cipher, message.cipher.substr(0, 13) + Element('\x30', vector));
+         }},
         {"1 item, all whole",
          [&] {
              const std::string attribute("\x30\x07\x06\x01\x2a\x31\x02\x05\x00", 9);
