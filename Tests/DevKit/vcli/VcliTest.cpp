@@ -88,6 +88,7 @@ TEST(Vcli, EveryEndOfACommand_HasItsWordsAndItsStatus)
         {"--timeout 0 service show", 2, "vcli: --timeout takes a number from 1 to 604800, not '0'\n"},
         {"--quick service show", 2, "vcli: no option --quick; see --help\n"},
         {"--timeout", 2, "vcli: --timeout takes a value; see --help\n"},
+        {"service show $(printf %09000d 0)", 2, "vcli: the command is too long\n"},
         {"service vanish", 6, "vcli: Service closed the connection before it replied\n"},
         {"help", 1, "vcli: no service can be reached in /run/vantor/cli\n"},
         {"--help", 0, "usage: vcli"},
