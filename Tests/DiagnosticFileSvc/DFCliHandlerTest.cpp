@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <stdexcept>
-
 #include "AnswerProbe.h"
 #include "IL.h"
 #include "Pipeline.h"
@@ -19,7 +17,6 @@ protected:
 
     NotifyTargetTaskIF* m_task = IL::CreateTask("CLI Handler", "");
     DiagnosticFileSvc::DFCliHandler& m_cli = *DiagnosticFileSvc::DFCliHandler::GetInstance(m_task, &m_handler);
-    AnswerProbe m_probe;
 };
 } // namespace
 
@@ -52,16 +49,6 @@ TEST_F(DFCliHandler, RepliesToEachCommand_HandingTheContextBack)
         Drain();
         EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(each.log));
     }
-}
-
-TEST_F(DFCliHandler, LeavesAnArgumentThatIsNoNumberToItsTask)
-{
-    testing::internal::CaptureStderr();
-    EXPECT_THROW(m_cli.HandleCliCmd(1, {"7", "abc"}, m_probe.reply, 1), std::invalid_argument);
-    EXPECT_THROW(m_cli.HandleCliCmd(1, {"99999999999"}, m_probe.reply, 1), std::out_of_range);
-    m_cli.HandleCliCmd(2, {}, m_probe.reply, 2);
-    EXPECT_EQ(m_probe.WaitFor(1), (Answers{{"Upload types = { PTS_SERVER_FILE_REQUEST, ???}", 2}}));
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), Not(HasSubstr("UploadDiagFileRequest")));
 }
 
 TEST_F(DFCliHandler, LogsItsCreationUnderItsFullSignature)

@@ -163,7 +163,8 @@ TEST_F(Process, TakesAnythingOnItsCommandLine)
         {{"diagfileservice", "show", "uploadtypes"}, true, "Upload types = { PTS_SERVER_FILE_REQUEST, ???}\n"},
         {{"diagfileservice", "upload", "103"}, true, "Upload Request Triggered\nUpload status code = 400\n"},
         {{"diagfileservice", "upload", "77"}, true, "Upload Request Triggered\nUpload status code = 400\n"},
-        {{"diagfileservice", "upload", "abc"}, false, "no reply came"},
+        {{"diagfileservice", "upload", "7", "abc"}, false, "no reply came"},
+        {{"diagfileservice", "upload", "99999999999"}, false, "no reply came"},
         {{"diagfileservice", "download"}, false, "diagfileservice download"},
         {{"help"}, true, "diagfileservice upload [uploadtype]"},
     };
