@@ -39,7 +39,9 @@ TEST_F(ShortOfMemory, EveryRequestIsAnsweredOnce_AndTheNextOneServed)
 {
     StartWithRegistry();
     const std::string large(kRefusedSize, 'x');
-    Register("while [ ! -e /tmp/go ]; do sleep 0.02; done", large);
+    m_handler.DiagItemRegistration(DiagnosticFileSvc::DFDiagnosticItem(
+        "while [ ! -e /tmp/go ]; do sleep 0.02; done", std::string(kPersistence) + "dfs_slow", DFSCommonPB::EXE_SCRIPT,
+        large, DFSCommonPB::SCRIPT));
     DiagCloud::Outcome refusal;
     refusal.status = 404;
     refusal.body = large;
