@@ -22,7 +22,7 @@ const std::string kDirectory = "/mnt/nv/product-persistence/";
 
 TEST(DFDiagnosticItem, StampsFileNames)
 {
-    setenv("TZ", "XXX-5", 1); // the stamp is in UTC wherever the device is
+    setenv("TZ", "XXX-5", 1); // NOLINT(concurrency-mt-unsafe): before there is another thread
     tzset();
     const struct
     {

@@ -240,8 +240,8 @@ TEST_F(DFUploadDiagnosticFiles, SendsAndLogsWhatIsStated_AndRetriesBothPosts)
         "3 LoadProductJwt: Product Jwt is loaded",
         "3 LoadProductJwt: LoadProductJwt - START",
         "4 BuildMetadataPostHeader: upload_sys_logs product jwt: a.b.c",
-        "4 BuildMetadataPostHeader: upload_sys_logs - metadata headers: "
-        R"({"Connection":"keep-alive","Content-Type":"application/json","x-product-token":"a.b.c"})",
+        R"(4 BuildMetadataPostHeader: upload_sys_logs - metadata headers: {"Connection":"keep-alive",)" +
+            std::string(R"("Content-Type":"application/json","x-product-token":"a.b.c"})"),
         "3 BuildMetadataPayload: BuildMetadataPayload - START",
         "3 BuildMetadataPayload: upload_sys_logs software version: 1.0.67-10452+c5f2e8b",
         R"(3 BuildMetadataPayload: payload: {"productName":"","productId":")" + guid +
