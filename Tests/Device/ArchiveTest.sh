@@ -22,15 +22,28 @@ for name in dfs_a.txt dfs_b.gz dfs_c.tgz dfs_d-gz 'dfs e.txt' -f; do
     refute "$name is gone" [ -e "./$name" ]
     gzip -dc <"./$name.gz" | cmp - /tmp/random || fail "content of $name"
 done
-mkdir folder
-cp /tmp/random uncompressed
-shadow gzip 'head -c 10; exit 1'
-for name in missing folder '' uncompressed; do
+# A link where the compressed file goes, or is made, is replaced and not followed.
+echo untouched >/mnt/nv/target
+cp /tmp/random linked
+ln -s /mnt/nv/target linked.gz
+ln -s /mnt/nv/target linked.gz.partial
+check "compression beside links" compress-diag-file.sh linked
+gzip -dc linked.gz | cmp - /tmp/random || fail "content of linked"
+equal "what the links name" untouched "$(cat /mnt/nv/target)"
+
+mkdir folder taken.gz
+mkfifo pipe
+cp /tmp/random taken
+ln -s /tmp/random alias
+for name in missing folder '' pipe taken alias; do
     refused compress-diag-file.sh "$name"
-    refute "no file is made of '$name'" [ -e "$name.gz" ]
+    refute "no file is made of '$name'" [ -f "$name.gz" ]
 done
+cp /tmp/random uncompressed
+refute "compression on a full disk" sh -c 'ulimit -f 100; exec compress-diag-file.sh uncompressed' 2>/tmp/err
+equal "what failed runs leave" "" "$(find . -name '*partial*' -o -path './taken.gz/*' -o -name 'uncompressed.gz')"
 check "the file stays" cmp /tmp/random uncompressed
-unshadow
+rm -r taken.gz pipe
 
 # Packing, in the order named, each file once; what is no file of this directory is left out.
 echo '{}' >dfs_uploadmanifest.json

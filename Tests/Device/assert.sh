@@ -35,25 +35,6 @@ refused() {
     equal "output and lines of error of: $*" "0 1" "$(wc -c </tmp/out) $(wc -l </tmp/err)"
 }
 
-# running WORD: whether a process is alive whose command line holds WORD.
-running() {
-    for process in /proc/[0-9]*; do
-        case ${process#/proc/} in 1 | "$$") continue ;; esac
-        case $(tr '\0' ' ' <"$process/cmdline") in *"$1"*) return 0 ;; esac
-    done 2>/dev/null
-    return 1
-}
-
-# gone WORD: within ten seconds there is no such process.
-gone() {
-    tries=200
-    while running "$1" && [ "$tries" -gt 0 ]; do
-        tries=$((tries - 1))
-        sleep 0.05
-    done
-    [ "$tries" -gt 0 ] || fail "still alive after ten seconds: $1"
-}
-
 # seal COMMAND...: as the service runs it: both streams go into one file, and SIGPIPE is ignored. Sets $status; the file
 # "plain" is what the recipient, with the private key in $key, reads.
 seal() {
@@ -63,12 +44,6 @@ seal() {
     ) >sealed 2>&1
     status=$?
     openssl cms -decrypt -binary -inform DER -inkey "$key" -in sealed | gzip -dc >plain
-}
-
-# set_bound NAME STATED VALUE: another value for a bound of the encrypting scripts, on this box's copy of them.
-set_bound() {
-    sed -E -i "s/^$1=$2( |$)/$1=$3\1/" /opt/Vantor/lib/diag-encrypt.sh
-    check "bound $1 is $2, and set" grep -q "^$1=$3" /opt/Vantor/lib/diag-encrypt.sh
 }
 
 # shadow PROGRAM SCRIPT: from now on PROGRAM is this script; until unshadow.

@@ -1,0 +1,84 @@
+#include "Child.h"
+
+#include "ErrorText.h"
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <exception>
+#include <stdexcept>
+
+namespace DiagSeal
+{
+
+namespace
+{
+
+constexpr int kFailed = 127; // As a shell's for a command that is not there.
+
+void OpenPipe(Descriptor& readEnd, Descriptor& writeEnd)
+{
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+        throw std::runtime_error("no pipe can be made: " + ErrorText());
+    }
+    readEnd.Reset(ends[0]);
+    writeEnd.Reset(ends[1]);
+    fcntl(readEnd.Get(), F_SETFL, O_NONBLOCK);
+}
+
+void ResetSignals()
+{
+    for (int signal = 1; signal < NSIG; ++signal) {
+        std::signal(signal, SIG_DFL);
+    }
+    sigset_t none;
+    sigemptyset(&none);
+    pthread_sigmask(SIG_SETMASK, &none, nullptr);
+}
+
+[[noreturn]] void BeChild(const std::function<std::string()>& task, int output, int failure, pid_t parent)
+{
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent) {
+        _exit(kFailed); // The parent died before it was asked for.
+    }
+    setsid();
+    ResetSignals();
+    const int input = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    dup2(input, STDIN_FILENO);
+    dup2(output, STDOUT_FILENO);
+    dup2(output, STDERR_FILENO);
+    close(output);
+    std::string reason;
+    try {
+        reason = task();
+    } catch (const std::exception& error) {
+        reason = error.what();
+    }
+    const ssize_t written = write(failure, reason.data(), reason.size());
+    _exit(reason.empty() && written == 0 ? 0 : kFailed);
+}
+
+} // namespace
+
+void StartChild(const std::function<std::string()>& task, Child& child)
+{
+    Descriptor output;
+    Descriptor failure;
+    OpenPipe(child.output, output);
+    OpenPipe(child.failure, failure);
+    const pid_t parent = getpid();
+    child.pid = fork();
+    if (child.pid < 0) {
+        throw std::runtime_error("no process can be started: " + ErrorText());
+    }
+    if (child.pid == 0) {
+        BeChild(task, output.Get(), failure.Get(), parent);
+    }
+}
+
+} // namespace DiagSeal

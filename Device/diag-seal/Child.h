@@ -1,0 +1,27 @@
+#pragma once
+
+#include "Descriptor.h"
+
+#include <sys/types.h>
+
+#include <functional>
+#include <string>
+
+namespace DiagSeal
+{
+
+/** A started child, as its supervisor holds it. */
+struct Child
+{
+    pid_t pid = -1;
+    Descriptor output;  ///< What it and its descendants print; reading does not block.
+    Descriptor failure; ///< What its task could not do; reading does not block.
+};
+
+/**
+ * Forks; the child runs the task in a session of its own, see Supervisor::Task. It is killed when this process dies.
+ * @throws std::runtime_error with the reason when no child can be started
+ */
+void StartChild(const std::function<std::string()>& task, Child& child);
+
+} // namespace DiagSeal

@@ -1,0 +1,63 @@
+#include "Command.h"
+
+#include "ErrorText.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace DiagSeal
+{
+
+namespace
+{
+
+constexpr rlim_t kMemory = 256U << 20U;
+constexpr rlim_t kFileSize = 64U << 20U;
+constexpr char kOomScore[] = "500"; // Of -1000 to 1000, see proc(5).
+
+/** A lower limit that is there already stays. */
+template <typename Resource>
+void Limit(Resource resource, rlim_t most)
+{
+    rlimit limit = {};
+    if (getrlimit(resource, &limit) == 0) {
+        limit.rlim_max = std::min(limit.rlim_max, most);
+        limit.rlim_cur = std::min(limit.rlim_cur, limit.rlim_max);
+        setrlimit(resource, &limit);
+    }
+}
+
+void OfferToOomKiller()
+{
+    const int file = open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC);
+    if (file >= 0) {
+        const ssize_t ignored = write(file, kOomScore, sizeof(kOomScore) - 1);
+        static_cast<void>(ignored);
+        close(file);
+    }
+}
+
+} // namespace
+
+std::string BecomeCommand(const std::vector<std::string>& words, int processes)
+{
+    std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
+    for (const std::string& word : words) {
+        arguments.push_back(const_cast<char*>(word.c_str()));
+    }
+    arguments.push_back(nullptr);
+    OfferToOomKiller();
+    // Memory by what is written to, RLIMIT_DATA: a program may well map large files and journals.
+    Limit(RLIMIT_DATA, kMemory);
+    Limit(RLIMIT_FSIZE, kFileSize);
+    Limit(RLIMIT_CORE, 0);
+    Limit(RLIMIT_NPROC, static_cast<rlim_t>(processes));
+    execvp(arguments.front(), arguments.data());
+    return words.front() + ": " + ErrorText();
+}
+
+} // namespace DiagSeal

@@ -1,0 +1,105 @@
+#include "DiagSeal.h"
+
+#include "Certificate.h"
+#include "Command.h"
+#include "FileCopy.h"
+#include "LastResort.h"
+#include "Notice.h"
+#include "Options.h"
+#include "OutcomeLines.h"
+#include "Output.h"
+#include "SealedItem.h"
+#include "Sealer.h"
+#include "Supervisor.h"
+
+#include <unistd.h>
+
+#include <limits>
+#include <optional>
+#include <stdexcept>
+
+namespace DiagSeal
+{
+
+namespace
+{
+
+/**
+ * How long the reader of the output may keep this program waiting, all in all: beyond the time limit three times what
+ * ending a command takes, 21 s with the device's bounds.
+ */
+std::chrono::milliseconds ReaderTime(const Options& options)
+{
+    return options.timeLimit + 3 * (options.killDelay + options.grace);
+}
+
+std::string Joined(const std::vector<std::string>& words)
+{
+    std::string text = words.front();
+    for (auto word = words.begin() + 1; word != words.end(); ++word) {
+        text += ' ' + *word;
+    }
+    return text;
+}
+
+/** The layers that what is sealed passes, from the inside out. */
+struct Layers
+{
+    Layers(const Options& options, const Certificate& certificate)
+        : output(STDOUT_FILENO, "standard output", std::chrono::steady_clock::now() + ReaderTime(options)),
+          sealer(certificate, output),
+          // What reads a file bounds it itself, as it need not read what is over.
+          item(nullptr, options.job == Job::SealCommand ? options.size : std::numeric_limits<std::uint64_t>::max(),
+               sealer)
+    {}
+
+    Output output;
+    Sealer sealer;
+    SealedItem item;
+};
+
+void SealText(const Options& options, const Certificate& certificate)
+{
+    Layers layers(options, certificate);
+    layers.item.Write(Joined(options.words));
+    layers.item.Finish("");
+}
+
+void SealSupervised(const Options& options, const Certificate& certificate)
+{
+    const Supervisor supervisor({options.timeLimit, options.killDelay, options.grace, options.processes});
+    const bool isFile = options.job == Job::SealFile;
+    std::optional<Layers> layers;
+    const Outcome outcome = supervisor.Run(
+        [&] {
+            return isFile ? CopyFile(options.words.front(), options.size)
+                          : BecomeCommand(options.words, options.processes);
+        },
+        [&] { layers.emplace(options, certificate); },
+        [&layers](std::string_view bytes) { layers->item.Write(bytes); });
+    const bool isDone = outcome.cause == Outcome::Cause::Itself && outcome.status == 0;
+    if (isFile && layers->item.IsEmpty() && !isDone) {
+        throw std::runtime_error(outcome.failure.empty() ? options.words.front() + ": nothing could be read in time"
+                                                         : outcome.failure);
+    }
+    layers->item.Finish(OutcomeLines(options, outcome));
+}
+
+} // namespace
+
+void Seal(const Options& options)
+{
+    constexpr std::chrono::seconds kMargin(10);
+    EndEverythingAfter(ReaderTime(options) + kMargin);
+    const Certificate certificate(options.certificate);
+    if (certificate.IsExpired()) {
+        Notice("certificate " + options.certificate + " has expired and is used all the same");
+    }
+    if (options.job == Job::SealText) {
+        SealText(options, certificate);
+    } else {
+        SealSupervised(options, certificate);
+    }
+}
+
+} // namespace DiagSeal

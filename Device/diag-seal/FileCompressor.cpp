@@ -1,0 +1,71 @@
+#include "FileCompressor.h"
+
+#include "Descriptor.h"
+#include "ErrorText.h"
+#include "GzipStream.h"
+#include "Output.h"
+#include "RegularFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <limits>
+#include <stdexcept>
+
+namespace DiagSeal
+{
+
+namespace
+{
+
+void Require(bool isDone, const std::string& path)
+{
+    if (!isDone) {
+        throw std::runtime_error(path + ": " + ErrorText());
+    }
+}
+
+void HoldSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
+        sigaddset(&signals, signal);
+    }
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
+void WriteCompressed(RegularFile& file, const std::string& path)
+{
+    constexpr mode_t kMode = 0666; // Less the umask, as a shell has it.
+    const Descriptor target(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kMode));
+    Require(target.Get() >= 0, path);
+    Output output(target.Get(), path);
+    GzipStream gzip(1, [&output](std::string_view bytes) { output.Write(bytes); });
+    file.Read(std::numeric_limits<std::uint64_t>::max(), [&gzip](std::string_view bytes) { gzip.Write(bytes); });
+    gzip.Finish();
+    output.Flush();
+}
+
+} // namespace
+
+void CompressFile(const std::string& path)
+{
+    RegularFile file(path);
+    const std::string compressed = path + ".gz";
+    const std::string partial = compressed + ".partial";
+    HoldSignals();
+    unlink(partial.c_str()); // Of a run that was killed.
+    try {
+        WriteCompressed(file, partial);
+        Require(std::rename(partial.c_str(), compressed.c_str()) == 0, compressed);
+    } catch (...) {
+        unlink(partial.c_str());
+        throw;
+    }
+    Require(unlink(path.c_str()) == 0, path);
+}
+
+} // namespace DiagSeal

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+namespace DiagSeal
+{
+
+/**
+ * Tells what whoever looks after the device should know, in one line on standard error. If that is the very file that
+ * standard output is, as it is for an item of the service, the line would spoil what is sealed: then it goes to
+ * syslog(3).
+ */
+void Notice(const std::string& text);
+
+} // namespace DiagSeal

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <chrono>
+
+/**
+ * All processes that descend from this one, as /proc shows them. As this process is their sub-reaper (prctl(2)),
+ * whoever loses its parent becomes its child: no session, group or double fork leads out of the tree.
+ *
+ * Nothing here forks or takes memory, so it works when the command has used up both. Async-signal-safe; not
+ * thread-safe.
+ */
+namespace DiagSeal::ProcessTree
+{
+
+/** Sends the signal to each; 0 only counts. The number of those that live, without zombies. */
+int Signal(int signal);
+
+/**
+ * Kills them, and what they start meanwhile, and reaps them, until none is left. Blocks.
+ * @return false when some outlive the time limit: nothing ends a process that waits for a dead device
+ */
+bool KillAll(std::chrono::milliseconds timeLimit);
+
+} // namespace DiagSeal::ProcessTree

@@ -1,0 +1,88 @@
+#include "StartEnvironment.h"
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+#include <vector>
+
+namespace DiagSeal
+{
+
+namespace
+{
+
+void CloseInherited()
+{
+    std::vector<int> inherited;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", error)) {
+        inherited.push_back(std::atoi(entry.path().filename().c_str()));
+    }
+    for (const int descriptor : inherited) {
+        if (descriptor > STDERR_FILENO) {
+            close(descriptor);
+        }
+    }
+}
+
+void OpenStandardDescriptors()
+{
+    const bool hasOutput = fcntl(STDOUT_FILENO, F_GETFD) >= 0;
+    int descriptor = 0;
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO) {
+        descriptor = open("/dev/null", O_RDWR);
+    }
+    close(descriptor);
+    if (!hasOutput) {
+        throw std::runtime_error("standard output is closed");
+    }
+}
+
+/** Exits as the process does. */
+[[noreturn]] void Follow(pid_t process)
+{
+    int status = 0;
+    while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
+    }
+    _exit(WIFEXITED(status) ? WEXITSTATUS(status) : EXIT_FAILURE);
+}
+
+void LeaveInheritedChildren()
+{
+    std::signal(SIGCHLD, SIG_DFL);
+    while (waitpid(-1, nullptr, WNOHANG) > 0) {
+    }
+    if (waitpid(-1, nullptr, WNOHANG) != 0) {
+        return;
+    }
+    const pid_t child = fork();
+    if (child < 0) {
+        throw std::runtime_error("no process can be started");
+    }
+    if (child > 0) {
+        Follow(child);
+    }
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+}
+
+} // namespace
+
+void PrepareProcess()
+{
+    OpenStandardDescriptors();
+    CloseInherited();
+    for (const int signal : {SIGPIPE, SIGXFSZ}) {
+        std::signal(signal, SIG_IGN); // Writing fails instead.
+    }
+    LeaveInheritedChildren();
+}
+
+} // namespace DiagSeal

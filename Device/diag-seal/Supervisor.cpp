@@ -1,0 +1,246 @@
+#include "Supervisor.h"
+
+#include "Child.h"
+#include "ErrorText.h"
+#include "ProcessTree.h"
+
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <cstdint>
+#include <stdexcept>
+#include <vector>
+
+namespace DiagSeal
+{
+
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kReadSize = 65536;
+constexpr std::size_t kMostFailure = 512;
+constexpr std::size_t kMostLeftInPipe = 1U << 20U; // A pipe that root has not enlarged holds no more, see pipe(7).
+constexpr std::chrono::milliseconds kCountEvery(250);
+constexpr std::chrono::seconds kKillLimit(2);
+
+int OpenSignals()
+{
+    std::signal(SIGCHLD, SIG_DFL); // Ignored, it would take away the exit status.
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGCHLD, SIGHUP, SIGINT, SIGTERM}) {
+        sigaddset(&signals, signal);
+    }
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    return signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+}
+
+/** One run, from the start of the child until nothing is left of it. */
+class Watch
+{
+public:
+    Watch(const SupervisorLimits& limits, const Supervisor::Consumer& consumer) : m_limits(limits), m_consumer(consumer)
+    {}
+
+    Outcome Run(const Supervisor::Task& task, const std::function<void()>& meanwhile)
+    {
+        if (prctl(PR_SET_CHILD_SUBREAPER, 1) != 0) {
+            throw std::runtime_error("no sub-reaper: " + ErrorText());
+        }
+        m_signals.Reset(OpenSignals());
+        if (m_signals.Get() < 0) {
+            throw std::runtime_error("no signalfd: " + ErrorText());
+        }
+        StartChild(task, m_child);
+        try {
+            Enter(Phase::Running, m_limits.timeLimit);
+            meanwhile();
+            while (m_phase != Phase::Over) {
+                Wait();
+                ReadOutput();
+                ReadSignals();
+                Reap();
+                Advance();
+            }
+            for (std::size_t size = 0, got = 0; size < kMostLeftInPipe && (got = ReadOutput()) > 0; size += got) {
+            }
+        } catch (...) {
+            KillAll();
+            throw;
+        }
+        if (m_interruption != 0) {
+            throw std::runtime_error("ended by signal " + std::to_string(m_interruption));
+        }
+        ReadFailure();
+        return m_outcome;
+    }
+
+private:
+    enum class Phase
+    {
+        Running,
+        LeftBehind, ///< The child has ended; its descendants may still print.
+        Ending,     ///< TERM is sent.
+        Over,
+    };
+
+    void Enter(Phase phase, std::chrono::milliseconds time)
+    {
+        m_phase = phase;
+        m_phaseEnd = Clock::now() + time;
+    }
+
+    void Wait()
+    {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_phaseEnd - Clock::now());
+        const auto time = std::clamp<std::chrono::milliseconds>(left, std::chrono::milliseconds(0), kCountEvery);
+        // An output that is at its end is ready for ever: poll(2) passes over a negative descriptor.
+        std::array<pollfd, 2> descriptors = {{{m_signals.Get(), POLLIN, 0}, {m_child.output.Get(), POLLIN, 0}}};
+        poll(descriptors.data(), descriptors.size(), static_cast<int>(time.count()));
+    }
+
+    /** The number of bytes; 0 for none now, or none any more. */
+    std::size_t ReadOutput()
+    {
+        if (m_child.output.Get() < 0) {
+            return 0;
+        }
+        const ssize_t size = read(m_child.output.Get(), m_block.data(), m_block.size());
+        if (size > 0) {
+            m_consumer({m_block.data(), static_cast<std::size_t>(size)});
+            return static_cast<std::size_t>(size);
+        }
+        if (size == 0) {
+            m_child.output.Close();
+        }
+        return 0;
+    }
+
+    void ReadSignals()
+    {
+        signalfd_siginfo info = {};
+        while (read(m_signals.Get(), &info, sizeof(info)) == sizeof(info)) {
+            if (info.ssi_signo != SIGCHLD) {
+                m_interruption = static_cast<int>(info.ssi_signo);
+            }
+        }
+    }
+
+    void Reap()
+    {
+        int status = 0;
+        pid_t ended = 0;
+        while ((ended = waitpid(-1, &status, WNOHANG)) > 0) {
+            if (ended == m_child.pid) {
+                m_hasEnded = true;
+                m_outcome.status = status;
+            }
+        }
+        m_hasDescendants = ended == 0;
+    }
+
+    void Advance()
+    {
+        if (m_phase == Phase::Running && m_hasEnded) {
+            Enter(Phase::LeftBehind, m_limits.grace);
+        }
+        const bool isLate = Clock::now() >= m_phaseEnd;
+        switch (m_phase) {
+            case Phase::Running:
+                if (isLate || m_interruption != 0) {
+                    m_outcome.cause = Outcome::Cause::TimeLimit;
+                    Terminate();
+                } else {
+                    CheckCount();
+                }
+                break;
+            case Phase::LeftBehind:
+                if (!m_hasDescendants && (m_child.output.Get() < 0 || isLate)) {
+                    m_phase = Phase::Over;
+                } else if (isLate || m_interruption != 0) {
+                    m_outcome.hasLeftBehind = true;
+                    Terminate();
+                } else {
+                    CheckCount();
+                }
+                break;
+            case Phase::Ending:
+                if (m_hasDescendants && isLate) {
+                    m_outcome.hasUnkillable = !KillAll();
+                }
+                if (!m_hasDescendants || isLate) {
+                    m_phase = Phase::Over;
+                }
+                break;
+            case Phase::Over:
+                break;
+        }
+    }
+
+    /** The kernel's own limit on processes, RLIMIT_NPROC, spares root. */
+    void CheckCount()
+    {
+        if (Clock::now() < m_nextCount) {
+            return;
+        }
+        m_nextCount = Clock::now() + kCountEvery;
+        if (ProcessTree::Signal(0) > m_limits.processes) {
+            m_outcome.cause = Outcome::Cause::TooManyProcesses;
+            Terminate();
+        }
+    }
+
+    /** A stopped process acts upon TERM only when it goes on. */
+    void Terminate()
+    {
+        ProcessTree::Signal(SIGTERM);
+        ProcessTree::Signal(SIGCONT);
+        Enter(Phase::Ending, m_limits.killDelay);
+    }
+
+    /** The group first: no flood outruns that, and no shortage of descriptors stops it. Then all others. */
+    bool KillAll()
+    {
+        if (!m_hasEnded) {
+            kill(-m_child.pid, SIGKILL);
+        }
+        return ProcessTree::KillAll(kKillLimit);
+    }
+
+    void ReadFailure()
+    {
+        m_outcome.failure.resize(kMostFailure);
+        const ssize_t size = read(m_child.failure.Get(), m_outcome.failure.data(), m_outcome.failure.size());
+        m_outcome.failure.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+    }
+
+    const SupervisorLimits& m_limits;
+    const Supervisor::Consumer& m_consumer;
+    Child m_child;
+    Descriptor m_signals;
+    std::vector<char> m_block = std::vector<char>(kReadSize);
+    Phase m_phase = Phase::Running;
+    Clock::time_point m_phaseEnd;
+    Clock::time_point m_nextCount = Clock::now() + kCountEvery;
+    bool m_hasEnded = false;
+    bool m_hasDescendants = true;
+    int m_interruption = 0;
+    Outcome m_outcome;
+};
+
+} // namespace
+
+Outcome Supervisor::Run(const Task& task, const std::function<void()>& meanwhile, const Consumer& consumer) const
+{
+    return Watch(m_limits, consumer).Run(task, meanwhile);
+}
+
+} // namespace DiagSeal

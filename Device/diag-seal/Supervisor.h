@@ -1,0 +1,69 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace DiagSeal
+{
+
+/** What a child and its descendants may cost. */
+struct SupervisorLimits
+{
+    std::chrono::milliseconds timeLimit; ///< For the child itself; then TERM goes to all.
+    std::chrono::milliseconds killDelay; ///< From TERM to KILL.
+    std::chrono::milliseconds grace;     ///< After the child's own end, for what it has left behind.
+    int processes;                       ///< Descendants that live at one time.
+};
+
+/** How a child has ended. */
+struct Outcome
+{
+    enum class Cause
+    {
+        Itself,
+        TimeLimit,
+        TooManyProcesses,
+    };
+    Cause cause = Cause::Itself;
+    int status = 0;             ///< As waitpid(2) has it, when the child ended itself.
+    std::string failure;        ///< What the task returned.
+    bool hasLeftBehind = false; ///< Descendants had to be ended after the child's own end.
+    bool hasUnkillable = false; ///< Some outlive even KILL.
+};
+
+/**
+ * Runs a task in a child process: in a session of its own, with standard input at its end, with both output streams in
+ * one pipe, with signals as a fresh process has them. When Run returns or throws, neither the child nor anything that
+ * descends from it is left, whatever it has done to stay. Not thread-safe; for a process of one thread without
+ * children.
+ */
+class Supervisor
+{
+public:
+    /**
+     * Runs in the child and becomes another program, or does the work and returns: nothing when it is done, else the
+     * reason of its failure, of which 512 bytes are kept.
+     */
+    using Task = std::function<std::string()>;
+    using Consumer = std::function<void(std::string_view)>;
+
+    explicit Supervisor(const SupervisorLimits& limits) : m_limits(limits) {}
+
+    /**
+     * Starts the child, does what is to be done meanwhile, and watches the child to its end.
+     *
+     * Blocks for the time limit, the kill delay, the grace and 2 s at most, and for as long as the consumer takes.
+     *
+     * @param meanwhile called once, right after the start; what it throws ends the child and passes on
+     * @param consumer gets what the child and its descendants print; what it throws ends them and passes on
+     * @throws std::runtime_error with the reason: nothing can be started, or HUP, INT or TERM has ended this process
+     */
+    Outcome Run(const Task& task, const std::function<void()>& meanwhile, const Consumer& consumer) const;
+
+private:
+    SupervisorLimits m_limits;
+};
+
+} // namespace DiagSeal

@@ -1,0 +1,46 @@
+#include "DiagSeal.h"
+#include "FileCompressor.h"
+#include "Options.h"
+#include "StartEnvironment.h"
+
+#include <cstdio>
+#include <exception>
+#include <stdexcept>
+
+namespace
+{
+
+void Run(const DiagSeal::Options& options)
+{
+    if (options.job == DiagSeal::Job::CompressFile) {
+        DiagSeal::CompressFile(options.words.front());
+    } else {
+        DiagSeal::Seal(options);
+    }
+}
+
+int Complain(const std::exception& error, int status)
+{
+    std::fprintf(stderr, "diag-seal: %s\n", error.what());
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    constexpr int kFailure = 1;
+    constexpr int kUsage = 2;
+    try {
+        DiagSeal::PrepareProcess();
+        const auto options = DiagSeal::ParseOptions({argv + 1, argv + argc});
+        if (options) {
+            Run(*options);
+        }
+        return 0;
+    } catch (const std::invalid_argument& error) {
+        return Complain(error, kUsage);
+    } catch (const std::exception& error) {
+        return Complain(error, kFailure);
+    }
+}

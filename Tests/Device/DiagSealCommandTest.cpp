@@ -1,0 +1,208 @@
+#include "ChildProcess.h"
+#include "Sanitized.h"
+#include "Sealed.h"
+#include "TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+/** Short limits, so that a run that uses them all takes a second and a half. */
+const std::string kCommand = "command --time-limit 0.5 --kill-delay 0.4 --grace 0.3 ";
+const std::string kCut = "diag-seal: the command was ended after 0.500 seconds\n";
+const std::string kLeftBehind = "diag-seal: what the command left behind was ended\n";
+
+struct Ending
+{
+    const char* what;
+    std::string script;
+    std::string text;
+};
+
+void ExpectEndings(const std::string& options, const std::vector<Ending>& endings)
+{
+    constexpr std::chrono::seconds kBound(5);
+    for (const Ending& ending : endings) {
+        SCOPED_TRACE(ending.what);
+        const Sealed sealed = RunDiagSeal(options + "-- sh -c " + Quoted(ending.script));
+        EXPECT_EQ(sealed.status, 0);
+        EXPECT_EQ(sealed.text, ending.text);
+        EXPECT_EQ(sealed.errors, "");
+        EXPECT_LT(sealed.time, kBound);
+        EXPECT_THAT(sealed.survivors, IsEmpty());
+    }
+}
+
+TEST(DiagSealCommandTest, EndOfACommand_IsTheLastLine)
+{
+    ExpectEndings(
+        "command ",
+        {
+            {"nothing to tell", "echo out; printf err >&2", "out\nerr"},
+            {"exit status", "printf out; exit 3", "out\ndiag-seal: the command ended with exit status 3\n"},
+            {"signal", "echo out; kill -SEGV $$",
+             "out\ndiag-seal: the command was ended by signal 11 (Segmentation fault)\n"},
+            {"SIGPIPE, ignored before", "kill -PIPE $$",
+             "diag-seal: the command was ended by signal 13 (Broken pipe)\n"},
+            {"SIGUSR1, blocked before", "kill -USR1 $$",
+             "diag-seal: the command was ended by signal 10 (User defined signal 1)\n"},
+            {"no input, and no other descriptor", "cat; ls /proc/$$/fd", "0\n1\n2\n"},
+            {"limits", "ulimit -c; ulimit -d; ulimit -f; cat /proc/self/oom_score_adj", "0\n262144\n131072\n500\n"},
+            {"what is left behind and ends by itself", "(sleep 0.1; echo late) &", "late\n"},
+        });
+    const Sealed missing = RunDiagSeal("command -- --no-such-program");
+    EXPECT_EQ(missing.status, 0);
+    EXPECT_EQ(missing.text,
+              "diag-seal: the command ended with exit status 127: --no-such-program: No such file or "
+              "directory\n");
+    EXPECT_EQ(RunDiagSeal("command -- -- printf %s -x").text, "-x");
+}
+
+TEST(DiagSealCommandTest, NothingOutlivesItsLimit)
+{
+    const std::string relay = "trap '' TERM; [ $0 -lt 9999 ] && { setsid sh -c \"$1\" $(($0 + 1)) \"$1\" & }; exit 0";
+    ExpectEndings(
+        kCommand,
+        {
+            {"TERM ends it", "echo kept; sleep 99", "kept\n" + kCut},
+            {"TERM is ignored", "trap '' TERM; echo kept; sleep 99 & sleep 99", "kept\n" + kCut},
+            {"last words of a grandchild in a session of its own",
+             "setsid sh -c \"trap 'echo last; exit' TERM; sleep 99 & wait\" & wait", "last\n" + kCut},
+            {"a session and a group of its own", "trap '' TERM; setsid sleep 99 & timeout 99 sleep 99 & wait; sleep 99",
+             kCut},
+            {"closed outputs", "echo kept; exec >&- 2>&-; sleep 99", "kept\n" + kCut},
+            {"stopped, and goes on for its TERM", "trap 'echo last; exit' TERM; kill -STOP $$", "last\n" + kCut},
+            {"stopped, and TERM is ignored", "trap '' TERM; kill -STOP $$", kCut},
+            {"left behind, holds the output", "sleep 99 & echo kept; exit 4",
+             "kept\n" + kLeftBehind + "diag-seal: the command ended with exit status 4\n"},
+            {"left behind, in a session of its own and stopped", "setsid sh -c 'kill -STOP $$' & echo kept",
+             "kept\n" + kLeftBehind},
+            {"daemon that has closed everything and ignores TERM",
+             "(setsid sh -c 'trap \"\" TERM; cd /; exec sleep 99' <&- >&- 2>&- &) & echo kept", "kept\n" + kLeftBehind},
+            {"each process starts the next and ends", "sh -c " + Quoted(relay) + " 0 " + Quoted(relay), kLeftBehind},
+        });
+}
+
+TEST(DiagSealCommandTest, TooManyProcesses_AreEndedThoughNoneMoreCanStart)
+{
+    ExpectEndings(
+        "command --kill-delay 0.4 --processes 40 ",
+        {{"a flood that ignores TERM",
+          "trap '' TERM; i=0; while [ $i -lt 200 ]; do setsid sleep 99 & i=$((i + 1)); done 2>/dev/null; wait",
+          "diag-seal: the command was ended: it had more than 40 processes\n"}});
+}
+
+TEST(DiagSealCommandTest, CutOutput_KeepsHeadAndTail)
+{
+    struct Row
+    {
+        int lines;
+        std::size_t head;
+        std::size_t missing;
+    };
+    constexpr int kLine = 8;
+    constexpr std::size_t kSize = 80000;
+    for (const Row& row : {Row{10000, kSize, 0}, Row{10001, kSize / 2, kLine}, Row{500000, kSize / 2, 3920000}}) {
+        SCOPED_TRACE(row.lines);
+        const std::string numbers = RunProgram({"seq", "-w", "1000000", std::to_string(999999 + row.lines)}).output;
+        const std::string line =
+            row.missing == 0 ? "" : "\ndiag-seal: " + std::to_string(row.missing) + " bytes are missing here\n";
+        const Sealed sealed = RunDiagSeal("command --size " + std::to_string(kSize) + " -- seq -w 1000000 " +
+                                          std::to_string(999999 + row.lines));
+        EXPECT_TRUE(sealed.text == numbers.substr(0, row.head) + line + numbers.substr(row.head + row.missing));
+    }
+}
+
+/** What compresses badly leaves less room for the newest, but what keeps to the bound is whole. */
+TEST(DiagSealCommandTest, RandomOutput_IsWholeAtTheBound)
+{
+    const TemporaryFolder folder;
+    const std::string random = folder.Path() + "/random";
+    RunProgram({"sh", "-c", "head -c 4000000 /dev/urandom >" + random});
+    EXPECT_TRUE(RunDiagSeal("command --size 4000000 -- cat " + random).text == ReadWholeFile(random));
+    const Sealed cut = RunDiagSeal("command --size 3000000 -- cat " + random);
+    EXPECT_LE(cut.text.size(), 3000000U + 64);
+    EXPECT_TRUE(std::regex_search(cut.text, std::regex("\ndiag-seal: 10[0-9]{5} bytes are missing here\n")));
+    const std::string all = ReadWholeFile(random);
+    constexpr std::size_t kTail = 400000;
+    EXPECT_THAT(cut.text.substr(cut.text.size() - kTail) == all.substr(all.size() - kTail), true);
+}
+
+TEST(DiagSealCommandTest, EndlessOutput_TakesLittleMemory)
+{
+    // The command, a grandchild of this shell, reads the peak of diag-seal, see proc(5).
+    const std::string peak = "grep VmHWM /proc/$PPID/status";
+    const Sealed endless =
+        RunDiagSeal("command -- sh -c " + Quoted("(timeout 3 cat /dev/urandom; timeout 3 yes); " + peak));
+    EXPECT_THAT(endless.text, HasSubstr(" bytes are missing here\n"));
+    std::smatch found;
+    const std::string end = endless.text.substr(endless.text.size() - 40);
+    ASSERT_TRUE(std::regex_search(end, found, std::regex("VmHWM:\\s+([0-9]+) kB\n$"))) << end;
+    constexpr int kMostKilobytes = 8192;
+    EXPECT_TRUE(kIsSanitized || std::stoi(found[1]) <= kMostKilobytes) << end;
+}
+
+TEST(DiagSealCommandTest, OutputThatNobodyTakes_EndsTheCommand)
+{
+    struct Row
+    {
+        const char* command;
+        const char* redirection;
+        const char* error;
+    };
+    constexpr std::chrono::seconds kBound(10);
+    const std::set<std::string> before = Processes();
+    for (const Row& row : {
+             Row{"cat /dev/urandom", ">/dev/full", "standard output: No space left on device\n"},
+             Row{"echo little", ">/dev/full", "standard output: No space left on device\n"},
+             Row{"cat /dev/urandom", ">/tmp/limited", "standard output: File too large\n"},
+             Row{"cat /dev/urandom", "| true", "standard output: Broken pipe\n"},
+             Row{"echo little", "| true", "standard output: Broken pipe\n"},
+             Row{"cat /dev/urandom", "| sleep 4", "standard output: nobody takes what is written\n"},
+             Row{"echo little", ">&-", "standard output is closed\n"},
+         }) {
+        SCOPED_TRACE(std::string(row.command) + row.redirection);
+        const auto start = std::chrono::steady_clock::now();
+        const Finished run =
+            RunProgram({"bash", "-c",
+                        "set -o pipefail; ulimit -f 100; trap '' XFSZ; { sleep 0.1; " + Program("diag-seal") + " " +
+                            kCommand + "-- " + row.command + "; } " + row.redirection});
+        EXPECT_EQ(run.status, 1);
+        EXPECT_EQ(run.output, std::string("diag-seal: ") + row.error);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, kBound);
+        EXPECT_EQ(Processes(), before);
+    }
+}
+
+TEST(DiagSealCommandTest, SignalsToDiagSeal_EndWhatItRuns)
+{
+    const std::set<std::string> before = Processes();
+    for (const char* const signal : {"TERM", "INT", "HUP", "KILL"}) {
+        ChildProcess sealing({Program("diag-seal"), "command", "--kill-delay", "0.3", "--", "sh", "-c",
+                              "trap '' TERM; echo >/tmp/started; exec sleep 99"});
+        ASSERT_TRUE(WaitUntil([] { return NamesIn("/tmp").count("started") > 0; }));
+        RunProgram({"sh", "-c", std::string("rm /tmp/started; kill -") + signal + ' ' + std::to_string(sealing.Pid())});
+        EXPECT_EQ(sealing.WaitForExit(), signal == std::string("KILL") ? -1 : 1) << signal;
+    }
+    // KILL leaves it no time: the kernel ends the command then.
+    EXPECT_TRUE(WaitUntil([&before] { return Processes() == before; }));
+}
+
+TEST(DiagSealCommandTest, ChildrenThatItWasBornWith_AreNotItsOwn)
+{
+    const std::string script = "sleep 99 & exec " + Program("diag-seal") + " command -- sh -c 'sleep 98 & exit 3'";
+    const Finished run = RunProgram({"sh", "-c", script + " >/tmp/sealed"});
+    EXPECT_EQ(run.status, 0) << run.output;
+    EXPECT_THAT(RunProgram({"pgrep", "-a", "sleep"}).output, testing::EndsWith(" sleep 99\n"));
+}
+
+} // namespace

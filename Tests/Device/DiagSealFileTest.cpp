@@ -1,0 +1,167 @@
+#include "ChildProcess.h"
+#include "Sealed.h"
+#include "TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace
+{
+
+using testing::EndsWith;
+using testing::IsEmpty;
+
+TEST(DiagSealFileTest, RegularFile_ArrivesByteForByte)
+{
+    RunProgram({"sh", "-c",
+                "cd /tmp; head -c 300000 /dev/urandom >random; : >empty; cp random ./-f; cd /tmp; ln -s /tmp tmp"});
+    for (const std::string path :
+         {"/tmp/random", "/tmp/empty", "/tmp/tmp/random", "/proc/self/../version", "/tmp/./-f"}) {
+        const Sealed sealed = RunDiagSeal("file -- " + path);
+        EXPECT_EQ(sealed.status, 0) << path << ' ' << sealed.errors;
+        EXPECT_FALSE(sealed.written.empty());
+        EXPECT_TRUE(sealed.text == ReadWholeFile(path)) << path;
+    }
+}
+
+TEST(DiagSealFileTest, WhatIsNoRegularFile_IsRefused)
+{
+    RunProgram({"sh", "-c", "cd /tmp; : >file; mkdir folder; mkfifo fifo; ln -s file link; ln -s nowhere dangling"});
+    struct Row
+    {
+        const char* arguments;
+        const char* error;
+    };
+    for (const Row& row : {
+             Row{"file -- /tmp/missing", "/tmp/missing: No such file or directory\n"},
+             Row{"file -- ''", ": No such file or directory\n"},
+             Row{"file -- /tmp/file/", "/tmp/file/: Not a directory\n"},
+             Row{"file -- /tmp/folder", "/tmp/folder: not a regular file but a folder\n"},
+             Row{"file -- /tmp/fifo", "/tmp/fifo: not a regular file but a FIFO\n"},
+             Row{"file -- /tmp/link", "/tmp/link: not a regular file but a symbolic link\n"},
+             Row{"file -- /tmp/dangling", "/tmp/dangling: not a regular file but a symbolic link\n"},
+             Row{"file -- /dev/zero", "/dev/zero: not a regular file but a device\n"},
+             Row{"file -- /proc/self/mem", "/proc/self/mem: Input/output error\n"},
+         }) {
+        const Sealed sealed = RunDiagSeal(row.arguments);
+        EXPECT_EQ(sealed.status, 1) << row.arguments;
+        EXPECT_EQ(sealed.written, "") << row.arguments;
+        EXPECT_EQ(sealed.errors, std::string("diag-seal: ") + row.error);
+    }
+}
+
+TEST(DiagSealFileTest, LongFile_KeepsHeadAndTail)
+{
+    const std::string numbers = RunProgram({"seq", "-w", "1000000"}).output;
+    const TemporaryFolder folder;
+    const std::string path = folder.Write("numbers", numbers);
+    constexpr std::size_t kSize = 65536;
+    constexpr std::size_t kLine = 64;
+    const std::string missing = std::to_string(numbers.size() - kSize + kLine);
+    const Sealed sealed = RunDiagSeal("file --size " + std::to_string(kSize) + " -- " + path);
+    EXPECT_TRUE(sealed.text == numbers.substr(0, kSize / 2 - kLine) + "\ndiag-seal: " + missing +
+                                   " bytes are missing here\n" + numbers.substr(numbers.size() - kSize / 2));
+}
+
+TEST(DiagSealFileTest, ReadingWithoutEnd_CostsItsTimeLimit)
+{
+    RunProgram({"truncate", "-s", "100G", "/tmp/endless"});
+    const Sealed sealed = RunDiagSeal("file --time-limit 0.3 --size 200000000000 -- /tmp/endless");
+    EXPECT_EQ(sealed.status, 0);
+    EXPECT_THAT(sealed.text, EndsWith("\ndiag-seal: the reading was ended after 0.300 seconds\n"));
+    EXPECT_THAT(sealed.survivors, IsEmpty());
+}
+
+/** A FIFO with no writer would block whoever opens it between a look and the opening. */
+TEST(DiagSealFileTest, FileThatBecomesAFifo_IsReadOrRefused)
+{
+    WriteWholeFile("/tmp/file", "content");
+    RunProgram({"mkfifo", "/tmp/fifo"});
+    ChildProcess swapping({"sh", "-c", "while :; do ln -f /tmp/file /tmp/swapped; ln -f /tmp/fifo /tmp/swapped; done"});
+    ASSERT_TRUE(WaitUntil([] { return NamesIn("/tmp").count("swapped") > 0; }));
+    constexpr int kRuns = 200;
+    constexpr std::chrono::seconds kBound(5);
+    int read = 0;
+    for (int run = 0; run < kRuns; ++run) {
+        const auto start = std::chrono::steady_clock::now();
+        const Finished finished = RunProgram({Program("diag-seal"), "file", "--", "/tmp/swapped"});
+        ASSERT_LT(std::chrono::steady_clock::now() - start, kBound);
+        read += finished.status == 0 ? 1 : 0;
+        ASSERT_TRUE(finished.status == 0 ||
+                    finished.output == "diag-seal: /tmp/swapped: not a regular file but a FIFO\n")
+            << finished.output;
+    }
+    EXPECT_GT(read, 0);
+    EXPECT_LT(read, kRuns);
+}
+
+TEST(DiagSealFileTest, Text_IsItsWordsJoined)
+{
+    for (const std::string words : {R"('{"status":"it"}')", "'100% %s \\n' '' 'words  ' -n --help --", "''"}) {
+        const std::string expected = RunProgram({"sh", "-c", "set -- " + words + "; printf %s \"$*\""}).output;
+        EXPECT_EQ(RunDiagSeal("text -- " + words).text, expected);
+    }
+}
+
+class CertificateTest : public testing::Test
+{
+protected:
+    /** Makes a certificate, with its key beside it, as openssl-req(1) does with these options. */
+    static void Make(const std::string& options)
+    {
+        const Finished made = RunProgram(
+            {"sh", "-c", "openssl req -x509 -nodes -subj /CN=test -keyout /tmp/key -out /tmp/certificate " + options});
+        ASSERT_EQ(made.status, 0) << made.output;
+    }
+    const std::string m_options = "--certificate /tmp/certificate command -- ";
+};
+
+TEST_F(CertificateTest, UnusableOne_IsRefusedBeforeTheCommandStarts)
+{
+    struct Row
+    {
+        const char* preparation;
+        const char* reason;
+    };
+    for (const Row& row : {
+             Row{"true", "No such file or directory"},
+             Row{"mkdir certificate", "it holds no certificate in PEM"},
+             Row{"echo damaged >certificate", "it holds no certificate in PEM"},
+             Row{"openssl req -x509 -nodes -subj /CN=t -keyout key -newkey rsa:1024 -out certificate",
+                 "its key of 1024 bits is too weak; 2048 are the least"},
+             Row{"openssl req -x509 -nodes -subj /CN=t -keyout key -newkey ec -pkeyopt ec_paramgen_curve:secp192k1 "
+                 "-out "
+                 "certificate",
+                 "its key of 192 bits is too weak; 224 are the least"},
+             Row{"openssl req -x509 -nodes -subj /CN=t -keyout key -newkey ed25519 -out certificate",
+                 "its key is neither RSA nor of an elliptic curve"},
+         }) {
+        RunProgram({"sh", "-c", std::string("cd /tmp; rm -rf certificate; ") + row.preparation});
+        const Sealed sealed = RunDiagSeal(m_options + "touch /tmp/ran");
+        EXPECT_EQ(sealed.status, 1) << row.preparation;
+        EXPECT_EQ(sealed.written, "");
+        EXPECT_EQ(sealed.errors, std::string("diag-seal: certificate /tmp/certificate: ") + row.reason + '\n');
+        EXPECT_EQ(NamesIn("/tmp").count("ran"), 0U);
+    }
+}
+
+TEST_F(CertificateTest, EllipticCurveAndExpiredOnes_AreUsed)
+{
+    Make("-newkey ec -pkeyopt ec_paramgen_curve:prime256v1");
+    const Sealed curve = RunDiagSeal(m_options + "echo sealed", "", "/tmp/key");
+    EXPECT_EQ(curve.text, "sealed\n");
+    EXPECT_EQ(curve.errors, "");
+
+    RunProgram({"sh", "-c",
+                "cd /tmp; openssl req -new -nodes -newkey rsa:2048 -subj /CN=t -keyout key -out request; "
+                "openssl x509 -req -in request -signkey key -days -1 -out certificate"});
+    const Sealed expired = RunDiagSeal(m_options + "echo sealed", "", "/tmp/key");
+    EXPECT_EQ(expired.text, "sealed\n");
+    EXPECT_EQ(expired.errors, "diag-seal: certificate /tmp/certificate has expired and is used all the same\n");
+    // Where both streams are one file, as for an item of the service, the line must not spoil the item.
+    EXPECT_EQ(RunDiagSeal(m_options + "echo sealed", "2>&1", "/tmp/key").text, "sealed\n");
+}
+
+} // namespace

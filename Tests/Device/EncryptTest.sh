@@ -1,0 +1,58 @@
+#!/bin/sh
+# EncryptTest.sh KEY: the encrypting scripts by their names, with what the service and its items give them.
+. "${0%/*}/assert.sh"
+key=$1
+cd /tmp || exit 1
+
+# The service sends both streams into one file.
+seal encrypt-logs sh -c 'printf out; printf err >&2; exit 3'
+equal "a failing command is an item" "0 outerr diag-seal: the command ended with exit status 3 " \
+    "$status $(tr '\n' ' ' <plain)"
+openssl cms -cmsout -print -inform DER -in sealed | grep -q 'algorithm: aes-256-cbc ' || fail "another cipher"
+seal encrypt-logs printf '%s|' 'a b' '*' "q'\"" '' --help
+equal "arguments" "a b|*|q'\"||--help|" "$(cat plain)"
+seal encrypt-logs --help
+equal "a command that looks like an option" 1 "$(grep -c '^diag-seal: .* 127: --help: ' plain)"
+refused encrypt-logs
+
+# Nothing readable reaches a disk: the command looks for its own output, of which there is more than a pipe can hold.
+# shellcheck disable=SC2016  # for the inner shell
+seal encrypt-logs sh -c 'text=nobody; text=$text-may-read; yes $text 2>/dev/null | head -n 20000
+    cd / && grep -rlF $text mnt opt persist root run tmp var'
+equal "lines of output, with the files found and the status of the search" 20001 "$(wc -l <plain)"
+
+head -c 300000 /dev/urandom >random
+ln -s random link
+seal dfs-encrypt-existing-file.sh random
+equal "status of a file" 0 "$status"
+check "content of a file" cmp random plain
+for path in missing link /dev/null ''; do
+    refused dfs-encrypt-existing-file.sh "$path"
+done
+refused dfs-encrypt-existing-file.sh random random
+refused dfs-encrypt-existing-file.sh
+
+while IFS= read -r text; do
+    seal dfs-encrypt-string.sh "$text"
+    equal "text" "0 $text." "$status $(cat plain; echo .)"
+done <<'TEXTS'
+{"status":"it's \"quoted\"","path":"C:\\new\t"}
+100% %s %d \n \c \\
+-n -e --help
+
+$HOME `id` $(id) * ~
+TEXTS
+seal dfs-encrypt-string.sh several '' 'words  ' -- -n
+equal "several texts" "several  words   -- -n." "$(cat plain; echo .)"
+long=$(od -An -tx1 random | head -c 120000)
+seal dfs-encrypt-string.sh "$long"
+equal "a long text" "$long" "$(cat plain)"
+refused dfs-encrypt-string.sh
+
+rm /opt/Vantor/etc/diag-recipient.pem
+refused encrypt-logs touch ran
+refute "the command is not run" [ -e ran ]
+refused dfs-encrypt-existing-file.sh random
+refused dfs-encrypt-string.sh text
+
+finish_tests
