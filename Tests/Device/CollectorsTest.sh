@@ -20,7 +20,7 @@ report() {
 /usr/bin/ip neigh add 198.51.100.7 lladdr 00:00:5e:00:53:01 dev lo
 path=$PATH
 awk 'BEGIN { for (i = 1; i <= 6000; i++) print "line", i }' >/var/log/messages
-report dfs-pts-logs.sh "==== system log" "^line 6000$" "^line 1001$" "no /var/log/syslog" "==== kernel messages"
+report dfs-pts-logs.sh "==> system log" "^line 6000$" "^line 1001$" "no /var/log/syslog" "==> kernel messages"
 refute "a log beyond its bound" grep -q "^line 1000$" /tmp/report
 report dfs-networking-info.sh "inet 127.0.0.1" "^198.51.100.0/24" "^2001:db8::/32" "lladdr 00:00:5e" "Local Address" \
     "no iw nor iwconfig" "lo:"
@@ -37,7 +37,7 @@ rm /var/log/messages
 report dfs-pts-logs.sh "no journalctl nor logread" "no /var/log/messages" "no dmesg"
 report dfs-networking-info.sh "no ip nor ifconfig" "no ss nor netstat" "lo:"
 report dfs-memory-disk.sh "no free" "no df" "MemTotal:"
-report dfs-uptime.sh "no uptime" "==== /proc/uptime"
+report dfs-uptime.sh "no uptime" "==> /proc/uptime"
 report dfs-mpstat.sh "no mpstat"
 equal "samples of /proc/stat" 2 "$(grep -c '^cpu0' /tmp/report)"
 report dfs-top.sh "no top nor ps"

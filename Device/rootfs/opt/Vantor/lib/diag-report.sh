@@ -5,7 +5,7 @@
 max_lines=5000 # of one file or program, the last ones
 
 section() {
-    printf '\n==== %s ====\n' "$1"
+    printf '\n==> %s <==\n' "$1" # As tail(1) heads each of several files.
 }
 
 have() {
@@ -28,14 +28,23 @@ run() {
     echo "this device has no $missing"
 }
 
-# show FILE...: a section for each file.
+# show FILE...: a section for each file, all by one process.
 show() {
+    readable=0
     for file; do
-        section "$file"
+        shift
         if [ -r "$file" ]; then
-            tail -n "$max_lines" <"$file"
+            set -- "$@" "$file"
+            readable=$((readable + 1))
         else
+            section "$file"
             echo "this device has no $file"
         fi
     done
+    case $readable in
+        0) return ;;
+        1) section "$1" ;;
+        *) echo ;;
+    esac
+    tail -n "$max_lines" "$@" 2>&1
 }
