@@ -29,6 +29,9 @@ report dfs-uptime.sh "load average" '"short":"1.0.67"'
 report dfs-mpstat.sh "%idle\|^cpu0" "CPU0  *CPU1\|CPU0$"
 report dfs-top.sh "PID" "dfs-top.sh" "^[0-9.]* [0-9.]* [0-9.]* [0-9]*/[0-9]* [0-9]*$"
 report dfs-wifi-site-scan.sh "no wireless interface"
+shadow df 'echo half; exit 3'
+report dfs-memory-disk.sh "^half" "^df ended with exit status 3" "==> /proc/mounts"
+unshadow
 
 mkdir /few
 ln -s "$(command -v tail)" "$(command -v sleep)" /few

@@ -1,8 +1,8 @@
 # shellcheck shell=sh
-# What the collecting scripts share: a report in sections, each bounded, where what is missing costs one line and no more.
-# Sourced by them; does nothing by itself.
+# What the collecting scripts share: a report in sections, where what is missing costs one line and no more. Sourced by
+# them; does nothing by itself. The report as a whole is bounded by what seals it.
 
-max_lines=5000 # of one file or program, the last ones
+max_lines=5000 # of one file, the last ones
 
 section() {
     printf '\n==> %s <==\n' "$1" # As tail(1) heads each of several files.
@@ -20,7 +20,7 @@ run() {
     for line; do
         if have "${line%% *}"; then
             # shellcheck disable=SC2086  # a command line of the script's own, to be split
-            $line 2>&1 | tail -n "$max_lines"
+            $line 2>&1 || echo "${line%% *} ended with exit status $?"
             return
         fi
         missing="${missing:+$missing nor }${line%% *}"
