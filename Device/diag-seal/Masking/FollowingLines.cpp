@@ -1,0 +1,93 @@
+#include "FollowingLines.h"
+
+#include <re2/re2.h>
+
+#include <algorithm>
+#include <cctype>
+
+namespace DiagSeal
+{
+namespace
+{
+
+constexpr int kMaxKeyLines = 400;      // an RSA key of 16384 bits has 200
+constexpr int kMaxDumpLines = 64;      // a title without length, or one that lies
+constexpr int kLinesForEachDumped = 4; // other programs log meanwhile
+constexpr std::size_t kShortestRun = 16;
+constexpr std::string_view kKeyEnd = "-----END";
+
+bool IsBase64(char c)
+{
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '+' || c == '/' || c == '=';
+}
+
+/** Whether nothing but the end of a quoted text follows. */
+bool EndsLine(std::string_view rest)
+{
+    return rest.find_first_not_of(" \t\r\"',;\\n") == std::string_view::npos;
+}
+
+} // namespace
+
+FollowingLines::FollowingLines() = default;
+FollowingLines::~FollowingLines() = default;
+
+void FollowingLines::Announce(std::string_view name, std::string_view text)
+{
+    if (text.find("PRIVATE KEY") != std::string_view::npos) {
+        m_isKey = true;
+        m_linesLeft = text.find(kKeyEnd) == std::string_view::npos ? kMaxKeyLines : 0;
+    } else if (const std::size_t dump = text.find("hexdump_ascii(len="); dump != std::string_view::npos) {
+        static const RE2 kLength(R"(len=(\d{1,4})\):\s*$)");
+        int length = 0;
+        if (!RE2::PartialMatch({text.data(), text.size()}, kLength, &length)) {
+            return;
+        }
+        m_isKey = false;
+        m_linesLeft = std::min((length + 15) / 16 * kLinesForEachDumped, kMaxDumpLines);
+    } else {
+        return;
+    }
+    m_mask = "[masked:" + std::string(name) + "]";
+}
+
+std::string FollowingLines::Masked(std::string_view line)
+{
+    --m_linesLeft;
+    return m_isKey ? MaskedKeyLine(line) : MaskedDumpLine(line);
+}
+
+std::string FollowingLines::MaskedKeyLine(std::string_view line)
+{
+    const std::size_t end = line.find(kKeyEnd);
+    if (end != std::string_view::npos) {
+        m_linesLeft = 0;
+    }
+    const std::string_view body = line.substr(0, end);
+    std::string masked;
+    for (std::size_t at = 0; at < body.size();) {
+        std::size_t runEnd = at;
+        while (runEnd < body.size() && IsBase64(body[runEnd])) {
+            ++runEnd;
+        }
+        const bool isKey = runEnd - at >= kShortestRun || (runEnd > at && EndsLine(body.substr(runEnd)));
+        masked += isKey ? std::string_view(m_mask) : body.substr(at, runEnd - at);
+        masked += body.substr(runEnd, 1);
+        at = runEnd + 1;
+    }
+    return masked.append(line.substr(body.size()));
+}
+
+std::string FollowingLines::MaskedDumpLine(std::string_view line)
+{
+    if (!m_dumpLine) {
+        m_dumpLine = std::make_unique<RE2>("(?s)^(.*?(?:^|[ \\t]) {3,4})(?: [0-9a-f]{2}){1,16}(?: .*)?$", RE2::Latin1);
+    }
+    re2::StringPiece before;
+    if (!RE2::FullMatch({line.data(), line.size()}, *m_dumpLine, &before)) {
+        return std::string(line);
+    }
+    return std::string(before.data(), before.size()) + " " + m_mask;
+}
+
+} // namespace DiagSeal

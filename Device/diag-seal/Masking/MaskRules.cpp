@@ -1,0 +1,131 @@
+#include "MaskRules.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "BuiltInRulesText.h"
+
+namespace DiagSeal
+{
+namespace
+{
+
+constexpr std::string_view kBlanks = " \t\r";
+constexpr std::string_view kNameCharacters = "abcdefghijklmnopqrstuvwxyz0123456789-";
+
+MaskRule ParseLine(std::string_view line)
+{
+    const std::size_t nameEnd = line.find_first_of(kBlanks);
+    const std::string_view name = line.substr(0, nameEnd);
+    if (name.size() > kMaxRuleName || name.find_first_not_of(kNameCharacters) != std::string_view::npos) {
+        throw RuleError("the name is more than 32 small letters, digits and '-'");
+    }
+    if (nameEnd == std::string_view::npos) {
+        throw RuleError("there is no pattern");
+    }
+    const std::string_view pattern = line.substr(line.find_first_not_of(kBlanks, nameEnd));
+    if (pattern.size() > kMaxPatternSize) {
+        throw RuleError("the pattern is longer than 2048 bytes");
+    }
+    return {std::string(name), std::string(pattern)};
+}
+
+std::string_view Trimmed(std::string_view line)
+{
+    const std::size_t begin = line.find_first_not_of(kBlanks);
+    if (begin == std::string_view::npos) {
+        return {};
+    }
+    return line.substr(begin, line.find_last_not_of(kBlanks) - begin + 1);
+}
+
+class OpenFile
+{
+public:
+    explicit OpenFile(const char* path) : m_descriptor(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {}
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+    ~OpenFile()
+    {
+        if (m_descriptor >= 0) {
+            ::close(m_descriptor);
+        }
+    }
+
+    int Descriptor() const { return m_descriptor; }
+
+private:
+    int m_descriptor;
+};
+
+[[noreturn]] void ThrowErrno()
+{
+    throw RuleError(std::strerror(errno)); // NOLINT(concurrency-mt-unsafe): the program has one thread
+}
+
+} // namespace
+
+std::string_view BuiltInRules()
+{
+    return {kBuiltInRulesText, sizeof(kBuiltInRulesText) - 1};
+}
+
+std::vector<MaskRule> ParseRules(std::string_view text)
+{
+    if (text.size() > kMaxRulesSize) {
+        throw RuleError("it is larger than 64 KiB");
+    }
+    std::vector<MaskRule> rules;
+    for (int number = 1; !text.empty(); ++number) {
+        const std::size_t end = text.find('\n');
+        const std::string_view line = Trimmed(text.substr(0, end));
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+        if (line.empty() || line.front() == '#') {
+            continue;
+        }
+        if (rules.size() == kMaxRules) {
+            throw RuleError("it has more than 100 rules");
+        }
+        try {
+            rules.push_back(ParseLine(line));
+        } catch (const RuleError& error) {
+            throw RuleError("line " + std::to_string(number) + ": " + error.what());
+        }
+    }
+    return rules;
+}
+
+std::string ReadRulesFile(const std::string& path)
+{
+    const OpenFile file(path.c_str());
+    struct stat status = {};
+    if (file.Descriptor() < 0 || ::fstat(file.Descriptor(), &status) != 0) {
+        ThrowErrno();
+    }
+    if (!S_ISREG(status.st_mode)) {
+        throw RuleError("it is not a regular file");
+    }
+    std::string text(kMaxRulesSize + 1, '\0');
+    std::size_t size = 0;
+    while (size < text.size()) {
+        const ssize_t count = ::read(file.Descriptor(), &text[size], text.size() - size);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            ThrowErrno();
+        }
+        if (count == 0) {
+            break;
+        }
+        size += static_cast<std::size_t>(count);
+    }
+    text.resize(size);
+    return text;
+}
+
+} // namespace DiagSeal

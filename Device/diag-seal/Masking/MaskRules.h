@@ -1,0 +1,43 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace DiagSeal
+{
+
+/** A line of a rules file. See the file's own head for what the names "keep", "ssid" and "when" mean. */
+struct MaskRule
+{
+    std::string name;    ///< what the mask says
+    std::string pattern; ///< RE2's syntax; letters match in either case
+};
+
+/** What a rules file may hold. */
+constexpr std::size_t kMaxRulesSize = 64 * 1024; ///< bytes
+constexpr std::size_t kMaxRules = 100;
+constexpr std::size_t kMaxPatternSize = 2048; ///< bytes
+constexpr std::size_t kMaxRuleName = 32;      ///< bytes: small letters, digits and "-"
+
+/** Rules that cannot be used, and why, in words for a person. */
+class RuleError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/** The text of the rules file as the program was built with it. */
+std::string_view BuiltInRules();
+
+/**
+ * Reads a rules file's text: a name, blanks and a pattern a line; empty lines and those that begin with "#" do not
+ * count. Throws RuleError. Patterns are taken as they stand. Thread-safe.
+ */
+std::vector<MaskRule> ParseRules(std::string_view text);
+
+/** The text of a rules file. Throws RuleError if it is no regular file, is too large or cannot be read. Blocks. */
+std::string ReadRulesFile(const std::string& path);
+
+} // namespace DiagSeal

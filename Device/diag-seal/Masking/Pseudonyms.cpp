@@ -1,0 +1,40 @@
+#include "Pseudonyms.h"
+
+namespace DiagSeal
+{
+
+std::string Pseudonyms::Of(std::string_view kind, std::string_view value) const
+{
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::uint64_t hash = Hash(kind, value);
+    std::string name = "[" + std::string(kind) + ":";
+    for (int i = 0; i < 8; ++i, hash >>= 4) {
+        name += kDigits[hash & 15];
+    }
+    return name + "]";
+}
+
+Pseudonyms::Mac Pseudonyms::OfMac(const Mac& mac) const
+{
+    const bool isGroup = (mac[0] & 1) != 0;
+    if (isGroup || mac == Mac{}) {
+        return mac;
+    }
+    const std::uint64_t hash = Hash("mac", {reinterpret_cast<const char*>(mac.data()), mac.size()});
+    return {mac[0],
+            mac[1],
+            mac[2],
+            static_cast<std::uint8_t>(hash),
+            static_cast<std::uint8_t>(hash >> 8),
+            static_cast<std::uint8_t>(hash >> 16)};
+}
+
+std::uint64_t Pseudonyms::Hash(std::string_view kind, std::string_view value) const
+{
+    std::string text(kind);
+    text += '\0';
+    text += value;
+    return SipHash(m_key, text);
+}
+
+} // namespace DiagSeal
