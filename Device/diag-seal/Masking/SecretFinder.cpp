@@ -1,6 +1,7 @@
 #include "SecretFinder.h"
 
 #include <re2/re2.h>
+#include <re2/set.h>
 
 #include <algorithm>
 #include <cctype>
@@ -104,21 +105,26 @@ void Check(const RE2& expression, const MaskRule& rule)
 
 } // namespace
 
-SecretFinder::SecretFinder(std::string_view rules) : m_sections(1)
+SecretFinder::SecretFinder(std::string_view rules)
+    : m_sections(1), m_when(std::make_unique<RE2::Set>(Options(kSectionMemory), RE2::UNANCHORED))
 {
-    std::string when;
     for (MaskRule& rule : ParseRules(rules)) {
-        if (rule.name == kWhen) {
-            Append(when, rule.pattern);
-            m_sections.emplace_back();
-        } else {
-            m_sections.back().entries.push_back({std::move(rule), nullptr});
+        if (rule.name != kWhen) {
+            m_sections.back().entries.push_back({std::move(rule), nullptr, 0});
+            continue;
         }
+        std::string error;
+        if (m_when->Add(rule.pattern, &error) < 0) {
+            throw RuleError("a pattern of 'when' is not valid: " + error);
+        }
+        m_sections.emplace_back();
     }
     if (m_sections.size() > kMaxSections) {
         throw RuleError("it has more than 7 lines 'when'");
     }
-    m_when = CompileAny(when);
+    if (!m_when->Compile()) {
+        throw RuleError("the patterns of 'when' are too large together");
+    }
     if (rules != BuiltInRules()) {
         CheckAll();
     }
@@ -126,9 +132,6 @@ SecretFinder::SecretFinder(std::string_view rules) : m_sections(1)
 
 void SecretFinder::CheckAll()
 {
-    if (!m_when->ok()) {
-        throw RuleError("a pattern of 'when' is not valid: " + m_when->error());
-    }
     std::size_t count = 0;
     for (Section& section : m_sections) {
         for (Entry& entry : section.entries) {
@@ -161,17 +164,29 @@ std::unique_ptr<SecretFinder> SecretFinder::Load(const std::string& path, std::s
 void SecretFinder::Begin(std::string_view line, std::size_t from)
 {
     m_line = line;
-    const bool needsAll = RE2::PartialMatch({line.data(), line.size()}, *m_when);
     for (Section& section : m_sections) {
         section.hasMore = false;
-        if (!section.entries.empty() && (needsAll || &section == &m_sections.front())) {
-            Search(section, from);
+    }
+    Search(m_sections.front(), from);
+    const re2::StringPiece text(line.data(), line.size());
+    if (!m_when->Match(text, nullptr)) { // most lines
+        return;
+    }
+    RE2::Set::ErrorInfo error{};
+    if (m_when->Match(text, &m_needed, &error)) {
+        for (const int number : m_needed) {
+            Search(m_sections[static_cast<std::size_t>(number) + 1], from);
         }
+    } else { // out of memory
+        std::for_each(m_sections.begin() + 1, m_sections.end(), [&](Section& section) { Search(section, from); });
     }
 }
 
 void SecretFinder::Search(Section& section, std::size_t from)
 {
+    if (section.entries.empty()) {
+        return;
+    }
     if (!section.any) {
         section.any = CompileAny(section.entries);
     }

@@ -1,17 +1,15 @@
 #pragma once
 
+#include "MaskRules.h"
+
+#include <re2/re2.h>
+#include <re2/set.h>
+
 #include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "MaskRules.h"
-
-namespace re2
-{
-class RE2;
-}
 
 namespace DiagSeal
 {
@@ -67,15 +65,15 @@ private:
     struct Entry
     {
         MaskRule rule;
-        std::unique_ptr<re2::RE2> expression; ///< made when it is needed first: most lines match no rule
-        int valueGroup = 0;                   ///< the number of its group "value", or 0
+        std::unique_ptr<RE2> expression; ///< made when it is needed first: most lines match no rule
+        int valueGroup = 0;              ///< the number of its group "value", or 0
     };
 
     struct Section
     {
         std::vector<Entry> entries;
-        std::unique_ptr<re2::RE2> any; ///< made when it is needed first
-        bool hasMore = false;          ///< the line under search has a match, which follows
+        std::unique_ptr<RE2> any; ///< made when it is needed first
+        bool hasMore = false;     ///< the line under search has a match, which follows
         std::size_t matchBegin = 0;
         std::size_t matchEnd = 0;
     };
@@ -87,7 +85,8 @@ private:
     bool Explain(Entry& entry, FoundSecret& found);
 
     std::vector<Section> m_sections; ///< the first one has no "when"
-    std::unique_ptr<re2::RE2> m_when;
+    std::unique_ptr<RE2::Set> m_when;
+    std::vector<int> m_needed; ///< sections but for the first; a member for its memory
     std::string_view m_line;
 };
 
