@@ -1,7 +1,6 @@
 #include "MaskRules.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -102,12 +101,8 @@ std::vector<MaskRule> ParseRules(std::string_view text)
 std::string ReadRulesFile(const std::string& path)
 {
     const OpenFile file(path.c_str());
-    struct stat status = {};
-    if (file.Descriptor() < 0 || ::fstat(file.Descriptor(), &status) != 0) {
+    if (file.Descriptor() < 0) {
         ThrowErrno();
-    }
-    if (!S_ISREG(status.st_mode)) {
-        throw RuleError("it is not a regular file");
     }
     std::string text(kMaxRulesSize + 1, '\0');
     std::size_t size = 0;

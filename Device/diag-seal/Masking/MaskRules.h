@@ -37,7 +37,8 @@ std::string_view BuiltInRules();
  */
 std::vector<MaskRule> ParseRules(std::string_view text);
 
-/** The text of a rules file. Throws RuleError if it is no regular file, is too large or cannot be read. Blocks. */
+/** The text of a rules file. Throws RuleError if it cannot be read. What is too large comes cut, but still too
+ * large. Does not wait for a writer. Blocks. */
 std::string ReadRulesFile(const std::string& path);
 
 } // namespace DiagSeal

@@ -21,7 +21,8 @@ std::vector<std::string> Rows(const std::string& name)
     std::vector<std::string> rows;
     for (std::string line; std::getline(file, line);) {
         if (line.front() != '#') {
-            rows.push_back(WithReplaced(WithReplaced(line, "␤", "\n"), "␀", std::string(1, '\0')));
+            line = WithReplaced(WithReplaced(line, "␤", "\n"), "␍", "\r");
+            rows.push_back(WithReplaced(line, "␀", std::string(1, '\0')));
         }
     }
     if (rows.size() < 80) {
