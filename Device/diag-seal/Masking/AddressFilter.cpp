@@ -243,7 +243,7 @@ AddressFilter::Text AddressFilter::OfRun(std::string_view before, std::string_vi
     if (run.substr(0, 3) == "01:" && IsMac(run.substr(3), ':')) { // a DHCP client identifier
         return "01:" + OfMac(run.substr(3)).value_or(std::string(run.substr(3)));
     }
-    if (const Text address = OfIpv6(run)) {
+    if (Text address = OfIpv6(run)) {
         return address;
     }
     const std::size_t dot = run.rfind('.'); // a port, as packet dumps have it

@@ -1,8 +1,5 @@
 #include "SecretFinder.h"
 
-#include <re2/re2.h>
-#include <re2/set.h>
-
 #include <algorithm>
 #include <cctype>
 
@@ -39,18 +36,6 @@ std::unique_ptr<RE2> Compile(const MaskRule& rule)
     return expression;
 }
 
-std::unique_ptr<RE2> CompileAny(const std::string& pattern)
-{
-    RE2::Options options = Options(SecretFinder::kSectionMemory);
-    options.set_never_capture(true);
-    return std::make_unique<RE2>(pattern, options);
-}
-
-void Append(std::string& any, const std::string& pattern)
-{
-    any += (any.empty() ? "(?:" : "|(?:") + pattern + ")";
-}
-
 /**
  * Whether a value that begins at `begin` goes on to the end of its line: "psk = my pass phrase", "TOKEN=two words", and
  * "service[9]: psk=my pass phrase".
@@ -79,14 +64,17 @@ bool IsRestOfLine(std::string_view line, std::size_t begin)
     return std::find(std::begin(kAssignments), std::end(kAssignments), before) != std::end(kAssignments);
 }
 
+/** One automaton for the patterns of all entries. It only finds where a match is. */
 template <typename Entries>
 std::unique_ptr<RE2> CompileAny(const Entries& entries)
 {
+    RE2::Options options = Options(SecretFinder::kSectionMemory);
+    options.set_never_capture(true);
     std::string any;
     for (const auto& entry : entries) {
-        Append(any, entry.rule.pattern);
+        any.append(any.empty() ? "(?:" : "|(?:").append(entry.rule.pattern).append(")");
     }
-    return CompileAny(any);
+    return std::make_unique<RE2>(any, options);
 }
 
 void Check(const RE2& expression, const MaskRule& rule)

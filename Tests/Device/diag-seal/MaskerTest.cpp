@@ -39,6 +39,7 @@ std::string Faults(const std::string& rules)
     static const auto secrets = SecretCases();
     static const auto harmless = HarmlessCases();
     std::vector<std::string> texts;
+    texts.reserve(secrets.size() + harmless.size());
     for (const MaskCase& entry : secrets) {
         texts.push_back(entry.input);
     }
@@ -110,8 +111,9 @@ TEST(Masker, LetsNothingPassAtTheSeamsOfALongLine)
 {
     const std::string secret = "access_token=0a1b2c3d4e5f60718293a4b5c6d7e8f9, from 00:1b:21:3c:9d:4e with 81.2.69.142";
     for (std::size_t before = 2400; before < 4200; before += 5) {
-        const std::string filler = std::string(before / 8, '#') + " " + std::string(before - before / 8, '+') + " ";
-        const std::string output = Masked(filler + secret + " " + filler);
+        const std::string filler =
+            std::string(before / 8, '#').append(" ").append(before - before / 8, '+').append(" ");
+        const std::string output = Masked(std::string(filler).append(secret).append(" ").append(filler));
         for (const char* part : {"0a1b", "e8f9", "3c:9d:4e", "69.142"}) {
             ASSERT_EQ(output.find(part), std::string::npos) << before;
         }
