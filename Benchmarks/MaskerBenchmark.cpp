@@ -1,12 +1,12 @@
 // How fast diag-seal's masker is: bytes of processor time on ordinary logs, and on text that is made to slow it down.
 
+#include "Masker.h"
+
 #include <benchmark/benchmark.h>
 
 #include <cstddef>
 #include <memory>
 #include <string>
-
-#include "Masker.h"
 
 using namespace DiagSeal;
 

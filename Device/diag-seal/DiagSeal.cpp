@@ -1,22 +1,28 @@
 #include "DiagSeal.h"
 
 #include "Certificate.h"
+#include "CodePages.h"
 #include "Command.h"
+#include "ErrorText.h"
 #include "FileCopy.h"
 #include "LastResort.h"
+#include "Masker.h"
 #include "Notice.h"
 #include "Options.h"
 #include "OutcomeLines.h"
 #include "Output.h"
 #include "SealedItem.h"
 #include "Sealer.h"
+#include "SecretFinder.h"
 #include "Supervisor.h"
 
 #include <unistd.h>
 
 #include <limits>
+#include <memory>
 #include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace DiagSeal
 {
@@ -42,19 +48,39 @@ std::string Joined(const std::vector<std::string>& words)
     return text;
 }
 
+/** What a command prints is masked, with a key of this run's own. Files and texts are their owner's to mask. */
+std::unique_ptr<TextFilter> MakeFilter(const Options& options)
+{
+    if (options.job != Job::SealCommand) {
+        return nullptr;
+    }
+    std::string notice;
+    auto finder = SecretFinder::Load("/opt/Vantor/etc/diag-mask.conf", notice);
+    if (!notice.empty()) {
+        Notice(notice);
+    }
+    MaskKey key = {};
+    if (getentropy(key.data(), key.size()) != 0) {
+        throw std::runtime_error("no random key for masking: " + ErrorText());
+    }
+    return std::make_unique<Masker>(key, std::move(finder));
+}
+
 /** The layers that what is sealed passes, from the inside out. */
 struct Layers
 {
     Layers(const Options& options, const Certificate& certificate)
         : output(STDOUT_FILENO, "standard output", std::chrono::steady_clock::now() + ReaderTime(options)),
           sealer(certificate, output),
+          filter(MakeFilter(options)),
           // What reads a file bounds it itself, as it need not read what is over.
-          item(nullptr, options.job == Job::SealCommand ? options.size : std::numeric_limits<std::uint64_t>::max(),
+          item(filter.get(), options.job == Job::SealCommand ? options.size : std::numeric_limits<std::uint64_t>::max(),
                sealer)
     {}
 
     Output output;
     Sealer sealer;
+    std::unique_ptr<TextFilter> filter;
     SealedItem item;
 };
 
@@ -75,7 +101,10 @@ void SealSupervised(const Options& options, const Certificate& certificate)
             return isFile ? CopyFile(options.words.front(), options.size)
                           : BecomeCommand(options.words, options.processes);
         },
-        [&] { layers.emplace(options, certificate); },
+        [&] {
+            layers.emplace(options, certificate);
+            ReleaseCodePages();
+        },
         [&layers](std::string_view bytes) { layers->item.Write(bytes); });
     const bool isDone = outcome.cause == Outcome::Cause::Itself && outcome.status == 0;
     if (isFile && layers->item.IsEmpty() && !isDone) {

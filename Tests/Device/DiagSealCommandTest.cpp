@@ -141,14 +141,43 @@ TEST(DiagSealCommandTest, EndlessOutput_TakesLittleMemory)
 {
     // The command, a grandchild of this shell, reads the peak of diag-seal, see proc(5).
     const std::string peak = "grep VmHWM /proc/$PPID/status";
-    const Sealed endless =
-        RunDiagSeal("command -- sh -c " + Quoted("(timeout 3 cat /dev/urandom; timeout 3 yes); " + peak));
+    const std::string secrets = "shuf -r " SECRET_LINES;
+    const Sealed endless = RunDiagSeal(
+        "command -- sh -c " + Quoted("timeout 3 " + secrets + "; timeout 3 cat /dev/urandom; timeout 2 yes; " + peak));
     EXPECT_THAT(endless.text, HasSubstr(" bytes are missing here\n"));
     std::smatch found;
     const std::string end = endless.text.substr(endless.text.size() - 40);
     ASSERT_TRUE(std::regex_search(end, found, std::regex("VmHWM:\\s+([0-9]+) kB\n$"))) << end;
     constexpr int kMostKilobytes = 8192;
     EXPECT_TRUE(kIsSanitized || std::stoi(found[1]) <= kMostKilobytes) << end;
+}
+
+TEST(DiagSealCommandTest, Secrets_AreMaskedInWhatACommandPrintsOnly)
+{
+    const std::string rules = "/opt/Vantor/etc/diag-mask.conf";
+    const std::string line = "00:1b:21:3c:9d:4e 00:1b:21:3c:9d:4e password=hunter2\n";
+    const std::string command = "command -- sh -c " + Quoted("printf " + Quoted(line) + "; exit 3");
+    const std::regex masked(
+        "(00:1b:21:[0-9a-f:]{8}) \\1 password=\\[masked:secret\\]\n"
+        "diag-seal: the command ended with exit status 3\n");
+    std::set<std::string> texts = {line};
+    for (const std::string run : {"the first", "another", "broken rules"}) {
+        SCOPED_TRACE(run);
+        if (run == "broken rules") {
+            RunProgram({"sh", "-c", "echo secret '(' >" + rules});
+        }
+        const Sealed sealed = RunDiagSeal(command);
+        EXPECT_TRUE(std::regex_match(sealed.text, masked)) << sealed.text;
+        EXPECT_THAT(sealed.text, testing::Not(HasSubstr("3c:9d:4e")));
+        EXPECT_TRUE(texts.insert(sealed.text).second) << "the same pseudonym as before";
+        EXPECT_EQ(sealed.errors, run != "broken rules" ? ""
+                                                       : "diag-seal: " + rules +
+                                                             " cannot be used, the built-in rules apply: the pattern "
+                                                             "'secret (' is not valid: missing ): (\n");
+    }
+    const TemporaryFolder folder;
+    EXPECT_EQ(RunDiagSeal("file -- " + folder.Write("file", line)).text, line);
+    EXPECT_EQ(RunDiagSeal("text -- " + Quoted(line)).text, line);
 }
 
 TEST(DiagSealCommandTest, OutputThatNobodyTakes_EndsTheCommand)

@@ -45,7 +45,8 @@ TEST_F(Upload, OfEverything_BringsTheTwelveItems)
               (std::vector<std::string>{"logread", "network info", "mfg_data", "proc_loadavg", "memory disk info",
                                         "uptime", "mpstat", "top", "swup_hsm_states", "swup_sys_status",
                                         "swup_release_history", "coredumpfilelist"}));
-    const std::map<std::string, std::string> contents = {
+    const std::multimap<std::string, std::string> contents = {
+        {"logread", "reconfigured, psk=[masked:secret] rc=0"},
         {"logread", "AudioRenderer.service: Main process exited"},
         {"network info", "lo"},
         {"mfg_data", "\"productName\""},

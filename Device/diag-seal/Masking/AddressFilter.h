@@ -1,11 +1,11 @@
 #pragma once
 
+#include "Pseudonyms.h"
+
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include "Pseudonyms.h"
 
 namespace DiagSeal
 {

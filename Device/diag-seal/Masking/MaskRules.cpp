@@ -1,12 +1,12 @@
 #include "MaskRules.h"
 
+#include "BuiltInRulesText.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
-
-#include "BuiltInRulesText.h"
 
 namespace DiagSeal
 {

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <memory>
-#include <string>
-#include <string_view>
-
 #include "AddressFilter.h"
 #include "FollowingLines.h"
 #include "Pseudonyms.h"
 #include "SecretFinder.h"
 #include "TextFilter.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
 
 namespace DiagSeal
 {

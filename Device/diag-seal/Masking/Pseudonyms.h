@@ -1,11 +1,11 @@
 #pragma once
 
+#include "SipHash.h"
+
 #include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
-
-#include "SipHash.h"
 
 namespace DiagSeal
 {

@@ -1,9 +1,9 @@
 #include "MaskCases.h"
 
+#include "Masker.h"
+
 #include <fstream>
 #include <stdexcept>
-
-#include "Masker.h"
 
 namespace
 {

@@ -1,9 +1,9 @@
+#include "FuzzCheck.h"
+#include "Masker.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <string>
-
-#include "FuzzCheck.h"
-#include "Masker.h"
 
 using namespace DiagSeal;
 

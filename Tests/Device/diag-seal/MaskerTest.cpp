@@ -1,3 +1,4 @@
+#include "MaskCases.h"
 #include "Masker.h"
 
 #include <gtest/gtest.h>
@@ -5,8 +6,6 @@
 #include <algorithm>
 #include <fstream>
 #include <sstream>
-
-#include "MaskCases.h"
 
 using namespace DiagSeal;
 
