@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <map>
+#include <sstream>
 #include <stdexcept>
 
 namespace DfsOpen
@@ -14,6 +15,9 @@ namespace
 {
 
 const std::string kItemSuffix = ".gz";
+
+/** The member in which the device tells what it has left out of the archive: lines of name, size and reason. */
+constexpr const char* kLeftOutName = "dfs_left_out.txt";
 
 /** The name of the item that the member holds; empty when it is not named as an item's member is. */
 std::string ItemName(const std::string& memberName)
@@ -69,11 +73,7 @@ private:
             return;
         }
         std::string text;
-        const bool read = reader.Read([&](const char* data, std::size_t size) {
-            text.append(data, size);
-            return text.size() <= m_limits.manifestSize;
-        });
-        if (!read) {
+        if (!ReadText(reader, text)) {
             Fault("the manifest is larger than is accepted");
             return;
         }
@@ -81,6 +81,29 @@ private:
             List(ParseManifest(text));
         } catch (const std::runtime_error& error) {
             Fault(error.what());
+        }
+    }
+
+    /** Returns false when the member is too large; then its beginning is there. */
+    bool ReadText(TarReader& reader, std::string& text) const
+    {
+        return reader.Read([&](const char* data, std::size_t size) {
+            text.append(data, size);
+            return text.size() <= m_limits.manifestSize;
+        });
+    }
+
+    void TellLeftOut(TarReader& reader)
+    {
+        std::string text;
+        const bool isWhole = ReadText(reader, text);
+        std::istringstream lines(text);
+        std::size_t count = 0;
+        for (std::string line; count < m_limits.members && std::getline(lines, line); ++count) {
+            Fault("the device has left out: " + Escape::Name(line));
+        }
+        if (!isWhole || lines.peek() != std::istringstream::traits_type::eof()) {
+            Fault(std::string(kLeftOutName) + " has more lines than are accepted");
         }
     }
 
@@ -110,6 +133,7 @@ private:
         TarReader reader(m_descriptor, m_limits, m_budget);
         TarMember member;
         bool manifestSeen = false;
+        bool leftOutSeen = false;
         while (reader.Next(member)) {
             if (member.kind == MemberKind::kHardLink && member.linkTarget == member.name &&
                 m_digestOfName.count(ItemName(member.name)) > 0) {
@@ -119,6 +143,9 @@ private:
                 Refuse(member, "it is a link, a folder or a device");
             } else if (member.name == kManifestName && !manifestSeen) {
                 manifestSeen = true;
+            } else if (member.name == kLeftOutName && !leftOutSeen) {
+                leftOutSeen = true;
+                TellLeftOut(reader);
             } else if (!IsPlainFileName(member.name)) {
                 Refuse(member, "its name is not that of a plain file");
             } else if (!IsPlainFileName(ItemName(member.name))) {

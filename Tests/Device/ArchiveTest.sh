@@ -58,12 +58,39 @@ equal "only the archive is left" ./dfs_diagfile.tar.gz "$(find . -name '*diagfil
 echo secret >/mnt/nv/outside
 for name in missing ../outside /mnt/nv/outside ./dfs_a.txt.gz . .. '' folder link fifo dfs_diagfile.tar.gz; do
     check "packing with '$name'" tar-compress-diag-files.sh dfs_uploadmanifest.json "$name" 2>/tmp/err
-    equal "members with '$name'" "dfs_uploadmanifest.json " "$(members)"
+    equal "members with '$name'" "dfs_uploadmanifest.json dfs_left_out.txt " "$(members)"
+    equal "what is told of '$name'" "$name, -" "$(tar -xzOf "$archive" dfs_left_out.txt | sed 's/, [a-z].*//')"
     equal "lines on '$name'" 1 "$(wc -l </tmp/err)"
 done
 : >--to-command=x
 check "names that look like options" tar-compress-diag-files.sh -f.gz --to-command=x
 equal "members that look like options" "-f.gz --to-command=x " "$(members)"
+
+# What would go beyond 160 MiB is left out, and told with its size; what is smaller and comes later has its place.
+for name in large larger; do
+    dd if=/dev/zero of="$name" bs=1 count=0 seek=100000000 2>/dev/null
+done
+check "packing of much" tar-compress-diag-files.sh large larger dfs_a.txt.gz missing 2>/tmp/err
+equal "members of much" "large dfs_a.txt.gz dfs_left_out.txt " "$(members)"
+equal "what is left out" "missing, -, no regular file of $nv
+larger, 100000000 bytes, the archive has 167772160 bytes at most" "$(tar -xzOf "$archive" dfs_left_out.txt)"
+rm large larger
+
+# What failed requests have left goes after a day; what this request names stays, whatever its time.
+for name in dfs_old_20260101000000.txt.gz dfs_old_20260101000000 dfs_packed_20260101000000.gz dfs_other.txt; do
+    echo >"$name"
+    touch -d '2026-01-01 00:00:00' "$name"
+done
+echo >dfs_new_20260101000000.gz
+check "packing beside leftovers" tar-compress-diag-files.sh dfs_packed_20260101000000.gz
+equal "what is not removed" "dfs_new_20260101000000.gz dfs_packed_20260101000000.gz dfs_other.txt" \
+    "$(echo dfs_*_2026* dfs_other.txt)"
+
+mv "$archive" /tmp
+mkdir "$archive"
+refused tar-compress-diag-files.sh dfs_a.txt.gz
+equal "a folder of the archive's name" "" "$(ls -A "$archive")"
+rmdir "$archive"
 
 # Whole or not at all; and an earlier archive is never taken for this one.
 refute "nothing to pack" tar-compress-diag-files.sh missing 2>/dev/null
