@@ -32,6 +32,9 @@ report dfs-wifi-site-scan.sh "no wireless interface"
 shadow df 'echo half; exit 3'
 report dfs-memory-disk.sh "^half" "^df ended with exit status 3" "==> /proc/mounts"
 unshadow
+shadow uptime 'trap "" TERM; echo half; sleep 99; sleep 99'
+report dfs-uptime.sh "^half" "^uptime did not end within 10 seconds" '"short":"1.0.67"'
+unshadow
 
 mkdir /few
 ln -s "$(command -v tail)" "$(command -v sleep)" /few

@@ -3,9 +3,8 @@
 # shellcheck source=../lib/diag-report.sh
 . /opt/Vantor/lib/diag-report.sh
 
+show /proc/meminfo /proc/vmstat /proc/swaps /proc/mounts /proc/diskstats
 run "memory in MiB" "free -m"
-show /proc/meminfo /proc/vmstat /proc/swaps
+run "persistence directory" "ls -la /mnt/nv/product-persistence"
 run "file systems" "df -h"
 run "inodes" "df -i"
-run "persistence directory" "ls -la /mnt/nv/product-persistence"
-show /proc/mounts /proc/diskstats

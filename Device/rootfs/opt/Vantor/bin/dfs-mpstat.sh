@@ -3,10 +3,10 @@
 # shellcheck source=../lib/diag-report.sh
 . /opt/Vantor/lib/diag-report.sh
 
+show /proc/interrupts /proc/softirqs
 run "use of each CPU over one second" "mpstat -P ALL 1 1"
 if ! have mpstat; then
     show /proc/stat
     sleep 1
     show /proc/stat
 fi
-show /proc/interrupts /proc/softirqs

@@ -3,6 +3,6 @@
 # shellcheck source=../lib/diag-report.sh
 . /opt/Vantor/lib/diag-report.sh
 
-run "system log" "journalctl --boot --no-pager --output=short-iso --lines=$max_lines" "logread"
 show /var/log/messages /var/log/syslog
+run "system log" "journalctl --boot --no-pager --output=short-iso --lines=$max_lines" "logread"
 run "kernel messages" "dmesg"

@@ -3,7 +3,7 @@
 # shellcheck source=../lib/diag-report.sh
 . /opt/Vantor/lib/diag-report.sh
 
+show /proc/loadavg /proc/pressure/cpu /proc/pressure/memory /proc/pressure/io
 # Names of programs are cut to the width of a terminal otherwise.
 export COLUMNS=512
 run "processes" "top -b -n 1" "ps"
-show /proc/loadavg /proc/pressure/cpu /proc/pressure/memory /proc/pressure/io

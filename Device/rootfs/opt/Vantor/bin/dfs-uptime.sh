@@ -3,7 +3,7 @@
 # shellcheck source=../lib/diag-report.sh
 . /opt/Vantor/lib/diag-report.sh
 
-run "date" "date -u"
-run "uptime" "uptime"
 show /proc/uptime /proc/loadavg /proc/sys/kernel/random/boot_id /proc/version /proc/cmdline
 show /opt/Vantor/etc/VantorVersion.json
+run "date" "date -u"
+run "uptime" "uptime"
