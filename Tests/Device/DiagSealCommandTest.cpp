@@ -148,7 +148,9 @@ TEST(DiagSealCommandTest, EndlessOutput_TakesLittleMemory)
     const std::string secrets = "shuf -r " SECRET_LINES;
     const Sealed endless = RunDiagSeal(
         "command -- sh -c " + Quoted("timeout 3 " + secrets + "; timeout 3 cat /dev/urandom; timeout 2 yes; " + peak));
-    EXPECT_THAT(endless.text, HasSubstr(" bytes are missing here\n"));
+    if (!kIsSanitized) { // With a sanitizer there is no time for so much output.
+        EXPECT_THAT(endless.text, HasSubstr(" bytes are missing here\n"));
+    }
     std::smatch found;
     const std::string end = endless.text.substr(endless.text.size() - 40);
     ASSERT_TRUE(std::regex_search(end, found, std::regex("VmHWM:\\s+([0-9]+) kB\n$"))) << end;
