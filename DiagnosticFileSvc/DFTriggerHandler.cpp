@@ -45,16 +45,20 @@ DFTriggerHandler::DFTriggerHandler()
 void DFTriggerHandler::OnEntry()
 {
     const LogScope scope(s_log, __func__, "DFTriggger::OnEntry");
-    ObtainUploadClient();
+    UploadClient();
 }
 
-void DFTriggerHandler::ObtainUploadClient()
+/** The upload client, which is tried again as long as its task could not be started; null if that fails once more. */
+DFUploadDiagnosticFiles* DFTriggerHandler::UploadClient()
 {
-    try {
-        m_uploadClient = &DFUploadDiagnosticFiles::GetInstance();
-    } catch (const std::exception& error) {
-        LogLine(s_log, LOG_LEVEL_ERROR, "OnEntry", "The upload client cannot be started: ", error.what());
+    if (m_uploadClient == nullptr) {
+        try {
+            m_uploadClient = &DFUploadDiagnosticFiles::GetInstance();
+        } catch (const std::exception& error) {
+            LogLine(s_log, LOG_LEVEL_ERROR, "OnEntry", "The upload client cannot be started: ", error.what());
+        }
     }
+    return m_uploadClient;
 }
 
 void DFTriggerHandler::UploadDiagFileRequest(DFSCommonPB::UploadRequest request, Answer* response)
@@ -73,11 +77,8 @@ void DFTriggerHandler::SetDeviceInfo(DeviceManagerPb::DeviceInfo info)
 void DFTriggerHandler::SetDeviceInfoCB(const DeviceManagerPb::DeviceInfo& info)
 {
     const LogScope scope(s_log, __func__, "DFTriggerHandler::SetDeviceInfoCB");
-    if (m_uploadClient == nullptr) {
-        ObtainUploadClient();
-    }
-    if (m_uploadClient != nullptr) {
-        m_uploadClient->SetDeviceInfo(info);
+    if (DFUploadDiagnosticFiles* const client = UploadClient()) {
+        client->SetDeviceInfo(info);
     }
 }
 
@@ -301,14 +302,11 @@ void DFTriggerHandler::CreateUploadTarballResponseCB(bool isPacked)
 void DFTriggerHandler::UploadDiagFile()
 {
     const LogScope scope(s_log, __func__);
-    if (m_uploadClient == nullptr) {
-        ObtainUploadClient();
-    }
-    if (m_uploadClient == nullptr) {
+    if (DFUploadDiagnosticFiles* const client = UploadClient()) {
+        client->PostMetadata(m_uploadTypes, kArchive, &m_uploadDiagFileRespCB);
+    } else {
         FinishRequest(kNoUploadClientAnswer, 400);
-        return;
     }
-    m_uploadClient->PostMetadata(m_uploadTypes, kArchive, &m_uploadDiagFileRespCB);
 }
 
 void DFTriggerHandler::UploadDiagFileRespCB(const std::string& text, int code)

@@ -71,7 +71,7 @@ private:
 
     // The road of a request, in DFTriggerHandler.cpp
     void UploadDiagFileRequestCB(const DFSCommonPB::UploadRequest& request, Answer* response);
-    void ObtainUploadClient();
+    DFUploadDiagnosticFiles* UploadClient();
     void BeginUpload(const DFSCommonPB::UploadRequest& request);
     void BeginCustomUpload(const DFSCommonPB::UploadRequest& request);
     void BeginStandardUpload(const DFSCommonPB::UploadRequest& request);
