@@ -60,6 +60,17 @@ function keyOf(unit) {
     return path.join(cache, hash.digest('hex'));
 }
 
+// What several sources find in one header is told once.
+const told = new Set();
+function tell(findings) {
+    for (const finding of findings.split(/^(?=\S+:\d+:\d+: (?:warning|error):)/m)) {
+        if (!told.has(finding)) {
+            told.add(finding);
+            process.stdout.write(finding);
+        }
+    }
+}
+
 function check(unit) {
     return new Promise((resolve) => {
         const tidy = spawn('clang-tidy', ['-p', build, '--quiet', unit.source]);
@@ -71,7 +82,7 @@ function check(unit) {
             if (status === 0) {
                 fs.writeFileSync(unit.key, '');
             } else {
-                process.stdout.write(found.trim() === '' ? `${unit.source}: ${said}` : found);
+                tell(found.trim() === '' ? `${unit.source}: ${said}` : found);
             }
             resolve(status === 0);
         });

@@ -21,6 +21,7 @@ int ReleaseObject(dl_phdr_info* object, std::size_t /*size*/, void* /*context*/)
         if (segment.p_type == PT_LOAD && (segment.p_flags & PF_W) == 0) {
             const std::uintptr_t begin = (object->dlpi_addr + segment.p_vaddr) / page * page;
             const std::uintptr_t end = object->dlpi_addr + segment.p_vaddr + segment.p_memsz;
+            // NOLINTNEXTLINE(performance-no-int-to-ptr): the loader tells addresses as numbers.
             madvise(reinterpret_cast<void*>(begin), end - begin, MADV_DONTNEED);
         }
     }
