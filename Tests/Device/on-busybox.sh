@@ -9,5 +9,5 @@ $busybox --install -s /busybox
 $busybox ln -s /usr/bin/openssl /busybox/openssl
 $busybox rm /bin /sbin
 $busybox mv /busybox /bin
-export PATH=/opt/Vantor/bin:/bin
+export userland=busybox PATH=/opt/Vantor/bin:/bin
 exec sh "$@"

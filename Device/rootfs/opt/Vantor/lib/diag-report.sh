@@ -4,7 +4,7 @@
 # bounded by what seals it.
 
 max_lines=5000 # of one file, the last ones
-tool_seconds=10 # for one tool; KILL follows a second later
+tool_seconds=10 # for one tool, if the device has timeout(1)
 
 section() {
     printf '\n==> %s <==\n' "$1" # As tail(1) heads each of several files.
@@ -14,15 +14,36 @@ have() {
     command -v "$1" >/dev/null 2>&1
 }
 
+# KILL, as it ends what ignores TERM, too; and without -k, which BusyBox's timeout(1) has not had for long.
 bound=
-! have timeout || bound="timeout -k 1 $tool_seconds"
+! have timeout || bound="timeout -s KILL $tool_seconds"
 
-# tell_end TOOL STATUS: 124 is what timeout says, and 128 and the signal's number what a shell does.
-tell_end() {
-    case $bound/$2 in
-        ?*/124 | ?*/137 | ?*/143) echo "$1 did not end within $tool_seconds seconds" ;;
-        *) echo "$1 ended with exit status $2" ;;
-    esac
+# now: sets $now to the whole seconds since boot, without a process.
+now() {
+    read -r now _ </proc/uptime
+    now=${now%%.*}
+}
+
+# attempt COMMAND-LINE: what it prints on both streams, and a line more if it fails.
+attempt() {
+    now
+    begin=$now
+    # In a subshell, as the shell that waits tells on its own standard error that a tool was killed.
+    # shellcheck disable=SC2086  # a command line of the script's own, to be split
+    { (exec $bound $1 2>&1); status=$?; } 2>/dev/null
+    [ "$status" -ne 0 ] || return 0
+    # An older timeout takes the seconds for the program. Then only the report as a whole is bounded.
+    if [ -n "$bound" ] && [ "$status" -ge 125 ] && [ "$status" -le 127 ] && ! $bound true 2>/dev/null; then
+        bound=
+        attempt "$1"
+        return
+    fi
+    now
+    if [ -n "$bound" ] && [ $((now - begin)) -ge "$tool_seconds" ]; then
+        echo "${1%% *} did not end within $tool_seconds seconds"
+    else
+        echo "${1%% *} ended with exit status $status"
+    fi
 }
 
 # run TITLE COMMAND-LINE...: a section with what the first of the command lines prints whose program is on the device.
@@ -32,8 +53,7 @@ run() {
     missing=
     for line; do
         if have "${line%% *}"; then
-            # shellcheck disable=SC2086  # a command line of the script's own, to be split
-            $bound $line 2>&1 || tell_end "${line%% *}" "$?"
+            attempt "$line"
             return
         fi
         missing="${missing:+$missing nor }${line%% *}"
