@@ -2,6 +2,8 @@
 
 #include <filesystem>
 #include <map>
+#include <regex>
+#include <set>
 
 #include "Device.h"
 #include "TemporaryFolder.h"
@@ -25,6 +27,14 @@ protected:
             std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing);
     }
 
+    /** A program of the device that prints this. */
+    static void InstallTool(const std::string& name, const std::string& output)
+    {
+        const std::string path = "/opt/Vantor/bin/" + name;
+        WriteWholeFile(path, "#!/bin/sh\ncat <<'OUTPUT'\n" + output + "OUTPUT\n");
+        std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+    }
+
     static std::vector<std::string> UploadWords(const std::string& type) { return {"diagfileservice", "upload", type}; }
 };
 
@@ -46,7 +56,6 @@ TEST_F(Upload, OfEverything_BringsTheTwelveItems)
                                         "uptime", "mpstat", "top", "swup_hsm_states", "swup_sys_status",
                                         "swup_release_history", "coredumpfilelist"}));
     const std::multimap<std::string, std::string> contents = {
-        {"logread", "reconfigured, psk=[masked:secret] rc=0"},
         {"logread", "AudioRenderer.service: Main process exited"},
         {"network info", "lo"},
         {"mfg_data", "\"productName\""},
@@ -60,6 +69,79 @@ TEST_F(Upload, OfEverything_BringsTheTwelveItems)
     for (const auto& [subType, content] : contents) {
         EXPECT_THAT(upload.Content(subType), HasSubstr(content)) << subType;
     }
+}
+
+TEST_F(Upload, LeavesSecretsOnTheDevice)
+{
+    LayOutUsedDevice();
+    WriteWholeFile("/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json",
+                   R"({"diagItemConfigList":{"version":1.2,"item":[
+        {"input":"encrypt-logs dfs-pts-logs.sh","fileType":"LOGREAD","subType":"log","harvestType":"SCRIPT"},
+        {"input":"encrypt-logs dfs-uptime.sh","fileType":"PROC_UPTIME","subType":"command line","harvestType":"SCRIPT"},
+        {"input":"encrypt-logs dfs-top.sh","fileType":"TOP","subType":"processes","harvestType":"SCRIPT"},
+        {"input":"encrypt-logs dfs-wifi-site-scan.sh","fileType":"WIFI_SITE_SCAN","subType":"scan","harvestType":"SCRIPT"}]}})");
+    WriteWholeFile("/opt/Vantor/etc/DPrintCfg.json", R"({"threshold":4})");
+    std::filesystem::create_directories("/sys/class/net/wlan0/wireless");
+    InstallTool("iw",
+                "+ wpa_cli -i wlan0 set_network 0 psk gate-code-77\n"
+                "BSS 00:1b:21:3c:9d:4e(on wlan0) -- associated\n\tsignal: -51.00 dBm\n\tSSID: Garden House\n"
+                "BSS 00:1b:21:71:82:93(on wlan0)\n\tsignal: -80.00 dBm\n\tSSID: Garden House\n"
+                "wlan0: connected to 00:1b:21:3c:9d:4e, ssid=\"Garden House\"\n");
+    const ChildProcess tool(
+        {"env", "API_TOKEN=tide-table-19", "sh", "-c", "sleep 99; :", "--password=swordfish-7", "hunter2"});
+
+    const std::string token = "-yBFao-02f4jSG2St9wBJg";
+    const std::string signature = "fe5f80f77d5f";
+    const std::vector<std::string> secrets = {
+        token,         signature, "eyJhbGci",      "correct-horse-battery", "harbour-lights-42", "gate-code-77",
+        "swordfish-7", "hunter2", "tide-table-19", "Garden House",          "3c:9d:4e"};
+
+    // What the service itself logs is in the system log by the next upload: its token, and a cloud's answer.
+    Outcome answer;
+    answer.status = 403;
+    answer.match = RequestKind::kMetadata;
+    answer.body =
+        R"({"uploadUrl":"http://127.0.0.1:8888/upload?id=7&X-Amz-Signature=)" + signature + R"(","token":"eyJhbGci"})";
+    const CloudServer cloud(CloudOnItsPort({answer}));
+    const ChildProcess gateway({Program("gatrix-gateway")});
+    ASSERT_TRUE(gateway.WaitForOutput("8084"));
+    StartService();
+    RunProgram({Program("gatrix-peer")});
+    const std::string log = "/var/log/messages";
+    WriteWholeFile(log, ReadWholeFile(log) + m_service->Output());
+    ASSERT_THAT(ReadWholeFile(log), AllOf(HasSubstr(signature), HasSubstr(token)));
+
+    std::vector<std::string> scans;
+    for (int turn = 0; turn < 2; ++turn) {
+        EXPECT_EQ(RunProgram({Program("gatrix-peer")}).status, 0);
+        const ArrivedUpload upload = LatestUpload(cloud);
+        const auto subTypes = upload.SubTypes();
+        ASSERT_EQ(subTypes.size(), 6U) << "with the two of the peer";
+        for (const auto& subType : subTypes) {
+            const std::string content = upload.Content(subType);
+            for (const std::string& secret : secrets) {
+                EXPECT_THAT(content, Not(HasSubstr(secret))) << subType;
+            }
+        }
+        EXPECT_THAT(upload.Content("log"), HasSubstr("reconfigured, psk=[masked:secret] rc=0"));
+        EXPECT_THAT(upload.Content("log"), HasSubstr("&X-Amz-Signature=[masked:url]"));
+        EXPECT_THAT(upload.Content("command line"), HasSubstr(" wifi.psk=[masked:secret] quiet"));
+        EXPECT_THAT(upload.Content("processes"), testing::ContainsRegex("[0-9] (sh|sleep) "));
+        scans.push_back(upload.Content("scan"));
+    }
+    std::set<std::string> stations;
+    for (const std::string& scan : scans) {
+        // The same station and network are told as the same again.
+        std::smatch found;
+        const std::regex pattern(
+            "set_network 0 psk \\[masked:argument\\]\n"
+            "BSS (00:1b:21:[0-9a-f:]{8})\\(on wlan0\\) -- associated\n.*\n\tSSID: (\\[ssid:.{8}\\])\n"
+            "BSS (00:1b:21:[0-9a-f:]{8})\\(on wlan0\\)\n.*\n\tSSID: \\2\n"
+            "wlan0: connected to \\1, ssid=\"\\2\"\n");
+        ASSERT_TRUE(std::regex_search(scan, found, pattern)) << scan;
+        stations.insert({found[1], found[2], found[3]});
+    }
+    EXPECT_EQ(stations.size(), 6U) << "and have nothing in common with those of the next upload";
 }
 
 TEST_F(Upload, OfEachType_BringsItsItem)
