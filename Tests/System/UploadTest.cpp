@@ -74,12 +74,14 @@ TEST_F(Upload, OfEverything_BringsTheTwelveItems)
 TEST_F(Upload, LeavesSecretsOnTheDevice)
 {
     LayOutUsedDevice();
+    std::string items;
+    for (const auto& [type, script] : {std::pair(1, "pts-logs"), {3, "wifi-site-scan"}, {10, "uptime"}, {16, "top"}}) {
+        items += (items.empty() ? "" : ",") + std::string(R"({"input":"encrypt-logs dfs-)") + script +
+                 R"(.sh","harvestType":"SCRIPT","subType":")" + script + R"(","fileType":)" + std::to_string(type) +
+                 "}";
+    }
     WriteWholeFile("/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json",
-                   R"({"diagItemConfigList":{"version":1.2,"item":[
-        {"input":"encrypt-logs dfs-pts-logs.sh","fileType":"LOGREAD","subType":"log","harvestType":"SCRIPT"},
-        {"input":"encrypt-logs dfs-uptime.sh","fileType":"PROC_UPTIME","subType":"command line","harvestType":"SCRIPT"},
-        {"input":"encrypt-logs dfs-top.sh","fileType":"TOP","subType":"processes","harvestType":"SCRIPT"},
-        {"input":"encrypt-logs dfs-wifi-site-scan.sh","fileType":"WIFI_SITE_SCAN","subType":"scan","harvestType":"SCRIPT"}]}})");
+                   R"({"diagItemConfigList":{"version":1.2,"item":[)" + items + "]}}");
     WriteWholeFile("/opt/Vantor/etc/DPrintCfg.json", R"({"threshold":4})");
     std::filesystem::create_directories("/sys/class/net/wlan0/wireless");
     InstallTool("iw",
@@ -123,11 +125,11 @@ TEST_F(Upload, LeavesSecretsOnTheDevice)
                 EXPECT_THAT(content, Not(HasSubstr(secret))) << subType;
             }
         }
-        EXPECT_THAT(upload.Content("log"), HasSubstr("reconfigured, psk=[masked:secret] rc=0"));
-        EXPECT_THAT(upload.Content("log"), HasSubstr("&X-Amz-Signature=[masked:url]"));
-        EXPECT_THAT(upload.Content("command line"), HasSubstr(" wifi.psk=[masked:secret] quiet"));
-        EXPECT_THAT(upload.Content("processes"), testing::ContainsRegex("[0-9] (sh|sleep) "));
-        scans.push_back(upload.Content("scan"));
+        EXPECT_THAT(upload.Content("pts-logs"), HasSubstr("reconfigured, psk=[masked:secret] rc=0"));
+        EXPECT_THAT(upload.Content("pts-logs"), HasSubstr("&X-Amz-Signature=[masked:url]"));
+        EXPECT_THAT(upload.Content("uptime"), HasSubstr(" wifi.psk=[masked:secret] quiet"));
+        EXPECT_THAT(upload.Content("top"), testing::ContainsRegex("[0-9] (sh|sleep) "));
+        scans.push_back(upload.Content("wifi-site-scan"));
     }
     std::set<std::string> stations;
     for (const std::string& scan : scans) {
@@ -142,64 +144,6 @@ TEST_F(Upload, LeavesSecretsOnTheDevice)
         stations.insert({found[1], found[2], found[3]});
     }
     EXPECT_EQ(stations.size(), 6U) << "and have nothing in common with those of the next upload";
-}
-
-TEST_F(Upload, OfEachType_BringsItsItem)
-{
-    LayOutUsedDevice();
-    const CloudServer cloud(CloudOnItsPort());
-    StartService();
-    const std::map<std::string, std::string> items = {
-        {"1", "logread"},           {"4", "network info"},
-        {"6", "proc_loadavg"},      {"7", "mfg_data"},
-        {"9", "memory disk info"},  {"10", "uptime"},
-        {"11", "mpstat"},           {"12", "swup_hsm_states"},
-        {"13", "swup_sys_status"},  {"14", "swup_release_history"},
-        {"15", "coredumpfilelist"}, {"16", "top"},
-    };
-    for (const auto& [type, subType] : items) {
-        ASSERT_EQ(Vcli(UploadWords(type)).output, kSucceeded) << type;
-        EXPECT_EQ(LatestUpload(cloud).SubTypes(), std::vector<std::string>{subType});
-    }
-    const Finished two = Vcli({"diagfileservice", "upload", "7", "6"});
-    EXPECT_EQ(two.output, kSucceeded);
-    EXPECT_EQ(LatestUpload(cloud).SubTypes(), (std::vector<std::string>{"mfg_data", "proc_loadavg"}));
-}
-
-TEST_F(Upload, GoesByTheConfigurationFile_IfThatIsOfTheVersion)
-{
-    const std::string path = "/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json";
-    const std::string item =
-        R"({"input":"encrypt-logs echo one","fileType":"TOP","subType":"one","harvestType":"SCRIPT"})";
-    const CloudServer cloud(CloudOnItsPort());
-    for (const auto& [version, subType] : {std::pair("1.2", "one"), std::pair("1.1", "top")}) {
-        WriteWholeFile(path, R"({"diagItemConfigList":{"item":[)" + item + R"(],"version":)" + version + "}}");
-        StartService();
-        EXPECT_EQ(Vcli(UploadWords("16")).output, kSucceeded);
-        EXPECT_EQ(LatestUpload(cloud).SubTypes(), std::vector<std::string>{subType});
-        m_service.reset();
-    }
-}
-
-TEST_F(Upload, WaitsAsLongAsTheCloudAsks)
-{
-    Outcome overloaded;
-    overloaded.status = 503;
-    overloaded.headers = {{"Retry-After", "1"}, {"X-Retry-Count", "2"}, {"X-Retry-Behavior", "constant"}};
-    overloaded.match = RequestKind::kMetadata;
-    Outcome limited;
-    limited.status = 429;
-    limited.headers = {{"X-Ratelimit-Remaining", "3"}, {"Retry-After", "1"}};
-    limited.match = RequestKind::kArchive;
-    const CloudServer cloud(CloudOnItsPort({overloaded, limited}));
-    StartService();
-    EXPECT_EQ(Vcli(UploadWords("6")).output, kSucceeded);
-
-    const auto requests = cloud.Requests();
-    ASSERT_EQ(requests.size(), 4U);
-    EXPECT_GE(requests[1].arrival - requests[0].arrival, std::chrono::seconds(1));
-    EXPECT_GE(requests[3].arrival - requests[2].arrival, std::chrono::seconds(1));
-    EXPECT_TRUE(LatestUpload(cloud).IsWhole()) << "the body is sent again whole";
 }
 
 TEST_F(Upload, TriesAgain_WhenTheConnectionIsReset)
