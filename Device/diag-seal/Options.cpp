@@ -76,7 +76,8 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& commandLine)
     app.require_subcommand(1);
     CLI::App& command = *app.add_subcommand("command", "seal what a command prints on both streams; 16 MiB at most");
     AddBounds(command, options);
-    AddSeconds(command, "--grace", options.grace, "for what the command leaves behind to end by itself");
+    AddSeconds(command, "--grace", options.grace,
+               "for what the command leaves behind to end by itself, while it can print");
     constexpr int kMostProcesses = 16384;
     command.add_option("--processes", options.processes, "of the command and all its descendants, at most")
         ->capture_default_str()

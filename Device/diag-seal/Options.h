@@ -26,8 +26,8 @@ struct Options
     std::uint64_t size = 0; ///< Bytes of content at most: 16 MiB of a command, 64 MiB of a file. A text has no bound.
     std::chrono::milliseconds timeLimit = std::chrono::seconds(60); ///< For the command, or for reading the file.
     std::chrono::milliseconds killDelay = std::chrono::seconds(5);  ///< From TERM to KILL.
-    std::chrono::milliseconds grace = std::chrono::seconds(2); ///< For what the command leaves behind to end by itself.
-    int processes = 512;                                       ///< Of the command, with all that descend from it.
+    std::chrono::milliseconds grace = std::chrono::seconds(2);      ///< For what is left behind and can still print.
+    int processes = 512;                                            ///< Of the command, with all that descend from it.
 };
 
 /**

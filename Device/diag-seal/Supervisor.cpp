@@ -168,12 +168,16 @@ private:
                 } else if (isLate || m_interruption != 0) {
                     m_outcome.hasLeftBehind = true;
                     Terminate();
+                } else if (m_child.output.Get() < 0) {
+                    // Nobody can print any more. BusyBox's timeout(1) leaves a process for a second, for example.
+                    Terminate();
                 } else {
                     CheckCount();
                 }
                 break;
             case Phase::Ending:
                 if (m_hasDescendants && isLate) {
+                    m_outcome.hasLeftBehind |= m_hasEnded && m_outcome.cause == Outcome::Cause::Itself;
                     m_outcome.hasUnkillable = !KillAll();
                 }
                 if (!m_hasDescendants || isLate) {

@@ -13,7 +13,7 @@ struct SupervisorLimits
 {
     std::chrono::milliseconds timeLimit; ///< For the child itself; then TERM goes to all.
     std::chrono::milliseconds killDelay; ///< From TERM to KILL.
-    std::chrono::milliseconds grace;     ///< After the child's own end, for what it has left behind.
+    std::chrono::milliseconds grace;     ///< After the child's own end, for what is left behind and can still print.
     int processes;                       ///< Descendants that live at one time.
 };
 
@@ -29,7 +29,7 @@ struct Outcome
     Cause cause = Cause::Itself;
     int status = 0;             ///< As waitpid(2) has it, when the child ended itself.
     std::string failure;        ///< What the task returned.
-    bool hasLeftBehind = false; ///< Descendants had to be ended after the child's own end.
+    bool hasLeftBehind = false; ///< After the child's own end, descendants still held the output or ignored TERM.
     bool hasUnkillable = false; ///< Some outlive even KILL.
 };
 

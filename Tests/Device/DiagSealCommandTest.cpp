@@ -59,6 +59,8 @@ TEST(DiagSealCommandTest, EndOfACommand_IsTheLastLine)
             {"limits", "ulimit -c; ulimit -d; ulimit -f; cat /proc/self/oom_score_adj", "0\n262144\n131072\n500\n"},
             {"what is left behind and ends by itself", "(sleep 0.1; echo late) &", "late\n"},
         });
+    ExpectEndings("command --grace 60 ",
+                  {{"left behind, cannot print", "setsid sleep 99 >&- 2>&- & echo out", "out\n"}});
     const Sealed missing = RunDiagSeal("command -- --no-such-program");
     EXPECT_EQ(missing.status, 0);
     EXPECT_EQ(missing.text,
@@ -87,7 +89,7 @@ TEST(DiagSealCommandTest, NothingOutlivesItsLimit)
             {"left behind, in a session of its own and stopped", "setsid sh -c 'kill -STOP $$' & echo kept",
              "kept\n" + kLeftBehind},
             {"daemon that has closed everything and ignores TERM",
-             "(setsid sh -c 'trap \"\" TERM; cd /; exec sleep 99' <&- >&- 2>&- &) & echo kept", "kept\n" + kLeftBehind},
+             "trap '' TERM; (setsid sleep 99 <&- >&- 2>&- &) & echo kept", "kept\n" + kLeftBehind},
             {"each process starts the next and ends", "sh -c " + Quoted(relay) + " 0 " + Quoted(relay), kLeftBehind},
         });
 }
