@@ -179,23 +179,6 @@ TEST_F(Upload, TriesAnEmptyUrl_WhenTheMetadataAnswerNamesNone)
     }
 }
 
-TEST_F(Upload, ReportsARefusal_AndTakesTheNextRequest)
-{
-    Outcome refusal;
-    refusal.status = 403;
-    refusal.body = "not today\r\nforged line";
-    Outcome garbage;
-    garbage.status = 200;
-    garbage.body = std::string("\0\x1b[2J{", 6);
-    const CloudServer cloud(CloudOnItsPort({refusal, garbage}));
-    StartService();
-    EXPECT_THAT(Vcli(UploadWords("6")).output, HasSubstr("Upload status code = 403\n"));
-    EXPECT_THAT(Vcli(UploadWords("6")).output, HasSubstr("Upload status code = 200\n")) << "the status is the cloud's";
-    EXPECT_EQ(Vcli(UploadWords("6")).output, kSucceeded);
-    EXPECT_EQ(cloud.Requests().size(), 4U);
-    EXPECT_THAT(m_service->Output(), HasSubstr(R"(response: not today\r\nforged line)"));
-}
-
 TEST_F(Upload, WhileAnotherIsInProgress_IsRefused)
 {
     Outcome slow;
