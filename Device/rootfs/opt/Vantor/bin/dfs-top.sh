@@ -3,12 +3,12 @@
 # shellcheck source=../lib/diag-report.sh
 . /opt/Vantor/lib/diag-report.sh
 
-# names_only: a list of processes without the arguments of programs, which BusyBox shows: they may hold a secret that
-# nothing announces. Instead, where in the kernel a process waits.
+# names_only: becomes a filter of a list of processes. Instead of the arguments of programs, which BusyBox shows and which
+# may hold a secret that nothing announces, it shows where in the kernel each process waits.
 names_only() {
-    awk '
+    exec awk '
         /^ *PID .*COMMAND/ { columns = NF; print $0, "WCHAN"; next }
-        columns && $1 ~ /^[0-9]+$/ {
+        $1 ~ /^[0-9]+$/ {
             rest = $0
             name = ""
             # The state of a process may be two words of BusyBox, as in "S <".
