@@ -107,6 +107,7 @@ shadow top 'cat <<LIST
     9 root      1396 S    -sh hunter2
 LIST'
 report dfs-top.sh
+refute "an argument in another shape" grep hunter2 report
 equal "names of processes" " COMMAND {tool} [kworker/0:1] -sh " \
     "$(content processes | sed 's/ [^ ]*$//; s/.* //' | tr '\n' ' ')"
 unshadow
