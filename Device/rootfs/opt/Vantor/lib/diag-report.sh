@@ -14,7 +14,7 @@ have() {
     command -v "$1" >/dev/null 2>&1
 }
 
-# KILL, as it ends what ignores TERM, too; and without -k, which BusyBox's timeout(1) has not had for long.
+# KILL ends what ignores TERM, too, and makes -k needless, an option that not every BusyBox knows.
 bound=
 ! have timeout || bound="timeout -s KILL $tool_seconds"
 
@@ -32,7 +32,7 @@ attempt() {
     # shellcheck disable=SC2086  # a command line of the script's own, to be split
     { (exec $bound $1 2>&1); status=$?; } 2>/dev/null
     [ "$status" -ne 0 ] || return 0
-    # An older timeout takes the seconds for the program. Then only the report as a whole is bounded.
+    # The timeout of BusyBox before 1.30 takes the seconds for the program. Then only the report as a whole is bounded.
     if [ -n "$bound" ] && [ "$status" -ge 125 ] && [ "$status" -le 127 ] && ! $bound true 2>/dev/null; then
         bound=
         attempt "$1"
