@@ -6,7 +6,7 @@ set -e
 busybox=/usr/bin/busybox
 $busybox mkdir /busybox
 $busybox --install -s /busybox
-$busybox ln -s /usr/bin/openssl /busybox/openssl
+$busybox ln -s /usr/bin/openssl $busybox /busybox
 $busybox rm /bin /sbin
 $busybox mv /busybox /bin
 export userland=busybox PATH=/opt/Vantor/bin:/bin

@@ -27,9 +27,13 @@ names_only() {
 }
 
 show /proc/loadavg /proc/pressure/cpu /proc/pressure/memory /proc/pressure/io
-# Names of programs are cut to the width of a terminal otherwise.
-export COLUMNS=512
-if have awk; then
+# Averages since each process started: what they do at the moment is in dfs-mpstat.sh's report, which samples anyway.
+# shellcheck disable=SC3013  # dash and BusyBox have -ef
+if have ps && ! [ "$(command -v ps)" -ef "$(command -v busybox)" ]; then
+    run "processes" "ps -e -o pid,ppid,user:16,stat,psr,ni,pcpu,time,rss,vsz,nlwp,etime,wchan:20,comm --sort=-pcpu"
+elif have awk; then
+    # Names of programs are cut to the width of a terminal otherwise.
+    export COLUMNS=512
     run "processes" "top -b -n 1" "ps" | names_only
 else
     section "processes"
