@@ -3,6 +3,7 @@
 #include "ErrorText.h"
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -32,6 +33,7 @@ void Limit(Resource resource, rlim_t most)
 
 void OfferToOomKiller()
 {
+    prctl(PR_SET_DUMPABLE, 1); // Else the file is root's. Holds until the command starts, which dumps as it can.
     const int file = open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC);
     if (file >= 0) {
         const ssize_t ignored = write(file, kOomScore, sizeof(kOomScore) - 1);

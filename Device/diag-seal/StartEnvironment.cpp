@@ -77,6 +77,7 @@ void LeaveInheritedChildren()
 
 void PrepareProcess()
 {
+    prctl(PR_SET_DUMPABLE, 0); // A core dump would hold what is not masked yet.
     OpenStandardDescriptors();
     CloseInherited();
     for (const int signal : {SIGPIPE, SIGXFSZ}) {

@@ -20,6 +20,9 @@ refused encrypt-logs
 seal encrypt-logs sh -c 'text=nobody; text=$text-may-read; yes $text 2>/dev/null | head -n 20000
     cd / && grep -rlF $text mnt opt persist root run tmp var'
 equal "lines of output, with the files found and the status of the search" 20001 "$(wc -l <plain)"
+# shellcheck disable=SC2016,SC3045  # for the inner shell; both shells know this limit
+(ulimit -c unlimited && encrypt-logs sh -c 'kill -ABRT $PPID') >/dev/null 2>&1
+refute "a core dump" [ -e core ]
 
 head -c 300000 /dev/urandom >random
 ln -s random link
