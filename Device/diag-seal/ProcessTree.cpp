@@ -24,7 +24,6 @@ struct Process
 {
     pid_t pid;
     pid_t parent;
-    bool isAlive;
     bool isDescendant;
 };
 
@@ -51,7 +50,7 @@ pid_t Number(const char* digits)
     return *digits == '\0' || *digits == ' ' ? number : 0;
 }
 
-/** Reads state and parent from /proc/PID/stat, see proc(5). False when the process is gone. */
+/** Reads the parent from /proc/PID/stat, see proc(5). False when the process is gone. */
 bool ReadProcess(int proc, const char* name, Process& process)
 {
     constexpr std::size_t kLongestName = 16;
@@ -72,58 +71,75 @@ bool ReadProcess(int proc, const char* name, Process& process)
     if (end == nullptr || end + 4 >= text.data() + size) {
         return false;
     }
-    const char state = end[2];
-    process = {Number(name), Number(end + 4), state != 'Z' && state != 'X', false};
+    process = {Number(name), Number(end + 4), false};
     return true;
 }
 
-/** In the order of their numbers, as /proc lists them. */
-std::size_t ReadProcesses(int proc)
+/** Works through the processes in the order of their numbers, as /proc lists them. */
+class Walk
 {
-    alignas(Entry) std::array<char, 8192> buffer;
-    std::size_t count = 0;
-    for (;;) {
-        const long size = syscall(SYS_getdents64, proc, buffer.data(), buffer.size());
-        if (size <= 0) {
-            return count;
-        }
-        for (long offset = 0; offset < size;) {
-            const char* const at = buffer.data() + offset;
-            unsigned short entrySize = 0;
-            std::memcpy(&entrySize, at + offsetof(Entry, size), sizeof(entrySize));
-            const char* const name = at + offsetof(Entry, name);
-            offset += entrySize;
-            if (Number(name) > 0 && count < kMostProcesses && ReadProcess(proc, name, g_processes[count])) {
-                ++count;
+public:
+    Walk(int proc, int signal) : m_proc(proc), m_signal(signal) {}
+
+    /** A child mostly has a higher number than its parent, so one pass keeps up with a flood that it runs after. */
+    int Run()
+    {
+        alignas(Entry) std::array<char, 8192> buffer;
+        long size = 0;
+        while ((size = syscall(SYS_getdents64, m_proc, buffer.data(), buffer.size())) > 0) {
+            for (long offset = 0; offset < size;) {
+                const char* const at = buffer.data() + offset;
+                unsigned short entrySize = 0;
+                std::memcpy(&entrySize, at + offsetof(Entry, size), sizeof(entrySize));
+                Add(at + offsetof(Entry, name));
+                offset += entrySize;
             }
         }
+        for (bool hasChanged = true; hasChanged;) {
+            hasChanged = false;
+            for (std::size_t index = 0; index < m_count; ++index) {
+                hasChanged = Look(g_processes[index]) || hasChanged;
+            }
+        }
+        return m_descendants;
     }
-}
 
-bool IsDescendant(std::size_t count, pid_t pid, pid_t self)
-{
-    if (pid == self) {
+private:
+    void Add(const char* name)
+    {
+        if (Number(name) > 0 && m_count < kMostProcesses && ReadProcess(m_proc, name, g_processes[m_count])) {
+            ++m_count;
+            Look(g_processes[m_count - 1]);
+        }
+    }
+
+    /** @return whether it turns out to be a descendant, which gets the signal */
+    bool Look(Process& process)
+    {
+        if (process.isDescendant || process.pid == m_self || !IsDescendant(process.parent)) {
+            return false;
+        }
+        process.isDescendant = true;
+        ++m_descendants;
+        kill(process.pid, m_signal);
         return true;
     }
-    Process* const end = g_processes.data() + count;
-    const Process* const found = std::lower_bound(
-        g_processes.data(), end, pid, [](const Process& process, pid_t wanted) { return process.pid < wanted; });
-    return found != end && found->pid == pid && found->isDescendant;
-}
 
-void MarkDescendants(std::size_t count, pid_t self)
-{
-    for (bool hasChanged = true; hasChanged;) {
-        hasChanged = false;
-        for (std::size_t index = 0; index < count; ++index) {
-            Process& process = g_processes[index];
-            if (!process.isDescendant && process.pid != self && IsDescendant(count, process.parent, self)) {
-                process.isDescendant = true;
-                hasChanged = true;
-            }
-        }
+    bool IsDescendant(pid_t pid) const
+    {
+        const Process* const begin = g_processes.data();
+        const Process* const end = begin + m_count;
+        const Process* const found = std::lower_bound(
+            begin, end, pid, [](const Process& process, pid_t wanted) { return process.pid < wanted; });
+        return pid == m_self || (found != end && found->pid == pid && found->isDescendant);
     }
-}
+
+    const int m_proc;
+    const int m_signal;
+    const pid_t m_self = getpid();
+    std::size_t m_count = 0;
+    int m_descendants = 0;
+};
 
 std::int64_t Milliseconds()
 {
@@ -140,25 +156,15 @@ int Signal(int signal)
     if (proc < 0) {
         return 0;
     }
-    const std::size_t count = ReadProcesses(proc);
+    const int descendants = Walk(proc, signal).Run();
     close(proc);
-    MarkDescendants(count, getpid());
-    int alive = 0;
-    for (std::size_t index = 0; index < count; ++index) {
-        const Process& process = g_processes[index];
-        if (process.isDescendant && process.isAlive) {
-            ++alive;
-            kill(process.pid, signal);
-        }
-    }
-    return alive;
+    return descendants;
 }
 
 bool KillAll(std::chrono::milliseconds timeLimit)
 {
     constexpr timespec kPause = {0, 1000000};
     for (const std::int64_t end = Milliseconds() + timeLimit.count();;) {
-        Signal(SIGKILL);
         pid_t reaped = 0;
         do {
             reaped = waitpid(-1, nullptr, WNOHANG);
@@ -169,6 +175,7 @@ bool KillAll(std::chrono::milliseconds timeLimit)
         if (Milliseconds() > end) {
             return false;
         }
+        Signal(SIGKILL);
         nanosleep(&kPause, nullptr);
     }
 }

@@ -12,7 +12,7 @@
 namespace DiagSeal::ProcessTree
 {
 
-/** Sends the signal to each; 0 only counts. The number of those that live, without zombies. */
+/** Sends the signal to each; 0 only counts. How many there are, zombies too, as those may have threads that live. */
 int Signal(int signal);
 
 /**
