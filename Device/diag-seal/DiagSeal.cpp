@@ -5,7 +5,7 @@
 #include "Command.h"
 #include "ErrorText.h"
 #include "FileCopy.h"
-#include "LastResort.h"
+#include "Guard.h"
 #include "Masker.h"
 #include "Notice.h"
 #include "Options.h"
@@ -119,7 +119,7 @@ void SealSupervised(const Options& options, const Certificate& certificate)
 void Seal(const Options& options)
 {
     constexpr std::chrono::seconds kMargin(10);
-    EndEverythingAfter(ReaderTime(options) + kMargin);
+    WorkGuarded(ReaderTime(options) + kMargin);
     const Certificate certificate(options.certificate);
     if (certificate.IsExpired()) {
         Notice("certificate " + options.certificate + " has expired and is used all the same");

@@ -1,5 +1,6 @@
 #include "FileCompressor.h"
 
+#include "BlockedSignals.h"
 #include "Descriptor.h"
 #include "ErrorText.h"
 #include "GzipStream.h"
@@ -9,7 +10,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdio>
 #include <limits>
 #include <stdexcept>
@@ -25,16 +25,6 @@ void Require(bool isDone, const std::string& path)
     if (!isDone) {
         throw std::runtime_error(path + ": " + ErrorText());
     }
-}
-
-void HoldSignals()
-{
-    sigset_t signals;
-    sigemptyset(&signals);
-    for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
-        sigaddset(&signals, signal);
-    }
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
 void WriteCompressed(RegularFile& file, const std::string& path)
@@ -56,7 +46,7 @@ void CompressFile(const std::string& path)
     RegularFile file(path);
     const std::string compressed = path + ".gz";
     const std::string partial = compressed + ".partial";
-    HoldSignals();
+    BlockSignals();
     unlink(partial.c_str()); // Of a run that was killed.
     try {
         WriteCompressed(file, partial);

@@ -1,5 +1,6 @@
 #include "Supervisor.h"
 
+#include "BlockedSignals.h"
 #include "Child.h"
 #include "ErrorText.h"
 #include "ProcessTree.h"
@@ -31,18 +32,6 @@ constexpr std::size_t kMostLeftInPipe = 1U << 20U; // A pipe that root has not e
 constexpr std::chrono::milliseconds kCountEvery(250);
 constexpr std::chrono::seconds kKillLimit(2);
 
-int OpenSignals()
-{
-    std::signal(SIGCHLD, SIG_DFL); // Ignored, it would take away the exit status.
-    sigset_t signals;
-    sigemptyset(&signals);
-    for (const int signal : {SIGCHLD, SIGHUP, SIGINT, SIGTERM}) {
-        sigaddset(&signals, signal);
-    }
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    return signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
-}
-
 /** One run, from the start of the child until nothing is left of it. */
 class Watch
 {
@@ -55,7 +44,8 @@ public:
         if (prctl(PR_SET_CHILD_SUBREAPER, 1) != 0) {
             throw std::runtime_error("no sub-reaper: " + ErrorText());
         }
-        m_signals.Reset(OpenSignals());
+        const sigset_t signals = BlockSignals();
+        m_signals.Reset(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
         if (m_signals.Get() < 0) {
             throw std::runtime_error("no signalfd: " + ErrorText());
         }
@@ -198,7 +188,8 @@ private:
         m_nextCount = Clock::now() + kCountEvery;
         if (ProcessTree::Signal(0) > m_limits.processes) {
             m_outcome.cause = Outcome::Cause::TooManyProcesses;
-            Terminate();
+            Enter(Phase::Ending,
+                  std::chrono::milliseconds(0)); // While TERM had its time, a flood would take the device.
         }
     }
 

@@ -96,11 +96,14 @@ TEST(DiagSealCommandTest, NothingOutlivesItsLimit)
 
 TEST(DiagSealCommandTest, TooManyProcesses_AreEndedThoughNoneMoreCanStart)
 {
+    const std::string end = "diag-seal: the command was ended: it had more than 40 processes\n";
     ExpectEndings(
-        "command --kill-delay 0.4 --processes 40 ",
-        {{"a flood that ignores TERM",
-          "trap '' TERM; i=0; while [ $i -lt 200 ]; do setsid sleep 99 & i=$((i + 1)); done 2>/dev/null; wait",
-          "diag-seal: the command was ended: it had more than 40 processes\n"}});
+        "command --processes 40 ",
+        {
+            {"a flood that ignores TERM",
+             "trap '' TERM; i=0; while [ $i -lt 200 ]; do setsid sleep 99 & i=$((i + 1)); done 2>/dev/null; wait", end},
+            {"zombies", "for i in $(seq 200); do sleep 0.1 & done; exec sleep 99", end},
+        });
 }
 
 TEST(DiagSealCommandTest, CutOutput_KeepsHeadAndTail)
@@ -220,18 +223,36 @@ TEST(DiagSealCommandTest, OutputThatNobodyTakes_EndsTheCommand)
     }
 }
 
+/** diag-seal is two processes, of which either ends everything when the other cannot. */
 TEST(DiagSealCommandTest, SignalsToDiagSeal_EndWhatItRuns)
 {
+    struct Row
+    {
+        std::string signal;
+        std::string target;
+        int status;
+        const char* error;
+    };
+    constexpr int kKilled = 128 + 9;
+    const std::string guard = "$(cut -d' ' -f4 /proc/$PPID/stat)";
     const std::set<std::string> before = Processes();
-    for (const char* const signal : {"TERM", "INT", "HUP", "KILL"}) {
-        ChildProcess sealing({Program("diag-seal"), "command", "--kill-delay", "0.3", "--", "sh", "-c",
-                              "trap '' TERM; echo >/tmp/started; exec sleep 99"});
-        ASSERT_TRUE(WaitUntil([] { return NamesIn("/tmp").count("started") > 0; }));
-        RunProgram({"sh", "-c", std::string("rm /tmp/started; kill -") + signal + ' ' + std::to_string(sealing.Pid())});
-        EXPECT_EQ(sealing.WaitForExit(), signal == std::string("KILL") ? -1 : 1) << signal;
+    for (const Row& row : {
+             Row{"TERM", guard, 1, "diag-seal: ended by signal 15\n"},
+             Row{"INT", guard, 1, "diag-seal: ended by signal 2\n"},
+             Row{"HUP", guard, 1, "diag-seal: ended by signal 1\n"},
+             Row{"KILL", guard, kKilled, "Killed\n"},
+             Row{"KILL", "$PPID", 1, "diag-seal: was killed\n"},
+             Row{"STOP", "$PPID", 1, "diag-seal: gave up, far beyond the time limit\n"},
+         }) {
+        SCOPED_TRACE(row.signal + row.target);
+        const Sealed sealed = RunDiagSeal(
+            kCommand + "-- sh -c " +
+            Quoted("trap '' TERM; setsid sleep 99 & kill -" + row.signal + ' ' + row.target + "; sleep 99"));
+        EXPECT_EQ(sealed.status, row.status);
+        EXPECT_EQ(sealed.errors, row.error);
+        EXPECT_EQ(sealed.written, "");
+        EXPECT_TRUE(WaitUntil([&before] { return Processes() == before; }));
     }
-    // KILL leaves it no time: the kernel ends the command then.
-    EXPECT_TRUE(WaitUntil([&before] { return Processes() == before; }));
 }
 
 TEST(DiagSealCommandTest, ChildrenThatItWasBornWith_AreNotItsOwn)
