@@ -2,12 +2,13 @@
 
 #include "ErrorText.h"
 
-#include <openssl/bio.h>
+#include <fcntl.h>
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
 
+#include <cstdio>
 #include <stdexcept>
 
 namespace DiagSeal
@@ -58,11 +59,14 @@ void InitializeOpenSsl()
 Certificate::Certificate(const std::string& path)
 {
     InitializeOpenSsl();
-    const std::unique_ptr<BIO, decltype(&BIO_free)> file(BIO_new_file(path.c_str(), "r"), BIO_free);
+    const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); // A FIFO would block.
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(descriptor < 0 ? nullptr : fdopen(descriptor, "r"),
+                                                               std::fclose);
     if (!file) {
         throw std::runtime_error("certificate " + path + ": " + ErrorText());
     }
-    m_certificate.reset(PEM_read_bio_X509(file.get(), nullptr, nullptr, nullptr), X509_free);
+    char noPassword[] = ""; // Else OpenSSL would ask for one on the terminal.
+    m_certificate.reset(PEM_read_X509(file.get(), nullptr, nullptr, noPassword), X509_free);
     if (!m_certificate) {
         throw std::runtime_error("certificate " + path + ": it holds no certificate in PEM");
     }

@@ -40,8 +40,7 @@ std::string CopyFile(const std::string& path, std::uint64_t size)
         file.Read(head, WriteAll);
         WriteAll(MissingLine(file.Size() - head - tail));
         file.Seek(file.Size() - tail);
-        file.Read(tail, WriteAll);
-        return "";
+        return file.Read(tail, WriteAll) == tail ? "" : path + ": it has become shorter while it was read";
     }
     file.Read(size, WriteAll);
     const bool hasMore = file.Read(1, [](std::string_view) {}) > 0;

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <new>
 #include <stdexcept>
 
 namespace
@@ -38,6 +39,8 @@ int main(int argc, char** argv)
             Run(*options);
         }
         return 0;
+    } catch (const std::bad_alloc&) {
+        return Complain(std::runtime_error("not enough memory"), kFailure);
     } catch (const std::invalid_argument& error) {
         return Complain(error, kUsage);
     } catch (const std::exception& error) {

@@ -74,6 +74,17 @@ TEST(DiagSealFileTest, ReadingWithoutEnd_CostsItsTimeLimit)
     EXPECT_THAT(sealed.survivors, IsEmpty());
 }
 
+TEST(DiagSealFileTest, FileThatBecomesShorter_IsToldOf)
+{
+    RunProgram({"sh", "-c", "head -c 4000000 /dev/urandom >/tmp/shrinking"});
+    const Finished run = RunProgram(
+        {"sh", "-c",
+         Program("diag-seal") + " file --size 3000000 -- /tmp/shrinking | { sleep 0.3; : >/tmp/shrinking; " +
+             "openssl cms -decrypt -binary -inform DER -inkey " DEVELOPMENT_KEY " | gzip -dc | tail -n 1; }"});
+    EXPECT_EQ(run.output,
+              "diag-seal: the reading ended early: /tmp/shrinking: it has become shorter while it was read\n");
+}
+
 /** A FIFO with no writer would block whoever opens it between a look and the opening. */
 TEST(DiagSealFileTest, FileThatBecomesAFifo_IsReadOrRefused)
 {
@@ -127,7 +138,7 @@ TEST_F(CertificateTest, UnusableOne_IsRefusedBeforeTheCommandStarts)
     };
     for (const Row& row : {
              Row{"true", "No such file or directory"},
-             Row{"mkdir certificate", "it holds no certificate in PEM"},
+             Row{"mkfifo certificate", "it holds no certificate in PEM"},
              Row{"echo damaged >certificate", "it holds no certificate in PEM"},
              Row{"openssl req -x509 -nodes -subj /CN=t -keyout key -newkey rsa:1024 -out certificate",
                  "its key of 1024 bits is too weak; 2048 are the least"},
