@@ -45,7 +45,8 @@ void CompressFile(const std::string& path)
 {
     RegularFile file(path);
     const std::string compressed = path + ".gz";
-    const std::string partial = compressed + ".partial";
+    // No longer than the name to come, so that whatever leaves room for that one leaves room for both.
+    const std::string partial = path + ".g~";
     BlockSignals();
     unlink(partial.c_str()); // Of a run that was killed.
     try {

@@ -15,7 +15,7 @@ no_archive() {
 
 # Compression, whatever the name and whatever is there already.
 head -c 100000 /dev/urandom >/tmp/random
-for name in dfs_a.txt dfs_b.gz dfs_c.tgz dfs_d-gz 'dfs e.txt' -f; do
+for name in dfs_a.txt dfs_b.gz dfs_c.tgz dfs_d-gz 'dfs e.txt' -f "$(printf %0252d 0)"; do
     cp /tmp/random "./$name"
     echo old >"./$name.gz"
     check "compression of $name" compress-diag-file.sh "$name"
@@ -26,7 +26,7 @@ done
 echo untouched >/mnt/nv/target
 cp /tmp/random linked
 ln -s /mnt/nv/target linked.gz
-ln -s /mnt/nv/target linked.gz.partial
+ln -s /mnt/nv/target linked.g~
 check "compression beside links" compress-diag-file.sh linked
 gzip -dc linked.gz | cmp - /tmp/random || fail "content of linked"
 equal "what the links name" untouched "$(cat /mnt/nv/target)"
@@ -41,7 +41,7 @@ for name in missing folder '' pipe taken alias; do
 done
 cp /tmp/random uncompressed
 refute "compression on a full disk" sh -c 'ulimit -f 100; exec compress-diag-file.sh uncompressed' 2>/tmp/err
-equal "what failed runs leave" "" "$(find . -name '*partial*' -o -path './taken.gz/*' -o -name 'uncompressed.gz')"
+equal "what failed runs leave" "" "$(find . -name '*~' -o -path './taken.gz/*' -o -name 'uncompressed.gz')"
 check "the file stays" cmp /tmp/random uncompressed
 rm -r taken.gz pipe
 
