@@ -45,46 +45,60 @@ equal "what failed runs leave" "" "$(find . -name '*~' -o -path './taken.gz/*' -
 check "the file stays" cmp /tmp/random uncompressed
 rm -r taken.gz pipe
 
-# Packing, in the order named, each file once; what is no file of this directory is left out.
+# Packing, in the order named, each file once, over whatever has taken a name of the script's.
 echo '{}' >dfs_uploadmanifest.json
 ln -s dfs_a.txt.gz link
 mkfifo fifo
-echo half >.dfs_diagfile.tar.gz.partial
-check "packing" tar-compress-diag-files.sh dfs_uploadmanifest.json dfs_b.gz.gz dfs_a.txt.gz dfs_b.gz.gz
-equal "members" "dfs_uploadmanifest.json dfs_b.gz.gz dfs_a.txt.gz " "$(members)"
+for name in dfs_diagfile.tar.gz .dfs_diagfile.tar.gz.partial dfs_left_out.txt; do
+    ln -s /mnt/nv/target "$name"
+done
+check "packing" tar-compress-diag-files.sh dfs_uploadmanifest.json dfs_b.gz.gz dfs_a.txt.gz dfs_b.gz.gz missing 2>/tmp/err
+equal "members" "dfs_uploadmanifest.json dfs_b.gz.gz dfs_a.txt.gz dfs_left_out.txt " "$(members)"
 tar -xzOf "$archive" dfs_a.txt.gz | cmp - dfs_a.txt.gz || fail "content of a member"
-equal "only the archive is left" ./dfs_diagfile.tar.gz "$(find . -name '*diagfile*')"
+equal "only the archive is left" ./dfs_diagfile.tar.gz "$(find . -name '*diagfile*' -o -name '*left_out*')"
+equal "what the links name" untouched "$(cat /mnt/nv/target)"
 
 echo secret >/mnt/nv/outside
-for name in missing ../outside /mnt/nv/outside ./dfs_a.txt.gz . .. '' folder link fifo dfs_diagfile.tar.gz; do
+lines=$(printf 'two\nlines')
+touch 'back\slash' "$lines"
+for name in missing ../outside /mnt/nv/outside ./dfs_a.txt.gz . .. '' folder link fifo dfs_diagfile.tar.gz \
+    dfs_left_out.txt 'back\slash' "$lines" '*'; do
     check "packing with '$name'" tar-compress-diag-files.sh dfs_uploadmanifest.json "$name" 2>/tmp/err
     equal "members with '$name'" "dfs_uploadmanifest.json dfs_left_out.txt " "$(members)"
-    equal "what is told of '$name'" "$name, -" "$(tar -xzOf "$archive" dfs_left_out.txt | sed 's/, [a-z].*//')"
+    equal "what is told of '$name'" "$(printf %s "$name" | tr '\n' '?'), -" \
+        "$(tar -xzOf "$archive" dfs_left_out.txt | sed 's/, [a-z].*//')"
     equal "lines on '$name'" 1 "$(wc -l </tmp/err)"
 done
-: >--to-command=x
-check "names that look like options" tar-compress-diag-files.sh -f.gz --to-command=x
-equal "members that look like options" "-f.gz --to-command=x " "$(members)"
+odd=$(printf 'odd\377.gz')
+touch -- -f.gz --to-command=x ' blank ' 'a*' "$odd"
+check "odd names" tar-compress-diag-files.sh -f.gz --to-command=x ' blank ' 'a*' "$odd"
+equal "members with odd names" 5 "$(tar -tzf "$archive" | wc -l)"
 
-# What would go beyond 160 MiB is left out, and told with its size; what is smaller and comes later has its place.
-for name in large larger; do
-    dd if=/dev/zero of="$name" bs=1 count=0 seek=100000000 2>/dev/null
+# What would go beyond 160 MiB is left out, and told with its size; what is smaller and comes later has its place. What
+# tar and gzip add has 1 MiB of it. The sizes of the last two would add up to less than nothing.
+for size in 100000000 66800000 9223372036854775000; do
+    dd if=/dev/zero of="$size" bs=1 count=0 seek="$size" 2>/dev/null
 done
-check "packing of much" tar-compress-diag-files.sh large larger dfs_a.txt.gz missing 2>/tmp/err
-equal "members of much" "large dfs_a.txt.gz dfs_left_out.txt " "$(members)"
+check "packing of much" timeout 20 tar-compress-diag-files.sh 100000000 66800000 9223372036854775000 dfs_a.txt.gz \
+    missing 2>/tmp/err
+equal "members of much" "100000000 dfs_a.txt.gz dfs_left_out.txt " "$(members)"
 equal "what is left out" "missing, -, no regular file of $nv
-larger, 100000000 bytes, the archive has 167772160 bytes at most" "$(tar -xzOf "$archive" dfs_left_out.txt)"
-rm large larger
+66800000, 66800000 bytes, the archive has 167772160 bytes at most
+9223372036854775000, 9223372036854775000 bytes, the archive has 167772160 bytes at most" \
+    "$(tar -xzOf "$archive" dfs_left_out.txt)"
+rm 100000000 66800000 9223372036854775000
 
-# What failed requests have left goes after a day; what this request names stays, whatever its time.
-for name in dfs_old_20260101000000.txt.gz dfs_old_20260101000000 dfs_packed_20260101000000.gz dfs_other.txt; do
-    echo >"$name"
-    touch -d '2026-01-01 00:00:00' "$name"
-done
+# What failed requests have left goes after a day, however much it is; what this request names stays, whatever its time.
+awk 'BEGIN {
+    for (i = 1; i <= 20000; ++i) print "dfs_old_20260101000000." i
+    for (i = 1; i <= 4000; ++i) print "dfs_packed_20260101000000." i
+    print "dfs_other.txt"
+}' | xargs touch -d '2026-01-01 00:00:00'
 echo >dfs_new_20260101000000.gz
-check "packing beside leftovers" tar-compress-diag-files.sh dfs_packed_20260101000000.gz
-equal "what is not removed" "dfs_new_20260101000000.gz dfs_packed_20260101000000.gz dfs_other.txt" \
-    "$(echo dfs_*_2026* dfs_other.txt)"
+check "packing beside leftovers" timeout 30 sh -c 'tar-compress-diag-files.sh dfs_packed_*'
+equal "members beside leftovers" 4000 "$(tar -tzf "$archive" | wc -l)"
+rm dfs_packed_*
+equal "what is not removed" "dfs_new_20260101000000.gz dfs_other.txt" "$(echo dfs_*_2026* dfs_other.txt)"
 
 mv "$archive" /tmp
 mkdir "$archive"
@@ -95,12 +109,19 @@ rmdir "$archive"
 # Whole or not at all; and an earlier archive is never taken for this one.
 refute "nothing to pack" tar-compress-diag-files.sh missing 2>/dev/null
 no_archive "nothing to pack"
-for tool in tar gzip; do
-    shadow "$tool" 'head -c 10; exit 1'
-    refute "packing by a $tool that fails" tar-compress-diag-files.sh dfs_a.txt.gz </dev/null 2>/dev/null
-    no_archive "a $tool that fails"
+for row in 'tar head -c 10; exit 1' 'gzip head -c 10; exit 1' 'gzip cat >/dev/null; head -c 170000000 /dev/zero'; do
+    shadow "${row%% *}" "${row#* }"
+    refute "packing by $row" tar-compress-diag-files.sh dfs_a.txt.gz </dev/null 2>/dev/null
+    no_archive "packing by $row"
     unshadow
 done
+tar=$(command -v tar)
+cp dfs_a.txt.gz gone
+shadow tar "rm -f gone; exec $tar \"\$@\""
+check "packing of what goes meanwhile" tar-compress-diag-files.sh gone dfs_a.txt.gz 2>/dev/null
+unshadow
+equal "members when one has gone" "dfs_a.txt.gz dfs_left_out.txt " "$(members)"
+rm "$archive"
 
 mkfifo /tmp/begun /tmp/go
 shadow gzip 'head -c 10; echo >/tmp/begun; read -r go </tmp/go'

@@ -4,12 +4,21 @@
 # with a line on standard error and one in the member dfs_left_out.txt: name, size, reason.
 # Removes what failed requests have left for more than a day.
 # The lowest level: the files are compressed and encrypted already.
+# shellcheck disable=SC2086  # lists are split, see IFS
 
+export LC_ALL=C # names are bytes
 directory=/mnt/nv/product-persistence
 archive=dfs_diagfile.tar.gz
 left_out=dfs_left_out.txt
-max_size=167772160 # bytes of all files together, 160 MiB: whoever sends the archive holds it in memory
 partial=.$archive.partial # one name, so that what a killed run left is overwritten by the next
+max_size=167772160        # bytes of the archive, 160 MiB: whoever sends it holds it in memory
+reserve=1048576           # bytes of it for what tar, gzip and the member on what is left out add
+
+# Lists of names are lines: unquoted, a list is its names.
+newline='
+'
+IFS=$newline
+set -f
 
 complain() {
     printf '%s: %s\n' "${0##*/}" "$1" >&2
@@ -22,66 +31,83 @@ fail() {
 
 # leave_out NAME SIZE REASON
 leave_out() {
-    complain "'$1' is left out: $3"
-    told_left_out="$told_left_out$1, $2, $3
-"
+    told=$1
+    case $told in *[[:cntrl:]]*) told=$(printf %s "$told" | tr '[:cntrl:]' '?') ;; esac
+    complain "left out: $told, $2, $3"
+    told_left_out="$told_left_out$told, $2, $3$newline"
 }
 
-# Removes items that are older than a day, but for those of this request, whatever the clock has done meanwhile.
-remove_leftovers() {
-    set --
-    for name in dfs_*_[0-9][0-9][0-9][0-9][0-9][0-9][0-9][0-9][0-9][0-9][0-9][0-9][0-9][0-9]*; do
-        case $seen in */"$name"/*) continue ;; esac
-        [ ! -f "$name" ] || set -- "$@" "./$name"
+# Sets $present to those of the names that are files to pack, each once.
+look_for() {
+    present=
+    for name; do
+        case $name in
+            # GNU tar takes a backslash for the beginning of an escape sequence.
+            '' | . | .. | */* | *\\* | *[[:cntrl:]]* | "$archive" | "$left_out")
+                leave_out "$name" - "not the name of a file to pack"
+                continue
+                ;;
+        esac
+        if [ -L "$name" ] || [ ! -f "$name" ]; then
+            leave_out "$name" - "no regular file of $directory"
+            continue
+        fi
+        present=$present$name$newline
     done
-    [ $# -eq 0 ] || find "$@" -prune -type f -mmin +1440 -exec rm -f -- {} +
+    # A file that was collected twice within a second is named twice.
+    present=$(printf %s "$present" | awk '!seen[$0]++')
+}
+
+# Removes items that are older than a day. The given ones become new first: the clock may have been set since.
+remove_leftovers() {
+    [ $# -eq 0 ] || touch -c -- "$@" || return
+    seven='[0-9][0-9][0-9][0-9][0-9][0-9][0-9]'
+    find . ! -name . -prune -type f -name "dfs_*_$seven$seven*" -mmin +1440 -exec rm -f -- {} +
+}
+
+# Sets $chosen to those of the files for which the archive has room.
+choose() {
+    sizes=$(stat -c '%s %n' -- "$@") || return
+    chosen=
+    room=$((max_size - reserve))
+    while read -r line; do
+        size=${line%% *}
+        name=${line#* }
+        if [ "$size" -gt "$room" ]; then
+            leave_out "$name" "$size bytes" "the archive has $max_size bytes at most"
+            continue
+        fi
+        room=$((room - size - 1024)) # with tar's header, and what fills the last block
+        chosen=$chosen$name$newline
+    done <<END
+$sizes
+END
+}
+
+pack() {
+    told_left_out=
+    look_for "$@"
+    remove_leftovers $present
+    [ -n "$present" ] || fail "nothing to pack"
+    choose $present || return
+    set -- $chosen
+    if [ -n "$told_left_out" ]; then
+        printf %s "$told_left_out" >"$left_out" || return
+        set -- "$@" "$left_out"
+    fi
+    # The status of a pipeline is gzip's; tar's is told on a descriptor of its own.
+    packed=$({ { tar -cf - -- "$@" && printf packed >&3; } | gzip -1 -c >"$partial"; } 3>&1)
+    [ "$?/$packed" = 0/packed ]
 }
 
 cd "$directory" || fail "$directory cannot be entered"
 # An archive that is still here is an earlier request's, and must not be taken for this one's.
-rm -f -- "$archive" "$partial" "$left_out" 2>/dev/null || fail "$archive or $left_out is there and cannot be removed"
-
-seen=/
-told_left_out=
-for name; do
-    shift
-    case $name in
-        '' | . | .. | */* | "$archive" | "$left_out") leave_out "$name" - "not the name of a file to pack"; continue ;;
-    esac
-    # A file that was collected twice within a second is named twice; one member does.
-    case $seen in */"$name"/*) continue ;; esac
-    seen=$seen$name/
-    if [ -L "$name" ] || [ ! -f "$name" ]; then
-        leave_out "$name" - "no regular file of $directory"
-        continue
-    fi
-    set -- "$@" "$name"
-done
-remove_leftovers
-[ $# -gt 0 ] || fail "nothing to pack"
-
-sizes=$(stat -c %s -- "$@") || fail "the files' sizes are not to be had"
-total=0
-for size in $sizes; do
-    name=$1
-    shift
-    if [ $((total + size)) -gt "$max_size" ]; then
-        leave_out "$name" "$size bytes" "the archive has $max_size bytes at most"
-        continue
-    fi
-    total=$((total + size))
-    set -- "$@" "$name"
-done
-
+rm -f -- "$archive" "$partial" "$left_out" 2>/dev/null || fail "$archive, $partial or $left_out cannot be removed"
 trap 'rm -f -- "$partial" "$left_out"' EXIT
 trap 'exit 1' HUP INT TERM
-if [ -n "$told_left_out" ]; then
-    printf %s "$told_left_out" >"$left_out" || fail "$left_out could not be written"
-    set -- "$@" "$left_out"
-fi
-# The status of a pipeline is gzip's; tar's is told on a descriptor of its own.
-told=$({ { tar -cf - -- "$@" && printf packed >&3; } | gzip -1 -c >"$partial"; } 3>&1)
-[ "$?/$told" = 0/packed ] || fail "$archive could not be written"
+# Holds whatever becomes of the files meanwhile; in blocks of 512 bytes. With XFSZ ignored gzip fails and leaves no core.
+ulimit -f "$((max_size / 512))"
+trap '' XFSZ
+# Once more if it fails, as a file may have gone or changed while it was packed.
+pack "$@" || pack "$@" || fail "$archive could not be written"
 mv -f -- "$partial" "$archive" || fail "$archive could not be put in place"
-rm -f -- "$left_out"
-trap - EXIT
