@@ -44,15 +44,15 @@ std::string Escape::Text(const std::string& text)
     return escaped;
 }
 
-std::string Escape::Name(const std::string& name)
+std::string Escape::Name(const std::string& name, std::size_t longest)
 {
     std::string escaped;
-    for (const char character : name.substr(0, kLongestName)) {
+    for (const char character : name.substr(0, longest)) {
         if (character == '\\') {
             escaped += "\\\\";
         } else {
             escaped += IsPrintable(character) ? std::string(1, character) : Hex(character);
         }
     }
-    return name.size() > kLongestName ? escaped + "..." : escaped;
+    return name.size() > longest ? escaped + "..." : escaped;
 }

@@ -16,7 +16,10 @@ std::string Text(const std::string& text);
 /** How many bytes of a name are shown: more than a file's name has. */
 constexpr std::size_t kLongestName = 256;
 
-/** A name, for one line: everything but printable ASCII becomes \xNN, a backslash two, and what is too long "...". */
-std::string Name(const std::string& name);
+/**
+ * A name, for one line: everything but printable ASCII becomes \xNN, a backslash two, and what is beyond the longest
+ * length, in bytes, "...".
+ */
+std::string Name(const std::string& name, std::size_t longest = kLongestName);
 
 } // namespace Escape

@@ -95,15 +95,16 @@ private:
 
     void TellLeftOut(TarReader& reader)
     {
+        constexpr std::size_t kLongestLine = 2 * Escape::kLongestName; // Behind the name are its size and the reason.
         std::string text;
         const bool isWhole = ReadText(reader, text);
         std::istringstream lines(text);
         std::size_t count = 0;
         for (std::string line; count < m_limits.members && std::getline(lines, line); ++count) {
-            Fault("the device has left out: " + Escape::Name(line));
+            Fault("the device has left out: " + Escape::Name(line, kLongestLine));
         }
         if (!isWhole || lines.peek() != std::istringstream::traits_type::eof()) {
-            Fault(std::string(kLeftOutName) + " has more lines than are accepted");
+            Fault(std::string(kLeftOutName) + " is longer than is accepted");
         }
     }
 

@@ -97,6 +97,10 @@ TEST(DfsOpenHostile, Archive_StaysWithinMemoryAndSaysWhatIsWrong)
              list += Repeat(65000, ",{}");
              return maker.Write({{"dfs_uploadmanifest.json", list + "]}"}});
          }},
+        {"dfs_left_out.txt is longer than is accepted",
+         [&] {
+             return maker.Write({maker.Manifest({}), {"dfs_left_out.txt", Repeat(100000, "\x1b[2J\n")}});
+         }},
         {"is refused", [&] { return maker.Write(std::vector<Member>(20, {"../" + std::string(900000, 'n')})); }},
     };
     for (const auto& [expected, write] : cases) {
