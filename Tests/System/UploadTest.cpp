@@ -71,6 +71,24 @@ TEST_F(Upload, OfEverything_BringsTheTwelveItems)
     }
 }
 
+TEST_F(Upload, TellsWhatTheArchiveLacks)
+{
+    // The second item removes the file of the first, which the manifest names by then.
+    WriteWholeFile("/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json",
+                   R"({"diagItemConfigList":{"version":1.2,"item":[
+        {"input":"encrypt-logs echo lost","fileType":"TOP","subType":"lost","harvestType":"SCRIPT"},
+        {"input":"rm /mnt/nv/product-persistence/dfs_lost_*; encrypt-logs echo kept","fileType":"TOP",
+         "subType":"kept","harvestType":"SCRIPT"}]}})");
+    const CloudServer cloud(CloudOnItsPort());
+    StartService();
+    EXPECT_EQ(Vcli(UploadWords("16")).output, kSucceeded);
+    const Finished opened = RunProgram({Program("dfs-open"), LatestUpload(cloud).archivePath});
+    EXPECT_EQ(opened.status, 1);
+    EXPECT_THAT(opened.output, testing::ContainsRegex("dfs_lost_[0-9]+ .*  missing from the archive\n"
+                                                      "dfs_kept_[0-9]+ .*  sealed\n"
+                                                      "the device has left out: dfs_lost_[0-9]+.gz, -, no regular "));
+}
+
 TEST_F(Upload, LeavesSecretsOnTheDevice)
 {
     LayOutUsedDevice();
