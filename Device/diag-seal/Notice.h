@@ -12,4 +12,10 @@ namespace DiagSeal
  */
 void Notice(const std::string& text);
 
+/**
+ * Tells why nothing was sealed, in one line on standard error; and to syslog(3) if that is the file of an item, as
+ * nobody looks into an item that has failed.
+ */
+void TellFailure(const std::string& text);
+
 } // namespace DiagSeal

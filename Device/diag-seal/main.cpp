@@ -1,5 +1,6 @@
 #include "DiagSeal.h"
 #include "FileCompressor.h"
+#include "Notice.h"
 #include "Options.h"
 #include "StartEnvironment.h"
 
@@ -20,12 +21,6 @@ void Run(const DiagSeal::Options& options)
     }
 }
 
-int Complain(const std::exception& error, int status)
-{
-    std::fprintf(stderr, "diag-seal: %s\n", error.what());
-    return status;
-}
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -42,8 +37,10 @@ int main(int argc, char** argv)
     } catch (const std::bad_alloc&) {
         return Complain(std::runtime_error("not enough memory"), kFailure);
     } catch (const std::invalid_argument& error) {
-        return Complain(error, kUsage);
+        std::fprintf(stderr, "diag-seal: %s\n", error.what());
+        return kUsage;
     } catch (const std::exception& error) {
-        return Complain(error, kFailure);
+        DiagSeal::TellFailure(error.what());
+        return kFailure;
     }
 }

@@ -41,7 +41,11 @@ seal dfs-encrypt-string.sh "$long"
 equal "a long text" "$long" "$(cat plain)"
 refused dfs-encrypt-string.sh
 
+# Why an item has failed is in the item's file, where nobody looks, and in the system log.
 rm /opt/Vantor/etc/diag-recipient.pem
+/usr/bin/busybox syslogd -O /tmp/system-log
+refute "an item without a certificate" encrypt-logs touch ran >item 2>&1
+check "its reason in the system log" timeout 10 sh -c "until grep -qF \"\$(cat item)\" system-log; do sleep 0.1; done"
 refused encrypt-logs touch ran
 refute "the command is not run" [ -e ran ]
 
