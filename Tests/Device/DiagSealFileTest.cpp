@@ -28,7 +28,7 @@ TEST(DiagSealFileTest, RegularFile_ArrivesByteForByte)
 
 TEST(DiagSealFileTest, WhatIsNoRegularFile_IsRefused)
 {
-    RunProgram({"sh", "-c", "cd /tmp; : >file; mkdir folder; mkfifo fifo; ln -s file link; ln -s nowhere dangling"});
+    RunProgram({"sh", "-c", "cd /tmp; : >file; mkdir folder; mkfifo fifo; ln -s file link"});
     struct Row
     {
         const char* arguments;
@@ -36,12 +36,9 @@ TEST(DiagSealFileTest, WhatIsNoRegularFile_IsRefused)
     };
     for (const Row& row : {
              Row{"file -- /tmp/missing", "/tmp/missing: No such file or directory\n"},
-             Row{"file -- ''", ": No such file or directory\n"},
-             Row{"file -- /tmp/file/", "/tmp/file/: Not a directory\n"},
              Row{"file -- /tmp/folder", "/tmp/folder: not a regular file but a folder\n"},
              Row{"file -- /tmp/fifo", "/tmp/fifo: not a regular file but a FIFO\n"},
              Row{"file -- /tmp/link", "/tmp/link: not a regular file but a symbolic link\n"},
-             Row{"file -- /tmp/dangling", "/tmp/dangling: not a regular file but a symbolic link\n"},
              Row{"file -- /dev/zero", "/dev/zero: not a regular file but a device\n"},
              Row{"file -- /proc/self/mem", "/proc/self/mem: Input/output error\n"},
          }) {
@@ -106,14 +103,6 @@ TEST(DiagSealFileTest, FileThatBecomesAFifo_IsReadOrRefused)
     }
     EXPECT_GT(read, 0);
     EXPECT_LT(read, kRuns);
-}
-
-TEST(DiagSealFileTest, Text_IsItsWordsJoined)
-{
-    for (const std::string words : {R"('{"status":"it"}')", "'100% %s \\n' '' 'words  ' -n --help --", "''"}) {
-        const std::string expected = RunProgram({"sh", "-c", "set -- " + words + "; printf %s \"$*\""}).output;
-        EXPECT_EQ(RunDiagSeal("text -- " + words).text, expected);
-    }
 }
 
 class CertificateTest : public testing::Test
