@@ -35,7 +35,8 @@ int main(int argc, char** argv)
         }
         return 0;
     } catch (const std::bad_alloc&) {
-        return Complain(std::runtime_error("not enough memory"), kFailure);
+        DiagSeal::TellFailure("not enough memory");
+        return kFailure;
     } catch (const std::invalid_argument& error) {
         std::fprintf(stderr, "diag-seal: %s\n", error.what());
         return kUsage;
