@@ -1,134 +1,36 @@
 #include "AddressFilter.h"
 
+#include "Characters.h"
+#include "MacSpelling.h"
+
 #include <arpa/inet.h>
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 
 namespace DiagSeal
 {
 namespace
 {
 
-constexpr std::size_t kMacSize = 17;        // "00:1b:21:3c:9d:4e"
-constexpr std::size_t kNamedMacSize = 15;   // "wlx001b213c9d4e"
-constexpr std::size_t kShortestRun = 6;     // "2a00::"
-constexpr std::size_t kLongestRun = 45 + 7; // an IPv6 address with an IPv4 tail; ':' or '.' and a port behind it
-
-constexpr bool IsDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-constexpr bool IsHexLetter(char c)
-{
-    return (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-}
-
-constexpr bool IsHex(char c)
-{
-    return IsDigit(c) || IsHexLetter(c);
-}
-
-constexpr bool IsWord(char c)
-{
-    return IsDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
+constexpr std::size_t kMacSize = 17;    // "00:1b:21:3c:9d:4e"
+constexpr std::size_t kShortestRun = 6; // "2a00::"
+constexpr std::size_t kLongestRun = 56; // a DHCP client identifier with a DUID; an IPv6 address and a port are shorter
+constexpr std::size_t kCutAddress = 23; // what BusyBox's netstat has room for
 
 constexpr bool IsOfRun(char c)
 {
     return IsHex(c) || c == ':' || c == '.';
 }
 
-/** A table, as every byte of a log passes here. */
-template <bool (*Predicate)(char)>
-struct Class
+/** What neither begins an address nor a sequence for a terminal. */
+constexpr bool IsBetween(char c)
 {
-    std::array<bool, 256> members{};
-
-    constexpr Class()
-    {
-        for (int c = 0; c < 256; ++c) {
-            members[static_cast<std::size_t>(c)] = Predicate(static_cast<char>(c));
-        }
-    }
-
-    constexpr bool operator()(char c) const { return members[static_cast<unsigned char>(c)]; }
-};
-
-constexpr Class<IsWord> kWord;
-constexpr Class<IsHex> kHex;
-constexpr Class<IsOfRun> kRun;
-
-constexpr int HexValue(char c)
-{
-    return IsDigit(c) ? c - '0' : (c | 0x20) - 'a' + 10;
+    return !IsWord(c) && c != ':' && c != '\x1b';
 }
 
-std::uint8_t Byte(std::string_view text, std::size_t at)
-{
-    return static_cast<std::uint8_t>(HexValue(text[at]) << 4 | HexValue(text[at + 1]));
-}
-
-bool IsMac(std::string_view text, char separator)
-{
-    if (text.size() != kMacSize) {
-        return false;
-    }
-    for (std::size_t i = 0; i < kMacSize; ++i) {
-        if (i % 3 == 2 ? text[i] != separator : !kHex(text[i])) {
-            return false;
-        }
-    }
-    return true;
-}
-
-/** "26-11-21-19-48-05": six numbers that are a date and a time. */
-bool IsDateTime(std::string_view text)
-{
-    static constexpr std::array<int, 6> kLimits{99, 12, 31, 23, 59, 59};
-    for (std::size_t i = 0; i < kLimits.size(); ++i) {
-        if (!IsDigit(text[3 * i]) || !IsDigit(text[3 * i + 1]) ||
-            HexValue(text[3 * i]) * 10 + HexValue(text[3 * i + 1]) > kLimits[i]) {
-            return false;
-        }
-    }
-    return true;
-}
-
-/** Whether the bytes before `at` are a group of two hex digits and the separator: then `at` begins no MAC address. */
-bool IsWithinChain(std::string_view line, std::size_t at, char separator)
-{
-    return at >= 3 && line[at - 1] == separator && kHex(line[at - 2]) && kHex(line[at - 3]) &&
-           (at == 3 || !kWord(line[at - 4]));
-}
-
-/** The MAC address in an interface's name, "wlx001b213c9d4e", or nothing. */
-std::string_view MacOfName(std::string_view line, std::size_t at)
-{
-    const std::string_view name = line.substr(at, kNamedMacSize);
-    const bool isName = name.size() == kNamedMacSize && (name.substr(0, 3) == "wlx" || name.substr(0, 3) == "enx") &&
-                        std::all_of(name.begin() + 3, name.end(), [](char c) { return kHex(c); }) &&
-                        (at + kNamedMacSize == line.size() || !kWord(line[at + kNamedMacSize]));
-    return isName ? name.substr(3) : std::string_view();
-}
-
-/** A MAC address with '-' or '_' between its bytes, or nothing. */
-std::string_view DashedMac(std::string_view line, std::size_t at)
-{
-    if (line.size() - at < kMacSize || (line[at + 2] != '-' && line[at + 2] != '_')) {
-        return {};
-    }
-    const char separator = line[at + 2];
-    const std::string_view text = line.substr(at, kMacSize);
-    const std::size_t end = at + kMacSize;
-    const bool endsThere = end == line.size() || (!kWord(line[end]) && line[end] != separator) ||
-                           (line[end] == separator && (end + 1 == line.size() || !kHex(line[end + 1])));
-    return endsThere && IsMac(text, separator) && !IsWithinChain(line, at, separator) && !IsDateTime(text)
-               ? text
-               : std::string_view();
-}
+constexpr CharacterClass<IsOfRun> kRun;
+constexpr CharacterClass<IsBetween> kBetween;
 
 /** Whether the words before a dotted number say that it is a version. */
 bool SaysVersion(std::string_view before)
@@ -155,18 +57,57 @@ bool IsPublic(const std::array<std::uint8_t, 4>& ip)
     return !isPrivate && !isShared && !isLocal && ip[0] < 224;
 }
 
+/** An address of the public internet whose end was cut off. It still leads to the household. */
+bool IsCutIpv6(std::string_view text)
+{
+    return text.size() == kCutAddress && (text[0] == '2' || text[0] == '3') && text.find(':') == 4 &&
+           std::count(text.begin(), text.end(), ':') >= 4 && text.find('.') == std::string_view::npos;
+}
+
+/** Behind the sequence for a terminal (ECMA-48, "ESC [ ... m") at `at`, or `at` if none is there. */
+std::size_t EndOfSequence(std::string_view line, std::size_t at)
+{
+    const std::size_t end =
+        line.substr(at, 2) == "\x1b[" ? line.find_first_not_of("0123456789;", at + 2) : std::string_view::npos;
+    return end == std::string_view::npos ? at : end + 1;
+}
+
+/** Whether it is worth to look for a MAC address without colons: most words are told by their length. */
+bool MayBeMac(std::string_view line, std::size_t begin, std::size_t end)
+{
+    const char next = end < line.size() ? line[end] : ' ';
+    switch (end - begin) {
+        case 2:
+            return next == '-' || next == '_' || next == '\\' || next == '%';
+        case 4:
+            return next == '.';
+        case 12:
+            return kHex(line[begin]) && kHex(line[end - 1]);
+        case 15:
+            return line[begin + 2] == 'x';
+        default:
+            return false;
+    }
+}
+
 } // namespace
 
 void AddressFilter::Append(std::string_view line, std::size_t begin, std::size_t end, std::string& out) const
 {
     std::size_t copied = begin;
+    std::size_t sequenceEnd = 0;
     Text text;
     for (std::size_t at = begin; at < end;) {
-        if (!kWord(line[at]) && line[at] != ':') {
+        if (kBetween(line[at])) {
             ++at;
             continue;
         }
-        const std::size_t next = AddressAt(line, at, end, text);
+        if (line[at] == '\x1b') {
+            at = sequenceEnd = std::clamp(EndOfSequence(line, at), at + 1, end);
+            continue;
+        }
+        const bool beginsWord = at == 0 || at == sequenceEnd || !kWord(line[at - 1]);
+        const std::size_t next = AddressAt(line, at, end, beginsWord, text);
         if (text) {
             out.append(line, copied, at - copied);
             out += *text;
@@ -179,9 +120,9 @@ void AddressFilter::Append(std::string_view line, std::size_t begin, std::size_t
 }
 
 /** Sets `text` if an address begins at `begin`. Returns where to look on. */
-std::size_t AddressFilter::AddressAt(std::string_view line, std::size_t begin, std::size_t end, Text& text) const
+std::size_t AddressFilter::AddressAt(std::string_view line, std::size_t begin, std::size_t end, bool beginsWord,
+                                     Text& text) const
 {
-    const bool beginsWord = begin == 0 || !kWord(line[begin - 1]);
     std::size_t runEnd = begin;
     while (runEnd < end && kRun(line[runEnd])) {
         ++runEnd;
@@ -193,16 +134,11 @@ std::size_t AddressFilter::AddressAt(std::string_view line, std::size_t begin, s
     if (!beginsWord) {
         return std::max(wordEnd, begin + 1);
     }
-    if (wordEnd - begin == kNamedMacSize) {
-        if (const std::string_view mac = MacOfName(line, begin); !mac.empty()) {
-            text = std::string(line.substr(begin, 3)) + OfMac(mac).value_or(std::string(mac));
-            return wordEnd;
-        }
-    }
-    if (wordEnd - begin == 2 && runEnd == wordEnd) {
-        if (const std::string_view mac = DashedMac(line.substr(0, end), begin); !mac.empty()) {
-            text = OfMac(mac);
-            return begin + kMacSize;
+    if (MayBeMac(line.substr(0, end), begin, wordEnd)) {
+        if (const std::string_view mac = MacAt(line.substr(0, end), begin); !mac.empty()) {
+            const auto macBegin = static_cast<std::size_t>(mac.data() - line.data());
+            text = std::string(line.substr(begin, macBegin - begin)) + OfMac(mac);
+            return macBegin + mac.size();
         }
     }
     std::size_t addressEnd = runEnd;
@@ -237,37 +173,55 @@ AddressFilter::Text AddressFilter::OfRun(std::string_view before, std::string_vi
         const Text address = OfIpv4({}, run.substr(colon + 1));
         return address ? Text(std::string(run.substr(0, colon + 1)) + *address) : std::nullopt;
     }
-    if (IsMac(run, ':')) {
-        return OfMac(run);
-    }
-    if (run.substr(0, 3) == "01:" && IsMac(run.substr(3), ':')) { // a DHCP client identifier
-        return "01:" + OfMac(run.substr(3)).value_or(std::string(run.substr(3)));
+    if (IsPairs(run)) {
+        return run.size() == kMacSize ? OfMac(run) : OfPairs(run);
     }
     if (Text address = OfIpv6(run)) {
         return address;
     }
-    const std::size_t dot = run.rfind('.'); // a port, as packet dumps have it
-    const Text address = dot == std::string_view::npos ? std::nullopt : OfIpv6(run.substr(0, dot));
-    return address ? Text(*address + std::string(run.substr(dot))) : std::nullopt;
+    const std::size_t port = run.find_last_of(".:"); // as packet dumps have it, and BusyBox's netstat
+    if (const Text address = OfIpv6(run.substr(0, port))) {
+        return *address + std::string(run.substr(port));
+    }
+    return IsCutIpv6(run) ? Text(m_pseudonyms.Of("ip", run)) : std::nullopt;
 }
 
-/** @param text a MAC address, with any separators or none, which stay */
-AddressFilter::Text AddressFilter::OfMac(std::string_view text) const
+AddressFilter::Text AddressFilter::OfPairs(std::string_view pairs) const
 {
-    static constexpr char kLower[] = "0123456789abcdef";
-    static constexpr char kUpper[] = "0123456789ABCDEF";
-    const std::size_t step = text.size() == kMacSize ? 3 : 2;
+    static constexpr std::string_view kMiddle = ":ff:fe:"; // of an EUI-64 (RFC 4291, appendix A)
+    if (pairs.size() == 8 * 3 - 1 && pairs.substr(8, kMiddle.size()) == kMiddle) {
+        const std::string mac = OfMac(std::string(pairs.substr(0, 8)).append(pairs.substr(14)));
+        return mac.substr(0, 8).append(kMiddle).append(mac.substr(9));
+    }
+    const MacsInPairs macs = FindMacs(pairs);
+    std::string text(pairs);
+    for (std::size_t i = 0, at = macs.begin; i < macs.count; ++i, at += kMacSize + 1) {
+        text.replace(at, kMacSize, OfMac(pairs.substr(at, kMacSize)));
+    }
+    return text;
+}
+
+/** @param text a MAC address: twelve hex digits, with any separators or none, which stay */
+std::string AddressFilter::OfMac(std::string_view text) const
+{
+    std::array<std::size_t, 12> places{};
     Pseudonyms::Mac mac{};
-    for (std::size_t i = 0; i < mac.size(); ++i) {
-        mac[i] = Byte(text, step * i);
+    bool isUpper = false;
+    for (std::size_t at = 0, count = 0; at < text.size(); ++at) {
+        const char c = text[at];
+        if (c == '%') { // "%3A" is a colon
+            at += 2;
+        } else if (kHex(c)) {
+            mac[count / 2] = static_cast<std::uint8_t>(mac[count / 2] << 4 | HexValue(c));
+            places[count++] = at;
+            isUpper = isUpper || (c >= 'A' && c <= 'F');
+        }
     }
     mac = m_pseudonyms.OfMac(mac);
-    const bool isUpper = std::any_of(text.begin(), text.end(), [](char c) { return c >= 'A' && c <= 'F'; });
-    const char* digits = isUpper ? kUpper : kLower;
+    const char* digits = isUpper ? "0123456789ABCDEF" : "0123456789abcdef";
     std::string name(text);
-    for (std::size_t i = 3; i < mac.size(); ++i) {
-        name[step * i] = digits[mac[i] >> 4];
-        name[step * i + 1] = digits[mac[i] & 15];
+    for (std::size_t i = places.size() / 2; i < places.size(); ++i) {
+        name[places[i]] = digits[mac[i / 2] >> (i % 2 == 0 ? 4 : 0) & 15];
     }
     return name;
 }

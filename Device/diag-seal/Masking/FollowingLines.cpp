@@ -34,7 +34,7 @@ FollowingLines::~FollowingLines() = default;
 
 void FollowingLines::Announce(std::string_view name, std::string_view text)
 {
-    if (text.find("PRIVATE KEY") != std::string_view::npos) {
+    if (text.find("-----BEGIN ") != std::string_view::npos) {
         m_isKey = true;
         m_linesLeft = text.find(kKeyEnd) == std::string_view::npos ? kMaxKeyLines : 0;
     } else if (const std::size_t dump = text.find("hexdump_ascii(len="); dump != std::string_view::npos) {

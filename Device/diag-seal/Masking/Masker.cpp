@@ -21,14 +21,19 @@ std::size_t EndOfKnown(std::string_view line)
     return blank != std::string_view::npos && end - blank < kLongestWord ? blank : end;
 }
 
-/** Rules see a NUL, as it stands between the arguments in /proc/PID/cmdline, as a blank. */
-std::string_view WithoutNul(std::string_view line, std::string& copy)
+/** Rules see blanks for a NUL, as it stands between arguments in /proc/PID/cmdline, and for a terminal's colours. */
+std::string_view WithoutControls(std::string_view line, std::string& copy)
 {
-    if (line.find('\0') == std::string_view::npos) {
+    if (line.find('\0') == std::string_view::npos && line.find('\x1b') == std::string_view::npos) {
         return line;
     }
     copy = line;
     std::replace(copy.begin(), copy.end(), '\0', ' ');
+    for (std::size_t at = 0; (at = copy.find("\x1b[", at)) != std::string::npos;) {
+        const std::size_t end = std::min(copy.find_first_not_of("0123456789;", at + 2), copy.size() - 1);
+        std::fill(copy.begin() + static_cast<std::ptrdiff_t>(at), copy.begin() + static_cast<std::ptrdiff_t>(end) + 1,
+                  ' ');
+    }
     return copy;
 }
 
@@ -113,7 +118,7 @@ void Masker::EndPiece(std::string& out)
 std::size_t Masker::Mask(std::string_view line, std::size_t from, bool isComplete, std::string& out)
 {
     std::string copy;
-    const std::string_view seen = WithoutNul(line, copy);
+    const std::string_view seen = WithoutControls(line, copy);
     const std::size_t known = isComplete ? line.size() : EndOfKnown(line);
     FoundSecret found;
     m_finder->Begin(seen, from);

@@ -1,5 +1,7 @@
 #include "Pseudonyms.h"
 
+#include <algorithm>
+
 namespace DiagSeal
 {
 
@@ -16,7 +18,9 @@ std::string Pseudonyms::Of(std::string_view kind, std::string_view value) const
 
 Pseudonyms::Mac Pseudonyms::OfMac(const Mac& mac) const
 {
-    const bool isGroup = (mac[0] & 1) != 0;
+    // The bit for groups is no help: in half of Bluetooth's random addresses it is set as well.
+    const bool isGroup = mac[0] == 1 || (mac[0] == 0x33 && mac[1] == 0x33) ||
+                         std::all_of(mac.begin(), mac.end(), [](std::uint8_t byte) { return byte == 0xff; });
     if (isGroup || mac == Mac{}) {
         return mac;
     }

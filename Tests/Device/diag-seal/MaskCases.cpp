@@ -21,7 +21,7 @@ std::vector<std::string> Rows(const std::string& name)
     std::vector<std::string> rows;
     for (std::string line; std::getline(file, line);) {
         if (line.front() != '#') {
-            line = WithReplaced(WithReplaced(line, "␤", "\n"), "␍", "\r");
+            line = WithReplaced(WithReplaced(WithReplaced(line, "␤", "\n"), "␍", "\r"), "␛", "\x1b");
             rows.push_back(WithReplaced(line, "␀", std::string(1, '\0')));
         }
     }
