@@ -90,6 +90,8 @@ TEST(DiagSealCommandTest, NothingOutlivesItsLimit)
              "kept\n" + kLeftBehind},
             {"daemon that has closed everything and ignores TERM",
              "trap '' TERM; (setsid sleep 99 <&- >&- 2>&- &) & echo kept", "kept\n" + kLeftBehind},
+            {"a program whose name looks like its state and parent",
+             "ln -s /bin/sleep '/tmp/) S 1 ('; setsid '/tmp/) S 1 (' 99 & echo kept", "kept\n" + kLeftBehind},
             {"each process starts the next and ends", "sh -c " + Quoted(relay) + " 0 " + Quoted(relay), kLeftBehind},
         });
 }
@@ -205,7 +207,8 @@ TEST(DiagSealCommandTest, OutputThatNobodyTakes_EndsTheCommand)
              Row{"cat /dev/urandom", ">/tmp/limited", "standard output: File too large\n"},
              Row{"cat /dev/urandom", "| true", "standard output: Broken pipe\n"},
              Row{"echo little", "| true", "standard output: Broken pipe\n"},
-             Row{"cat /dev/urandom", "| sleep 4", "standard output: nobody takes what is written\n"},
+             Row{"cat /dev/urandom", "| { head -c 5000 >/tmp/taken; sleep 4; }",
+                 "standard output: nobody takes what is written\n"},
              Row{"echo little", ">&-", "standard output is closed\n"},
          }) {
         SCOPED_TRACE(std::string(row.command) + row.redirection);
@@ -232,6 +235,7 @@ TEST(DiagSealCommandTest, SignalsToDiagSeal_EndWhatItRuns)
         const char* error;
     };
     constexpr int kKilled = 128 + 9;
+    const std::string script = "trap '' TERM; setsid sleep 99 & ";
     const std::string guard = "$(cut -d' ' -f4 /proc/$PPID/stat)";
     const std::set<std::string> before = Processes();
     for (const Row& row : {
@@ -243,14 +247,18 @@ TEST(DiagSealCommandTest, SignalsToDiagSeal_EndWhatItRuns)
              Row{"STOP", "$PPID", 1, "diag-seal: gave up, far beyond the time limit\n"},
          }) {
         SCOPED_TRACE(row.signal + row.target);
-        const Sealed sealed = RunDiagSeal(
-            kCommand + "-- sh -c " +
-            Quoted("trap '' TERM; setsid sleep 99 & kill -" + row.signal + ' ' + row.target + "; sleep 99"));
+        const std::string limit = row.signal == "STOP" ? "0.1 " : "60 ";
+        const Sealed sealed = RunDiagSeal("command --kill-delay 0.4 --grace 0.3 --time-limit " + limit + "-- sh -c " +
+                                          Quoted(script + "kill -" + row.signal + ' ' + row.target + "; sleep 99"));
         EXPECT_EQ(sealed.status, row.status);
         EXPECT_EQ(sealed.errors, row.error);
         EXPECT_EQ(sealed.written, "");
         EXPECT_TRUE(WaitUntil([&before] { return Processes() == before; }));
     }
+    // Sends KILL to its whole process group.
+    RunProgram({"timeout", "-s", "KILL", "0.3", Program("diag-seal"), "command", "--kill-delay", "0.4", "--", "sh",
+                "-c", script + "sleep 99"});
+    EXPECT_TRUE(WaitUntil([&before] { return Processes() == before; }));
 }
 
 TEST(DiagSealCommandTest, ChildrenThatItWasBornWith_AreNotItsOwn)
