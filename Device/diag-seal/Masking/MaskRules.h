@@ -8,6 +8,9 @@
 namespace DiagSeal
 {
 
+/** The name of rules whose matches stay as they are. */
+constexpr std::string_view kKeep = "keep";
+
 /** A line of a rules file. See the file's own head for what the names "keep", "ssid" and "when" mean. */
 struct MaskRule
 {

@@ -10,7 +10,6 @@ namespace
 
 constexpr std::size_t kContext = 64;      // bytes: what is kept of the line before a piece, for "\b" and "keep"
 constexpr std::size_t kLongestWord = 512; // bytes: a piece ends between two words, unless they are longer
-constexpr std::string_view kKeep = "keep";
 constexpr std::string_view kNetworkName = "ssid";
 
 /** Where the part of an incomplete line ends whose matches are all known. */

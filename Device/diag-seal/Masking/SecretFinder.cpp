@@ -1,117 +1,32 @@
 #include "SecretFinder.h"
 
 #include <algorithm>
-#include <cctype>
+#include <utility>
 
 namespace DiagSeal
 {
 namespace
 {
 
-constexpr int kMaxGroups = 4; // what RE2's one-pass search can tell apart
 constexpr std::string_view kWhen = "when";
-
-/** Lines are bytes: what a command prints need not be UTF-8. */
-RE2::Options Options(int memory)
-{
-    RE2::Options options;
-    options.set_encoding(RE2::Options::EncodingLatin1);
-    options.set_case_sensitive(false);
-    options.set_log_errors(false);
-    options.set_max_mem(memory);
-    return options;
-}
-
-bool IsNameCharacter(char c)
-{
-    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '.' || c == '-';
-}
-
-std::unique_ptr<RE2> Compile(const MaskRule& rule)
-{
-    auto expression = std::make_unique<RE2>(rule.pattern, Options(SecretFinder::kRuleMemory));
-    if (expression->ok() && expression->NumberOfCapturingGroups() == 0) {
-        expression = std::make_unique<RE2>("(" + rule.pattern + ")", Options(SecretFinder::kRuleMemory));
-    }
-    return expression;
-}
-
-/**
- * Whether a value that begins at `begin` goes on to the end of its line: "psk = my pass phrase", "TOKEN=two words", and
- * "service[9]: psk=my pass phrase".
- */
-bool IsRestOfLine(std::string_view line, std::size_t begin)
-{
-    if (line[begin] == '"' || line[begin] == '\'' || line[begin] == '\\') {
-        return false;
-    }
-    std::string_view before = line.substr(0, begin);
-    before = before.substr(0, before.find_last_not_of(" \t") + 1);
-    if (before.size() < begin) {
-        return true;
-    }
-    before = before.substr(0, before.find_last_not_of("=:>") + 1);
-    while (!before.empty() && IsNameCharacter(before.back())) {
-        before.remove_suffix(1);
-    }
-    const bool beginsMessage = before.size() > 1 && before.substr(before.size() - 2) == ": ";
-    if (beginsMessage) {
-        return true;
-    }
-    static constexpr std::string_view kAssignments[] = {"", "export", "set", "setenv", "-", "+", "+ export"};
-    const std::size_t first = std::min(before.find_first_not_of(" \t"), before.size());
-    before = before.substr(first, before.find_last_not_of(" \t") + 1 - first);
-    return std::find(std::begin(kAssignments), std::end(kAssignments), before) != std::end(kAssignments);
-}
-
-/** One automaton for the patterns of all entries. It only finds where a match is. */
-template <typename Entries>
-std::unique_ptr<RE2> CompileAny(const Entries& entries)
-{
-    RE2::Options options = Options(SecretFinder::kSectionMemory);
-    options.set_never_capture(true);
-    std::string any;
-    for (const auto& entry : entries) {
-        any.append(any.empty() ? "(?:" : "|(?:").append(entry.rule.pattern).append(")");
-    }
-    return std::make_unique<RE2>(any, options);
-}
-
-void Check(const RE2& expression, const MaskRule& rule)
-{
-    const std::string pattern = "the pattern '" + rule.name + " " + rule.pattern.substr(0, 80) + "' ";
-    if (!expression.ok()) {
-        throw RuleError(pattern + "is not valid: " + expression.error());
-    }
-    if (expression.NumberOfCapturingGroups() > kMaxGroups) {
-        throw RuleError(pattern + "has more than 4 groups");
-    }
-    if (RE2::PartialMatch("", expression)) {
-        throw RuleError(pattern + "matches an empty text");
-    }
-}
+constexpr int kMaxSize = 10000;                      // of all patterns, in RE2's instructions: 300 KiB
+constexpr std::size_t kMaxSearchedTwice = 16 * 1024; // bytes of one line
 
 } // namespace
 
-SecretFinder::SecretFinder(std::string_view rules)
-    : m_sections(1), m_when(std::make_unique<RE2::Set>(Options(kSectionMemory), RE2::UNANCHORED))
+SecretFinder::SecretFinder(std::string_view rules) : m_sections(1)
 {
+    static_assert(kMaxRules <= LiteralFilter::kMaxPatterns);
     for (MaskRule& rule : ParseRules(rules)) {
-        if (rule.name != kWhen) {
-            m_sections.back().entries.push_back({std::move(rule), nullptr, 0});
+        if (rule.name == kWhen) {
+            m_sections.push_back({std::move(rule.pattern)});
             continue;
         }
-        std::string error;
-        if (m_when->Add(rule.pattern, &error) < 0) {
-            throw RuleError("a pattern of 'when' is not valid: " + error);
-        }
-        m_sections.emplace_back();
+        m_filter.Add(m_entries.size(), RequiredLiterals(rule.pattern));
+        m_entries.push_back({RuleSearch(std::move(rule)), m_sections.size() - 1});
     }
     if (m_sections.size() > kMaxSections) {
         throw RuleError("it has more than 7 lines 'when'");
-    }
-    if (!m_when->Compile()) {
-        throw RuleError("the patterns of 'when' are too large together");
     }
     if (rules != BuiltInRules()) {
         CheckAll();
@@ -120,19 +35,20 @@ SecretFinder::SecretFinder(std::string_view rules)
 
 void SecretFinder::CheckAll()
 {
-    std::size_t count = 0;
     for (Section& section : m_sections) {
-        for (Entry& entry : section.entries) {
-            MakeExpression(entry);
-            Check(*entry.expression, entry.rule);
-        }
-        count += section.entries.size();
-        section.any = CompileAny(section.entries);
-        if (!section.any->ok()) {
-            throw RuleError("the patterns of a section are too large together");
+        section.expression = std::make_unique<RE2>(section.when, PatternOptions(RuleSearch::kMaxMemory));
+        if (!section.expression->ok()) {
+            throw RuleError("a pattern of 'when' is not valid: " + section.expression->error());
         }
     }
-    if (count == 0) {
+    int size = 0;
+    for (Entry& entry : m_entries) {
+        size += entry.search.Check();
+    }
+    if (size > kMaxSize) {
+        throw RuleError("the patterns are too large together");
+    }
+    if (m_entries.empty()) {
         throw RuleError("it has no rules");
     }
 }
@@ -152,106 +68,84 @@ std::unique_ptr<SecretFinder> SecretFinder::Load(const std::string& path, std::s
 void SecretFinder::Begin(std::string_view line, std::size_t from)
 {
     m_line = line;
+    m_matching.clear();
+    m_searchedTwice = 0;
     for (Section& section : m_sections) {
-        section.hasMore = false;
+        section.isNeeded.reset();
     }
-    Search(m_sections.front(), from);
-    const re2::StringPiece text(line.data(), line.size());
-    if (!m_when->Match(text, nullptr)) { // most lines
-        return;
-    }
-    RE2::Set::ErrorInfo error{};
-    if (m_when->Match(text, &m_needed, &error)) {
-        for (const int number : m_needed) {
-            Search(m_sections[static_cast<std::size_t>(number) + 1], from);
+    m_filter.Scan(line, from);
+    const LiteralFilter::Patterns rules = m_filter.CanMatch(from);
+    for (std::size_t i = rules._Find_first(); i < m_entries.size(); i = rules._Find_next(i)) {
+        if (FindFirst(i, from)) {
+            m_matching.push_back(&m_entries[i]);
         }
-    } else { // out of memory
-        std::for_each(m_sections.begin() + 1, m_sections.end(), [&](Section& section) { Search(section, from); });
     }
 }
 
-void SecretFinder::Search(Section& section, std::size_t from)
+/** Finds a rule's first match in the line. */
+bool SecretFinder::FindFirst(std::size_t number, std::size_t from)
 {
-    if (section.entries.empty()) {
-        return;
+    RuleSearch& search = m_entries[number].search;
+    const LiteralFilter::Places places = m_filter.PlacesOf(number);
+    if (!places.isExact) {
+        return search.Find(m_line, std::max(from, places.first));
     }
-    if (!section.any) {
-        section.any = CompileAny(section.entries);
-    }
-    re2::StringPiece match;
-    section.hasMore =
-        section.any->Match({m_line.data(), m_line.size()}, from, m_line.size(), RE2::UNANCHORED, &match, 1);
-    if (section.hasMore) {
-        section.matchBegin = static_cast<std::size_t>(match.data() - m_line.data());
-        section.matchEnd = section.matchBegin + match.size();
-    }
+    // Most names stand in a line once, and mostly with no value.
+    return search.FindAt(m_line, places.first) || (places.first < places.last && search.Find(m_line, places.first + 1));
 }
 
 bool SecretFinder::Next(std::size_t from, FoundSecret& found)
 {
-    Section* first = nullptr;
-    for (Section& section : m_sections) {
-        if (section.hasMore && section.matchBegin < from) {
-            Search(section, from);
-        }
-        if (section.hasMore && (first == nullptr || section.matchBegin < first->matchBegin)) {
-            first = &section;
-        }
+    const auto isBefore = [from](const Entry* entry) { return entry->search.MatchBegin() < from; };
+    if (std::any_of(m_matching.begin(), m_matching.end(), isBefore)) {
+        const LiteralFilter::Patterns rules = m_filter.CanMatch(from);
+        const auto isDone = [&](Entry* entry) {
+            const auto number = static_cast<std::size_t>(entry - m_entries.data());
+            return isBefore(entry) && !(rules[number] && FindAgain(entry->search, from));
+        };
+        m_matching.erase(std::remove_if(m_matching.begin(), m_matching.end(), isDone), m_matching.end());
     }
-    if (first == nullptr) {
-        return false;
+    while (!m_matching.empty()) {
+        // Of several at one place this is the first.
+        const auto first = std::min_element(m_matching.begin(), m_matching.end(), [](const Entry* a, const Entry* b) {
+            return a->search.MatchBegin() < b->search.MatchBegin();
+        });
+        if (IsNeeded(m_sections[(*first)->section])) {
+            found = (*first)->search.Explain(m_line);
+            return true;
+        }
+        m_matching.erase(first);
     }
-    Explain(*first, found);
-    return true;
+    return false;
 }
 
-void SecretFinder::Explain(Section& section, FoundSecret& found)
+/**
+ * Finds the next match of a rule whose last one was there before `from`. Long matches that begin within others again
+ * and again would take quadratic time: beyond a bound, the rest of such a match is a secret.
+ */
+bool SecretFinder::FindAgain(RuleSearch& search, std::size_t from)
 {
-    static const MaskRule kUnexplained{"secret", ""};
-    found = {&kUnexplained, section.matchBegin, section.matchEnd, section.matchBegin, section.matchEnd};
-    for (Entry& entry : section.entries) {
-        if (Explain(entry, found)) {
-            break; // otherwise a rule ran out of memory, and the whole match is the secret
-        }
+    m_searchedTwice += search.MatchEnd() - std::min(from, search.MatchEnd());
+    if (m_searchedTwice <= kMaxSearchedTwice || search.MatchEnd() <= from) {
+        return search.Find(m_line, from);
     }
+    search.CutMatch(from);
+    return search.Rule().name != kKeep;
 }
 
-void SecretFinder::MakeExpression(Entry& entry)
+/** Asked only when a rule of the section has matched, which is seldom. */
+bool SecretFinder::IsNeeded(Section& section)
 {
-    entry.expression = Compile(entry.rule);
-    const auto& names = entry.expression->NamedCapturingGroups();
-    const auto value = names.find("value");
-    entry.valueGroup = value == names.end() ? 0 : value->second;
-}
-
-bool SecretFinder::Explain(Entry& entry, FoundSecret& found)
-{
-    if (!entry.expression) {
-        MakeExpression(entry);
+    if (section.when.empty()) {
+        return true;
     }
-    // One byte on each side is what "^", "$" and "\\b" look at: a short text is what RE2 is fast on.
-    const std::size_t begin = found.matchBegin - std::min<std::size_t>(found.matchBegin, 1);
-    const std::size_t end = std::min(found.matchEnd + 1, m_line.size());
-    const re2::StringPiece text(m_line.data() + begin, end - begin);
-    re2::StringPiece groups[1 + kMaxGroups];
-    const int count = 1 + entry.expression->NumberOfCapturingGroups();
-    if (!entry.expression->Match(text, found.matchBegin - begin, found.matchEnd - begin, RE2::ANCHOR_BOTH, groups,
-                                 count)) {
-        return false;
-    }
-    found.rule = &entry.rule;
-    found.begin = found.end = found.matchEnd;
-    for (int i = 1; i < count; ++i) {
-        if (!groups[i].empty()) {
-            found.begin = static_cast<std::size_t>(groups[i].data() - m_line.data());
-            found.end = found.begin + groups[i].size();
-            if (i == entry.valueGroup && IsRestOfLine(m_line, found.begin)) {
-                found.end = found.matchEnd = m_line.size();
-            }
-            break;
+    if (!section.isNeeded) {
+        if (!section.expression) {
+            section.expression = std::make_unique<RE2>(section.when, PatternOptions(RuleSearch::kMaxMemory));
         }
+        section.isNeeded = RE2::PartialMatch({m_line.data(), m_line.size()}, *section.expression);
     }
-    return true;
+    return *section.isNeeded;
 }
 
 } // namespace DiagSeal

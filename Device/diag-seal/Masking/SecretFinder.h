@@ -1,12 +1,14 @@
 #pragma once
 
+#include "LiteralFilter.h"
 #include "MaskRules.h"
+#include "RuleSearch.h"
 
 #include <re2/re2.h>
-#include <re2/set.h>
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,31 +16,16 @@
 namespace DiagSeal
 {
 
-/** A place in a line that a rule matches. Offsets are into the line. */
-struct FoundSecret
-{
-    const MaskRule* rule = nullptr;
-    std::size_t matchBegin = 0;
-    std::size_t matchEnd = 0;
-    std::size_t begin = 0; ///< of what is to be replaced
-    std::size_t end = 0;   ///< the same as `begin` if nothing is
-};
-
 /**
  * Finds what the rules match: the leftmost match, and among several at one place that of the rule that stands first.
  *
- * The rules of a section, from one "when" to the next, are searched for together, by one automaton in linear time: so
- * the automata stay small whatever the text. A rule of its own is only looked at to say which part of a match is the
- * secret. Memory: at most kSectionMemory for each section that was needed and kRuleMemory for each rule that has
- * matched. Not thread-safe.
+ * Of each line, one pass says which rules can match in it. These are searched for, each by an automaton of its own,
+ * which stays small. So what a line costs follows from the names of secrets in it; most lines have none. Not
+ * thread-safe.
  */
 class SecretFinder
 {
 public:
-    /** bytes */
-    static constexpr int kSectionMemory = 512 * 1024;
-    static constexpr int kRuleMemory = 512 * 1024;
-
     static constexpr std::size_t kMaxSections = 8;
 
     /** @param rules the text of a rules file. Throws RuleError. */
@@ -62,32 +49,31 @@ public:
     bool Next(std::size_t from, FoundSecret& found);
 
 private:
-    struct Entry
-    {
-        MaskRule rule;
-        std::unique_ptr<RE2> expression; ///< made when it is needed first: most lines match no rule
-        int valueGroup = 0;              ///< the number of its group "value", or 0
-    };
-
+    /** The rules from one "when" to the next. */
     struct Section
     {
-        std::vector<Entry> entries;
-        std::unique_ptr<RE2> any; ///< made when it is needed first
-        bool hasMore = false;     ///< the line under search has a match, which follows
-        std::size_t matchBegin = 0;
-        std::size_t matchEnd = 0;
+        std::string when;                  ///< empty for the first section
+        std::unique_ptr<RE2> expression{}; ///< made when it is needed first
+        std::optional<bool> isNeeded{};    ///< on the line under search
+    };
+
+    struct Entry
+    {
+        RuleSearch search;
+        std::size_t section; ///< its number
     };
 
     void CheckAll();
-    static void MakeExpression(Entry& entry);
-    void Search(Section& section, std::size_t from);
-    void Explain(Section& section, FoundSecret& found);
-    bool Explain(Entry& entry, FoundSecret& found);
+    bool IsNeeded(Section& section);
+    bool FindFirst(std::size_t number, std::size_t from);
+    bool FindAgain(RuleSearch& search, std::size_t from);
 
-    std::vector<Section> m_sections; ///< the first one has no "when"
-    std::unique_ptr<RE2::Set> m_when;
-    std::vector<int> m_needed; ///< sections but for the first; a member for its memory
+    std::vector<Section> m_sections;
+    std::vector<Entry> m_entries;
+    LiteralFilter m_filter;
     std::string_view m_line;
+    std::size_t m_searchedTwice = 0; ///< bytes of the line
+    std::vector<Entry*> m_matching;  ///< those that have a match in the rest of the line, which is the next one
 };
 
 } // namespace DiagSeal
