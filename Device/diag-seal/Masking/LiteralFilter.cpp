@@ -44,6 +44,7 @@ LiteralFilter::LiteralFilter()
 void LiteralFilter::Add(std::size_t number, const std::vector<RequiredTexts>& required)
 {
     m_leads.resize(number + 1);
+    Lead& lead = m_leads[number];
     std::size_t count = 0;
     for (auto list = required.begin(); list != required.end() && count < kMaxLists; ++list) {
         std::vector<std::uint16_t> literals;
@@ -57,12 +58,13 @@ void LiteralFilter::Add(std::size_t number, const std::vector<RequiredTexts>& re
         for (const std::uint16_t literal : literals) {
             m_literals[literal].lists[count].set(number);
         }
-        const auto isByte = [this](std::uint16_t i) { return m_literals[i].text.size() == 1; };
-        if (count == 0 && list->before != RequiredTexts::kAnywhere &&
-            std::none_of(literals.begin(), literals.end(), isByte)) {
-            m_leads[number] = {std::move(literals), list->before};
-        }
         ++count;
+        const bool hasByte = std::any_of(literals.begin(), literals.end(), [this](auto i) { return IsByte(i); });
+        if (list == required.begin() && !hasByte && list->before != RequiredTexts::kAnywhere) {
+            lead = {std::move(literals), list->before, {}};
+        } else if (!lead.literals.empty() && list->order > required.front().order) {
+            lead.behind.push_back(std::move(literals));
+        }
     }
 }
 
@@ -129,6 +131,7 @@ void LiteralFilter::Scan(std::string_view text, std::size_t from)
         m_literals[literal].first = kNowhere;
     }
     m_found.clear();
+    m_text = text;
     std::uint32_t hash = 0;
     std::uint32_t bits = 0;
     for (std::size_t i = from; i < text.size(); ++i) {
@@ -189,11 +192,11 @@ LiteralFilter::Patterns LiteralFilter::CanMatch(std::size_t from) const
     return patterns;
 }
 
-LiteralFilter::Places LiteralFilter::PlacesOf(std::size_t number) const
+std::optional<LiteralFilter::Places> LiteralFilter::PlacesOf(std::size_t number) const
 {
     const Lead& lead = m_leads[number];
     if (lead.literals.empty()) {
-        return {};
+        return Places();
     }
     std::size_t first = kNowhere;
     std::size_t last = 0;
@@ -204,7 +207,26 @@ LiteralFilter::Places LiteralFilter::PlacesOf(std::size_t number) const
             last = std::max(last, literal.last);
         }
     }
-    return {first - std::min(first, lead.before), last, lead.before == 0};
+    const auto isThere = [this, first](const auto& literals) { return HasOneOf(literals, first); };
+    if (!std::all_of(lead.behind.begin(), lead.behind.end(), isThere)) {
+        return std::nullopt;
+    }
+    return Places{first - std::min(first, lead.before), last, lead.before == 0};
+}
+
+bool LiteralFilter::HasOneOf(const std::vector<std::uint16_t>& literals, std::size_t from) const
+{
+    std::uint32_t bits = 0;
+    for (const std::uint16_t i : literals) {
+        const Literal& literal = m_literals[i];
+        if (IsByte(i)) {
+            bits |= m_bytes[Index(literal.text.front())].bit;
+        } else if (literal.first != kNowhere && literal.last >= from) {
+            return true;
+        }
+    }
+    const auto isOne = [this, bits](char c) { return (m_bytes[Index(c)].bit & bits) != 0; };
+    return std::any_of(m_text.begin() + static_cast<std::ptrdiff_t>(from), m_text.end(), isOne);
 }
 
 } // namespace DiagSeal

@@ -6,6 +6,7 @@
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,8 +46,8 @@ public:
         bool isExact = false; ///< a text that begins each match stands at `first`
     };
 
-    /** @param number of a pattern that can match */
-    Places PlacesOf(std::size_t number) const;
+    /** Looks closer at a pattern that can match in the whole of the text. Nothing if it cannot, after all. */
+    std::optional<Places> PlacesOf(std::size_t number) const;
 
 private:
     static constexpr std::size_t kMaxLists = 3; // for each pattern: the more, the fewer searches are in vain
@@ -69,7 +70,8 @@ private:
     struct Lead
     {
         std::vector<std::uint16_t> literals;
-        std::size_t before = 0; ///< bytes
+        std::size_t before = 0;                         ///< bytes
+        std::vector<std::vector<std::uint16_t>> behind; ///< lists of which a literal has to follow
     };
 
     struct Byte
@@ -82,6 +84,8 @@ private:
     std::uint16_t NumberOf(const std::string& text);
     std::uint16_t NumberOf(char c);
     std::uint32_t HashOf(std::string_view text) const;
+    bool IsByte(std::uint16_t literal) const { return m_literals[literal].text.size() == 1; }
+    bool HasOneOf(const std::vector<std::uint16_t>& literals, std::size_t from) const;
     void Compare(std::string_view text, std::size_t at, std::uint32_t hash);
 
     std::array<Byte, 256> m_bytes;
@@ -89,6 +93,7 @@ private:
     std::array<std::uint16_t, 512> m_first;             ///< literal by hash
     std::vector<Literal> m_literals;
     std::vector<std::uint16_t> m_singles; ///< literals of one byte, by bit
+    std::string_view m_text;
     std::vector<std::uint16_t> m_found;
     std::vector<Lead> m_leads;                   ///< by pattern
     std::array<Patterns, kMaxLists> m_without{}; ///< patterns that have no such list

@@ -12,6 +12,7 @@ namespace
 
 using Texts = std::vector<std::string>;
 
+constexpr std::size_t kLong = 3;      // bytes of a text that is found seldom whatever it is
 constexpr std::size_t kMaxTexts = 48; // of one list
 constexpr std::size_t kMaxLists = 4;  // of a part
 constexpr std::size_t kMaxClass = 5;  // characters of a class that counts as alternatives
@@ -86,11 +87,15 @@ bool IsRarer(const RequiredTexts& a, const RequiredTexts& b)
 }
 
 /** Adds the texts as a list, unless one of them is found everywhere. */
-void AddList(const Texts& texts, std::size_t before, std::vector<RequiredTexts>& lists)
+void AddList(Texts texts, std::size_t before, std::size_t order, std::vector<RequiredTexts>& lists)
 {
-    const auto isBlank = [](const std::string& text) { return text.find_first_not_of(' ') == std::string::npos; };
-    if (std::none_of(texts.begin(), texts.end(), isBlank)) {
-        lists.push_back({texts, before});
+    const auto isRare = [](char c) { return c != ' ' && !IsAlphanumeric(c); };
+    const auto isCommon = [&isRare](const std::string& text) {
+        const bool isLong = text.size() >= kLong && text.find_first_not_of(' ') != std::string::npos;
+        return !isLong && std::none_of(text.begin(), text.end(), isRare);
+    };
+    if (std::none_of(texts.begin(), texts.end(), isCommon)) {
+        lists.push_back({std::move(texts), before, order});
     }
 }
 
@@ -98,9 +103,9 @@ std::vector<RequiredTexts> Lists(Part part)
 {
     std::vector<RequiredTexts> lists = std::move(part.required);
     if (part.exact) {
-        AddList(*part.exact, 0, lists);
+        AddList(std::move(*part.exact), 0, 0, lists);
     }
-    std::stable_sort(lists.begin(), lists.end(), IsRarer);
+    std::sort(lists.begin(), lists.end(), IsRarer);
     lists.resize(std::min(lists.size(), kMaxLists));
     return lists;
 }
@@ -113,7 +118,7 @@ std::vector<RequiredTexts> OneOf(const std::vector<RequiredTexts>& a, const std:
         const RequiredTexts& one = a[std::min(i, a.size() - 1)];
         const RequiredTexts& other = b[std::min(i, b.size() - 1)];
         if (one.texts.size() + other.texts.size() <= kMaxTexts) {
-            lists.push_back({one.texts, std::max(one.before, other.before)});
+            lists.push_back({one.texts, std::max(one.before, other.before), 0});
             lists.back().texts.insert(lists.back().texts.end(), other.texts.begin(), other.texts.end());
         }
     }
@@ -207,33 +212,47 @@ private:
         return all;
     }
 
+    bool IsAtEndOfSequence() const { return m_rest.empty() || m_rest.front() == '|' || m_rest.front() == ')'; }
+
     Part ReadSequence()
     {
+        if (IsAtEndOfSequence()) {
+            return Exact("");
+        }
+        Part part = ReadRepeated();
+        if (IsAtEndOfSequence() && !part.repeats) {
+            return part;
+        }
         Part all = Exact("");
         Texts run(1);           // what the parts read last match together
         std::size_t before = 0; // bytes that stand before the run, at most
-        while (!m_rest.empty() && m_rest.front() != '|' && m_rest.front() != ')') {
-            Part part = ReadRepeated();
+        std::size_t order = 0;
+        while (true) {
             const bool isLonger = part.exact && run.size() * part.exact->size() <= kMaxTexts;
             if (isLonger) {
                 Append(*part.exact, run);
             }
             const std::size_t end = Sum(all.size, part.size);
             if (!isLonger || part.repeats) {
-                AddList(run, before, all.required);
+                AddList(std::move(run), before, order++, all.required);
                 for (RequiredTexts& list : part.required) {
-                    all.required.push_back({std::move(list.texts), Sum(list.before, all.size)});
+                    all.required.push_back({std::move(list.texts), Sum(list.before, all.size), order});
                 }
+                ++order;
                 run = part.exact.value_or(Texts{""});
                 before = part.exact && !part.repeats ? all.size : end;
                 all.exact.reset();
             }
             all.size = end;
+            if (IsAtEndOfSequence()) {
+                break;
+            }
+            part = ReadRepeated();
         }
         if (all.exact) {
             all.exact = std::move(run);
         } else {
-            AddList(run, before, all.required);
+            AddList(std::move(run), before, order, all.required);
         }
         return all;
     }

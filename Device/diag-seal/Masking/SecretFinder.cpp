@@ -86,12 +86,16 @@ void SecretFinder::Begin(std::string_view line, std::size_t from)
 bool SecretFinder::FindFirst(std::size_t number, std::size_t from)
 {
     RuleSearch& search = m_entries[number].search;
-    const LiteralFilter::Places places = m_filter.PlacesOf(number);
-    if (!places.isExact) {
-        return search.Find(m_line, std::max(from, places.first));
+    const auto places = m_filter.PlacesOf(number);
+    if (!places) {
+        return false;
+    }
+    if (!places->isExact) {
+        return search.Find(m_line, std::max(from, places->first));
     }
     // Most names stand in a line once, and mostly with no value.
-    return search.FindAt(m_line, places.first) || (places.first < places.last && search.Find(m_line, places.first + 1));
+    return search.FindAt(m_line, places->first) ||
+           (places->first < places->last && search.Find(m_line, places->first + 1));
 }
 
 bool SecretFinder::Next(std::size_t from, FoundSecret& found)
