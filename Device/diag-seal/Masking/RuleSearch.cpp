@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
 
 namespace DiagSeal
 {
@@ -45,19 +46,23 @@ bool IsRestOfLine(std::string_view line, std::size_t begin)
 
 } // namespace
 
-RE2::Options PatternOptions(int memory)
+RE2::Options PatternOptions(std::string_view pattern)
 {
+    // The longer a pattern, the more states its automaton has. With too few in its memory it makes them again and
+    // again.
+    constexpr std::size_t kLeast = 64 * 1024;
+    const std::size_t memory = std::max<std::size_t>(kLeast, 16 * 1024 + 1280 * pattern.size());
     RE2::Options options;
     options.set_encoding(RE2::Options::EncodingLatin1);
     options.set_case_sensitive(false);
     options.set_log_errors(false);
-    options.set_max_mem(memory);
+    options.set_max_mem(static_cast<std::int64_t>(memory));
     return options;
 }
 
 void RuleSearch::Compile()
 {
-    m_expression = std::make_unique<RE2>(m_rule.pattern, PatternOptions(kMaxMemory));
+    m_expression = std::make_unique<RE2>(m_rule.pattern, PatternOptions(m_rule.pattern));
     const auto& names = m_expression->NamedCapturingGroups();
     const auto value = names.find("value");
     m_valueGroup = value == names.end() ? 0 : value->second;

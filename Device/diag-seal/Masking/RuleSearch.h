@@ -13,8 +13,11 @@
 namespace DiagSeal
 {
 
-/** Lines are bytes: what a command prints need not be UTF-8. Letters match in either case. `memory` is in bytes. */
-RE2::Options PatternOptions(int memory);
+/**
+ * How patterns are compiled. Lines are bytes: what a command prints need not be UTF-8. Letters match in either case. A
+ * pattern may take at least 64 KiB, and 1.25 KiB for each of its bytes.
+ */
+RE2::Options PatternOptions(std::string_view pattern);
 
 /** A place in a line that a rule matches. Offsets are into the line. */
 struct FoundSecret
@@ -29,20 +32,21 @@ struct FoundSecret
 /**
  * Searches lines for the matches of one rule, in linear time.
  *
- * Its pattern is compiled when it is needed first: most rules are not needed in a run. Memory: at most kMaxMemory, next
- * to none before, and mostly 20 KiB. Not thread-safe.
+ * Its pattern is compiled when it is needed first: most rules are not needed in a run. It takes 20 KiB at first and
+ * more with each line that is unlike those before, until Forget(). Not thread-safe.
  */
 class RuleSearch
 {
 public:
-    static constexpr int kMaxMemory = 256 * 1024; ///< bytes
-
     explicit RuleSearch(MaskRule rule) : m_rule(std::move(rule)) {}
 
     const MaskRule& Rule() const { return m_rule; }
 
     /** The size of the pattern, in RE2's instructions. Throws RuleError if it cannot be used. */
     int Check();
+
+    /** Gives the memory back. The match that was found last is forgotten. */
+    void Forget() { m_expression.reset(); }
 
     /** Finds the leftmost match of the line that begins at `from` or behind it. */
     bool Find(std::string_view line, std::size_t from);

@@ -9,8 +9,9 @@ namespace
 {
 
 constexpr std::string_view kWhen = "when";
-constexpr int kMaxSize = 10000;                      // of all patterns, in RE2's instructions: 300 KiB
-constexpr std::size_t kMaxSearchedTwice = 16 * 1024; // bytes of one line
+constexpr int kMaxSize = 10000;                     // of all patterns, in RE2's instructions: 300 KiB
+constexpr std::size_t kMaxSearched = 1 << 20;       // bytes of lines, with the same automata
+constexpr std::size_t kMaxSearchedTwice = 4 * 1024; // bytes of one line
 
 } // namespace
 
@@ -36,7 +37,7 @@ SecretFinder::SecretFinder(std::string_view rules) : m_sections(1)
 void SecretFinder::CheckAll()
 {
     for (Section& section : m_sections) {
-        section.expression = std::make_unique<RE2>(section.when, PatternOptions(RuleSearch::kMaxMemory));
+        section.expression = std::make_unique<RE2>(section.when, PatternOptions(section.when));
         if (!section.expression->ok()) {
             throw RuleError("a pattern of 'when' is not valid: " + section.expression->error());
         }
@@ -75,6 +76,14 @@ void SecretFinder::Begin(std::string_view line, std::size_t from)
     }
     m_filter.Scan(line, from);
     const LiteralFilter::Patterns rules = m_filter.CanMatch(from);
+    if (rules.none()) { // most lines
+        return;
+    }
+    m_searched += line.size() - from;
+    if (m_searched > kMaxSearched) {
+        m_searched = 0; // RE2's automata only grow, each line may add to them
+        std::for_each(m_entries.begin(), m_entries.end(), [](Entry& entry) { entry.search.Forget(); });
+    }
     for (std::size_t i = rules._Find_first(); i < m_entries.size(); i = rules._Find_next(i)) {
         if (FindFirst(i, from)) {
             m_matching.push_back(&m_entries[i]);
@@ -145,7 +154,7 @@ bool SecretFinder::IsNeeded(Section& section)
     }
     if (!section.isNeeded) {
         if (!section.expression) {
-            section.expression = std::make_unique<RE2>(section.when, PatternOptions(RuleSearch::kMaxMemory));
+            section.expression = std::make_unique<RE2>(section.when, PatternOptions(section.when));
         }
         section.isNeeded = RE2::PartialMatch({m_line.data(), m_line.size()}, *section.expression);
     }
