@@ -119,7 +119,9 @@ void SealSupervised(const Options& options, const Certificate& certificate)
 void Seal(const Options& options)
 {
     constexpr std::chrono::seconds kMargin(10);
-    WorkGuarded(ReaderTime(options) + kMargin);
+    if (options.job == Job::SealCommand) { // It may kill, stop or trace this program.
+        WorkGuarded(ReaderTime(options) + kMargin);
+    }
     const Certificate certificate(options.certificate);
     if (certificate.IsExpired()) {
         Notice("certificate " + options.certificate + " has expired and is used all the same");

@@ -4,7 +4,6 @@
 . /opt/Vantor/lib/diag-report.sh
 
 show /proc/meminfo /proc/vmstat /proc/swaps /proc/mounts /proc/diskstats
-run "memory in MiB" "free -m"
 run "persistence directory" "ls -la /mnt/nv/product-persistence"
 run "file systems" "df -h"
 run "inodes" "df -i"

@@ -26,10 +26,19 @@ names_only() {
         { print }'
 }
 
+# is_busybox PROGRAM: looks along $PATH itself, as a shell needs a process to take what "command -v" says.
+is_busybox() {
+    IFS=:
+    for folder in $PATH; do [ ! -x "$folder/$1" ] || break; done
+    for other in $PATH; do [ ! -x "$other/busybox" ] || break; done
+    unset IFS
+    # shellcheck disable=SC3013  # dash and BusyBox have -ef
+    [ "$folder/$1" -ef "$other/busybox" ]
+}
+
 show /proc/loadavg /proc/pressure/cpu /proc/pressure/memory /proc/pressure/io
 # Averages since each process started: what they do at the moment is in dfs-mpstat.sh's report, which samples anyway.
-# shellcheck disable=SC3013  # dash and BusyBox have -ef
-if have ps && ! [ "$(command -v ps)" -ef "$(command -v busybox)" ]; then
+if have ps && ! is_busybox ps; then
     run "processes" "ps -e -o pid,ppid,user:16,stat,psr,ni,pcpu,time,rss,vsz,nlwp,etime,wchan:20,comm --sort=-pcpu"
 elif have awk; then
     # Names of programs are cut to the width of a terminal otherwise.

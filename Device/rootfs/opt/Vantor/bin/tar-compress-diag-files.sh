@@ -29,6 +29,15 @@ fail() {
     exit 1
 }
 
+# remove NAME...: those that are there.
+remove() {
+    for file; do
+        if [ -e "$file" ] || [ -L "$file" ]; then
+            rm -f -- "$file" 2>/dev/null || return
+        fi
+    done
+}
+
 # leave_out NAME SIZE REASON
 leave_out() {
     told=$1
@@ -102,8 +111,8 @@ pack() {
 
 cd "$directory" || fail "$directory cannot be entered"
 # An archive that is still here is an earlier request's, and must not be taken for this one's.
-rm -f -- "$archive" "$partial" "$left_out" 2>/dev/null || fail "$archive, $partial or $left_out cannot be removed"
-trap 'rm -f -- "$partial" "$left_out"' EXIT
+remove "$archive" "$partial" "$left_out" || fail "$archive, $partial or $left_out cannot be removed"
+trap 'remove "$partial" "$left_out"' EXIT
 trap 'exit 1' HUP INT TERM
 # Holds whatever becomes of the files meanwhile; in blocks of 512 bytes. With XFSZ ignored gzip fails and leaves no core.
 ulimit -f "$((max_size / 512))"
