@@ -85,8 +85,7 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& commandLine)
         ->type_name("NUMBER");
     CLI::App& file = *app.add_subcommand("file", "seal the content of a regular file; 64 MiB at most");
     AddBounds(file, options);
-    CLI::App& text = *app.add_subcommand("text", "seal a text; several words are joined with blanks");
-    app.add_subcommand("compress", "replace a file by FILE.gz; seals nothing");
+    app.add_subcommand("text", "seal a text; several words are joined with blanks");
     for (CLI::App* subcommand : app.get_subcommands({})) {
         subcommand->footer("The command, path or text follows --.");
     }
@@ -103,8 +102,7 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& commandLine)
     options.words.assign(mark == arguments.end() ? mark : mark + 1, arguments.end());
     options.job = command.parsed() ? Job::SealCommand
                   : file.parsed()  ? Job::SealFile
-                  : text.parsed()  ? Job::SealText
-                                   : Job::CompressFile;
+                                   : Job::SealText;
     const bool isCommand = options.job == Job::SealCommand;
     if (isCommand && !options.words.empty() && options.words.front() == "--") {
         options.words.erase(options.words.begin());

@@ -11,10 +11,9 @@ namespace DiagSeal
 
 enum class Job
 {
-    SealCommand,  ///< What a command prints.
-    SealFile,     ///< The content of a regular file.
-    SealText,     ///< The words of the command line, joined with blanks.
-    CompressFile, ///< Replaces a file by a compressed one; seals nothing.
+    SealCommand, ///< What a command prints.
+    SealFile,    ///< The content of a regular file.
+    SealText,    ///< The words of the command line, joined with blanks.
 };
 
 /** What one run shall do. The defaults are the device's bounds. */
@@ -31,8 +30,7 @@ struct Options
 };
 
 /**
- * Reads the command line, without the program's name: `command|file|text|compress [OPTIONS] -- WORD...`. What follows
- * the first
+ * Reads the command line, without the program's name: `command|file|text [OPTIONS] -- WORD...`. What follows the first
  * "--" is never an option. A further "--" before a command is passed over, as nearly all programs do.
  *
  * Of a script whose first line is `#!/opt/Vantor/bin/diag-seal JOB-script`, the kernel makes `JOB-script SCRIPT

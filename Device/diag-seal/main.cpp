@@ -1,5 +1,4 @@
 #include "DiagSeal.h"
-#include "FileCompressor.h"
 #include "Notice.h"
 #include "Options.h"
 #include "StartEnvironment.h"
@@ -9,20 +8,6 @@
 #include <new>
 #include <stdexcept>
 
-namespace
-{
-
-void Run(const DiagSeal::Options& options)
-{
-    if (options.job == DiagSeal::Job::CompressFile) {
-        DiagSeal::CompressFile(options.words.front());
-    } else {
-        DiagSeal::Seal(options);
-    }
-}
-
-} // namespace
-
 int main(int argc, char** argv)
 {
     constexpr int kFailure = 1;
@@ -31,7 +16,7 @@ int main(int argc, char** argv)
         DiagSeal::PrepareProcess();
         const auto options = DiagSeal::ParseOptions({argv + 1, argv + argc});
         if (options) {
-            Run(*options);
+            DiagSeal::Seal(*options);
         }
         return 0;
     } catch (const std::bad_alloc&) {
