@@ -1,9 +1,5 @@
 #pragma once
 
-#include <map>
-#include <memory>
-#include <string>
-
 #include "APTask.h"
 #include "AsyncCallback.h"
 #include "CHttpInterface.h"
@@ -11,6 +7,10 @@
 #include "HSMResponse.h"
 #include "QuillaneTokens.h"
 #include "UploadSysInfo.pb.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
 
 namespace DiagnosticFileSvc
 {
@@ -62,10 +62,15 @@ protected:
     void OnEntry() override;
 
 private:
-    using Headers = std::map<std::string, std::string>;
-
-    static constexpr char kJsonType[] = "application/json";
-    static constexpr char kBinaryType[] = "application/octet-stream";
+    /** What the upload under way needs until its last response. */
+    struct Upload
+    {
+        std::string archivePath;
+        /** Null when it has been invoked. */
+        Result* result = nullptr;
+        /** The post under way, which holds its connection. */
+        std::shared_ptr<Http::IHttpOpHandle> operation;
+    };
 
     DFUploadDiagnosticFiles();
 
@@ -76,16 +81,9 @@ private:
     void PostMetadataCB(const DFSCommonPB::UploadTypes& items, const std::string& archivePath, Result* result);
     void SetDeviceInfoCB(const DeviceManagerPb::DeviceInfo& info);
     void MetaDataPostRespCB(const Http::HSMResponse& response);
-    void DiagFilePostRespCB(const Http::HSMResponse& response);
-
-    void Answer(const std::string& text, int status);
-    void LoadMetadata();
-    void LoadProductJwt();
-    void BuildMetadataPostHeader();
-    void BuildMetadataPayload(const DFSCommonPB::UploadTypes& items);
-    void BuildDiagnosticFilePostHeader();
     void PostDiagnosticFile(const std::string& uploadUrl);
-    bool CalculateMD5Checksum(const std::string& path);
+    void DiagFilePostRespCB(const Http::HSMResponse& response);
+    void Answer(const std::string& text, int status);
 
     const AsyncCallback<DFSCommonPB::UploadTypes, std::string, Result*> m_postMetadataCB;
     const AsyncCallback<DeviceManagerPb::DeviceInfo> m_setDeviceInfoCB;
@@ -96,22 +94,8 @@ private:
     Http::CHttpInterface m_directHttp;
     /** For the metadata. */
     Http::CHttpInterface m_proxiedHttp;
-    std::shared_ptr<Http::IHttpOpHandle> m_operation;
-
-    std::string m_productName;
-    std::string m_productType;
-    std::string m_productId;
-    DeviceManagerPb::DeviceInfo m_deviceInfo;
     JwtUtils::QuillaneTokens m_productTokens;
-    /** The product's access token, as the token file had it last; empty when the device holds none. */
-    std::string m_accessToken;
-    Headers m_metadataHeaders;
-    Headers m_archiveHeaders;
-    std::string m_metadataPayload;
-    /** MD5 of the archive, 32 lower-case hexadecimal digits. */
-    std::string m_archiveMd5;
-    std::string m_archivePath;
-    /** Of the upload that is under way; null when it has been answered. */
-    Result* m_result = nullptr;
+    DeviceManagerPb::DeviceInfo m_deviceInfo;
+    Upload m_upload;
 };
 } // namespace DiagnosticFileSvc

