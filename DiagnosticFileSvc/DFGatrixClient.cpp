@@ -1,21 +1,18 @@
 #include "DFGatrixClient.h"
 
-#include <atomic>
-
 #include "DFConstants.h"
+#include "DFGatrixError.h"
 #include "DFLog.h"
 #include "DFTriggerHandler.h"
 #include "GatrixClient.h"
+
+#include <atomic>
 
 namespace DiagnosticFileSvc
 {
 namespace
 {
 const DPrint s_log(kGatrixClient);
-
-constexpr char kServiceGroup[] = "DFService";
-constexpr char kTestGroup[] = "TestGroup";
-constexpr double kVersion = 1.0;
 
 /** Never destroyed, as the instance is in use until the process ends. */
 std::shared_ptr<DFGatrixClient>& Instance()
@@ -42,11 +39,11 @@ std::shared_ptr<DFGatrixClient> DFGatrixClient::ExistingInstance()
 DFGatrixClient::DFGatrixClient(DFTriggerHandler* triggerHandler)
     : APTask(kGatrixClient, 0, CTask::NOT_REALTIME, -1),
       m_triggerHandler(triggerHandler),
-      m_uploadResponseCB(this, this, &DFGatrixClient::DiagUploadResponseCB),
-      m_uploadNotifyResponseCB(this, this, &DFGatrixClient::DiagUploadNotifyResponseCB),
       m_connectionStatusCB(this, this, &DFGatrixClient::ProcessWebsocketConnectionStatusCB),
-      m_harvestFilePathRequestCB(this, this, &DFGatrixClient::HarvestFilePathRequestCB),
-      m_harvestPayloadRequestCB(this, this, &DFGatrixClient::HarvestPayloadRequestCB),
+      m_endpoints(*this, *triggerHandler),
+      m_harvests(*this, m_gatrixClient),
+      m_harvestFilePathRequestCB(this, &m_harvests, &DFGatrixHarvests::HarvestFilePathRequestCB),
+      m_harvestPayloadRequestCB(this, &m_harvests, &DFGatrixHarvests::HarvestPayloadRequestCB),
       m_persistenceSubdirectory(kPersistenceSubdirectory)
 {
     const LogScope scope(s_log, __func__, "DFGatrixClient::DFGatrixClient()");
@@ -55,14 +52,6 @@ DFGatrixClient::DFGatrixClient(DFTriggerHandler* triggerHandler)
     m_triggerHandler->SetGatrixClient(ExistingInstance());
     // Last: a connection may have been reported already, and its handler needs what has been made here.
     CTask::Start();
-}
-
-Gatrix::Error DFGatrixClient::MakeError(int statusCode, const std::string& message)
-{
-    Gatrix::Error error;
-    error.set_statuscode(statusCode);
-    error.set_message(message);
-    return error;
 }
 
 DFGatrixClient::~DFGatrixClient()
@@ -97,10 +86,7 @@ void DFGatrixClient::ProcessWebsocketConnectionStatusCB(bool isConnected)
     }
     LogProgress(s_log, __func__, "GXC websocket connected");
     RegisterGXEndPointsOfInterest();
-    RegisterUploadSysLogsPostRequest();
-    RegisterNotifications();
-    RegisterDFSHarvestFilepath();
-    RegisterDFSHarvestPayload();
+    m_endpoints.Register(*m_gatrixClient);
 }
 
 void DFGatrixClient::RegisterGXEndPointsOfInterest()
@@ -111,47 +97,6 @@ void DFGatrixClient::RegisterGXEndPointsOfInterest()
         {kUploadEndpoint, kDiagItemRegistrationEndpoint, kSystemInfoEndpoint},
         EndpointsCallback(this, this, &DFGatrixClient::HandleEndpointsReady),
         EndpointsCallback(this, this, &DFGatrixClient::HandleEndpointsNotReady));
-}
-
-void DFGatrixClient::RegisterUploadSysLogsPostRequest()
-{
-    const LogScope scope(s_log, __func__, "");
-    using UploadHandler = Gatrix::GatrixClientIF::PostHandler<DFSCommonPB::UploadRequest, DFSCommonPB::UploadResponse>;
-    using RegistrationHandler = Gatrix::GatrixClientIF::PostHandler<DFSCommonPB::diagItemRegistration,
-                                                                    DFSCommonPB::diagItemRegistrationResponse>;
-    m_gatrixClient->RegisterPostHandler(kUploadEndpoint,
-                                        UploadHandler(this, this, &DFGatrixClient::HandleUploadSysLogsPostRequest),
-                                        kVersion, kServiceGroup);
-    m_gatrixClient->RegisterPostHandler(
-        kDiagItemRegistrationEndpoint,
-        RegistrationHandler(this, this, &DFGatrixClient::DiagItemRegistrationPostRequest), kVersion, kServiceGroup);
-}
-
-void DFGatrixClient::RegisterNotifications()
-{
-    const LogScope scope(s_log, __func__, "");
-    m_gatrixClient->SubscribeToNotification(
-        kUploadEndpoint,
-        AsyncCallback<DFSCommonPB::UploadRequest>(this, this, &DFGatrixClient::UploadSysInfoNotifications), kVersion);
-    m_gatrixClient->SubscribeToNotification(
-        kDiagItemRegistrationEndpoint,
-        AsyncCallback<DFSCommonPB::diagItemRegistration>(this, this, &DFGatrixClient::DiagItemRegistration), kVersion);
-}
-
-void DFGatrixClient::RegisterDFSHarvestFilepath()
-{
-    const LogScope scope(s_log, __func__);
-    using Handler = Gatrix::GatrixClientIF::GetHandler<DFSCommonPB::FilepathResponseMsg>;
-    m_gatrixClient->RegisterGetHandler(kTestFilepathEndpoint, Handler(this, this, &DFGatrixClient::HandleGetFilepath),
-                                       kTestGroup);
-}
-
-void DFGatrixClient::RegisterDFSHarvestPayload()
-{
-    const LogScope scope(s_log, __func__);
-    using Handler = Gatrix::GatrixClientIF::GetHandler<DFSCommonPB::PayloadResponseMsg>;
-    m_gatrixClient->RegisterGetHandler(kTestPayloadEndpoint, Handler(this, this, &DFGatrixClient::HandleGetPayload),
-                                       kTestGroup);
 }
 
 void DFGatrixClient::HandleEndpointsReady(const std::vector<std::string>& /*endpoints*/)
@@ -166,5 +111,42 @@ void DFGatrixClient::HandleEndpointsNotReady(const std::vector<std::string>& /*e
 {
     const LogScope scope(s_log, __func__);
     LogProgress(s_log, __func__, "GOT a points of interest NOT READY");
+}
+
+void DFGatrixClient::GetDeviceInfo()
+{
+    const LogScope scope(s_log, __func__);
+    m_gatrixClient->SendGetRequest(
+        kSystemInfoEndpoint,
+        AsyncCallback<DeviceManagerPb::DeviceInfo>(this, this, &DFGatrixClient::HandleGetDeviceInfoResponse),
+        AsyncCallback<Gatrix::Error>(this, this, &DFGatrixClient::HandleErrorResponse));
+}
+
+void DFGatrixClient::HandleGetDeviceInfoResponse(const DeviceManagerPb::DeviceInfo& info)
+{
+    const LogScope scope(s_log, __func__);
+    LogProgress(s_log, __func__, "GOT a response from the GET request: ", [&info] { return info.DebugString(); });
+    LogProgress(s_log, __func__, "deviceName: ", info.name());
+    m_triggerHandler->SetDeviceInfo(info);
+}
+
+void DFGatrixClient::HandleErrorResponse(const Gatrix::Error& error)
+{
+    const LogScope scope(s_log, __func__);
+    LogGatrixError(__func__, error);
+}
+
+void DFGatrixClient::HarvestFilePathRequest(const std::string& endpoint, TextCallback* onSuccess, TextCallback* onError)
+{
+    const LogScope scope(s_log, __func__);
+    LogProgress(s_log, __func__, "gx_endpoint: ", endpoint);
+    m_harvestFilePathRequestCB(endpoint, onSuccess, onError);
+}
+
+void DFGatrixClient::HarvestPayloadRequest(const std::string& endpoint, TextCallback* onSuccess, TextCallback* onError)
+{
+    const LogScope scope(s_log, __func__);
+    LogProgress(s_log, __func__, "gx_endpoint: ", endpoint);
+    m_harvestPayloadRequestCB(endpoint, onSuccess, onError);
 }
 } // namespace DiagnosticFileSvc
