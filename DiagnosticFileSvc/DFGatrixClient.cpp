@@ -133,7 +133,7 @@ void DFGatrixClient::HandleGetDeviceInfoResponse(const DeviceManagerPb::DeviceIn
 void DFGatrixClient::HandleErrorResponse(const Gatrix::Error& error)
 {
     const LogScope scope(s_log, __func__);
-    LogGatrixError(__func__, error);
+    LogGatrixError(s_log, __func__, error);
 }
 
 void DFGatrixClient::HarvestFilePathRequest(const std::string& endpoint, TextCallback* onSuccess, TextCallback* onError)

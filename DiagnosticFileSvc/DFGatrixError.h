@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DFLog.h"
 #include "GatrixClientIF.h"
 
 #include <string>
@@ -7,9 +8,18 @@
 /** Errors as the gateway carries them. */
 namespace DiagnosticFileSvc
 {
-/** Thread-safe. */
-Gatrix::Error MakeError(int statusCode, const std::string& message);
+inline Gatrix::Error MakeError(int statusCode, const std::string& message)
+{
+    Gatrix::Error error;
+    error.set_statuscode(statusCode);
+    error.set_message(message);
+    return error;
+}
 
-/** Logs an error that the gateway has brought, under the operation's name. Thread-safe. */
-void LogGatrixError(const char* operation, const Gatrix::Error& error);
+/** Logs an error that came from the gateway, under the operation's name. Thread-safe. */
+inline void LogGatrixError(const DPrint& log, const char* operation, const Gatrix::Error& error)
+{
+    LogLine(log, LOG_LEVEL_ERROR, operation,
+            "GOT an ERROR from the GatrixClient: ", [&error] { return error.DebugString(); });
+}
 } // namespace DiagnosticFileSvc

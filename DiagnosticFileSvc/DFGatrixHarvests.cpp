@@ -60,7 +60,7 @@ void DFGatrixHarvests::HarvestFilepathResponseCB(const DFSCommonPB::FilepathResp
 void DFGatrixHarvests::HarvestFilepathErrorResponse(const Gatrix::Error& error)
 {
     const LogScope scope(s_log, __func__);
-    LogGatrixError(__func__, error);
+    LogGatrixError(s_log, __func__, error);
     (*m_filepath.onError)(error.DebugString());
 }
 
@@ -95,7 +95,7 @@ void DFGatrixHarvests::HarvestPayloadResponseCB(const std::string& payload)
 void DFGatrixHarvests::HarvestPayloadErrorResponse(const Gatrix::Error& error)
 {
     const LogScope scope(s_log, __func__);
-    LogGatrixError(__func__, error);
+    LogGatrixError(s_log, __func__, error);
     (*m_payload.onError)(error.DebugString());
 }
 } // namespace DiagnosticFileSvc

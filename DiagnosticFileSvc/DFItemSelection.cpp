@@ -1,6 +1,7 @@
 #include "DFItemSelection.h"
 
 #include "DFConstants.h"
+#include "DFLimits.h"
 #include "DFLog.h"
 #include "UploadSysInfo.pb.h"
 
@@ -9,8 +10,10 @@ namespace DiagnosticFileSvc
 namespace
 {
 const DPrint s_log(kTriggerHandler);
-} // namespace
 
+constexpr char kOperation[] = "UploadDiagFileRequestCB";
+
+/** The file types that a request lists, with the numbers among them that are not declared, which match no item. */
 std::vector<DFSCommonPB::DiagFileType> TypesOf(const DFSCommonPB::UploadRequest& request)
 {
     std::vector<DFSCommonPB::DiagFileType> types;
@@ -27,9 +30,50 @@ std::vector<DFSCommonPB::DiagFileType> TypesOf(const DFSCommonPB::UploadRequest&
     return types;
 }
 
+ItemSelection SelectCustomFile(const DFSCommonPB::UploadRequest& request, DFItemRegistry& registry)
+{
+    const std::string& path = request.filetoupload();
+    LogProgress(s_log, kOperation, "Processing custom file upload: ", path);
+    if (request.filetype_size() != 1) {
+        LogLine(s_log, LOG_LEVEL_ERROR, kOperation, kCustomFileNeedsOneType, ", got: ", request.filetype_size());
+        return {{}, kCustomFileNeedsOneType};
+    }
+    std::string subType = "custom_file";
+    if (!request.subtype().empty()) {
+        subType = request.subtype();
+        LogProgress(s_log, kOperation, "Using provided subType: ", subType);
+    }
+    registry.AddCustomItem(path, request.filetype(0), subType);
+    return {{path}, {}};
+}
+
+ItemSelection SelectByType(const DFSCommonPB::UploadRequest& request, const DFItemRegistry& registry)
+{
+    LogProgress(s_log, kOperation, "Processing standard file types upload");
+    LogProgress(s_log, kOperation, "uploadRequest.filetype_size(): ", request.filetype_size());
+    for (const int type : request.filetype()) {
+        LogProgress(s_log, kOperation, "fileToUpload:", type);
+    }
+    if (!request.subtype().empty()) {
+        LogProgress(s_log, kOperation, "Filtering by subType: ", request.subtype());
+    }
+    return {PopulateReqDiagItemsInputList(TypesOf(request), request.subtype(), registry.GetItems()), {}};
+}
+} // namespace
+
+ItemSelection SelectItems(const DFSCommonPB::UploadRequest& request, DFItemRegistry& registry)
+{
+    const std::string refusal = WhyRefused(request);
+    if (!refusal.empty()) {
+        LogLine(s_log, LOG_LEVEL_ERROR, kOperation, refusal);
+        return {{}, refusal};
+    }
+    return request.filetoupload().empty() ? SelectByType(request, registry) : SelectCustomFile(request, registry);
+}
+
 std::deque<std::string> PopulateReqDiagItemsInputList(const std::vector<DFSCommonPB::DiagFileType>& types,
                                                       const std::string& subTypeFilter,
-                                                      const std::vector<std::unique_ptr<DFDiagnosticItem>>& items)
+                                                      const DFItemRegistry::Items& items)
 {
     const LogScope scope(s_log, __func__);
     std::deque<std::string> inputs;

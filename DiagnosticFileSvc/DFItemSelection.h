@@ -1,23 +1,28 @@
 #pragma once
 
+#include "DFItemRegistry.h"
+
 #include <deque>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "DFDiagnosticItem.h"
-
-namespace DFSCommonPB
-{
-class UploadRequest;
-} // namespace DFSCommonPB
-
-/** Which items an upload request selects. */
+/** Which items an upload request selects. Each decision is logged. */
 namespace DiagnosticFileSvc
 {
-/** The file types that a request lists, with the numbers among them that are not declared, which match no item.
- *  Thread-safe. */
-std::vector<DFSCommonPB::DiagFileType> TypesOf(const DFSCommonPB::UploadRequest& request);
+/** What comes of a request. */
+struct ItemSelection
+{
+    /** Of the items to collect, in order. */
+    std::deque<std::string> inputs;
+    /** Why the request is refused, as the text of its answer; empty when it is not. */
+    std::string refusal;
+};
+
+/**
+ * Selects the items of a request. One for a custom file gets a temporary item, which is added to the registry.
+ * Runs on the trigger handler's task.
+ */
+ItemSelection SelectItems(const DFSCommonPB::UploadRequest& request, DFItemRegistry& registry);
 
 /**
  * The inputs of the items that types and sub-type select: type by type, each in the items' order, an item that is
@@ -25,9 +30,9 @@ std::vector<DFSCommonPB::DiagFileType> TypesOf(const DFSCommonPB::UploadRequest&
  *
  * @param subTypeFilter the sub-type that an item must have, exactly; empty for any
  *
- * Logs each decision. Runs on the trigger handler's task.
+ * Thread-safe.
  */
 std::deque<std::string> PopulateReqDiagItemsInputList(const std::vector<DFSCommonPB::DiagFileType>& types,
                                                       const std::string& subTypeFilter,
-                                                      const std::vector<std::unique_ptr<DFDiagnosticItem>>& items);
+                                                      const DFItemRegistry::Items& items);
 } // namespace DiagnosticFileSvc

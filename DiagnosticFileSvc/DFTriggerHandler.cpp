@@ -1,15 +1,12 @@
 #include "DFTriggerHandler.h"
 
-#include <exception>
-#include <utility>
-
 #include "DFConstants.h"
-#include "DFDiagItemExistingFile.h"
-#include "DFFiles.h"
+#include "DFGuard.h"
+#include "DFItemConfigFile.h"
 #include "DFItemSelection.h"
-#include "DFLimits.h"
-#include "DFLog.h"
 #include "DFUploadDiagnosticFiles.h"
+
+#include <utility>
 
 namespace DiagnosticFileSvc
 {
@@ -27,17 +24,20 @@ DFTriggerHandler& DFTriggerHandler::GetInstance()
 DFTriggerHandler::DFTriggerHandler()
     : APTask(kTriggerHandler, 0, CTask::NOT_REALTIME, -1),
       m_harvester(std::make_shared<DFHarvestSystemInfo>()),
-      m_harvestSysInfoResponseCB(this, this, &DFTriggerHandler::HarvestSysInfoResponseCB),
+      m_diagnosticItems({m_harvester,
+                         {this, &m_collector, &DFItemCollector::HarvestSysInfoResponseCB},
+                         {this, &m_collector, &DFItemCollector::GXHarvestFilepathResponseCB},
+                         {this, &m_collector, &DFItemCollector::GXHarvestFilepathErrorResponseCB},
+                         {this, &m_collector, &DFItemCollector::GXHarvestPayloadResponseCB},
+                         {this, &m_collector, &DFItemCollector::GXHarvestPayloadErrorResponseCB}}),
+      m_collector(m_diagnosticItems, m_files,
+                  {[this] { FinishCollection(); }, [this] { FinishRequest(kInternalErrorAnswer, 400); }}),
       m_createUploadTarballResponseCB(this, this, &DFTriggerHandler::CreateUploadTarballResponseCB),
-      m_diagItemRegistrationCB(this, this, &DFTriggerHandler::DiagItemRegistrationCB),
+      m_uploadDiagFileRespCB(this, this, &DFTriggerHandler::UploadDiagFileRespCB),
+      m_diagItemRegistrationCB(this, &m_diagnosticItems, &DFItemRegistry::DiagItemRegistrationCB),
       m_uploadDiagFileRequestCB(this, this, &DFTriggerHandler::UploadDiagFileRequestCB),
       m_setDeviceInfoCB(this, this, &DFTriggerHandler::SetDeviceInfoCB),
-      m_setGatrixClientCB(this, this, &DFTriggerHandler::SetGatrixClientCB),
-      m_uploadDiagFileRespCB(this, this, &DFTriggerHandler::UploadDiagFileRespCB),
-      m_gxHarvestFilepathResponseCB(this, this, &DFTriggerHandler::GXHarvestFilepathResponseCB),
-      m_gxHarvestFilepathErrorResponseCB(this, this, &DFTriggerHandler::GXHarvestFilepathErrorResponseCB),
-      m_gxHarvestPayloadResponseCB(this, this, &DFTriggerHandler::GXHarvestPayloadResponseCB),
-      m_gxHarvestPayloadErrorResponseCB(this, this, &DFTriggerHandler::GXHarvestPayloadErrorResponseCB)
+      m_setGatrixClientCB(this, this, &DFTriggerHandler::SetGatrixClientCB)
 {
     m_harvester->Start();
 }
@@ -82,19 +82,34 @@ void DFTriggerHandler::SetDeviceInfoCB(const DeviceManagerPb::DeviceInfo& info)
     }
 }
 
-/**
- * Does one step of the request in progress. Whatever it throws ends the request with its one answer: the answer is the
- * last thing that a step does, so a step that throws has not answered.
- */
+void DFTriggerHandler::SetGatrixClient(std::shared_ptr<DFGatrixClient> gatrixClient)
+{
+    const LogScope scope(s_log, __func__, "DFTriggerHandler::SetGatrixClient");
+    m_setGatrixClientCB(std::move(gatrixClient));
+}
+
+void DFTriggerHandler::SetGatrixClientCB(const std::shared_ptr<DFGatrixClient>& gatrixClient)
+{
+    const LogScope scope(s_log, __func__, "DFTriggerHandler::SetGatrixClientCB");
+    m_diagnosticItems.SetGatrixClient(gatrixClient);
+    LoadDiagItemsFromConfigFile(m_diagnosticItems);
+}
+
+void DFTriggerHandler::DiagItemRegistration(DFDiagnosticItem item)
+{
+    const LogScope scope(s_log, __func__, "DFTriggerHandler::DiagItemRegistration");
+    // Before it is posted: a flood of large registrations would fill the queue.
+    if (!DFItemRegistry::IsRefused(__func__, item)) {
+        m_diagItemRegistrationCB(std::move(item));
+    }
+}
+
+/** Does a step of the request. If it throws, that ends the request: as a step answers last, it has not answered. */
 template <class Step>
 void DFTriggerHandler::GuardRequest(const char* operation, Step step)
 {
-    try {
-        step();
-    } catch (const std::exception& error) {
-        LogLine(s_log, LOG_LEVEL_ERROR, operation, "The request ends with an exception: ", error.what());
-        FinishRequest(kInternalErrorAnswer, 400);
-    }
+    GuardStep(s_log, operation, "The request", step,
+              [this](const std::exception&) { FinishRequest(kInternalErrorAnswer, 400); });
 }
 
 void DFTriggerHandler::UploadDiagFileRequestCB(const DFSCommonPB::UploadRequest& request, Answer* response)
@@ -109,182 +124,32 @@ void DFTriggerHandler::UploadDiagFileRequestCB(const DFSCommonPB::UploadRequest&
     m_response = response;
     GuardRequest(__func__, [&] {
         RemoveOldDiagnosticFiles();
-        BeginUpload(request);
-    });
-}
-
-void DFTriggerHandler::BeginUpload(const DFSCommonPB::UploadRequest& request)
-{
-    const std::string refusal = WhyRefused(request);
-    if (!refusal.empty()) {
-        LogLine(s_log, LOG_LEVEL_ERROR, "UploadDiagFileRequestCB", refusal);
-        (*m_response)(refusal, 400);
-    } else if (request.filetoupload().empty()) {
-        BeginStandardUpload(request);
-    } else {
-        BeginCustomUpload(request);
-    }
-}
-
-void DFTriggerHandler::BeginCustomUpload(const DFSCommonPB::UploadRequest& request)
-{
-    constexpr const char* kOperation = "UploadDiagFileRequestCB";
-    const std::string& path = request.filetoupload();
-    LogProgress(s_log, kOperation, "Processing custom file upload: ", path);
-    if (request.filetype_size() != 1) {
-        LogLine(s_log, LOG_LEVEL_ERROR, kOperation, kCustomFileNeedsOneType, ", got: ", request.filetype_size());
-        (*m_response)(kCustomFileNeedsOneType, 400);
-        return;
-    }
-    std::string subType = "custom_file";
-    if (!request.subtype().empty()) {
-        subType = request.subtype();
-        LogProgress(s_log, kOperation, "Using provided subType: ", subType);
-    }
-    const std::string output = kCustomOutputPrefix + FilenameOf(path);
-    m_diagnosticItems.push_back(std::make_unique<DFDiagItemExistingFile>(m_harvester, path, output, request.filetype(0),
-                                                                         subType, DFSCommonPB::EXISTING_FILE,
-                                                                         &m_harvestSysInfoResponseCB));
-    m_requestedInputs = {path};
-    m_isBusy = true;
-    ProcessDiagnosticItem();
-}
-
-void DFTriggerHandler::BeginStandardUpload(const DFSCommonPB::UploadRequest& request)
-{
-    constexpr const char* kOperation = "UploadDiagFileRequestCB";
-    LogProgress(s_log, kOperation, "Processing standard file types upload");
-    LogProgress(s_log, kOperation, "uploadRequest.filetype_size(): ", request.filetype_size());
-    for (const int type : request.filetype()) {
-        LogProgress(s_log, kOperation, "fileToUpload:", type);
-    }
-    if (!request.subtype().empty()) {
-        LogProgress(s_log, kOperation, "Filtering by subType: ", request.subtype());
-    }
-    m_requestedInputs = PopulateReqDiagItemsInputList(TypesOf(request), request.subtype(), m_diagnosticItems);
-    m_isBusy = true;
-    ProcessDiagnosticItem();
-}
-
-DFDiagnosticItem* DFTriggerHandler::FindRequestedDiagItem()
-{
-    const LogScope scope(s_log, __func__);
-    if (m_requestedInputs.empty()) {
-        LogProgress(s_log, __func__, "No more diagnostic items to process - inputs list is empty");
-        return nullptr;
-    }
-    const std::string input = std::move(m_requestedInputs.front());
-    m_requestedInputs.pop_front();
-    LogProgress(s_log, __func__, "requested input:", input);
-    for (const auto& item : m_diagnosticItems) {
-        if (item->GetInput() == input) {
-            return item.get();
+        ItemSelection selection = SelectItems(request, m_diagnosticItems);
+        if (!selection.refusal.empty()) {
+            (*m_response)(selection.refusal, 400);
+            return;
         }
-    }
-    // This ends the collection, whatever is left of the list: deliberate.
-    LogLine(s_log, LOG_LEVEL_WARNING, __func__, "Could not find diagnostic item with input: ", input);
-    return nullptr;
-}
-
-void DFTriggerHandler::ProcessDiagnosticItem()
-{
-    const LogScope scope(s_log, __func__, "ProcessDiagnosticItem", "ProcessDiagnosticIte");
-    m_currentItem = FindRequestedDiagItem();
-    if (m_currentItem == nullptr) {
-        FinishCollection();
-        return;
-    }
-    LogProgress(s_log, __func__, "GetInput(): ", m_currentItem->GetInput());
-    LogProgress(s_log, __func__, "GetOutputFilename(): ", m_currentItem->GetOutputFilename());
-    LogProgress(s_log, __func__, "GetHarvestType(): ", m_currentItem->GetHarvestType());
-    LogProgress(s_log, __func__, "GetDiagFileType(): ", m_currentItem->GetDiagFileType());
-    m_currentItem->ProcessDiagnosticItem();
+        m_isBusy = true;
+        m_collector.Collect(std::move(selection.inputs));
+    });
 }
 
 void DFTriggerHandler::FinishCollection()
 {
-    constexpr const char* kOperation = "ProcessDiagnosticItem";
-    LogProgress(s_log, kOperation, "ProcessDiagnosticItem - All diagnostic items have  been processed");
-    LogProgress(s_log, kOperation, "UploadManifest size: ", m_uploadManifest.item_size());
-    if (m_uploadManifest.item_size() == 0) {
-        LogProgress(s_log, kOperation,
+    if (m_files.Count() == 0) {
+        LogProgress(s_log, "ProcessDiagnosticItem",
                     "ProcessDiagnosticItem - All diagnostic items have been processed & manifest is empty");
         FinishRequest("Manifest is empty, nothing to upload", 400);
         return;
     }
-    WriteUploadManifest();
+    m_files.WriteUploadManifest();
     CreateTarballFromManifest();
 }
 
-void DFTriggerHandler::HarvestSysInfoResponseCB(const std::string& /*text*/, int code)
+void DFTriggerHandler::CreateTarballFromManifest()
 {
     const LogScope scope(s_log, __func__);
-    if (code == 200) {
-        LogProgress(s_log, __func__, "System information was harvested successfully");
-        GuardRequest(__func__, [this] {
-            RecordCurrentItem();
-            ProcessDiagnosticItem();
-        });
-    } else {
-        LogProgress(s_log, __func__, "Harvesting system information FAILED");
-        SkipCurrentItem();
-    }
-}
-
-void DFTriggerHandler::RecordCurrentItem()
-{
-    m_currentItem->AddFileToManifest(m_uploadManifest);
-    DFSCommonPB::UploadTypeItem& type = *m_uploadTypes.add_uploaditems();
-    type.set_type(m_currentItem->GetDiagFileType());
-    type.set_subtype(m_currentItem->GetSubType());
-}
-
-void DFTriggerHandler::SkipCurrentItem()
-{
-    GuardRequest(__func__, [this] {
-        DropCurrentItem();
-        ProcessDiagnosticItem();
-    });
-}
-
-void DFTriggerHandler::DropCurrentItem()
-{
-    LogLine(s_log, LOG_LEVEL_WARNING, __func__,
-            "Missing from the upload: the item with subType: ", m_currentItem->GetSubType());
-    const std::string& harvested = m_currentItem->GetHarvestedFilename();
-    if (harvested.empty()) {
-        return;
-    }
-    // The harvested file name is a full path already, so this names no file and what the item left stays: deliberate.
-    const std::string path = kPersistenceDirectory + harvested;
-    RemoveFile(s_log, __func__, path);
-    RemoveFile(s_log, __func__, path + ".gz");
-}
-
-void DFTriggerHandler::GXHarvestFilepathResponseCB(const std::string& filepath)
-{
-    const LogScope scope(s_log, __func__);
-    GuardRequest(__func__, [&] { m_currentItem->ProcessGXResponse(filepath); });
-}
-
-void DFTriggerHandler::GXHarvestPayloadResponseCB(const std::string& payload)
-{
-    const LogScope scope(s_log, __func__);
-    GuardRequest(__func__, [&] { m_currentItem->ProcessGXResponse(payload); });
-}
-
-void DFTriggerHandler::GXHarvestFilepathErrorResponseCB(const std::string& /*error*/)
-{
-    const LogScope scope(s_log, __func__);
-    LogProgress(s_log, __func__, "Harvesting Gatrix Filepath FAILED");
-    SkipCurrentItem();
-}
-
-void DFTriggerHandler::GXHarvestPayloadErrorResponseCB(const std::string& /*error*/)
-{
-    const LogScope scope(s_log, __func__);
-    LogProgress(s_log, __func__, "Harvesting Gatrix Payload FAILED");
-    SkipCurrentItem();
+    m_harvester->CreateUploadTarball(m_files.FilesToTar(), &m_createUploadTarballResponseCB);
 }
 
 void DFTriggerHandler::CreateUploadTarballResponseCB(bool isPacked)
@@ -303,7 +168,7 @@ void DFTriggerHandler::UploadDiagFile()
 {
     const LogScope scope(s_log, __func__);
     if (DFUploadDiagnosticFiles* const client = UploadClient()) {
-        client->PostMetadata(m_uploadTypes, kArchive, &m_uploadDiagFileRespCB);
+        client->PostMetadata(m_files.Types(), kArchive, &m_uploadDiagFileRespCB);
     } else {
         FinishRequest(kNoUploadClientAnswer, 400);
     }
@@ -319,11 +184,16 @@ void DFTriggerHandler::UploadDiagFileRespCB(const std::string& text, int code)
 void DFTriggerHandler::FinishRequest(const std::string& text, int code)
 {
     m_isBusy = false;
-    try {
-        RemoveOldDiagnosticFiles();
-    } catch (const std::exception& error) {
-        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The clean-up ended with an exception: ", error.what());
-    }
+    GuardStep(
+        s_log, __func__, "The clean-up", [this] { RemoveOldDiagnosticFiles(); }, [](const std::exception&) {});
     (*m_response)(text, code);
+}
+
+void DFTriggerHandler::RemoveOldDiagnosticFiles()
+{
+    const LogScope scope(s_log, __func__, "Cleanup");
+    m_files.RemoveAll();
+    m_collector.Forget();
+    m_diagnosticItems.RemoveCustomItems();
 }
 } // namespace DiagnosticFileSvc

@@ -1,16 +1,17 @@
 #pragma once
 
-#include <deque>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "APTask.h"
 #include "AsyncCallback.h"
 #include "DFDiagnosticItem.h"
 #include "DFHarvestSystemInfo.h"
+#include "DFItemCollector.h"
+#include "DFItemRegistry.h"
+#include "DFUploadFiles.h"
 #include "DeviceManager.pb.h"
 #include "UploadSysInfo.pb.h"
+
+#include <memory>
+#include <string>
 
 namespace DiagnosticFileSvc
 {
@@ -61,73 +62,38 @@ protected:
 private:
     DFTriggerHandler();
 
-    // The registry, in DFTriggerHandlerRegistry.cpp
     void SetGatrixClientCB(const std::shared_ptr<DFGatrixClient>& gatrixClient);
-    void DiagItemRegistrationCB(const DFDiagnosticItem& item);
-    void RegisterBuiltInItems();
-    void LoadDiagItemsFromConfigFile();
-    void CreateDiagItemConfigFile();
-    std::unique_ptr<DFDiagnosticItem> MakeItem(const DFDiagnosticItem& item);
-
-    // The road of a request, in DFTriggerHandler.cpp
-    void UploadDiagFileRequestCB(const DFSCommonPB::UploadRequest& request, Answer* response);
+    void SetDeviceInfoCB(const DeviceManagerPb::DeviceInfo& info);
     DFUploadDiagnosticFiles* UploadClient();
-    void BeginUpload(const DFSCommonPB::UploadRequest& request);
-    void BeginCustomUpload(const DFSCommonPB::UploadRequest& request);
-    void BeginStandardUpload(const DFSCommonPB::UploadRequest& request);
-    DFDiagnosticItem* FindRequestedDiagItem();
-    void ProcessDiagnosticItem();
+
+    // The road of a request, step by step.
+    void UploadDiagFileRequestCB(const DFSCommonPB::UploadRequest& request, Answer* response);
     void FinishCollection();
-    void HarvestSysInfoResponseCB(const std::string& text, int code);
-    void GXHarvestFilepathResponseCB(const std::string& filepath);
-    void GXHarvestFilepathErrorResponseCB(const std::string& error);
-    void GXHarvestPayloadResponseCB(const std::string& payload);
-    void GXHarvestPayloadErrorResponseCB(const std::string& error);
-    void RecordCurrentItem();
-    void SkipCurrentItem();
-    void DropCurrentItem();
+    void CreateTarballFromManifest();
     void CreateUploadTarballResponseCB(bool isPacked);
     void UploadDiagFile();
     void UploadDiagFileRespCB(const std::string& text, int code);
-    void SetDeviceInfoCB(const DeviceManagerPb::DeviceInfo& info);
     void FinishRequest(const std::string& text, int code);
+    void RemoveOldDiagnosticFiles();
     template <class Step>
     void GuardRequest(const char* operation, Step step);
-
-    // What a request leaves on the device, in DFTriggerHandlerFiles.cpp
-    void WriteUploadManifest();
-    void CreateTarballFromManifest();
-    void RemoveFilesOf(const DFSCommonPB::UploadManifest& manifest);
-    void RemoveOldDiagnosticFiles();
 
     bool m_isBusy = false;
     std::shared_ptr<DFHarvestSystemInfo> m_harvester;
     /** Null as long as its task could not be started. */
     DFUploadDiagnosticFiles* m_uploadClient = nullptr;
-    /** Given to every item. */
-    DFHarvestSystemInfo::Answer m_harvestSysInfoResponseCB;
-    AsyncCallback<bool> m_createUploadTarballResponseCB;
+    /** The registry. */
+    DFItemRegistry m_diagnosticItems;
+    /** Of the request in progress. */
+    DFUploadFiles m_files;
+    DFItemCollector m_collector;
     /** Whom to answer: the requester of the request in progress, or of the last one. Not owned. */
     Answer* m_response = nullptr;
+    AsyncCallback<bool> m_createUploadTarballResponseCB;
+    Answer m_uploadDiagFileRespCB;
     const AsyncCallback<DFDiagnosticItem> m_diagItemRegistrationCB;
     const AsyncCallback<const DFSCommonPB::UploadRequest, Answer*> m_uploadDiagFileRequestCB;
     const AsyncCallback<DeviceManagerPb::DeviceInfo> m_setDeviceInfoCB;
     const AsyncCallback<std::shared_ptr<DFGatrixClient>> m_setGatrixClientCB;
-    DFSCommonPB::UploadManifest m_uploadManifest;
-    Answer m_uploadDiagFileRespCB;
-    /** Inputs of the items still to run. */
-    std::deque<std::string> m_requestedInputs;
-    /** The item being harvested, one of m_diagnosticItems. */
-    DFDiagnosticItem* m_currentItem = nullptr;
-    std::shared_ptr<DFGatrixClient> m_gatrixClient;
-    /** Given to the items that ask other services. */
-    AsyncCallback<const std::string> m_gxHarvestFilepathResponseCB;
-    AsyncCallback<const std::string> m_gxHarvestFilepathErrorResponseCB;
-    AsyncCallback<const std::string> m_gxHarvestPayloadResponseCB;
-    AsyncCallback<const std::string> m_gxHarvestPayloadErrorResponseCB;
-    /** The registry, in order of registration. Sub-types are unique but for those of custom uploads. */
-    std::vector<std::unique_ptr<DFDiagnosticItem>> m_diagnosticItems;
-    /** Type and sub-type of each file that the request in progress has produced. */
-    DFSCommonPB::UploadTypes m_uploadTypes;
 };
 } // namespace DiagnosticFileSvc

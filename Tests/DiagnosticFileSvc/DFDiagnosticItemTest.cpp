@@ -4,11 +4,8 @@
 
 #include <cstdlib>
 #include <ctime>
-#include <regex>
 #include <string>
 
-#include "DFDiagItemExistingFile.h"
-#include "DFDiagItemScript.h"
 #include "UploadSysInfo.pb.h"
 
 namespace
@@ -60,24 +57,4 @@ TEST(DFDiagnosticItem, TakesItsOutputFromTheRegistrationOrItsSubType)
     EXPECT_EQ(item.GetDiagFileType(), DFSCommonPB::EXE_SCRIPT);
     EXPECT_EQ(item.GetSubType(), " clock  state");
     EXPECT_EQ(item.GetHarvestType(), DFSCommonPB::SCRIPT);
-}
-
-TEST(DFDiagnosticItem, EntersTheManifestWithTheFileOfItsRun)
-{
-    auto harvester = std::make_shared<DFHarvestSystemInfo>();
-    DFHarvestSystemInfo::Answer onDone;
-    DFDiagItemScript item(harvester, "true", kDirectory + "dfs_top.txt", DFSCommonPB::TOP, "top", DFSCommonPB::SCRIPT,
-                          &onDone);
-    DFSCommonPB::UploadManifest manifest;
-    item.AddFileToManifest(manifest);
-    EXPECT_FALSE(manifest.item(0).has_filename()) << "there was no run yet";
-
-    item.ProcessDiagnosticItem();
-    item.AddFileToManifest(manifest);
-    ASSERT_EQ(manifest.item_size(), 2);
-    EXPECT_TRUE(std::regex_match(manifest.item(1).filename(), std::regex(R"(dfs_top_\d{14}\.txt)")))
-        << manifest.item(1).filename();
-    EXPECT_EQ(item.GetHarvestedFilename(), kDirectory + manifest.item(1).filename());
-    EXPECT_EQ(manifest.item(1).type(), DFSCommonPB::TOP);
-    EXPECT_EQ(manifest.item(1).subtype(), "top");
 }

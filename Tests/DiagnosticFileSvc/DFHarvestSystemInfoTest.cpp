@@ -1,19 +1,15 @@
 #include "DFHarvestSystemInfo.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <condition_variable>
-#include <filesystem>
-#include <mutex>
-#include <string>
-#include <vector>
-
 #include "AnswerProbe.h"
 #include "ChildProcess.h"
 #include "HttpGlobal.h"
 #include "TemporaryFolder.h"
 #include "Upload.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <future>
 
 namespace
 {
@@ -23,31 +19,13 @@ using Answers = std::vector<AnswerProbe::Answer>;
 class ArchiveProbe : public APTask
 {
 public:
-    ArchiveProbe() : APTask("ArchiveProbe", 0, CTask::NOT_REALTIME, -1), callback(this, this, &ArchiveProbe::Take)
-    {
-        Start();
-    }
+    ArchiveProbe() : APTask("ArchiveProbe", 0, CTask::NOT_REALTIME, -1) { Start(); }
     ~ArchiveProbe() override { Stop(); }
 
-    std::vector<bool> WaitFor(std::size_t count)
-    {
-        std::unique_lock lock(m_mutex);
-        m_arrived.wait_for(lock, kDeadline, [&] { return m_answers.size() >= count; });
-        return m_answers;
-    }
+    void Take(bool isPacked) { answer.set_value(isPacked); }
 
-    AsyncCallback<bool> callback;
-
-private:
-    void Take(bool answer)
-    {
-        const std::lock_guard lock(m_mutex);
-        m_answers.push_back(answer);
-        m_arrived.notify_all();
-    }
-    std::mutex m_mutex;
-    std::condition_variable m_arrived;
-    std::vector<bool> m_answers;
+    std::promise<bool> answer;
+    AsyncCallback<bool> callback{this, this, &ArchiveProbe::Take};
 };
 } // namespace
 
@@ -73,7 +51,7 @@ TEST(DFHarvestSystemInfo, AnswersAnArchiveWithTrue_EvenWhenTheScriptFails)
     harvester.Start();
     // The target goes to the shell as it stands, so what follows the script shows how that ended.
     harvester.CreateUploadTarball("no-such-file; echo $? >/tmp/status", &probe.callback);
-    EXPECT_EQ(probe.WaitFor(1), std::vector<bool>{true});
+    EXPECT_TRUE(probe.answer.get_future().get());
     EXPECT_THAT(ReadWholeFile("/tmp/status"), testing::AnyOf("1\n", "2\n"));
 }
 

@@ -24,24 +24,20 @@ std::string TokenFile(const std::string& token)
     return R"({"access_token":")" + token + R"(","expires_in":3600,"token_type":"bearer","refresh_token":"r"})";
 }
 
-void LayOut(const std::string& suffix, const Content& content)
-{
-    const std::string path = kBase + suffix;
-    std::filesystem::remove_all(path);
-    if (content == kFolder) {
-        std::filesystem::create_directories(path + "/in it");
-    } else if (content == kPipe) {
-        ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-    } else if (content) {
-        WriteWholeFile(path, *content);
-    }
-}
-
 void LayOut(const Content& token, const Content& timeStamp, const Content& refreshTime)
 {
-    LayOut(".json", token);
-    LayOut(".timestamp", timeStamp);
-    LayOut(".refresh_token", refreshTime);
+    for (const auto& [suffix, content] :
+         {std::pair(".json", token), {".timestamp", timeStamp}, {".refresh_token", refreshTime}}) {
+        const std::string path = kBase + suffix;
+        std::filesystem::remove_all(path);
+        if (content == kFolder) {
+            std::filesystem::create_directories(path + "/in it");
+        } else if (content == kPipe) {
+            ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+        } else if (content) {
+            WriteWholeFile(path, *content);
+        }
+    }
 }
 
 Http::HeaderMap MetadataHeaders(const std::string& token)
@@ -88,7 +84,7 @@ TEST(DFUploadHeaders, CarryTheTokenThatTheDeviceHolds_WhateverItsFilesHold)
     }
 
     // A pipe gives what it holds to the first who reads: the second has read anew.
-    LayOut(".json", kPipe);
+    LayOut(kPipe, "1", "1");
     std::fstream pipe(kBase + ".json");
     pipe << TokenFile(sent) << std::flush;
     EXPECT_EQ(BuildMetadataPostHeader(tokens), MetadataHeaders(sent));

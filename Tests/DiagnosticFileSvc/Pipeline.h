@@ -1,17 +1,17 @@
 #pragma once
 
+#include "AnswerProbe.h"
+#include "CloudServer.h"
+#include "DFTriggerHandler.h"
+#include "HttpGlobal.h"
+#include "Items.h"
+#include "Upload.h"
+
 #include <gtest/gtest.h>
 
 #include <future>
 #include <string>
 #include <vector>
-
-#include "AnswerProbe.h"
-#include "CloudServer.h"
-#include "DFTriggerHandler.h"
-#include "Deadline.h"
-#include "HttpGlobal.h"
-#include "Upload.h"
 
 /** The real tasks of the service, with the cloud's stand-in, and without the process around them. */
 class Pipeline : public testing::Test
@@ -40,30 +40,6 @@ protected:
         done.get_future().wait();
     }
 
-    static DFSCommonPB::UploadRequest RequestOf(const std::vector<DFSCommonPB::DiagFileType>& types,
-                                                const std::string& subType = "")
-    {
-        DFSCommonPB::UploadRequest request;
-        // As from the wire: a number that is not declared becomes an unknown field.
-        const auto* const field = request.GetDescriptor()->FindFieldByNumber(request.kFileTypeFieldNumber);
-        for (const auto type : types) {
-            request.GetReflection()->AddEnumValue(&request, field, type);
-        }
-        if (!subType.empty()) {
-            request.set_subtype(subType);
-        }
-        return request;
-    }
-
-    static DFSCommonPB::UploadRequest CustomRequestOf(const std::string& path,
-                                                      const std::vector<DFSCommonPB::DiagFileType>& types,
-                                                      const std::string& subType = "")
-    {
-        DFSCommonPB::UploadRequest request = RequestOf(types, subType);
-        request.set_filetoupload(path);
-        return request;
-    }
-
     /** The one answer to a request. */
     AnswerProbe::Answer Ask(const DFSCommonPB::UploadRequest& request)
     {
@@ -78,8 +54,7 @@ protected:
                   DFSCommonPB::HarvestType harvestType = DFSCommonPB::SCRIPT,
                   DFSCommonPB::DiagFileType fileType = DFSCommonPB::EXE_SCRIPT)
     {
-        m_handler.DiagItemRegistration(DiagnosticFileSvc::DFDiagnosticItem(
-            input, std::string(kPersistence) + "dfs_" + subType, fileType, subType, harvestType));
+        m_handler.DiagItemRegistration(Item(input, subType, harvestType, fileType));
     }
 
     DiagnosticFileSvc::DFTriggerHandler& m_handler = DiagnosticFileSvc::DFTriggerHandler::GetInstance();

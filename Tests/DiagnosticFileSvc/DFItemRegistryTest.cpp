@@ -1,0 +1,90 @@
+#include "DFItemRegistry.h"
+
+#include "Items.h"
+
+#include <gmock/gmock.h>
+
+namespace
+{
+using namespace DiagnosticFileSvc;
+using testing::HasSubstr;
+
+class DFItemRegistryTest : public testing::Test
+{
+protected:
+    DFItemRegistryTest() { testing::internal::CaptureStderr(); }
+
+    DFItemRegistry m_registry{{}};
+};
+} // namespace
+
+TEST_F(DFItemRegistryTest, TakesTheHarvestTypesThatAreServed)
+{
+    const std::pair<DFSCommonPB::HarvestType, const char*> cases[] = {
+        {DFSCommonPB::SCRIPT, "DFSCommonPB::HarvestType::SCRIPT\n"},
+        {DFSCommonPB::EXISTING_FILE, "DFSCommonPB::HarvestType::EXISTING_FILE\n"},
+        {DFSCommonPB::WIFI_SITE_SCAN_REQ, "Unsupported DFSCommonPB::HarvestType\n"},
+        {DFSCommonPB::GATRIX_RESPONSE_PAYLOAD, "DFSCommonPB::HarvestType::GATRIX_RESPONSE_PAYLOAD\n"},
+        {DFSCommonPB::GATRIX_RESPONSE_FILEPATH, "DFSCommonPB::HarvestType::GATRIX_RESPONSE_FILEPATH\n"},
+        {DFSCommonPB::EXECUTE_SCRIPT, "Unsupported DFSCommonPB::HarvestType\n"},
+    };
+    for (const auto& [harvestType, line] : cases) {
+        m_registry.DiagItemRegistrationCB(Item("input", std::to_string(harvestType), harvestType));
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(line));
+        testing::internal::CaptureStderr();
+    }
+    EXPECT_EQ(SubTypesOf(m_registry), (SubTypes{"0", "1", "3", "4"}));
+}
+
+TEST_F(DFItemRegistryTest, GoesBySubType_AndFindsByInput)
+{
+    for (const char* subType : {"top", "top", "top again", "Top"}) {
+        m_registry.DiagItemRegistrationCB(Item("encrypt-logs dfs-top.sh", subType));
+    }
+    m_registry.AddCustomItem("/tmp/c.log", DFSCommonPB::TOP, "top");
+    m_registry.DiagItemRegistrationCB(Item("/tmp/c.log", "later"));
+    EXPECT_EQ(SubTypesOf(m_registry), (SubTypes{"top", "top again", "Top", "top", "later"}));
+    EXPECT_EQ(m_registry.Find("encrypt-logs dfs-top.sh"), m_registry.GetItems()[0].get());
+    EXPECT_EQ(m_registry.Find("/tmp/c.log")->GetOutputFilename(), "dfs_custom_c.log");
+
+    m_registry.RemoveCustomItems();
+    EXPECT_EQ(SubTypesOf(m_registry), (SubTypes{"top", "top again", "Top", "later"}));
+    EXPECT_EQ(m_registry.Find("echo"), nullptr);
+    const std::string log = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(log, HasSubstr("!!!!!!!!!!!!!!!!!the new diagFileItem already is in the list"));
+    EXPECT_THAT(log, HasSubstr("Removing temporary custom file diagnostic item with subType: top\n"));
+}
+
+TEST_F(DFItemRegistryTest, IsBounded)
+{
+    const std::string longest(4096, 'x');
+    m_registry.DiagItemRegistrationCB(Item(longest, "longest input"));
+    m_registry.DiagItemRegistrationCB(Item(longest + "x", "input of a byte more"));
+    m_registry.DiagItemRegistrationCB(Item("true", longest));
+    m_registry.DiagItemRegistrationCB(Item({"true\0x", 6}, "input with a NUL"));
+    for (int number = 1; number <= 1000; ++number) {
+        m_registry.DiagItemRegistrationCB(Item("true", "item " + std::to_string(number)));
+    }
+    m_registry.DiagItemRegistrationCB(Item("true", std::string(65, 'y')));
+    const std::string log = testing::internal::GetCapturedStderr();
+    for (const char* line : {"refused, its input is longer than 4096 bytes, subType: input of a byte more\n",
+                             "refused, its output file name is longer than 4096 bytes, subType: xxx",
+                             "refused, its input holds a NUL, subType: input with a NUL\n",
+                             "refused, the registry is full with 1000 items, subType: item 1000\n"}) {
+        EXPECT_THAT(log, HasSubstr(line));
+    }
+    EXPECT_THAT(log, HasSubstr("items, subType: " + std::string(64, 'y') + "\n"));
+    const SubTypes taken = SubTypesOf(m_registry);
+    ASSERT_EQ(taken.size(), 1000U);
+    EXPECT_EQ(taken.front(), "longest input");
+    EXPECT_EQ(taken.back(), "item 999");
+}
+
+TEST_F(DFItemRegistryTest, IsBoundedInBytes)
+{
+    // Each has 4,144 bytes of texts: 506 fit into 2 MiB.
+    for (int number = 100; number < 620; ++number) {
+        m_registry.DiagItemRegistrationCB(Item(std::string(4096, 'x'), "item " + std::to_string(number)));
+    }
+    EXPECT_EQ(SubTypesOf(m_registry).back(), "item 605");
+}
