@@ -15,7 +15,7 @@ class DFGatrixClient;
  * What gateway items ask of other services: a file path or a payload. One request of each kind at a time: a newer one's
  * callbacks replace those of one in progress.
  *
- * A part of the gateway client. Runs on the client's thread.
+ * A part of the gateway client. Runs on the task's thread.
  */
 class DFGatrixHarvests
 {

@@ -13,7 +13,7 @@ namespace DiagnosticFileSvc
  * Has the items of a request collected, one at a time: when one has reported, it is listed or left out, and the next
  * one runs.
  *
- * A part of the trigger handler. Runs on the trigger handler's thread.
+ * A part of the trigger handler. Runs on the task's thread.
  */
 class DFItemCollector
 {

@@ -6,14 +6,14 @@ namespace DiagnosticFileSvc
 class DFItemRegistry;
 
 /**
- * Registers the items of the configuration file. When there is no file, or one of another version, the built-in items
- * are registered and the file is written. A file that is not JSON is kept aside first; of one that cannot be read or
- * is too large nothing is registered.
+ * Registers the items of the configuration file. When there is none, or one of another version, the built-in items are
+ * registered and the file is written. A file that is no such message is replaced likewise, and kept beside its place.
+ * When a file cannot be read, or is too large, nothing is registered.
  *
- * Runs on the trigger handler's task. Blocks.
+ * Blocks.
  */
 void LoadDiagItemsFromConfigFile(DFItemRegistry& registry);
 
-/** Writes the configuration file from the registry; a failure is logged. Blocks. */
+/** Writes the file from the registry; a failure is logged. Blocks. */
 void CreateDiagItemConfigFile(const DFItemRegistry& registry);
 } // namespace DiagnosticFileSvc

@@ -14,7 +14,7 @@ namespace DiagnosticFileSvc
  * The items that an upload can choose from, in order of registration: built-in ones, those that other services
  * register, and temporary ones for custom uploads. Sub-types are unique but for those of temporary items.
  *
- * A part of the trigger handler. Runs on the trigger handler's thread.
+ * A part of the trigger handler. Runs on the task's thread.
  */
 class DFItemRegistry
 {

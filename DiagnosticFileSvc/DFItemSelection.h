@@ -19,8 +19,9 @@ struct ItemSelection
 };
 
 /**
- * Selects the items of a request. One for a custom file gets a temporary item, which is added to the registry.
- * Runs on the trigger handler's task.
+ * Selects the items of a request. For a custom file it adds a temporary item to the registry.
+ *
+ * Runs on the task's thread.
  */
 ItemSelection SelectItems(const DFSCommonPB::UploadRequest& request, DFItemRegistry& registry);
 

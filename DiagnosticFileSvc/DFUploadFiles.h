@@ -11,7 +11,7 @@ class DFDiagnosticItem;
 /**
  * What a request leaves in the persistence directory: the items' files, the manifest that lists them, and the archive.
  *
- * A part of the trigger handler. Runs on the trigger handler's thread.
+ * A part of the trigger handler. Runs on the task's thread.
  */
 class DFUploadFiles
 {

@@ -13,35 +13,23 @@
 namespace
 {
 using namespace DiagnosticFileSvc;
-using testing::HasSubstr;
 
 constexpr char kConfiguration[] = "/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json";
 
-class DFItemConfigFileTest : public testing::Test
+constexpr char kRejected[] = "/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json.rejected";
+
+DFSCommonPB::diagItemConfigList Stored()
 {
-protected:
-    static DFSCommonPB::diagItemConfigList Stored()
-    {
-        DFSCommonPB::diagItemConfigList list;
-        ProtoToMarkup::FromJson(ReadWholeFile(kConfiguration), list);
-        return list;
-    }
-
-    /** Loads the file; what is logged meanwhile. */
-    std::string Load()
-    {
-        testing::internal::CaptureStderr();
-        LoadDiagItemsFromConfigFile(m_registry);
-        return testing::internal::GetCapturedStderr();
-    }
-
-    DFItemRegistry m_registry{{}};
-};
+    DFSCommonPB::diagItemConfigList list;
+    ProtoToMarkup::FromJson(ReadWholeFile(kConfiguration), list);
+    return list;
+}
 } // namespace
 
-TEST_F(DFItemConfigFileTest, FirstStart_WritesTheBuiltInItems)
+TEST(DFItemConfigFile, FirstStart_WritesTheBuiltInItems)
 {
-    Load();
+    DFItemRegistry registry({});
+    LoadDiagItemsFromConfigFile(registry);
     const auto list = Stored();
     EXPECT_EQ(list.version(), 1.2);
     std::string items;
@@ -73,42 +61,15 @@ TEST_F(DFItemConfigFileTest, FirstStart_WritesTheBuiltInItems)
     {};
     ASSERT_EQ(stat(kConfiguration, &status), 0);
     EXPECT_EQ(status.st_mode & 07777U, 0600U);
+
+    std::filesystem::remove(kConfiguration);
+    LoadDiagItemsFromConfigFile(registry);
+    EXPECT_EQ(Stored().item_size(), 24) << "built-in items are not compared with those that are there";
 }
 
-TEST_F(DFItemConfigFileTest, FileOfAnotherVersionOrNone_IsReplaced)
+TEST(DFItemConfigFile, IsAllThereIs_OrReplacedByTheBuiltInItems)
 {
-    const std::string rejected = std::string(kConfiguration) + ".rejected";
-    const struct
-    {
-        const char* content;
-        const char* version;
-        bool isKeptAside;
-    } cases[] = {
-        {R"({"diagItemConfigList":{"item":[],"version":1.1}})", "1.1", false},
-        {R"({"diagItemConfigList":{"item":[],"version":1.20000001}})", "1.20000001", false},
-        {R"({"version":1.3})", "1.3", false},
-        {R"({})", "0", false},
-        {R"({"diagItemConfigList":{"item":[{"input":"x"}],"version":1.2}})", "0", true},
-        {"garbage", "0", true},
-    };
-    int items = 0;
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.content);
-        WriteWholeFile(kConfiguration, each.content);
-        std::filesystem::remove(rejected);
-        EXPECT_THAT(Load(), HasSubstr(std::string("file_version: ") + each.version + "\n"));
-        EXPECT_EQ(Stored().item_size(), items += 12) << "the registry grows";
-        EXPECT_EQ(Stored().version(), 1.2);
-        ASSERT_EQ(std::filesystem::exists(rejected), each.isKeptAside);
-        if (each.isKeptAside) {
-            EXPECT_EQ(ReadWholeFile(rejected), each.content);
-        }
-    }
-}
-
-TEST_F(DFItemConfigFileTest, FileOfTheVersion_IsAllThereIs)
-{
-    const std::string content =
+    const std::string items =
         R"({"diagItemConfigList":{"item":[)"
         R"({"input":"echo one","fileType":"TOP","subType":"first","harvestType":"SCRIPT"},)"
         R"({"input":"echo two","fileType":"TOP","subType":"first","harvestType":"SCRIPT"},)"
@@ -116,24 +77,43 @@ TEST_F(DFItemConfigFileTest, FileOfTheVersion_IsAllThereIs)
         std::string(4092, 'x') +
         R"("},)"
         R"({"input":"/persist/mfg_data.json","fileType":7,"subType":"second","harvestType":1}],"version":1.2}})";
-    for (const auto& [written, subTypes] : {std::pair(R"({"diagItemConfigList":{"version":1.2}})", SubTypes{}),
-                                            {content.c_str(), {"first", "second"}},
-                                            {content.c_str(), {"first", "second"}}}) {
-        WriteWholeFile(kConfiguration, written);
-        Load();
-        EXPECT_EQ(SubTypesOf(m_registry), subTypes);
-        EXPECT_EQ(ReadWholeFile(kConfiguration), written);
+    const char* const unreadable = "Could not load the diagnostic configuration file file\n";
+    const struct
+    {
+        std::string content;
+        const char* line;
+        std::size_t registered;
+        bool isKeptAside;
+    } cases[] = {
+        {R"({"diagItemConfigList":{"item":[],"version":1.1}})", "file_version: 1.1\n", 12, false},
+        {R"({"diagItemConfigList":{"item":[],"version":1.20000001}})", "file_version: 1.20000001\n", 12, false},
+        {R"({"version":1.3})", "file_version: 1.3\n", 12, false},
+        {R"({})", "file_version: 0\n", 12, false},
+        {R"({"diagItemConfigList":{"item":[{"input":"x"}],"version":1.2}})", "file_version: 0\n", 12, true},
+        {"garbage", "file_version: 0\n", 12, true},
+        {R"({"diagItemConfigList":{"version":1.2}})", "file_version: 1.2\n", 0, false},
+        {items, "already is in the list\n", 2, false},
+        {"", unreadable, 0, false},
+        {std::string(512 * 1024 + 1, ' '), unreadable, 0, false},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.content.substr(0, 70));
+        WriteWholeFile(kConfiguration, each.content);
+        std::filesystem::remove(kRejected);
+        DFItemRegistry registry({});
+        testing::internal::CaptureStderr();
+        LoadDiagItemsFromConfigFile(registry);
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr(each.line));
+        EXPECT_EQ(registry.GetItems().size(), each.registered);
+        if (each.registered == 12) {
+            EXPECT_EQ(Stored().item_size(), 12);
+            EXPECT_EQ(Stored().version(), 1.2);
+        } else {
+            EXPECT_EQ(ReadWholeFile(kConfiguration), each.content);
+        }
+        ASSERT_EQ(std::filesystem::exists(kRejected), each.isKeptAside);
+        if (each.isKeptAside) {
+            EXPECT_EQ(ReadWholeFile(kRejected), each.content);
+        }
     }
-    EXPECT_EQ(m_registry.GetItems()[0]->GetInput(), "echo one");
-    EXPECT_EQ(m_registry.GetItems()[1]->GetHarvestType(), DFSCommonPB::EXISTING_FILE);
-}
-
-TEST_F(DFItemConfigFileTest, UnreadableFile_IsLeftAlone)
-{
-    for (const std::string& content : {std::string(), std::string(512 * 1024 + 1, ' ')}) {
-        WriteWholeFile(kConfiguration, content);
-        EXPECT_THAT(Load(), HasSubstr("Could not load the diagnostic configuration file file"));
-        EXPECT_EQ(ReadWholeFile(kConfiguration), content);
-    }
-    EXPECT_EQ(SubTypesOf(m_registry), SubTypes{});
 }

@@ -33,7 +33,7 @@ test('a status below 300 is an answer, another one an error', async () => {
 test('an upload of everything brings the items that others registered', async () => {
     const items = [
         { input: '/foreign/note', subType: 'a note', harvestType: 'GATRIX_RESPONSE_FILEPATH' },
-        { input: '/nobody', subType: '\tgone away\n', harvestType: 'GATRIX_RESPONSE_PAYLOAD' },
+        { input: '/nobody', subType: ' gone away\n', harvestType: 'GATRIX_RESPONSE_PAYLOAD' },
         { input: '/foreign/state', subType: 'state', harvestType: 'GATRIX_RESPONSE_PAYLOAD', outputFilename: 'named' },
     ];
     for (const item of items) {
@@ -57,7 +57,7 @@ test('an upload of everything brings the items that others registered', async ()
     assert.strictEqual((await contentOfLatest('state')).trimEnd(), String.raw`{"volume":31,"name":"Ann\'s"}`);
     assert.notStrictEqual(await contentOfLatest('logread'), '');
     assert.ok(service.log().includes('Harvesting Gatrix Payload FAILED'));
-    for (const output of ['dfs_a_note', 'dfs_gone_away', 'named']) {
+    for (const output of ['dfs_a_note', 'dfs__gone_away', 'named']) {
         assert.ok(service.log().includes(`GetOutputFilename(): /mnt/nv/product-persistence/${output}\n`), output);
     }
 });
