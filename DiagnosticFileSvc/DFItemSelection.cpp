@@ -3,7 +3,6 @@
 #include "DFConstants.h"
 #include "DFLimits.h"
 #include "DFLog.h"
-#include "UploadSysInfo.pb.h"
 
 namespace DiagnosticFileSvc
 {

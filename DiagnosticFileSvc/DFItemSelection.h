@@ -1,6 +1,7 @@
 #pragma once
 
 #include "DFItemRegistry.h"
+#include "UploadSysInfo.pb.h"
 
 #include <deque>
 #include <string>

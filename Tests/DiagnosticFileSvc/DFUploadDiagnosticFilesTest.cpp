@@ -15,7 +15,6 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -174,16 +173,12 @@ TEST_F(DFUploadDiagnosticFilesTest, SendsAndLogsWhatIsStated_AndRetriesBothPosts
     const Server cloud({{busy}, {Server::Answer(200, kUploadUrl)}, {busy}, {Server::Answer(201, "{}")}}, 8888);
     const CapturedLog log;
     EXPECT_EQ(Upload(m_archive), AnswerProbe::Answer("{}", 201));
-    const std::string lines = testing::internal::GetCapturedStderr();
-    std::vector<std::string> own; // but for the ends of operations, of which the last comes after the answer
-    std::istringstream stream(lines);
-    for (std::string line; std::getline(stream, line);) {
-        const std::size_t at = line.find(" DFUploadDiagnosticFiles: ");
-        if (at != std::string::npos && line.find("OnEntry") == std::string::npos &&
-            line.find(" - END") == std::string::npos) {
-            own.push_back(line.substr(at - 1, 1) + line.substr(line.find(':', at) + 1));
-        }
-    }
+    // But for the ends of operations, of which the last comes after the answer; and that the back-off table is used.
+    const std::vector<std::string> lines =
+        CapturedLog::LinesOf("(?:DFUploadDiagnosticFiles|RunTask(?=: HandleRetryHeaders: Retry-Count))",
+                             "(?!OnEntry|[A-Za-z0-9]*: [A-Za-z0-9]* - END)");
+    const std::string byTheTable =
+        "6 HandleRetryHeaders: Retry-Count header is not valid, defaulting to back off retries count of:4";
     const std::string md5 = "630f1bf5d79ba418f008798ea4ca85e0";
     const auto requests = cloud.Requests();
     ASSERT_EQ(requests.size(), 4U);
@@ -205,6 +200,7 @@ TEST_F(DFUploadDiagnosticFilesTest, SendsAndLogsWhatIsStated_AndRetriesBothPosts
         "3 BuildMetadataPayload: payload: " + requests[0].body,
         "3 PostMetadataCB: upload_sys_logs post metadata url: http://diagnostics.vantor.example/senders/" + kGuid +
             "/metadata",
+        byTheTable,
         "3 MetaDataPostRespCB: MetaDataPostRespCB - START",
         "3 MetaDataPostRespCB: MetaDataPostRespCB, Response:",
         "3 MetaDataPostRespCB: response: " + kUploadUrl,
@@ -220,14 +216,13 @@ TEST_F(DFUploadDiagnosticFilesTest, SendsAndLogsWhatIsStated_AndRetriesBothPosts
         "4 BuildDiagnosticFilePostHeader: upload_sys_logs product jwt: a.b.c",
         R"(4 BuildDiagnosticFilePostHeader: \n\nupload_sys_logs - BuildDiagnosticFilePostHeader: {"Content-MD5":")" +
             md5 + R"(","Content-Type":"application/octet-stream","x-product-token":"a.b.c"})",
+        byTheTable,
         "3 DiagFilePostRespCB: DiagFilePostRespCB - START",
         "3 DiagFilePostRespCB: DiagFilePostRespCB, Response:",
         "3 DiagFilePostRespCB: response: {}",
         "3 DiagFilePostRespCB: DiagFilePostRespCB, post failed",
     };
-    EXPECT_EQ(own, expected);
-    const std::string byTheTable = "HandleRetryHeaders: Retry-Count header is not valid, defaulting to back off";
-    EXPECT_NE(lines.find(byTheTable), lines.rfind(byTheTable)) << "both posts have the back-off table";
+    EXPECT_EQ(lines, expected);
     for (const auto& request : requests) {
         EXPECT_THAT(request.Fields("x-product-token"), testing::ElementsAre("a.b.c"));
     }
