@@ -52,9 +52,10 @@ public:
     /** Adds a temporary item for a file. */
     void AddCustomItem(const std::string& path, DFSCommonPB::DiagFileType fileType, const std::string& subType);
 
+    /** Removes, and destroys, the temporary items. */
     void RemoveCustomItems();
 
-    /** The first item of that input, or null. */
+    /** The first item of that input, or null. Owned by the registry. */
     DFDiagnosticItem* Find(const std::string& input) const;
 
     const Items& GetItems() const { return m_items; }
