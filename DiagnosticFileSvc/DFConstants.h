@@ -1,5 +1,7 @@
 #pragma once
 
+#include "UploadSysInfo.pb.h"
+
 /** What the service's parts share: names, paths, command lines and answers. Constant before main runs. */
 namespace DiagnosticFileSvc
 {
@@ -8,79 +10,70 @@ namespace DiagnosticFileSvc
 #define DFS_PERSISTENCE_DIRECTORY "/mnt/nv/" DFS_PERSISTENCE_SUBDIRECTORY
 
 // Names of modules and tasks, in log lines and process listings
-inline constexpr char kServiceTag[] = "DiagnosticFileSvc";
 inline constexpr char kTriggerHandler[] = "DFTriggerHandler";
 inline constexpr char kGatrixClient[] = "DFGatrixClient";
 inline constexpr char kCliHandler[] = "DFCliHandler";
 inline constexpr char kHarvestSysInfo[] = "DFHarvestSysInfo";
 inline constexpr char kSpawner[] = "posixSpawnUtils";
 inline constexpr char kUploadDiagnosticFiles[] = "DFUploadDiagnosticFiles";
-inline constexpr char kUploadExistingFile[] = "DFUploadExistingFile";
-inline constexpr char kSeeManifest[] = "See Manifest";
 inline constexpr char kDiagnosticLabel[] = "VRD9 Diagnostics";
 
 // The persistence directory, its files, and the names of outputs
 inline constexpr char kPersistenceSubdirectory[] = DFS_PERSISTENCE_SUBDIRECTORY;
 inline constexpr char kPersistenceDirectory[] = DFS_PERSISTENCE_DIRECTORY;
-inline constexpr char kRelativePersistenceDirectory[] = "mnt/nv/" DFS_PERSISTENCE_SUBDIRECTORY;
 inline constexpr char kOutputPrefix[] = "dfs_";
 inline constexpr char kCustomOutputPrefix[] = "dfs_custom_";
 inline constexpr char kUploadManifestFile[] = "dfs_uploadmanifest.json";
 inline constexpr char kItemConfigurationFile[] = "DFSDiagItemConfigurationFile.json";
 inline constexpr char kArchive[] = DFS_PERSISTENCE_DIRECTORY "dfs_diagfile.tar.gz";
-inline constexpr char kScratchFile[] = DFS_PERSISTENCE_DIRECTORY "DFTempFile.txt";
 inline constexpr char kEncryptExistingFileCommand[] = "dfs-encrypt-existing-file.sh ";
 inline constexpr char kEncryptStringCommand[] = "dfs-encrypt-string.sh ";
 
-// Sources and outputs of built-in items
-inline constexpr char kSystemLogScript[] = "encrypt-logs dfs-pts-logs.sh";
-inline constexpr char kSystemLogOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_logread.txt";
-inline constexpr char kSiteScanScript[] = "encrypt-logs dfs-wifi-site-scan.sh";
-inline constexpr char kSiteScanOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_sitescan.txt";
-inline constexpr char kSiteScanCompressedOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_sitescan.txt.gz";
-inline constexpr char kNetworkingScript[] = "encrypt-logs dfs-networking-info.sh";
-inline constexpr char kNetworkingOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_networkinginfo.txt";
-inline constexpr char kMemoryDiskScript[] = "encrypt-logs dfs-memory-disk.sh";
-inline constexpr char kMemoryDiskOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_memory_disk.txt";
-inline constexpr char kDiskFreeCommand[] = "encrypt-logs df -ahT";
-inline constexpr char kDiskFreeOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_disk_free.txt";
-inline constexpr char kUptimeScript[] = "encrypt-logs dfs-uptime.sh";
-inline constexpr char kUptimeOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_uptime.txt";
-inline constexpr char kCpuStatisticsScript[] = "encrypt-logs dfs-mpstat.sh";
-inline constexpr char kCpuStatisticsOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_mpstat.txt";
-inline constexpr char kProcessListScript[] = "encrypt-logs dfs-top.sh";
-inline constexpr char kProcessListOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_top.txt";
-inline constexpr char kManufacturingData[] = "/persist/mfg_data.json";
-inline constexpr char kManufacturingDataOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_mfg_data.json";
-inline constexpr char kMemoryInfo[] = "/proc/meminfo";
-inline constexpr char kMemoryInfoOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_proc_meminfo.txt";
-inline constexpr char kLoadAverage[] = "/proc/loadavg";
-inline constexpr char kLoadAverageOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_proc_loadavg.txt";
-inline constexpr char kUpdateStates[] = "/mnt/nv/update/SwUpHsmStates.txt";
-inline constexpr char kUpdateStatesOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_SwUpHsmStates.json";
-inline constexpr char kUpdateSystemStatus[] = "/mnt/nv/update/SwUpSystemStatus.txt";
-inline constexpr char kUpdateSystemStatusOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_SwUpSystemStatus.json";
-inline constexpr char kUpdateReleaseHistory[] = "/mnt/nv/update/SwUpReleaseHistory.txt";
-inline constexpr char kUpdateReleaseHistoryOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_SwUpReleaseHistory.json";
-inline constexpr char kCoreDumpListCommand[] = "encrypt-logs ls -la /data/logs/core*";
-inline constexpr char kCoreDumpListOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_coredump_filelist.txt";
+/** What the device itself offers for an upload. */
+struct BuiltInItem
+{
+    const char* subType;
+    DFSCommonPB::HarvestType harvestType;
+    const char* input;  ///< A command line or a path.
+    const char* output; ///< A file of the persistence directory.
+    DFSCommonPB::DiagFileType fileType;
+};
+
+inline constexpr auto kScript = DFSCommonPB::SCRIPT;
+inline constexpr auto kFile = DFSCommonPB::EXISTING_FILE;
+
+// The memory and disk script has the type of the list of free space, and the update files, plain text, end in ".json":
+// kept.
+inline constexpr BuiltInItem kBuiltInItems[] = {
+    {"logread", kScript, "encrypt-logs dfs-pts-logs.sh", "dfs_logread.txt", DFSCommonPB::LOGREAD},
+    {"network info", kScript, "encrypt-logs dfs-networking-info.sh", "dfs_networkinginfo.txt",
+     DFSCommonPB::NETWORKING_INFO},
+    {"mfg_data", kFile, "/persist/mfg_data.json", "dfs_mfg_data.json", DFSCommonPB::PERSIST_MFGDATA},
+    {"proc_loadavg", kFile, "/proc/loadavg", "dfs_proc_loadavg.txt", DFSCommonPB::PROC_LOADAVG},
+    {"memory disk info", kScript, "encrypt-logs dfs-memory-disk.sh", "dfs_memory_disk.txt",
+     DFSCommonPB::DISK_FREE_INFO},
+    {"uptime", kScript, "encrypt-logs dfs-uptime.sh", "dfs_uptime.txt", DFSCommonPB::PROC_UPTIME},
+    {"mpstat", kScript, "encrypt-logs dfs-mpstat.sh", "dfs_mpstat.txt", DFSCommonPB::MPSTAT},
+    {"top", kScript, "encrypt-logs dfs-top.sh", "dfs_top.txt", DFSCommonPB::TOP},
+    {"swup_hsm_states", kFile, "/mnt/nv/update/SwUpHsmStates.txt", "dfs_SwUpHsmStates.json",
+     DFSCommonPB::SWUP_HSM_STATES},
+    {"swup_sys_status", kFile, "/mnt/nv/update/SwUpSystemStatus.txt", "dfs_SwUpSystemStatus.json",
+     DFSCommonPB::SWUP_SYS_STATUS},
+    {"swup_release_history", kFile, "/mnt/nv/update/SwUpReleaseHistory.txt", "dfs_SwUpReleaseHistory.json",
+     DFSCommonPB::SWUP_RELEASE_HISTORY},
+    {"coredumpfilelist", kScript, "encrypt-logs ls -la /data/logs/core*", "dfs_coredump_filelist.txt",
+     DFSCommonPB::CORE_DUMP_FILE_LIST},
+};
 
 // Identity, version and token
 inline constexpr char kTokenFile[] = DFS_PERSISTENCE_DIRECTORY "quillane_jwt.json";
 inline constexpr char kVersionFile[] = "/opt/Vantor/etc/VantorVersion.json";
-inline constexpr char kGatrixWebSocketConfiguration[] = "/opt/Vantor/etc/GatrixWSSCfg.json";
-inline constexpr char kGatrixConfiguration[] = "/opt/Vantor/etc/GatrixCfg.json";
 inline constexpr char kFallbackIdentifier[] = "99999";
 inline constexpr char kFallbackVersion[] = "0.000.000";
-inline constexpr char kIdentityKeySet[] = "https://identity.vantor.example/.well-known/jwks.json";
-inline constexpr char kProductIdentityKeySet[] = "https://product-identity.vantor.example/.well-known/jwks.json";
-inline constexpr char kProductAccessBase[] = "https://product-access.vantor.example/products/";
 
 // The cloud
 inline constexpr char kDiagnosticsServiceHost[] = "diagnostics.vantor.example";
 inline constexpr char kMetadataProxy[] = "localhost:8888";
-inline constexpr char kConstantRetryPolicy[] = "constant";
-inline constexpr char kExponentialRetryPolicy[] = "exponential";
 
 // Answers to a request
 inline constexpr char kBusyAnswer[] = "Unable to process request, system busy";
@@ -88,7 +81,6 @@ inline constexpr char kCustomFileNeedsOneType[] = "Custom file upload requires e
 inline constexpr char kNoGatrixClientAnswer[] = "There is no client of the gateway";
 inline constexpr char kInternalErrorAnswer[] = "Unable to process request, internal error";
 inline constexpr char kNoUploadClientAnswer[] = "Unable to process request, the upload client cannot be started";
-inline constexpr char kFeatureDisabledAnswer[] = "Unable to process request, feature flag not set";
 
 // Endpoints that the service offers on the gateway; the two for tests have no leading slash: kept
 inline constexpr char kUploadEndpoint[] = "/dfservice/upload";
@@ -98,8 +90,29 @@ inline constexpr char kTestFile[] = DFS_PERSISTENCE_DIRECTORY "Gettysburg_Addres
 inline constexpr char kTestPayloadEndpoint[] = "dfservice/luckiest_man_payload";
 inline constexpr char kTestPayloadFile[] = DFS_PERSISTENCE_DIRECTORY "Dorvin_test.json";
 
-// Names and endpoints of the gateway
 inline constexpr char kSystemInfoEndpoint[] = "/system/info";
+
+// Names that the product's parts agree on and this service does not use today
+inline constexpr char kServiceTag[] = "DiagnosticFileSvc";
+inline constexpr char kUploadExistingFile[] = "DFUploadExistingFile";
+inline constexpr char kSeeManifest[] = "See Manifest";
+inline constexpr char kRelativePersistenceDirectory[] = "mnt/nv/" DFS_PERSISTENCE_SUBDIRECTORY;
+inline constexpr char kScratchFile[] = DFS_PERSISTENCE_DIRECTORY "DFTempFile.txt";
+inline constexpr char kSiteScanScript[] = "encrypt-logs dfs-wifi-site-scan.sh";
+inline constexpr char kSiteScanOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_sitescan.txt";
+inline constexpr char kSiteScanCompressedOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_sitescan.txt.gz";
+inline constexpr char kDiskFreeCommand[] = "encrypt-logs df -ahT";
+inline constexpr char kDiskFreeOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_disk_free.txt";
+inline constexpr char kMemoryInfo[] = "/proc/meminfo";
+inline constexpr char kMemoryInfoOutput[] = DFS_PERSISTENCE_DIRECTORY "dfs_proc_meminfo.txt";
+inline constexpr char kGatrixWebSocketConfiguration[] = "/opt/Vantor/etc/GatrixWSSCfg.json";
+inline constexpr char kGatrixConfiguration[] = "/opt/Vantor/etc/GatrixCfg.json";
+inline constexpr char kIdentityKeySet[] = "https://identity.vantor.example/.well-known/jwks.json";
+inline constexpr char kProductIdentityKeySet[] = "https://product-identity.vantor.example/.well-known/jwks.json";
+inline constexpr char kProductAccessBase[] = "https://product-access.vantor.example/products/";
+inline constexpr char kConstantRetryPolicy[] = "constant";
+inline constexpr char kExponentialRetryPolicy[] = "exponential";
+inline constexpr char kFeatureDisabledAnswer[] = "Unable to process request, feature flag not set";
 inline constexpr char kGatrixSelfService[] = "GatrixSelfService";
 inline constexpr char kGatrixProxy[] = "GatrixProxy";
 inline constexpr char kGatrixReady[] = "GatrixReady";

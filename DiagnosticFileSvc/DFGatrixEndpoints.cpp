@@ -47,7 +47,7 @@ std::string OutputOf(const DFSCommonPB::diagItemRegistration& registration)
 }
 } // namespace
 
-DFGatrixEndpoints::DFGatrixEndpoints(const APTask& task, DFTriggerHandler& triggerHandler)
+DFGatrixEndpoints::DFGatrixEndpoints(APTask& task, DFTriggerHandler& triggerHandler)
     : m_task(task),
       m_triggerHandler(triggerHandler),
       m_uploadResponseCB(&task, this, &DFGatrixEndpoints::DiagUploadResponseCB),

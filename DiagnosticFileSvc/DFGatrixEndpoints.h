@@ -22,7 +22,7 @@ class DFGatrixEndpoints
 {
 public:
     /** Both must outlive the object. */
-    DFGatrixEndpoints(const APTask& task, DFTriggerHandler& triggerHandler);
+    DFGatrixEndpoints(APTask& task, DFTriggerHandler& triggerHandler);
 
     /** Offers them all. To be called on each connection. */
     void Register(Gatrix::GatrixClientIF& gatrix);
@@ -48,7 +48,7 @@ private:
     void HandleGetPayload(const Callback<DFSCommonPB::PayloadResponseMsg>& onAnswer,
                           const Callback<Gatrix::Error>& onError);
 
-    const APTask& m_task;
+    APTask& m_task;
     DFTriggerHandler& m_triggerHandler;
     /** Given to the trigger handler with each posted upload request. */
     AsyncCallback<const std::string, int> m_uploadResponseCB;

@@ -22,32 +22,6 @@ const DPrint s_log(kTriggerHandler);
 /** How many bytes of the sub-type the log shows of an item that is refused. */
 constexpr std::size_t kNameInLog = 64;
 
-struct BuiltInItem
-{
-    const char* subType;
-    const char* input;
-    const char* output;
-    DFSCommonPB::DiagFileType fileType;
-    bool isExistingFile;
-};
-
-// The disk-free type is that of the memory and disk script, and the update files, plain text, end in ".json": kept.
-constexpr BuiltInItem kBuiltInItems[] = {
-    {"logread", kSystemLogScript, kSystemLogOutput, DFSCommonPB::LOGREAD, false},
-    {"network info", kNetworkingScript, kNetworkingOutput, DFSCommonPB::NETWORKING_INFO, false},
-    {"mfg_data", kManufacturingData, kManufacturingDataOutput, DFSCommonPB::PERSIST_MFGDATA, true},
-    {"proc_loadavg", kLoadAverage, kLoadAverageOutput, DFSCommonPB::PROC_LOADAVG, true},
-    {"memory disk info", kMemoryDiskScript, kMemoryDiskOutput, DFSCommonPB::DISK_FREE_INFO, false},
-    {"uptime", kUptimeScript, kUptimeOutput, DFSCommonPB::PROC_UPTIME, false},
-    {"mpstat", kCpuStatisticsScript, kCpuStatisticsOutput, DFSCommonPB::MPSTAT, false},
-    {"top", kProcessListScript, kProcessListOutput, DFSCommonPB::TOP, false},
-    {"swup_hsm_states", kUpdateStates, kUpdateStatesOutput, DFSCommonPB::SWUP_HSM_STATES, true},
-    {"swup_sys_status", kUpdateSystemStatus, kUpdateSystemStatusOutput, DFSCommonPB::SWUP_SYS_STATUS, true},
-    {"swup_release_history", kUpdateReleaseHistory, kUpdateReleaseHistoryOutput, DFSCommonPB::SWUP_RELEASE_HISTORY,
-     true},
-    {"coredumpfilelist", kCoreDumpListCommand, kCoreDumpListOutput, DFSCommonPB::CORE_DUMP_FILE_LIST, false},
-};
-
 std::size_t SizeOf(const DFDiagnosticItem& item)
 {
     return item.GetInput().size() + item.GetOutputFilename().size() + item.GetSubType().size();
@@ -138,11 +112,11 @@ void DFItemRegistry::AppendByHarvestType(const DFDiagnosticItem& item)
 void DFItemRegistry::RegisterBuiltInItems()
 {
     for (const BuiltInItem& item : kBuiltInItems) {
-        if (item.isExistingFile) {
-            Append<DFDiagItemExistingFile>(item.input, item.output, item.fileType, item.subType,
-                                           DFSCommonPB::EXISTING_FILE);
+        const std::string output = std::string(kPersistenceDirectory) + item.output;
+        if (item.harvestType == kFile) {
+            Append<DFDiagItemExistingFile>(item.input, output, item.fileType, item.subType, item.harvestType);
         } else {
-            Append<DFDiagItemScript>(item.input, item.output, item.fileType, item.subType, DFSCommonPB::SCRIPT);
+            Append<DFDiagItemScript>(item.input, output, item.fileType, item.subType, item.harvestType);
         }
     }
 }
