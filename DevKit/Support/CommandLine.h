@@ -14,8 +14,8 @@ namespace CommandLine
 /** Where words that are no option may stand. */
 enum class Words
 {
-    kAnywhere, //!< Between options as well.
-    kLast,     //!< After the options: what follows the first such word is no option, whatever it looks like.
+    kAnywhere, ///< Between options as well.
+    kLast,     ///< After the options: what follows the first such word is no option, whatever it looks like.
 };
 
 /** The value of "--help", which may also be called "-h". */

@@ -1,56 +1,34 @@
 #include "CloudServer.h"
 
 #include "Connection.h"
-#include "LoopbackListener.h"
+#include "Exchange.h"
 
-#include <poll.h>
-#include <sys/eventfd.h>
-#include <sys/socket.h>
-
-#include <atomic>
-#include <cerrno>
-#include <list>
 #include <mutex>
-#include <system_error>
 #include <thread>
+#include <utility>
 
 namespace DiagCloud
 {
-
-namespace
-{
-
-constexpr int kPauseMs = 100;
-
-struct Worker
-{
-    Worker(FileDescriptor socket, Cloud& cloud, const ConnectionLimits& limits)
-        : connection(std::move(socket), cloud, limits)
-    {}
-
-    Connection connection;
-    std::atomic<bool> ended{false};
-    std::thread thread;
-};
-
-} // namespace
 
 class CloudServer::Implementation
 {
 public:
     explicit Implementation(CloudSettings settings)
-        : m_listener(ListenOnLoopback(settings.port)),
-          m_wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
-          m_url("http://localhost:" + std::to_string(m_listener.port)),
-          m_cloud{Script(std::move(settings.script)), Store(std::move(settings.storeFolder)),
-                  RequestLog(settings.keepRequests, std::move(settings.writer)), m_url},
-          m_limits{settings.maxBodySize},
-          m_maxConnections(settings.maxConnections)
+        : m_cloud{Script(std::move(settings.script)),
+                  Store(std::move(settings.storeFolder)),
+                  RequestLog(settings.keepRequests, std::move(settings.writer)),
+                  {}},
+          m_context(std::make_unique<boost::asio::io_context>(1)),
+          m_acceptor(std::make_unique<LoopbackAcceptor>(
+              *m_context, settings.port, settings.maxConnections,
+              [this, maxBodySize = settings.maxBodySize](auto socket, auto seat) {
+                  Serve(std::move(socket), std::move(seat), m_cloud, maxBodySize);
+              },
+              [this](const std::string& line) { m_cloud.log.Print(line); })),
+          m_port(m_acceptor->Port())
     {
-        if (!m_wake) {
-            throw std::system_error(errno, std::generic_category(), "cannot make an event descriptor");
-        }
-        m_acceptor = std::thread([this] { Accept(); });
+        m_cloud.baseUrl = "http://localhost:" + std::to_string(m_port);
+        m_thread = std::thread([this] { Run(); });
     }
 
     ~Implementation() { Stop(); }
@@ -60,109 +38,35 @@ public:
     void Stop()
     {
         const std::lock_guard<std::mutex> lock(m_stopMutex);
-        m_stopping = true;
-        Wake();
-        if (m_acceptor.joinable()) {
-            m_acceptor.join();
+        if (m_thread.joinable()) {
+            m_context->stop();
+            m_thread.join();
+            m_acceptor.reset();
+            m_context.reset(); // and with it the connections, whose operations it owns
         }
     }
 
-    std::uint16_t Port() const { return m_listener.port; }
-    const std::string& Url() const { return m_url; }
-    const RequestLog& Log() const { return m_cloud.log; }
+    std::uint16_t Port() const { return m_port; }
+    const Cloud& GetCloud() const { return m_cloud; }
 
 private:
-    void Wake() const { eventfd_write(m_wake.Get(), 1); }
-
-    /** Runs on the accepting thread, which alone touches the workers. */
-    void Accept()
+    void Run()
     {
-        int timeout = -1;
-        while (!m_stopping) {
-            std::vector<pollfd> watched = {{m_wake.Get(), POLLIN, 0}};
-            // With as many clients as may be, the next ones wait in the listening sockets' queues.
-            if (m_workers.size() < m_maxConnections && timeout < 0) {
-                for (const FileDescriptor& socket : m_listener.sockets) {
-                    watched.push_back({socket.Get(), POLLIN, 0});
-                }
-            }
-            poll(watched.data(), watched.size(), timeout);
-            eventfd_t ignored = 0;
-            eventfd_read(m_wake.Get(), &ignored);
-            RemoveEnded();
-            timeout = -1;
-            for (std::size_t index = 1; index < watched.size() && !m_stopping; ++index) {
-                if (watched[index].revents != 0 && !AcceptFrom(watched[index].fd)) {
-                    timeout = kPauseMs; // out of descriptors or threads: no use in trying at once
-                }
-            }
-        }
-        m_listener.sockets.clear();
-        for (Worker& worker : m_workers) {
-            worker.connection.Cancel();
-        }
-        for (Worker& worker : m_workers) {
-            worker.thread.join();
-        }
-        m_workers.clear();
-    }
-
-    bool AcceptFrom(int listening)
-    {
-        FileDescriptor socket(accept4(listening, nullptr, nullptr, SOCK_CLOEXEC));
-        if (!socket) {
-            return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR || errno == ECONNABORTED;
-        }
-        bool listed = false;
-        try {
-            Worker& worker = m_workers.emplace_back(std::move(socket), m_cloud, m_limits);
-            listed = true;
-            worker.thread = std::thread([this, &worker] {
-                Serve(worker.connection);
-                worker.ended = true;
-                Wake();
-            });
-            return true;
-        } catch (const std::exception& error) {
-            m_cloud.log.Print(std::string("a client is turned away: ") + error.what());
-            if (listed) {
-                m_workers.pop_back();
-            }
-            return false;
-        }
-    }
-
-    void Serve(Connection& connection)
-    {
-        try {
-            connection.Run();
-        } catch (const std::exception& error) {
-            m_cloud.log.Print(std::string("a connection ends: ") + error.what());
-        }
-    }
-
-    void RemoveEnded()
-    {
-        for (auto worker = m_workers.begin(); worker != m_workers.end();) {
-            if (worker->ended) {
-                worker->thread.join();
-                worker = m_workers.erase(worker);
-            } else {
-                ++worker;
+        while (!m_context->stopped()) {
+            try {
+                m_context->run();
+            } catch (const std::exception& error) {
+                m_cloud.log.Print(std::string("a connection ends: ") + error.what());
             }
         }
     }
 
-    LoopbackListener m_listener;
-    FileDescriptor m_wake;
-    std::string m_url;
     Cloud m_cloud;
-    ConnectionLimits m_limits;
-    std::size_t m_maxConnections;
-    std::list<Worker> m_workers;
-    std::atomic<bool> m_stopping{false};
+    std::unique_ptr<boost::asio::io_context> m_context;
+    std::unique_ptr<LoopbackAcceptor> m_acceptor;
+    const std::uint16_t m_port;
     std::mutex m_stopMutex;
-    std::thread m_acceptor;
+    std::thread m_thread;
 };
 
 CloudServer::CloudServer(CloudSettings settings)
@@ -183,17 +87,17 @@ std::uint16_t CloudServer::Port() const
 
 std::string CloudServer::Url() const
 {
-    return m_implementation->Url();
+    return m_implementation->GetCloud().baseUrl;
 }
 
 std::vector<ReceivedRequest> CloudServer::Requests() const
 {
-    return m_implementation->Log().Requests();
+    return m_implementation->GetCloud().log.Requests();
 }
 
 std::optional<ReceivedRequest> CloudServer::WaitForRequest(std::size_t number, std::chrono::milliseconds timeout) const
 {
-    return m_implementation->Log().WaitFor(number, timeout);
+    return m_implementation->GetCloud().log.WaitFor(number, timeout);
 }
 
 } // namespace DiagCloud

@@ -39,7 +39,7 @@ struct CloudSettings
  * on this server. POST to that takes the archive if its Content-MD5 is right. Both forms of request target, a server's
  * and a proxy's, are understood. An upload may be repeated: the later archive replaces the earlier one.
  *
- * Each client has a thread of its own. Every operation may be called by any thread.
+ * It has one thread. Every operation may be called by any thread.
  */
 class CloudServer
 {
@@ -52,7 +52,7 @@ public:
     CloudServer(const CloudServer&) = delete;
     CloudServer& operator=(const CloudServer&) = delete;
 
-    /** Ends all connections, whatever they are doing, and returns when every thread has ended. */
+    /** Ends all connections, whatever they are doing. */
     void Stop();
 
     std::uint16_t Port() const;

@@ -1,11 +1,7 @@
 #include "Connection.h"
 
-#include "LoopbackListener.h"
+#include "Exchange.h"
 
-#include <boost/asio/executor_work_guard.hpp>
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
@@ -19,9 +15,11 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 
 namespace DiagCloud
 {
@@ -32,27 +30,29 @@ namespace
 namespace asio = boost::asio;
 namespace beast = boost::beast;
 namespace http = boost::beast::http;
-using Parser = http::request_parser<http::buffer_body>;
+using asio::ip::tcp;
 
 constexpr std::uint32_t kHeaderLimit = 64 * 1024; // tokens are long
 constexpr std::size_t kBodyChunk = std::size_t{64} * 1024;
 constexpr std::uint64_t kLongestDrain = std::uint64_t{64} * 1024 * 1024;
 constexpr std::chrono::seconds kDrainTime{2};
+constexpr std::chrono::seconds kIdleTime{60};  // for a whole header to arrive, from the last answer on
+constexpr std::chrono::seconds kStallTime{30}; // for the next bytes of a body to arrive or to leave
 constexpr int kBadRequest = 400;
 constexpr int kTooLarge = 413;
 constexpr int kHeaderTooLarge = 431;
 
-std::string Serialize(const Answer& answer, bool keepAlive, bool withBody)
+std::string Serialize(const Outcome& answer, bool keepAlive, bool withBody)
 {
     http::response<http::string_body> response;
     response.version(11);
-    response.result(static_cast<unsigned>(answer.status));
+    response.result(static_cast<unsigned>(*answer.status));
     for (const auto& [name, value] : answer.headers) {
         response.insert(name, value);
     }
     const bool bodyless =
         response.result() == http::status::no_content || response.result() == http::status::not_modified;
-    if (!bodyless && response.find(http::field::content_length) == response.end()) {
+    if (!bodyless && answer.headers.count("Content-Length") == 0) {
         response.content_length(answer.body.size());
     }
     response.keep_alive(keepAlive);
@@ -75,220 +75,194 @@ bool IsProtocolError(beast::error_code error)
            error != http::error::end_of_stream && error != http::error::partial_message;
 }
 
-} // namespace
-
-/**
- * The operations are asynchronous ones, each waited for: unlike the synchronous ones they have time limits, and Cancel
- * reaches them.
- */
-class Connection::Implementation
+/** The operation that waits keeps the session alive; without one it is gone, and its socket is closed. */
+class Session : public std::enable_shared_from_this<Session>
 {
-public:
-    Implementation(FileDescriptor socket, Cloud& cloud, const ConnectionLimits& limits)
-        : m_work(asio::make_work_guard(m_context)),
-          m_stream(m_context),
-          m_timer(m_context),
-          m_cloud(cloud),
-          m_limits(limits)
+    using Step = void (Session::*)(beast::error_code error);
+
+    /** A handler that goes on with a step. */
+    auto Then(Step step)
     {
-        const bool six = IsIPv6(socket);
-        beast::error_code ignored;
-        m_stream.socket().assign(six ? asio::ip::tcp::v6() : asio::ip::tcp::v4(), socket.Release(), ignored);
-        m_stream.socket().set_option(asio::ip::tcp::no_delay(true), ignored);
+        return
+            [self = shared_from_this(), step](beast::error_code error, auto&&... /*sizes*/) { ((*self).*step)(error); };
+    }
+
+public:
+    Session(tcp::socket socket, LoopbackAcceptor::Seat seat, Cloud& cloud, std::uint64_t maxBodySize)
+        : m_seat(std::move(seat)),
+          m_stream(std::move(socket)),
+          m_timer(m_stream.get_executor()),
+          m_cloud(cloud),
+          m_maxBodySize(maxBodySize)
+    {
+        m_stream.socket().set_option(tcp::no_delay(true));
         m_buffer.reserve(kBodyChunk); // or it is filled by a few hundred bytes at a time
     }
 
-    void Run()
+    void ReadHeader()
     {
-        while (!m_cancelled && ServeRequest()) {
-        }
-        m_stream.close();
-    }
-
-    void Cancel()
-    {
-        asio::post(m_context, [this] {
-            m_cancelled = true;
-            m_stream.close();
-            m_timer.cancel();
-        });
+        m_parser.emplace();
+        m_parser->header_limit(kHeaderLimit);
+        m_parser->body_limit(m_maxBodySize);
+        m_stream.expires_after(kIdleTime);
+        http::async_read_header(m_stream, m_buffer, *m_parser, Then(&Session::OnHeader));
     }
 
 private:
-    /** Starts an operation that takes a handler, and runs until it has ended. */
-    template <typename Start>
-    beast::error_code Await(Start start)
+    void OnHeader(beast::error_code error)
     {
-        std::optional<beast::error_code> result;
-        start([&result](beast::error_code error, auto&&... /*sizes*/) { result = error; });
-        while (!result) {
-            m_context.run_one();
+        if (IsProtocolError(error)) {
+            m_cloud.log.Print("a request without sense -> " + std::to_string(StatusOf(error)) + " " + error.message());
+            Refuse(error);
         }
-        return *result;
-    }
-
-    bool ServeRequest()
-    {
-        Parser parser;
-        parser.header_limit(kHeaderLimit);
-        parser.body_limit(m_limits.bodySize);
-        m_stream.expires_after(m_limits.idleTime);
-        const auto error = Await([&](auto handler) { http::async_read_header(m_stream, m_buffer, parser, handler); });
         if (error) {
-            if (IsProtocolError(error)) {
-                Refuse(error);
-            }
-            return false;
+            return;
         }
-
-        const auto& request = parser.get();
+        const auto& request = m_parser->get();
         Headers headers;
         for (const auto& field : request) {
-            headers.emplace_back(std::string(field.name_string()), std::string(field.value()));
+            headers.emplace(field.name_string(), field.value());
         }
         const bool continues = beast::iequals(request[http::field::expect], "100-continue");
-        Exchange exchange(m_cloud, std::string(request.method_string()), std::string(request.target()),
-                          std::move(headers));
-        if (!ReadBody(parser, exchange, continues)) {
-            return false;
+        m_exchange.emplace(m_cloud, std::string(request.method_string()), std::string(request.target()),
+                           std::move(headers));
+        m_bodySize = 0;
+        if (continues && m_exchange->Scripted().resetAfterRequestBytes != std::uint64_t{0}) {
+            m_text = "HTTP/1.1 100 Continue\r\n\r\n";
+            Write(&Session::ReadBody);
+        } else {
+            ReadBody({});
         }
-        return Send(exchange.Finish(), parser.keep_alive(), request.method() != http::verb::head);
     }
 
-    bool ReadBody(Parser& parser, Exchange& exchange, bool continues)
+    void ReadBody(beast::error_code error)
     {
-        const std::optional<std::uint64_t> resetAt = exchange.ResetAfterRequestBytes();
-        std::uint64_t total = 0;
-        if (continues && resetAt != std::uint64_t{0}) {
-            Write("HTTP/1.1 100 Continue\r\n\r\n");
+        const std::uint64_t wanted =
+            m_exchange->Scripted().resetAfterRequestBytes.value_or(std::numeric_limits<std::uint64_t>::max()) -
+            m_bodySize;
+        if (error || m_parser->is_done() || wanted == 0) {
+            OnBodyEnd(error);
+            return;
         }
-        std::array<char, kBodyChunk> chunk;
-        while (!parser.is_done() && (!resetAt || total < *resetAt)) {
-            const std::uint64_t wanted =
-                resetAt ? std::min<std::uint64_t>(chunk.size(), *resetAt - total) : chunk.size();
-            auto& body = parser.get().body();
-            body.data = chunk.data();
-            body.size = static_cast<std::size_t>(wanted);
-            m_stream.expires_after(m_limits.stallTime);
-            const auto error = Await([&](auto handler) { http::async_read_some(m_stream, m_buffer, parser, handler); });
-            const std::size_t got = static_cast<std::size_t>(wanted) - body.size;
-            exchange.Receive(chunk.data(), got);
-            total += got;
-            if (error && error != http::error::need_buffer) {
-                const bool wrong = IsProtocolError(error);
-                exchange.Lose(wrong ? std::to_string(StatusOf(error)) + " " + error.message()
-                                    : "no answer: the request did not arrive whole");
-                if (wrong) {
-                    Send(ErrorAnswer(error), false, true);
-                    Drain();
-                }
-                return false;
-            }
-        }
-        if (resetAt) {
-            exchange.Lose("connection reset after " + std::to_string(total) + " bytes of the body (scripted)");
-            Reset();
-            return false;
-        }
-        return true;
+        m_parser->get().body().data = m_chunk.data();
+        m_parser->get().body().size = m_wanted = std::min<std::uint64_t>(m_chunk.size(), wanted);
+        m_stream.expires_after(kStallTime);
+        http::async_read_some(m_stream, m_buffer, *m_parser, Then(&Session::OnBody));
     }
 
-    bool Send(const Answer& answer, bool keepAlive, bool withBody)
+    void OnBody(beast::error_code error)
     {
-        if (answer.hang) {
-            WaitForEnd();
-            return false;
-        }
-        if (answer.delay.count() > 0) {
-            m_timer.expires_after(answer.delay);
-            Await([&](auto handler) { m_timer.async_wait(handler); });
-        }
-        keepAlive = keepAlive && !beast::iequals(FindHeader(answer.headers, "Connection"), "close");
-        std::string text = Serialize(answer, keepAlive, withBody);
-        if (answer.resetAfterBytes) {
-            text.resize(static_cast<std::size_t>(std::min<std::uint64_t>(*answer.resetAfterBytes, text.size())));
-            Write(text);
-            Reset();
-            return false;
-        }
-        return Write(text) && keepAlive;
+        const std::size_t got = m_wanted - m_parser->get().body().size;
+        m_exchange->Receive(m_chunk.data(), got);
+        m_bodySize += got;
+        ReadBody(error == http::error::need_buffer ? beast::error_code() : error);
     }
 
-    bool Write(const std::string& text)
+    void OnBodyEnd(beast::error_code error)
     {
-        m_stream.expires_after(m_limits.stallTime);
-        return !m_cancelled && !Await([&](auto handler) { asio::async_write(m_stream, asio::buffer(text), handler); });
+        if (IsProtocolError(error)) {
+            m_exchange->Lose(std::to_string(StatusOf(error)) + " " + error.message());
+            Refuse(error);
+        } else if (error) {
+            m_exchange->Lose("no answer: the request did not arrive whole");
+        } else if (m_exchange->Scripted().resetAfterRequestBytes) {
+            m_exchange->Lose("connection reset after " + std::to_string(m_bodySize) + " bytes of the body (scripted)");
+            Reset({});
+        } else {
+            m_answer = m_exchange->Finish();
+            m_timer.expires_after(m_answer.delay);
+            m_timer.async_wait(Then(&Session::Answer));
+        }
     }
 
-    static Answer ErrorAnswer(beast::error_code error)
+    /** Gives the client what the outcome says. */
+    void Answer(beast::error_code /*error*/)
     {
-        Answer answer;
-        answer.status = StatusOf(error);
-        answer.headers = {{"Content-Type", "application/json"}};
-        answer.body = R"({"error":")" + error.message() + R"("})";
-        return answer;
+        if (m_answer.hang) {
+            m_stream.expires_never();
+            Discard({});
+            return;
+        }
+        const auto connection = m_answer.headers.find("Connection");
+        const bool keepAlive = m_parser->keep_alive() &&
+                               (connection == m_answer.headers.end() || !beast::iequals(connection->second, "close"));
+        m_text = Serialize(m_answer, keepAlive, m_parser->get().method() != http::verb::head);
+        if (m_answer.resetAfterBytes) {
+            m_text.resize(static_cast<std::size_t>(std::min<std::uint64_t>(*m_answer.resetAfterBytes, m_text.size())));
+            Write(&Session::Reset);
+        } else {
+            Write(keepAlive ? &Session::OnAnswered : &Session::Close);
+        }
     }
 
-    void Refuse(beast::error_code error)
+    void OnAnswered(beast::error_code error)
     {
-        m_cloud.log.Print("a request without sense -> " + std::to_string(StatusOf(error)) + " " + error.message());
-        Send(ErrorAnswer(error), false, true);
-        Drain();
+        if (!error) {
+            ReadHeader();
+        }
+    }
+
+    void Refuse(beast::error_code why)
+    {
+        Outcome answer;
+        answer.Refuse(StatusOf(why), why.message());
+        m_text = Serialize(answer, false, true);
+        m_left = kLongestDrain;
+        Write(&Session::Drain);
     }
 
     /** Closing with unread data pending would reset the connection and lose the answer on its way. */
-    void Drain()
+    void Drain(beast::error_code error)
     {
-        beast::error_code error;
-        m_stream.socket().shutdown(asio::ip::tcp::socket::shutdown_send, error);
+        m_stream.socket().shutdown(tcp::socket::shutdown_send, error);
         m_stream.expires_after(kDrainTime);
-        std::array<char, kBodyChunk> chunk;
-        for (std::uint64_t total = 0; !error && total < kLongestDrain; total += chunk.size()) {
-            error = Await([&](auto handler) { m_stream.async_read_some(asio::buffer(chunk), handler); });
+        Discard(error);
+    }
+
+    void Discard(beast::error_code error)
+    {
+        if (!error && m_left > 0) {
+            m_left -= std::min<std::uint64_t>(m_left, m_chunk.size());
+            m_stream.async_read_some(asio::buffer(m_chunk), Then(&Session::Discard));
         }
     }
 
-    void WaitForEnd()
+    void Reset(beast::error_code error)
     {
-        m_stream.expires_never();
-        std::array<char, kBodyChunk> chunk;
-        beast::error_code error;
-        while (!error && !m_cancelled) {
-            error = Await([&](auto handler) { m_stream.async_read_some(asio::buffer(chunk), handler); });
-        }
-    }
-
-    void Reset()
-    {
-        beast::error_code ignored;
-        m_stream.socket().set_option(asio::socket_base::linger(true, 0), ignored);
+        m_stream.socket().set_option(asio::socket_base::linger(true, 0), error);
         m_stream.close();
     }
 
-    asio::io_context m_context{1};
-    asio::executor_work_guard<asio::io_context::executor_type> m_work;
+    void Close(beast::error_code /*error*/) { m_stream.close(); }
+
+    /** Sends m_text. */
+    void Write(Step next)
+    {
+        m_stream.expires_after(kStallTime);
+        asio::async_write(m_stream, asio::buffer(m_text), Then(next));
+    }
+
+    const LoopbackAcceptor::Seat m_seat;
     beast::tcp_stream m_stream;
     asio::steady_timer m_timer;
     beast::flat_buffer m_buffer;
     Cloud& m_cloud;
-    ConnectionLimits m_limits;
-    bool m_cancelled = false;
+    const std::uint64_t m_maxBodySize;
+    std::optional<http::request_parser<http::buffer_body>> m_parser;
+    std::optional<Exchange> m_exchange;
+    std::array<char, kBodyChunk> m_chunk;
+    std::size_t m_wanted = 0;     ///< Of the chunk.
+    std::uint64_t m_bodySize = 0; ///< That has arrived.
+    Outcome m_answer;
+    std::string m_text;                                               ///< That is being sent.
+    std::uint64_t m_left = std::numeric_limits<std::uint64_t>::max(); ///< Bytes to discard.
 };
 
-Connection::Connection(FileDescriptor socket, Cloud& cloud, const ConnectionLimits& limits)
-    : m_implementation(std::make_unique<Implementation>(std::move(socket), cloud, limits))
-{}
+} // namespace
 
-Connection::~Connection() = default;
-
-void Connection::Run()
+void Serve(tcp::socket socket, LoopbackAcceptor::Seat seat, Cloud& cloud, std::uint64_t maxBodySize)
 {
-    m_implementation->Run();
-}
-
-void Connection::Cancel()
-{
-    m_implementation->Cancel();
+    std::make_shared<Session>(std::move(socket), std::move(seat), cloud, maxBodySize)->ReadHeader();
 }
 
 } // namespace DiagCloud

@@ -1,43 +1,23 @@
 #pragma once
 
-#include "Exchange.h"
-#include "FileDescriptor.h"
+#include "LoopbackAcceptor.h"
 
-#include <chrono>
 #include <cstdint>
-#include <memory>
 
 namespace DiagCloud
 {
 
-struct ConnectionLimits
-{
-    std::uint64_t bodySize; //!< Bytes of a request's body.
-    std::chrono::seconds idleTime =
-        std::chrono::seconds(60); //!< For a whole header to arrive, from the last answer on.
-    std::chrono::seconds stallTime = std::chrono::seconds(30); //!< For the next bytes of a body to arrive or to leave.
-};
+struct Cloud;
 
-/** Speaks HTTP/1.1 (RFC 9112) with one client: reads requests, lets an Exchange answer each, and sends the answers. */
-class Connection
-{
-public:
-    /** @param socket a connected TCP socket @param cloud must outlive the connection */
-    Connection(FileDescriptor socket, Cloud& cloud, const ConnectionLimits& limits);
-    ~Connection();
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
-
-    /** Serves the client until it is gone, stalls or breaks the protocol. Blocks; to be called once. */
-    void Run();
-
-    /** Ends Run soon, whatever it waits for. Any thread may call, also before Run and after it. */
-    void Cancel();
-
-private:
-    class Implementation;
-
-    std::unique_ptr<Implementation> m_implementation;
-};
+/**
+ * Speaks HTTP/1.1 (RFC 9112) with one client: reads requests, lets an Exchange decide on each, and gives the client the
+ * outcome. Begins here, and goes on in the socket's context until the client is gone, stalls or breaks the protocol.
+ *
+ * @param seat kept until then
+ * @param cloud must outlive the context
+ * @param maxBodySize bytes of a request's body
+ * @throws boost::system::system_error when the socket is no good
+ */
+void Serve(boost::asio::ip::tcp::socket socket, LoopbackAcceptor::Seat seat, Cloud& cloud, std::uint64_t maxBodySize);
 
 } // namespace DiagCloud

@@ -1,7 +1,9 @@
 #include "Exchange.h"
 
-#include "Json.h"
 #include "Metadata.h"
+
+#include <json/json.h>
+#include <openssl/evp.h>
 
 #include <algorithm>
 #include <exception>
@@ -20,26 +22,33 @@ constexpr int kMethodNotAllowed = 405;
 constexpr int kTooLarge = 413;
 constexpr int kServerError = 500;
 
-Answer JsonAnswer(int status, const Json::Value& body)
+/** What is wrong with an archive's Content-MD5; empty when nothing is. @param md5 the archive's, in hexadecimal */
+std::string FindMd5Fault(const Headers& headers, const std::string& md5)
 {
-    Answer answer;
-    answer.status = status;
-    answer.headers = {{"Content-Type", "application/json"}};
-    answer.body = ToText(body);
-    return answer;
+    const auto field = headers.find("Content-MD5");
+    if (field == headers.end() || field->second.empty()) {
+        return "Content-MD5 is missing";
+    }
+    if (field->second.size() != md5.size() ||
+        field->second.find_first_not_of("0123456789abcdef") != std::string::npos) {
+        return "Content-MD5 is not 32 lower-case hexadecimal digits";
+    }
+    return field->second == md5 ? "" : "Content-MD5 does not match the archive";
 }
 
 } // namespace
 
 Exchange::Exchange(Cloud& cloud, std::string method, std::string target, Headers headers)
-    : m_cloud(cloud), m_route(FindRoute(method, target)), m_outcome(cloud.script.Take(m_route.kind))
+    : m_cloud(cloud), m_route(FindRoute(method, target)), m_md5(EVP_md5())
 {
+    const std::optional<Outcome> scripted = cloud.script.Take(m_route.kind);
+    m_outcome = scripted.value_or(Outcome());
+    m_request.scripted = scripted.has_value();
     m_request.kind = m_route.kind;
     m_request.method = std::move(method);
     m_request.target = std::move(target);
     m_request.headers = std::move(headers);
     m_request.arrival = std::chrono::steady_clock::now();
-    m_request.scripted = m_outcome.has_value();
     if (m_route.kind == RequestKind::kMetadata) {
         m_request.productId = m_route.id;
     } else if (m_route.kind == RequestKind::kArchive) {
@@ -47,16 +56,6 @@ Exchange::Exchange(Cloud& cloud, std::string method, std::string target, Headers
         m_metadata = m_cloud.store.FindMetadata(m_route.id);
         m_request.productId = ProductIdOf(m_metadata.value_or(""));
     }
-}
-
-std::optional<std::uint64_t> Exchange::ResetAfterRequestBytes() const
-{
-    return m_outcome ? m_outcome->resetAfterRequestBytes : std::nullopt;
-}
-
-bool Exchange::IsDiscarded() const
-{
-    return m_outcome && (m_outcome->status || m_outcome->hang || m_outcome->resetAfterRequestBytes);
 }
 
 void Exchange::Receive(const char* data, std::size_t size)
@@ -67,54 +66,47 @@ void Exchange::Receive(const char* data, std::size_t size)
         return;
     }
     m_md5.Update(data, size);
-    if (m_metadata && !IsDiscarded() && m_storeFault.empty()) {
+    if (m_metadata && !m_outcome.IsInsteadOfTheRequest() && m_storeFault.empty()) {
         try {
             if (!m_archive) {
                 m_archive = m_cloud.store.AddArchive(m_route.id);
             }
-            m_archive->Write(data, size);
+            m_archive->Write({data, size});
         } catch (const std::exception& error) {
             m_storeFault = error.what();
         }
     }
 }
 
-Answer Exchange::Finish()
+Outcome Exchange::Finish()
 {
     m_request.complete = true;
     if (m_route.kind == RequestKind::kArchive) {
-        m_request.md5 = CompareMd5(FindHeader(m_request.headers, "Content-MD5"), m_md5.Finish());
+        m_request.md5Fault = FindMd5Fault(m_request.headers, m_md5.Finish());
     }
-
-    Answer answer;
-    if (IsDiscarded()) {
-        answer.status = m_outcome->status.value_or(kOk);
-        answer.headers = m_outcome->headers;
-        answer.body = m_outcome->body;
-        answer.hang = m_outcome->hang;
-        m_remark = answer.hang ? "no answer" : std::to_string(answer.status);
-        for (const auto& [name, value] : answer.headers) {
+    if (m_outcome.IsInsteadOfTheRequest()) {
+        for (const auto& [name, value] : m_outcome.headers) {
             m_remark.append(", ").append(name).append(": ").append(value);
         }
     } else {
-        answer = Decide();
-        m_remark = std::to_string(answer.status) + " " + m_remark;
+        Decide();
+        m_remark.insert(0, " ");
     }
-    m_request.status = answer.hang ? 0 : answer.status;
-    if (m_outcome) {
-        answer.delay = m_outcome->delay;
-        answer.resetAfterBytes = m_outcome->resetAfterBytes;
+    m_request.status = m_outcome.status.value_or(0);
+    m_remark.insert(0, m_outcome.hang ? "no answer" : std::to_string(m_request.status));
+    if (m_request.scripted) {
         m_remark += " (scripted";
-        if (answer.delay.count() > 0) {
-            m_remark += ", after " + std::to_string(answer.delay.count()) + " ms";
+        if (m_outcome.delay.count() > 0) {
+            m_remark += ", after " + std::to_string(m_outcome.delay.count()) + " ms";
         }
-        if (answer.resetAfterBytes) {
-            m_remark += ", connection reset after " + std::to_string(*answer.resetAfterBytes) + " bytes of the answer";
+        if (m_outcome.resetAfterBytes) {
+            m_remark +=
+                ", connection reset after " + std::to_string(*m_outcome.resetAfterBytes) + " bytes of the answer";
         }
         m_remark += ")";
     }
     m_cloud.log.Add(std::move(m_request), m_remark);
-    return answer;
+    return m_outcome;
 }
 
 void Exchange::Lose(const std::string& reason)
@@ -123,29 +115,25 @@ void Exchange::Lose(const std::string& reason)
     m_cloud.log.Add(std::move(m_request), reason);
 }
 
-Answer Exchange::Decide()
+void Exchange::Decide()
 {
     try {
-        switch (m_route.kind) {
-            case RequestKind::kMetadata:
-                return TakeMetadata();
-            case RequestKind::kArchive:
-                return TakeArchive();
-            case RequestKind::kOther:
-                break;
+        if (m_route.kind == RequestKind::kMetadata) {
+            TakeMetadata();
+        } else if (m_route.kind == RequestKind::kArchive) {
+            TakeArchive();
+        } else if (m_route.pathKnown) {
+            Refuse(kMethodNotAllowed, "only POST is possible here");
+            m_outcome.headers["Allow"] = "POST";
+        } else {
+            Refuse(kNotFound, "there is no such path");
         }
     } catch (const std::exception& error) {
-        return Refuse(kServerError, error.what());
+        Refuse(kServerError, error.what());
     }
-    if (!m_route.pathKnown) {
-        return Refuse(kNotFound, "there is no such path");
-    }
-    Answer answer = Refuse(kMethodNotAllowed, "only POST is possible here");
-    answer.headers.emplace_back("Allow", "POST");
-    return answer;
 }
 
-Answer Exchange::TakeMetadata()
+void Exchange::TakeMetadata()
 {
     if (m_request.bodySize > kLongestText) {
         return Refuse(kTooLarge, "the metadata is too large");
@@ -158,16 +146,16 @@ Answer Exchange::TakeMetadata()
     m_remark = "announces archive " + m_request.archiveId;
     Json::Value body;
     body["uploadUrl"] = m_cloud.baseUrl + "/archives/" + m_request.archiveId;
-    return JsonAnswer(kOk, body);
+    m_outcome.SetAnswer(kOk, body);
 }
 
-Answer Exchange::TakeArchive()
+void Exchange::TakeArchive()
 {
     if (!m_metadata) {
         return Refuse(kNotFound, "no metadata announced this archive");
     }
-    if (m_request.md5 != Md5Verdict::kMatches) {
-        return Refuse(kBadRequest, std::string("Content-MD5 ") + Describe(m_request.md5));
+    if (!m_request.md5Fault.empty()) {
+        return Refuse(kBadRequest, m_request.md5Fault);
     }
     if (!m_storeFault.empty()) {
         return Refuse(kServerError, m_storeFault);
@@ -180,15 +168,13 @@ Answer Exchange::TakeArchive()
     Json::Value body;
     body["archive"] = m_route.id;
     body["size"] = Json::Value::UInt64(m_request.bodySize);
-    return JsonAnswer(kOk, body);
+    m_outcome.SetAnswer(kOk, body);
 }
 
-Answer Exchange::Refuse(int status, const std::string& reason)
+void Exchange::Refuse(int status, const std::string& reason)
 {
     m_remark = reason;
-    Json::Value body;
-    body["error"] = reason;
-    return JsonAnswer(status, body);
+    m_outcome.Refuse(status, reason);
 }
 
 } // namespace DiagCloud

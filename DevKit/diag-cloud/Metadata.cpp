@@ -1,6 +1,8 @@
 #include "Metadata.h"
 
-#include "Json.h"
+#include "StrictJson.h"
+
+#include <json/json.h>
 
 #include <array>
 
@@ -41,13 +43,23 @@ std::string FindItemsFault(const Json::Value& items)
     return {};
 }
 
+/** The record; a null when the text is no JSON object. */
+Json::Value Parse(const std::string& text)
+{
+    try {
+        Json::Value record = StrictJson::Parse(text);
+        return record.isObject() ? record : Json::Value();
+    } catch (const StrictJson::Error&) {
+        return {};
+    }
+}
+
 } // namespace
 
 std::string FindMetadataFault(const std::string& text, const std::string& productId)
 {
-    std::string error;
-    const Json::Value record = ParseJson(text, error);
-    if (!error.empty() || !record.isObject()) {
+    const Json::Value record = Parse(text);
+    if (record.isNull()) {
         return "the body is not a JSON object";
     }
     for (const char* name : kTexts) {
@@ -69,10 +81,8 @@ std::string FindMetadataFault(const std::string& text, const std::string& produc
 
 std::string ProductIdOf(const std::string& text)
 {
-    std::string error;
-    const Json::Value record = ParseJson(text, error);
-    return error.empty() && record.isObject() && record["productId"].isString() ? record["productId"].asString()
-                                                                                : std::string();
+    const Json::Value productId = Parse(text)["productId"];
+    return productId.isString() ? productId.asString() : std::string();
 }
 
 } // namespace DiagCloud

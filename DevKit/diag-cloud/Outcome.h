@@ -1,12 +1,16 @@
 #pragma once
 
-#include "Headers.h"
-#include "Route.h"
+#include "ReceivedRequest.h"
 
 #include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
+
+namespace Json
+{
+class Value;
+}
 
 namespace DiagCloud
 {
@@ -38,6 +42,15 @@ struct Outcome
     bool hang = false;
     /** How many requests in a row have this outcome, or kForever. */
     std::uint32_t repeat = 1;
+
+    /** Whether the request has no effect of its own. */
+    bool IsInsteadOfTheRequest() const { return status || hang || resetAfterRequestBytes; }
+
+    /** @param content sent as it stands if it is a text, as JSON if it is anything else; "Content-Type" says which */
+    void SetAnswer(int newStatus, const Json::Value& content);
+
+    /** Answers with a reason, as JSON. */
+    void Refuse(int newStatus, const std::string& reason);
 };
 
 } // namespace DiagCloud

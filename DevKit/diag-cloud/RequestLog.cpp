@@ -9,11 +9,11 @@ namespace
 /** How the product's token came, which itself is a secret of the product. */
 const char* DescribeToken(const Headers& headers)
 {
-    constexpr char kName[] = "x-product-token";
-    if (!HasHeader(headers, kName)) {
+    const auto token = headers.find("x-product-token");
+    if (token == headers.end()) {
         return "absent";
     }
-    return FindHeader(headers, kName).empty() ? "empty" : "present";
+    return token->second.empty() ? "empty" : "present";
 }
 
 std::string Summary(const ReceivedRequest& request)
@@ -31,8 +31,8 @@ std::string Summary(const ReceivedRequest& request)
             break;
     }
     line += ", " + std::to_string(request.bodySize) + (request.complete ? " bytes" : " bytes, then broken off");
-    if (request.md5 != Md5Verdict::kNotChecked) {
-        line += std::string(", Content-MD5 ") + Describe(request.md5);
+    if (request.kind == RequestKind::kArchive && request.complete) {
+        line += ", " + (request.md5Fault.empty() ? "Content-MD5 matches" : request.md5Fault);
     }
     line += ", product " + (request.productId.empty() ? "unknown" : Printable(request.productId));
     return line + ", token " + DescribeToken(request.headers);

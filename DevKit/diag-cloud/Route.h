@@ -7,8 +7,8 @@ namespace DiagCloud
 
 enum class RequestKind
 {
-    kMetadata, //!< POST to "/senders/" product id "/metadata".
-    kArchive,  //!< POST to "/archives/" archive id.
+    kMetadata, ///< POST to "/senders/" product id "/metadata".
+    kArchive,  ///< POST to "/archives/" archive id.
     kOther,
 };
 
@@ -16,8 +16,8 @@ enum class RequestKind
 struct Route
 {
     RequestKind kind = RequestKind::kOther;
-    std::string id;         //!< The product's for kMetadata, the archive's for kArchive.
-    bool pathKnown = false; //!< The path is one of the two, whatever the method.
+    std::string id;         ///< The product's for kMetadata, the archive's for kArchive.
+    bool pathKnown = false; ///< The path is one of the two, whatever the method.
 };
 
 /**

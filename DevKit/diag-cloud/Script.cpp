@@ -1,6 +1,8 @@
 #include "Script.h"
 
-#include "Json.h"
+#include "StrictJson.h"
+
+#include <json/json.h>
 
 #include <algorithm>
 #include <stdexcept>
@@ -71,7 +73,7 @@ Headers Fields(const Json::Value& value)
         if (!IsToken(field.name()) || !(field->isString() || field->isIntegral()) || !IsFieldValue(field->asString())) {
             Refuse("\"headers\" must map field names to values on one line");
         }
-        headers.emplace_back(field.name(), field->asString());
+        headers.emplace(field.name(), field->asString());
     }
     return headers;
 }
@@ -84,8 +86,6 @@ void SetMember(Outcome& outcome, const std::string& name, const Json::Value& val
         outcome.status = static_cast<int>(Number(value, name, kLowestStatus, kHighestStatus));
     } else if (name == "headers") {
         outcome.headers = Fields(value);
-    } else if (name == "body") {
-        outcome.body = value.isString() ? value.asString() : ToText(value);
     } else if (name == "delayMs") {
         outcome.delay = std::chrono::milliseconds(Number(value, name, 0, kLongestDelayMs));
     } else if (name == "resetAfterBytes") {
@@ -100,7 +100,7 @@ void SetMember(Outcome& outcome, const std::string& name, const Json::Value& val
     } else if (name == "repeat") {
         const bool forever = value.isString() && value.asString() == "forever";
         outcome.repeat = forever ? Outcome::kForever : static_cast<std::uint32_t>(Number(value, name, 1, kMostRepeats));
-    } else {
+    } else if (name != "body") {
         Refuse("there is no member \"" + name + "\"");
     }
 }
@@ -121,13 +121,12 @@ Outcome ParseOutcome(const Json::Value& value)
     if ((status == kNoContent || status == kNotModified) && value.isMember("body")) {
         Refuse("an answer of status 204 or 304 has no \"body\"");
     }
-    const bool answers = outcome.status || outcome.resetAfterBytes;
-    const int endings = int{answers} + int{outcome.hang} + int{outcome.resetAfterRequestBytes.has_value()};
-    if (endings > 1) {
+    const bool isAnswered = outcome.status || outcome.resetAfterBytes;
+    if (int{isAnswered} + int{outcome.hang} + int{outcome.resetAfterRequestBytes.has_value()} > 1) {
         Refuse("\"hang\", \"resetAfterRequestBytes\" and an answer exclude each other");
     }
-    if (value.isMember("body") && !HasHeader(outcome.headers, "Content-Type")) {
-        outcome.headers.emplace_back("Content-Type", value["body"].isString() ? "text/plain" : "application/json");
+    if (value.isMember("body")) {
+        outcome.SetAnswer(status, value["body"]);
     }
     return outcome;
 }
@@ -136,10 +135,11 @@ Outcome ParseOutcome(const Json::Value& value)
 
 std::vector<Outcome> ParseScript(const std::string& text)
 {
-    std::string error;
-    const Json::Value script = ParseJson(text, error);
-    if (!error.empty()) {
-        Refuse("it is not JSON: " + error);
+    Json::Value script;
+    try {
+        script = StrictJson::Parse(text);
+    } catch (const StrictJson::Error& error) {
+        Refuse(std::string("it is not JSON: ") + error.what());
     }
     if (!script.isArray()) {
         Refuse("it is not a JSON array of outcomes");
@@ -159,7 +159,6 @@ Script::Script(std::vector<Outcome> outcomes) : m_outcomes(outcomes.begin(), out
 
 std::optional<Outcome> Script::Take(RequestKind kind)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_outcomes.empty() || (m_outcomes.front().match && m_outcomes.front().match != kind)) {
         return std::nullopt;
     }

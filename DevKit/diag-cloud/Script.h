@@ -3,7 +3,6 @@
 #include "Outcome.h"
 
 #include <deque>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,7 +21,7 @@ std::vector<Outcome> ParseScript(const std::string& text);
 
 /**
  * Hands out outcomes in their order. Only the one at the head is ever looked at: a request that it does not match has
- * the ordinary behaviour, and the outcome goes on waiting for its kind. Any thread may call.
+ * the ordinary behaviour, and the outcome goes on waiting for its kind. Not thread-safe.
  */
 class Script
 {
@@ -33,7 +32,6 @@ public:
     std::optional<Outcome> Take(RequestKind kind);
 
 private:
-    std::mutex m_mutex;
     std::deque<Outcome> m_outcomes;
 };
 

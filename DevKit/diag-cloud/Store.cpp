@@ -10,8 +10,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <system_error>
 
@@ -68,16 +66,10 @@ IncomingFile::~IncomingFile()
     }
 }
 
-void IncomingFile::Write(const char* data, std::size_t size)
+void IncomingFile::Write(std::string_view bytes)
 {
-    while (size > 0 && m_error == 0) {
-        const ssize_t written = write(m_file.Get(), data, size);
-        if (written >= 0) {
-            data += written;
-            size -= static_cast<std::size_t>(written);
-        } else if (errno != EINTR) {
-            m_error = errno;
-        }
+    if (m_error == 0 && !m_file.WriteAll(bytes)) {
+        m_error = errno;
     }
 }
 
@@ -109,7 +101,7 @@ std::string Store::AddMetadata(const std::string& text)
 {
     std::string id = NewId();
     IncomingFile file(m_folder, id + kMetadataSuffix);
-    file.Write(text.data(), text.size());
+    file.Write(text);
     file.Complete();
     return id;
 }
@@ -119,11 +111,9 @@ std::optional<std::string> Store::FindMetadata(const std::string& id) const
     if (!IsId(id)) {
         return std::nullopt;
     }
-    std::ifstream file(m_folder + "/" + id + kMetadataSuffix, std::ios::binary);
-    if (!file.is_open()) {
-        return std::nullopt;
-    }
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    const FileDescriptor file(open((m_folder + "/" + id + kMetadataSuffix).c_str(), O_RDONLY | O_CLOEXEC));
+    std::string text;
+    return file && file.ReadAll(text) ? std::optional(text) : std::nullopt;
 }
 
 std::unique_ptr<IncomingFile> Store::AddArchive(const std::string& id)

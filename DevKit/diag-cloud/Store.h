@@ -2,17 +2,17 @@
 
 #include "FileDescriptor.h"
 
-#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace DiagCloud
 {
 
 /**
  * A file that appears in the store under its name only once it is complete, in place of an earlier one of that name.
- * Until then it has another name, and if it is not completed it is removed. One thread at a time.
+ * Until then it has another name, and if it is not completed it is removed. Not thread-safe.
  */
 class IncomingFile
 {
@@ -24,7 +24,7 @@ public:
     IncomingFile& operator=(const IncomingFile&) = delete;
 
     /** Appends. After a failure the rest is ignored and Complete fails. */
-    void Write(const char* data, std::size_t size);
+    void Write(std::string_view bytes);
 
     /** Gives the file its name, and returns the path. @throws std::system_error when it could not be written whole */
     std::string Complete();
@@ -36,7 +36,7 @@ private:
     int m_error = 0;
 };
 
-/** The folder in which the cloud keeps what it is sent: ID-metadata.json and ID.tar.gz. Any thread may call. */
+/** The folder in which the cloud keeps what it is sent: ID-metadata.json and ID.tar.gz. Not thread-safe. */
 class Store
 {
 public:

@@ -1,52 +1,74 @@
 #include "CloudServer.h"
-#include "Options.h"
+#include "FileDescriptor.h"
 #include "Script.h"
-#include "ServeUntilSignal.h"
+#include "Tool.h"
 
-#include <fstream>
+#include <fcntl.h>
+
+#include <CLI/CLI.hpp>
+
 #include <iostream>
-#include <iterator>
-#include <memory>
 #include <stdexcept>
 
 namespace
 {
 
-DiagCloud::CloudSettings SettingsFrom(const DiagCloud::Options& options)
+std::vector<DiagCloud::Outcome> ReadScript(const std::string& path)
 {
-    DiagCloud::CloudSettings settings;
-    settings.port = options.port;
-    settings.storeFolder = options.store;
-    settings.maxBodySize = options.maxBodySize;
-    settings.keepRequests = false;
-    settings.writer = [](const std::string& line) { std::cout << line << std::endl; };
-    if (options.script) {
-        std::ifstream file(*options.script, std::ios::binary);
-        if (!file.is_open()) {
-            throw std::invalid_argument("cannot read the script " + *options.script);
-        }
-        const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-        try {
-            settings.script = DiagCloud::ParseScript(text);
-        } catch (const std::invalid_argument& error) {
-            throw std::invalid_argument("the script " + *options.script + " is refused: " + error.what());
-        }
+    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    std::string text;
+    if (!file || !file.ReadAll(text)) {
+        throw std::invalid_argument("cannot read the script " + path);
     }
-    return settings;
+    try {
+        return DiagCloud::ParseScript(text);
+    } catch (const std::invalid_argument& error) {
+        throw std::invalid_argument("the script " + path + " is refused: " + error.what());
+    }
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    return ServeUntilSignal("diag-cloud", [&]() -> std::shared_ptr<void> {
-        const DiagCloud::Options options = DiagCloud::ParseOptions({argv + 1, argv + argc});
-        if (options.help) {
-            std::cout << DiagCloud::kHelpText;
-            return nullptr;
+    constexpr int kLargestPort = 65535;
+    constexpr std::uint64_t kLargestBody = std::uint64_t{1} << 40U;
+    DiagCloud::CloudSettings settings;
+    settings.port = 8888;
+    settings.storeFolder = "diag-cloud-store";
+    settings.keepRequests = false;
+    settings.writer = [](const std::string& line) { std::cout << line << std::endl; };
+    std::string script;
+
+    CLI::App app(
+        "Stands in for the cloud's diagnostics service and for the proxy on the way to it: takes metadata and\n"
+        "archives, stores them and prints a line for each request. Listens on 127.0.0.1 and ::1 only. Ends on SIGINT\n"
+        "or SIGTERM.",
+        "diag-cloud");
+    app.add_option("--port", settings.port, "port to listen on; 0 takes any")
+        ->check(CLI::Range(0, kLargestPort))
+        ->type_name("PORT")
+        ->capture_default_str();
+    app.add_option("--store", settings.storeFolder, "where metadata and archives are stored; made if it is not there")
+        ->type_name("DIR")
+        ->capture_default_str();
+    app.add_option("--script", script,
+                   "a JSON array of outcomes that befall the first requests, such as failures that a client retries")
+        ->type_name("FILE");
+    app.add_option("--max-body-size", settings.maxBodySize, "largest request body that is accepted")
+        ->check(CLI::Range(std::uint64_t{0}, kLargestBody))
+        ->type_name("BYTES")
+        ->capture_default_str();
+
+    return RunTool(app, argc, argv, [&] {
+        if (!script.empty()) {
+            settings.script = ReadScript(script);
         }
-        auto server = std::make_shared<DiagCloud::CloudServer>(SettingsFrom(options));
-        std::cout << "diag-cloud listens on " << server->Url() << " and stores in " << options.store << std::endl;
-        return server;
+        return ServeUntilSignal([&] {
+            auto server = std::make_shared<DiagCloud::CloudServer>(settings);
+            std::cout << "diag-cloud listens on " << server->Url() << " and stores in " << settings.storeFolder
+                      << std::endl;
+            return server;
+        });
     });
 }

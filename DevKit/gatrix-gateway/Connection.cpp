@@ -1,10 +1,8 @@
 #include "Connection.h"
 
-#include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 
-#include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/write.hpp>
@@ -17,11 +15,9 @@
 
 #include <chrono>
 #include <deque>
-#include <string>
 #include <utility>
 
 #include "GatrixWire.h"
-#include "LoopbackListener.h"
 #include "Utf8Text.h"
 
 namespace GatrixGateway
@@ -33,27 +29,25 @@ namespace
 namespace asio = boost::asio;
 namespace beast = boost::beast;
 namespace websocket = boost::beast::websocket;
+using asio::ip::tcp;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kBufferKept = std::size_t{64} * 1024;
 constexpr std::size_t kDrained = std::size_t{16} * 1024;
 
-/** A peer that vanished without a word is noticed by the kernel within a minute (tcp(7)). */
-void KeepAlive(int socket)
+/** A socket of which the WebSocket layer leaves the end to us. A peer that vanished without a word is noticed by the
+ *  kernel within a minute (tcp(7)). */
+struct Socket : tcp::socket
 {
-    const std::pair<int, int> options[] = {{TCP_KEEPIDLE, 30}, {TCP_KEEPINTVL, 10}, {TCP_KEEPCNT, 3}};
-    const int on = 1;
-    setsockopt(socket, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
-    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    for (const auto& [name, value] : options) {
-        setsockopt(socket, IPPROTO_TCP, name, &value, sizeof value);
+    explicit Socket(tcp::socket socket) : tcp::socket(std::move(socket))
+    {
+        const std::pair<int, int> options[] = {
+            {TCP_NODELAY, 1}, {TCP_KEEPIDLE, 30}, {TCP_KEEPINTVL, 10}, {TCP_KEEPCNT, 3}};
+        set_option(keep_alive(true));
+        for (const auto& [name, value] : options) {
+            setsockopt(native_handle(), IPPROTO_TCP, name, &value, sizeof value);
+        }
     }
-}
-
-/** A socket of which the WebSocket layer leaves the end to us. */
-struct Socket : asio::ip::tcp::socket
-{
-    using asio::ip::tcp::socket::socket;
 };
 
 /** What that layer calls (under this name) after the last frame. Its own would wait, for ever, for the client to close.
@@ -76,18 +70,26 @@ std::string CloseFrame(CloseCode code, const std::string& reason)
            text;
 }
 
-} // namespace
-
-class Connection::Implementation : public std::enable_shared_from_this<Implementation>
+/** Operations that wait keep it alive. */
+class Session final : public Connection, public std::enable_shared_from_this<Session>
 {
-public:
-    Implementation(asio::io_context& context, FileDescriptor socket, ClientNumber client,
-                   const ConnectionLimits& limits, Owner& owner)
-        : m_stream(context), m_deadline(context), m_client(client), m_limits(limits), m_owner(owner)
+    using Step = void (Session::*)(beast::error_code error);
+
+    /** A handler that goes on with a step. */
+    auto Then(Step step)
     {
-        KeepAlive(socket.Get());
-        m_stream.next_layer().assign(IsIPv6(socket) ? asio::ip::tcp::v6() : asio::ip::tcp::v4(), socket.Get());
-        socket.Release();
+        return
+            [self = shared_from_this(), step](beast::error_code error, auto&&... /*sizes*/) { ((*self).*step)(error); };
+    }
+
+public:
+    Session(tcp::socket socket, ClientNumber client, const ConnectionLimits& limits, Owner& owner)
+        : m_stream(Socket(std::move(socket))),
+          m_deadline(m_stream.get_executor()),
+          m_client(client),
+          m_limits(limits),
+          m_owner(owner)
+    {
         m_stream.read_message_max(Gatrix::Wire::kMaxFrameBytes);
         m_stream.auto_fragment(false);
         m_stream.text(true);
@@ -96,10 +98,10 @@ public:
     void Start()
     {
         EndAfter(m_limits.helloTime);
-        m_stream.async_accept([self = shared_from_this()](beast::error_code error) { self->OnAccepted(error); });
+        m_stream.async_accept(Then(&Session::OnAccepted));
     }
 
-    bool Send(std::shared_ptr<const std::string> text)
+    bool Send(std::shared_ptr<const std::string> text) override
     {
         if (m_isClosing) {
             return true;
@@ -115,17 +117,16 @@ public:
         return true;
     }
 
-    bool IsHalfFull() const
+    bool IsHalfFull() const override
     {
         return m_queue.size() >= m_limits.queuedFrames / 2 || m_queuedBytes >= m_limits.queuedBytes / 2;
     }
 
-    void Close(CloseCode code, const std::string& reason)
+    void Close(CloseCode code, const std::string& reason) override
     {
-        if (m_isClosing) {
+        if (std::exchange(m_isClosing, true)) {
             return;
         }
-        m_isClosing = true;
         EndAfter(m_limits.closeTime);
         if (!m_isAccepted) {
             asio::post(m_stream.get_executor(), [self = shared_from_this()] { self->End(); });
@@ -135,12 +136,6 @@ public:
         if (m_queue.empty()) {
             WriteClose();
         }
-    }
-
-    void Abandon()
-    {
-        m_hasEnded = true;
-        Disconnect();
     }
 
 private:
@@ -154,12 +149,7 @@ private:
         Read();
     }
 
-    void Read()
-    {
-        m_stream.async_read(m_buffer, [self = shared_from_this()](beast::error_code error, std::size_t /*size*/) {
-            self->OnRead(error);
-        });
-    }
+    void Read() { m_stream.async_read(m_buffer, Then(&Session::OnRead)); }
 
     void OnRead(beast::error_code error)
     {
@@ -188,15 +178,15 @@ private:
     /** The client closed, or broke the protocol and has been told so. */
     void Leave(const std::string& why)
     {
-        if (!m_isClosing) {
-            m_isClosing = true;
+        if (!std::exchange(m_isClosing, true)) {
             EndAfter(m_limits.closeTime);
-            beast::error_code ignored;
-            m_stream.next_layer().shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
+            ShutDown({});
             m_owner.OnLeave(m_client, why);
         }
         Drain();
     }
+
+    void ShutDown(beast::error_code error) { m_stream.next_layer().shutdown(tcp::socket::shutdown_send, error); }
 
     /**
      * Closing with unread data pending would reset the connection and lose the close frame on its way. Waits before it
@@ -204,23 +194,25 @@ private:
      */
     void Drain()
     {
-        if (m_hasEnded) {
-            return;
+        if (!m_hasEnded) {
+            m_stream.next_layer().async_wait(Socket::wait_read, Then(&Session::OnDrainable));
         }
-        m_stream.next_layer().async_wait(Socket::wait_read, [self = shared_from_this()](beast::error_code error) {
-            Socket& socket = self->m_stream.next_layer();
-            if (!error) {
-                socket.non_blocking(true, error);
-            }
-            if (!error) {
-                socket.read_some(self->m_buffer.prepare(kDrained), error);
-            }
-            if (error && error != asio::error::would_block) {
-                self->End();
-            } else {
-                self->Drain();
-            }
-        });
+    }
+
+    void OnDrainable(beast::error_code error)
+    {
+        Socket& socket = m_stream.next_layer();
+        if (!error) {
+            socket.non_blocking(true, error);
+        }
+        if (!error) {
+            socket.read_some(m_buffer.prepare(kDrained), error);
+        }
+        if (error && error != asio::error::would_block) {
+            End();
+        } else {
+            Drain();
+        }
     }
 
     std::string WhyItEnded(beast::error_code error) const
@@ -233,12 +225,7 @@ private:
                (reason.reason.empty() ? "" : " " + std::string(reason.reason.c_str()));
     }
 
-    void Write()
-    {
-        m_stream.async_write(
-            asio::buffer(*m_queue.front()),
-            [self = shared_from_this()](beast::error_code error, std::size_t /*size*/) { self->OnWritten(error); });
-    }
+    void Write() { m_stream.async_write(asio::buffer(*m_queue.front()), Then(&Session::OnWritten)); }
 
     void OnWritten(beast::error_code error)
     {
@@ -260,39 +247,32 @@ private:
      */
     void WriteClose()
     {
-        asio::async_write(m_stream.next_layer(), asio::buffer(m_closeFrame),
-                          [self = shared_from_this()](beast::error_code /*error*/, std::size_t /*size*/) {
-                              beast::error_code ignored;
-                              self->m_stream.next_layer().shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
-                          });
+        asio::async_write(m_stream.next_layer(), asio::buffer(m_closeFrame), Then(&Session::ShutDown));
     }
 
     void EndAfter(std::chrono::milliseconds time)
     {
         m_deadline.expires_after(time);
-        m_deadline.async_wait([self = shared_from_this()](beast::error_code error) {
-            if (error || self->m_deadline.expiry() > Clock::now()) {
-                return;
-            }
-            if (!std::exchange(self->m_isClosing, true)) {
-                self->m_owner.OnLeave(self->m_client, "no hello in time");
-            }
-            self->End();
-        });
+        m_deadline.async_wait(Then(&Session::OnDeadline));
     }
 
-    void Disconnect()
+    void OnDeadline(beast::error_code error)
     {
-        m_isClosing = true;
-        m_deadline.cancel();
-        beast::error_code ignored;
-        m_stream.next_layer().close(ignored);
+        if (error || m_deadline.expiry() > Clock::now()) {
+            return;
+        }
+        if (!std::exchange(m_isClosing, true)) {
+            m_owner.OnLeave(m_client, "no hello in time");
+        }
+        End();
     }
 
     void End()
     {
         if (!std::exchange(m_hasEnded, true)) {
-            Disconnect();
+            m_deadline.cancel();
+            beast::error_code ignored;
+            m_stream.next_layer().close(ignored);
             m_owner.OnEnd(m_client);
         }
     }
@@ -303,39 +283,22 @@ private:
     const ClientNumber m_client;
     const ConnectionLimits m_limits;
     Owner& m_owner;
-    std::deque<std::shared_ptr<const std::string>> m_queue; //!< Its first frame is being written.
+    std::deque<std::shared_ptr<const std::string>> m_queue; ///< Its first frame is being written.
     std::size_t m_queuedBytes = 0;
-    std::string m_closeFrame; //!< To be sent, or sent; empty before.
+    std::string m_closeFrame; ///< To be sent, or sent; empty before.
     bool m_isAccepted = false;
     bool m_isClosing = false;
     bool m_hasEnded = false;
 };
 
-Connection::Connection(boost::asio::io_context& context, FileDescriptor socket, ClientNumber client,
-                       const ConnectionLimits& limits, Owner& owner)
-    : m_implementation(std::make_shared<Implementation>(context, std::move(socket), client, limits, owner))
-{
-    m_implementation->Start();
-}
+} // namespace
 
-Connection::~Connection()
+std::shared_ptr<Connection> Connection::Open(tcp::socket socket, ClientNumber client, const ConnectionLimits& limits,
+                                             Owner& owner)
 {
-    m_implementation->Abandon();
-}
-
-bool Connection::Send(std::shared_ptr<const std::string> text)
-{
-    return m_implementation->Send(std::move(text));
-}
-
-bool Connection::IsHalfFull() const
-{
-    return m_implementation->IsHalfFull();
-}
-
-void Connection::Close(CloseCode code, const std::string& reason)
-{
-    m_implementation->Close(code, reason);
+    auto session = std::make_shared<Session>(std::move(socket), client, limits, owner);
+    session->Start();
+    return session;
 }
 
 } // namespace GatrixGateway

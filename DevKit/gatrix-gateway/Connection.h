@@ -1,13 +1,12 @@
 #pragma once
 
-#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
 
 #include <cstdint>
 #include <memory>
 #include <string>
 
 #include "ClientNumber.h"
-#include "FileDescriptor.h"
 #include "Limits.h"
 
 namespace GatrixGateway
@@ -37,7 +36,7 @@ public:
         virtual void OnFrame(ClientNumber client, const std::string& text) = 0;
         /** The client went, or broke the protocol: no frame will come. OnEnd follows. Not told after Close. */
         virtual void OnLeave(ClientNumber client, const std::string& why) = 0;
-        /** The connection's last call: its socket is closed. It may be destroyed. */
+        /** The connection's last call: its socket is closed. */
         virtual void OnEnd(ClientNumber client) = 0;
 
     protected:
@@ -45,29 +44,21 @@ public:
         ~Owner() = default;
     };
 
-    /**
-     * Begins the handshake as a server. The first frame must come within the limits' helloTime.
-     *
-     * @param socket a connected TCP socket
-     * @throws boost::system::system_error when the socket cannot be watched
-     */
-    Connection(boost::asio::io_context& context, FileDescriptor socket, ClientNumber client,
-               const ConnectionLimits& limits, Owner& owner);
+    /** Begins the handshake as a server. The first frame must come within the limits' helloTime. */
+    static std::shared_ptr<Connection> Open(boost::asio::ip::tcp::socket socket, ClientNumber client,
+                                            const ConnectionLimits& limits, Owner& owner);
 
-    /** Without a word to the client or the owner. */
-    ~Connection();
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
+    virtual ~Connection() = default;
 
     /**
      * Queues a frame. One for a connection that is being closed goes nowhere.
      *
      * @return false, and nothing queued, when the queue is full: the client does not read
      */
-    bool Send(std::shared_ptr<const std::string> text);
+    virtual bool Send(std::shared_ptr<const std::string> text) = 0;
 
     /** Whether half of what the queue may hold waits in it. */
-    bool IsHalfFull() const;
+    virtual bool IsHalfFull() const = 0;
 
     /**
      * Closes the connection: frames that wait are not sent, frames that arrive are not told. OnEnd follows, at the
@@ -75,12 +66,7 @@ public:
      *
      * @param reason cut to what a close frame holds (123 bytes)
      */
-    void Close(CloseCode code, const std::string& reason);
-
-private:
-    class Implementation;
-
-    std::shared_ptr<Implementation> m_implementation;
+    virtual void Close(CloseCode code, const std::string& reason) = 0;
 };
 
 } // namespace GatrixGateway

@@ -1,14 +1,34 @@
 #include "EndpointIndex.h"
 
+#include <algorithm>
 #include <utility>
+
+#include "Limits.h"
 
 namespace GatrixGateway
 {
 
-void EndpointIndex::Add(ClientNumber client, const std::string& endpoint)
+namespace
 {
-    m_clients[endpoint].insert(client);
+
+void Remove(EndpointIndex::Clients& clients, ClientNumber client)
+{
+    clients.erase(std::remove(clients.begin(), clients.end(), client), clients.end());
+}
+
+} // namespace
+
+bool EndpointIndex::Add(ClientNumber client, const std::string& endpoint)
+{
+    const Endpoints& endpoints = EndpointsOf(client);
+    if (endpoints.size() >= kMaxEndpointsOfAClient && endpoints.count(endpoint) == 0) {
+        return false;
+    }
     m_endpoints[client].insert(endpoint);
+    Clients& clients = m_clients[endpoint];
+    Remove(clients, client);
+    clients.push_back(client);
+    return true;
 }
 
 const EndpointIndex::Clients& EndpointIndex::ClientsOf(const std::string& endpoint) const
@@ -27,15 +47,12 @@ const EndpointIndex::Endpoints& EndpointIndex::EndpointsOf(ClientNumber client) 
 
 EndpointIndex::Endpoints EndpointIndex::Drop(ClientNumber client)
 {
-    const auto found = m_endpoints.find(client);
-    if (found == m_endpoints.end()) {
-        return {};
-    }
-    Endpoints endpoints = std::move(found->second);
-    m_endpoints.erase(found);
+    Endpoints endpoints;
+    std::swap(endpoints, m_endpoints[client]);
+    m_endpoints.erase(client);
     for (const std::string& endpoint : endpoints) {
         const auto clients = m_clients.find(endpoint);
-        clients->second.erase(client);
+        Remove(clients->second, client);
         if (clients->second.empty()) {
             m_clients.erase(clients);
         }

@@ -1,25 +1,30 @@
 #pragma once
 
-#include <cstddef>
 #include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "ClientNumber.h"
 
 namespace GatrixGateway
 {
 
-/** Which clients have to do with which endpoints. Belongs to one thread. */
+/** Which clients have to do with which endpoints. Not thread-safe. */
 class EndpointIndex
 {
 public:
-    using Clients = std::set<ClientNumber>;
+    using Clients = std::vector<ClientNumber>;
     using Endpoints = std::set<std::string>;
 
-    /** Does nothing when the two already belong together. */
-    void Add(ClientNumber client, const std::string& endpoint);
+    /**
+     * Makes the client the endpoint's newest.
+     *
+     * @return false, and nothing changed, when the client has as many endpoints as it may (kMaxEndpointsOfAClient)
+     */
+    bool Add(ClientNumber client, const std::string& endpoint);
 
+    /** The newest last. */
     const Clients& ClientsOf(const std::string& endpoint) const;
     const Endpoints& EndpointsOf(ClientNumber client) const;
 

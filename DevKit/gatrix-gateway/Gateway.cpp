@@ -1,25 +1,18 @@
 #include "Gateway.h"
 
-#include <sys/socket.h>
-
 #include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
-#include <boost/asio/steady_timer.hpp>
 
-#include <cerrno>
 #include <deque>
 #include <exception>
-#include <list>
 #include <map>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <utility>
 
 #include "Connection.h"
 #include "GatrixWire.h"
-#include "LoopbackListener.h"
+#include "LoopbackAcceptor.h"
 #include "Router.h"
 
 namespace GatrixGateway
@@ -29,25 +22,10 @@ namespace
 {
 
 namespace asio = boost::asio;
-using asio::ip::tcp;
 
-constexpr std::chrono::milliseconds kPause{100};
 constexpr std::size_t kLongestLine = 400;
 constexpr std::size_t kLongestFrameLine = 4000;
 constexpr int kUnavailable = 503;
-
-/** A listening socket. */
-struct Door
-{
-    Door(asio::io_context& context, FileDescriptor socket) : acceptor(context)
-    {
-        acceptor.assign(tcp::v4(), socket.Get());
-        socket.Release();
-    }
-
-    tcp::acceptor acceptor;
-    bool isWatched = false;
-};
 
 } // namespace
 
@@ -55,14 +33,14 @@ struct Door
 class Gateway::Implementation final : public Connection::Owner
 {
 public:
-    explicit Implementation(GatewaySettings settings) : m_settings(std::move(settings)), m_pause(m_context)
+    explicit Implementation(GatewaySettings settings)
+        : m_settings(std::move(settings)),
+          m_acceptor(std::make_unique<LoopbackAcceptor>(
+              m_context, m_settings.port, m_settings.limits.connections,
+              [this](auto socket, auto seat) { Serve(std::move(socket), std::move(seat)); },
+              [this](const std::string& line) { Print(line); })),
+          m_port(m_acceptor->Port())
     {
-        LoopbackListener listener = ListenOnLoopback(m_settings.port);
-        m_port = listener.port;
-        for (FileDescriptor& socket : listener.sockets) {
-            m_doors.emplace_back(m_context, std::move(socket));
-        }
-        WatchDoors();
         m_thread = std::thread([this] { Run(); });
     }
 
@@ -84,8 +62,9 @@ public:
 private:
     struct Client
     {
-        std::unique_ptr<Connection> connection;
-        bool isDismissed = false; //!< Its connection is being closed; the router has forgotten it.
+        std::shared_ptr<Connection> connection;
+        LoopbackAcceptor::Seat seat;
+        bool isDismissed = false; ///< Its connection is being closed; the router has forgotten it.
     };
 
     /** Ends when nothing is left to wait for. */
@@ -103,74 +82,17 @@ private:
 
     void CloseAll()
     {
-        m_isStopping = true;
-        m_pause.cancel();
-        for (Door& door : m_doors) {
-            door.acceptor.close();
-        }
+        m_acceptor.reset();
         for (auto& [number, client] : m_clients) {
             client.isDismissed = true;
             client.connection->Close(CloseCode::kGoingAway, "the gateway ends");
         }
     }
 
-    /** With as many clients as may be, the next ones wait in the listening sockets' queues. */
-    void WatchDoors()
+    void Serve(asio::ip::tcp::socket socket, LoopbackAcceptor::Seat seat)
     {
-        for (Door& door : m_doors) {
-            if (!door.isWatched && !m_isStopping && m_clients.size() < m_settings.limits.connections) {
-                door.isWatched = true;
-                door.acceptor.async_wait(tcp::acceptor::wait_read, [this, &door](boost::system::error_code error) {
-                    door.isWatched = false;
-                    if (!error) {
-                        Accept(door);
-                    }
-                });
-            }
-        }
-    }
-
-    void Accept(Door& door)
-    {
-        while (m_clients.size() < m_settings.limits.connections) {
-            FileDescriptor socket(accept4(door.acceptor.native_handle(), nullptr, nullptr, SOCK_CLOEXEC));
-            if (socket) {
-                m_isShort = false;
-                Serve(std::move(socket));
-            } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
-                break;
-            } else if (errno != EINTR && errno != ECONNABORTED) {
-                Pause(std::generic_category().message(errno));
-                return;
-            }
-        }
-        WatchDoors();
-    }
-
-    /** Out of descriptors or memory: no use in trying at once. */
-    void Pause(const std::string& why)
-    {
-        if (!std::exchange(m_isShort, true)) {
-            Print("clients have to wait: " + why);
-        }
-        m_pause.expires_after(kPause);
-        m_pause.async_wait([this](boost::system::error_code error) {
-            if (!error) {
-                WatchDoors();
-            }
-        });
-    }
-
-    void Serve(FileDescriptor socket)
-    {
-        try {
-            const ClientNumber number = ++m_lastClient;
-            m_clients[number].connection =
-                std::make_unique<Connection>(m_context, std::move(socket), number, m_settings.limits, *this);
-        } catch (const std::exception& error) {
-            m_clients.erase(m_lastClient);
-            Print(std::string("a client is turned away: ") + error.what());
-        }
+        const ClientNumber number = ++m_lastClient;
+        m_clients[number] = {Connection::Open(std::move(socket), number, m_settings.limits, *this), std::move(seat)};
     }
 
     void OnFrame(ClientNumber client, const std::string& text) override
@@ -199,11 +121,7 @@ private:
         Apply(m_router.Drop(number));
     }
 
-    void OnEnd(ClientNumber number) override
-    {
-        m_clients.erase(number);
-        WatchDoors();
-    }
+    void OnEnd(ClientNumber number) override { m_clients.erase(number); }
 
     void Apply(Effects effects)
     {
@@ -266,14 +184,11 @@ private:
 
     const GatewaySettings m_settings;
     asio::io_context m_context{1};
-    std::uint16_t m_port = 0;
-    std::list<Door> m_doors;
-    asio::steady_timer m_pause;
+    std::unique_ptr<LoopbackAcceptor> m_acceptor;
+    const std::uint16_t m_port;
     std::map<ClientNumber, Client> m_clients;
     ClientNumber m_lastClient = 0;
     Router m_router;
-    bool m_isShort = false; //!< The last client could not be accepted; the log says so once.
-    bool m_isStopping = false;
     std::mutex m_stopMutex;
     std::thread m_thread;
 };

@@ -12,7 +12,7 @@
 namespace GatrixGateway
 {
 
-/** Which clients wait for which endpoints to have a handler, and who of them is told what. Belongs to one thread. */
+/** Which clients wait for which endpoints to have a handler, and who of them is told what. Not thread-safe. */
 class Interests
 {
 public:
@@ -39,8 +39,8 @@ public:
 private:
     struct Interest
     {
-        std::vector<std::string> endpoints; //!< As the client listed them.
-        std::size_t missing = 0;            //!< Endpoints without a handler, each counted once.
+        std::vector<std::string> endpoints; ///< As the client listed them.
+        std::size_t missing = 0;            ///< Endpoints without a handler, each counted once.
     };
 
     std::map<ClientNumber, Interest> m_interests;

@@ -17,13 +17,13 @@ inline constexpr std::size_t kMaxOpenRequestsOfAClient = 4096;
 /** Limits of connections. */
 struct ConnectionLimits
 {
-    std::size_t connections = 1024; //!< At a time; others wait to be accepted.
+    std::size_t connections = 1024; ///< At a time; others wait to be accepted.
     /** For the WebSocket handshake and the first frame to arrive. */
     std::chrono::milliseconds helloTime = std::chrono::seconds(10);
     /** For a closing handshake, after which the socket is closed all the same. */
     std::chrono::milliseconds closeTime = std::chrono::seconds(2);
-    std::size_t queuedFrames = 4096;                        //!< That a client has not yet taken.
-    std::size_t queuedBytes = std::size_t{4} * 1024 * 1024; //!< In those frames.
+    std::size_t queuedFrames = 4096;                        ///< That a client has not yet taken.
+    std::size_t queuedBytes = std::size_t{4} * 1024 * 1024; ///< In those frames.
 };
 
 } // namespace GatrixGateway

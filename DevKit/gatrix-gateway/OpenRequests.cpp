@@ -7,16 +7,14 @@ namespace GatrixGateway
 
 void OpenRequests::Add(OpenRequest request)
 {
-    ++m_lastId;
-    m_asked[request.requester].insert(m_lastId);
-    m_delivered[request.handler].insert(m_lastId);
-    m_requests.emplace(m_lastId, std::move(request));
+    ++m_asked[request.requester];
+    m_requests.emplace(++m_lastId, std::move(request));
 }
 
 std::size_t OpenRequests::AskedBy(ClientNumber client) const
 {
     const auto found = m_asked.find(client);
-    return found == m_asked.end() ? 0 : found->second.size();
+    return found == m_asked.end() ? 0 : found->second;
 }
 
 const OpenRequest* OpenRequests::Find(std::uint64_t id) const
@@ -27,41 +25,29 @@ const OpenRequest* OpenRequests::Find(std::uint64_t id) const
 
 std::optional<OpenRequest> OpenRequests::Take(std::uint64_t id)
 {
-    const auto found = m_requests.find(id);
-    if (found == m_requests.end()) {
+    const auto taken = m_requests.extract(id);
+    if (taken.empty()) {
         return std::nullopt;
     }
-    OpenRequest request = std::move(found->second);
-    m_requests.erase(found);
-    Forget(m_asked, request.requester, id);
-    Forget(m_delivered, request.handler, id);
-    return request;
+    const auto asked = m_asked.find(taken.mapped().requester);
+    if (--asked->second == 0) {
+        m_asked.erase(asked);
+    }
+    return taken.mapped();
 }
 
 std::vector<OpenRequest> OpenRequests::Drop(ClientNumber client)
 {
-    const std::set<std::uint64_t> asked = m_asked[client];
-    for (const std::uint64_t id : asked) {
-        Take(id);
-    }
     std::vector<OpenRequest> unanswered;
-    const std::set<std::uint64_t> delivered = m_delivered[client];
-    unanswered.reserve(delivered.size());
-    for (const std::uint64_t id : delivered) {
-        unanswered.push_back(*Take(id));
+    for (auto next = m_requests.begin(); next != m_requests.end();) {
+        const auto& [id, request] = *next++;
+        if (request.requester == client) {
+            Take(id);
+        } else if (request.handler == client) {
+            unanswered.push_back(*Take(id));
+        }
     }
-    m_asked.erase(client);
-    m_delivered.erase(client);
     return unanswered;
-}
-
-void OpenRequests::Forget(Ids& ids, ClientNumber client, std::uint64_t id)
-{
-    const auto found = ids.find(client);
-    found->second.erase(id);
-    if (found->second.empty()) {
-        ids.erase(found);
-    }
 }
 
 } // namespace GatrixGateway

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -18,13 +17,13 @@ namespace GatrixGateway
 struct OpenRequest
 {
     ClientNumber requester = 0;
-    std::uint64_t requestersId = 0; //!< The requester's own number of it; several open ones may have the same.
+    std::uint64_t requestersId = 0; ///< The requester's own number of it; several open ones may have the same.
     ClientNumber handler = 0;
     Gatrix::Method method = Gatrix::Method::GET;
     std::string endpoint;
 };
 
-/** The requests under way, by the gateway's own numbers. Belongs to one thread. */
+/** The requests under way, by the gateway's own numbers. Not thread-safe. */
 class OpenRequests
 {
 public:
@@ -47,14 +46,9 @@ public:
     std::vector<OpenRequest> Drop(ClientNumber client);
 
 private:
-    using Ids = std::map<ClientNumber, std::set<std::uint64_t>>;
-
-    static void Forget(Ids& ids, ClientNumber client, std::uint64_t id);
-
     std::uint64_t m_lastId = 0;
     std::map<std::uint64_t, OpenRequest> m_requests;
-    Ids m_asked;
-    Ids m_delivered;
+    std::map<ClientNumber, std::size_t> m_asked;
 };
 
 } // namespace GatrixGateway

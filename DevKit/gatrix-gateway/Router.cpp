@@ -1,5 +1,6 @@
 #include "Router.h"
 
+#include <set>
 #include <type_traits>
 #include <utility>
 
@@ -20,10 +21,15 @@ constexpr int kTooLarge = 413;
 constexpr int kTooMany = 429;
 constexpr int kUnavailable = 503;
 
+std::string KeyOf(Gatrix::Method method, const std::string& endpoint)
+{
+    return std::string(ToText(method)) + " " + endpoint;
+}
+
 /** Names an endpoint in a line or message; what is too long to be registered is cut. */
 std::string Named(Gatrix::Method method, const std::string& endpoint)
 {
-    return std::string(ToText(method)) + " " + std::string(Utf8Text::Cut(endpoint, kMaxEndpointBytes));
+    return KeyOf(method, std::string(Utf8Text::Cut(endpoint, kMaxEndpointBytes)));
 }
 
 std::string Listed(const std::vector<std::string>& endpoints)
@@ -89,7 +95,7 @@ Effects Router::Drop(ClientNumber client)
         Reject(request.requester, request.requestersId, kUnavailable,
                "the handler went away before it answered " + Named(request.method, request.endpoint), effects);
     }
-    for (auto& [interested, lost] : m_interests.Lose(m_registrations.Drop(client))) {
+    for (auto& [interested, lost] : m_interests.Lose(DropHandler(client))) {
         effects.lines.push_back(Label(interested) + " is not ready: nobody handles " + Listed(lost));
         effects.deliveries.push_back({interested, TextOf(Wire::NotReady{lost}), {}});
     }
@@ -126,7 +132,7 @@ void Router::On(ClientNumber client, const Wire::Interest& interest, Effects& ef
         effects.violation = "the endpoints of interest do not fit a frame";
         return;
     }
-    const auto hasHandler = [this](const std::string& endpoint) { return m_registrations.HasHandler(endpoint); };
+    const auto hasHandler = [this](const std::string& endpoint) { return HasHandler(endpoint); };
     if (m_interests.Set(client, interest.endpoints, hasHandler)) {
         Tell({{client, interest.endpoints}}, effects);
     }
@@ -134,18 +140,19 @@ void Router::On(ClientNumber client, const Wire::Interest& interest, Effects& ef
 
 void Router::On(ClientNumber client, const Wire::Register& registration, Effects& effects)
 {
-    const bool isFirst = !m_registrations.HasHandler(registration.endpoint);
-    const std::optional<ClientNumber> before = m_registrations.HandlerOf(registration.method, registration.endpoint);
     if ((effects.violation = ProblemOf(registration.endpoint))) {
         return;
     }
-    if (!m_registrations.Add(client, registration.method, registration.endpoint)) {
+    const std::string key = KeyOf(registration.method, registration.endpoint);
+    const bool isFirst = !HasHandler(registration.endpoint);
+    const EndpointIndex::Clients before = m_handlers.ClientsOf(key);
+    if (!m_handlers.Add(client, key)) {
         effects.violation = TooMany("registrations");
         return;
     }
-    effects.lines.push_back(Label(client) + " handles " + Named(registration.method, registration.endpoint) +
-                            (before && *before != client ? " instead of " + Label(*before) : "") + ", group " +
-                            registration.group);
+    effects.lines.push_back(Label(client) + " handles " + key +
+                            (before.empty() || before.back() == client ? "" : " instead of " + Label(before.back())) +
+                            ", group " + registration.group);
     if (isFirst) {
         Tell(m_interests.Gain(registration.endpoint), effects);
     }
@@ -156,8 +163,7 @@ void Router::On(ClientNumber client, const Wire::Subscribe& subscription, Effect
     if ((effects.violation = ProblemOf(subscription.endpoint))) {
         return;
     }
-    m_subscriptions.Add(client, subscription.endpoint);
-    if (m_subscriptions.EndpointsOf(client).size() > kMaxEndpointsOfAClient) {
+    if (!m_subscriptions.Add(client, subscription.endpoint)) {
         effects.violation = TooMany("subscriptions");
         return;
     }
@@ -167,8 +173,8 @@ void Router::On(ClientNumber client, const Wire::Subscribe& subscription, Effect
 void Router::On(ClientNumber client, Wire::Request request, Effects& effects)
 {
     const std::string named = Named(request.method, request.endpoint);
-    const std::optional<ClientNumber> handler = m_registrations.HandlerOf(request.method, request.endpoint);
-    if (!handler) {
+    const EndpointIndex::Clients& handlers = m_handlers.ClientsOf(KeyOf(request.method, request.endpoint));
+    if (handlers.empty()) {
         Reject(client, request.id, kNotFound, "nobody handles " + named, effects);
         return;
     }
@@ -182,22 +188,12 @@ void Router::On(ClientNumber client, Wire::Request request, Effects& effects)
         Reject(client, requestersId, kTooLarge, "too large for a frame to the handler of " + named, effects);
         return;
     }
-    m_requests.Add({client, requestersId, *handler, request.method, std::move(request.endpoint)});
-    effects.deliveries.push_back({*handler, text, request.id});
-}
-
-void Router::On(ClientNumber client, Wire::Answer answer, Effects& effects)
-{
-    Conclude(client, std::move(answer), effects);
-}
-
-void Router::On(ClientNumber client, Wire::Refusal refusal, Effects& effects)
-{
-    Conclude(client, std::move(refusal), effects);
+    m_requests.Add({client, requestersId, handlers.back(), request.method, std::move(request.endpoint)});
+    effects.deliveries.push_back({handlers.back(), text, request.id});
 }
 
 template <typename Outcome>
-void Router::Conclude(ClientNumber client, Outcome outcome, Effects& effects)
+void Router::On(ClientNumber client, Outcome outcome, Effects& effects)
 {
     const std::string answerOf = "the answer of " + Label(client) + " to request " + std::to_string(outcome.id);
     const OpenRequest* const open = m_requests.Find(outcome.id);
@@ -239,14 +235,22 @@ void Router::On(ClientNumber client, const Wire::Notify& notification, Effects& 
     }
 }
 
-void Router::On(ClientNumber /*client*/, const Wire::Ready& /*ready*/, Effects& effects)
+bool Router::HasHandler(const std::string& endpoint) const
 {
-    effects.violation = "ready is for the gateway to send";
+    return !m_handlers.ClientsOf(KeyOf(Gatrix::Method::GET, endpoint)).empty() ||
+           !m_handlers.ClientsOf(KeyOf(Gatrix::Method::POST, endpoint)).empty();
 }
 
-void Router::On(ClientNumber /*client*/, const Wire::NotReady& /*notReady*/, Effects& effects)
+std::vector<std::string> Router::DropHandler(ClientNumber client)
 {
-    effects.violation = "notReady is for the gateway to send";
+    std::set<std::string> lost;
+    for (const std::string& key : m_handlers.Drop(client)) {
+        const std::string endpoint = key.substr(key.find(' ') + 1);
+        if (!HasHandler(endpoint)) {
+            lost.insert(endpoint);
+        }
+    }
+    return {lost.begin(), lost.end()};
 }
 
 void Router::Tell(const Interests::Told& ready, Effects& effects) const

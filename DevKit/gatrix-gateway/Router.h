@@ -13,7 +13,6 @@
 #include "GatrixWire.h"
 #include "Interests.h"
 #include "OpenRequests.h"
-#include "Registrations.h"
 
 namespace GatrixGateway
 {
@@ -22,7 +21,7 @@ namespace GatrixGateway
 struct Delivery
 {
     ClientNumber client = 0;
-    std::shared_ptr<const std::string> text; //!< At most Gatrix::Wire::kMaxFrameBytes.
+    std::shared_ptr<const std::string> text; ///< At most Gatrix::Wire::kMaxFrameBytes.
     /** The gateway's number, where the frame is a request: Router::Refuse takes it back. */
     std::optional<std::uint64_t> request;
 };
@@ -30,15 +29,15 @@ struct Delivery
 /** What comes of an event. */
 struct Effects
 {
-    std::vector<Delivery> deliveries; //!< To be sent in this order.
-    std::vector<std::string> lines;   //!< For the log; may hold anything that clients send.
+    std::vector<Delivery> deliveries; ///< To be sent in this order.
+    std::vector<std::string> lines;   ///< For the log; may hold anything that clients send.
     /** Why the client that sent the frame must be dropped and its connection closed; none if it may stay. */
     std::optional<std::string> violation;
 };
 
 /**
  * Who is told what: frames of clients go in, frames for clients come out. Knows no connection. What it keeps of a
- * client is bounded (Limits.h). Belongs to one thread.
+ * client is bounded (Limits.h). Not thread-safe.
  */
 class Router
 {
@@ -65,22 +64,31 @@ private:
     void On(ClientNumber client, const Gatrix::Wire::Register& registration, Effects& effects);
     void On(ClientNumber client, const Gatrix::Wire::Subscribe& subscription, Effects& effects);
     void On(ClientNumber client, Gatrix::Wire::Request request, Effects& effects);
-    void On(ClientNumber client, Gatrix::Wire::Answer answer, Effects& effects);
-    void On(ClientNumber client, Gatrix::Wire::Refusal refusal, Effects& effects);
     void On(ClientNumber client, const Gatrix::Wire::Notify& notification, Effects& effects);
-    void On(ClientNumber client, const Gatrix::Wire::Ready& ready, Effects& effects);
-    void On(ClientNumber client, const Gatrix::Wire::NotReady& notReady, Effects& effects);
+    void On(ClientNumber /*client*/, const Gatrix::Wire::Ready& /*ready*/, Effects& effects)
+    {
+        effects.violation = "ready is for the gateway to send";
+    }
+    void On(ClientNumber /*client*/, const Gatrix::Wire::NotReady& /*notReady*/, Effects& effects)
+    {
+        effects.violation = "notReady is for the gateway to send";
+    }
 
     /** Takes an answer or a refusal of the client; gives it, with the requester's number, to the requester. */
     template <typename Outcome>
-    void Conclude(ClientNumber client, Outcome outcome, Effects& effects);
+    void On(ClientNumber client, Outcome outcome, Effects& effects);
 
+    /** Whether the endpoint has a handler for any method. */
+    bool HasHandler(const std::string& endpoint) const;
+    /** Forgets the client's registrations. @return the endpoints that have no handler any more */
+    std::vector<std::string> DropHandler(ClientNumber client);
     void Tell(const Interests::Told& ready, Effects& effects) const;
     void Reject(ClientNumber requester, std::uint64_t requestersId, int statusCode, const std::string& message,
                 Effects& effects) const;
 
     std::map<ClientNumber, std::string> m_names;
-    Registrations m_registrations;
+    /** By method and endpoint, "GET /a"; the newest handler wins, the others stay behind it. */
+    EndpointIndex m_handlers;
     Interests m_interests;
     EndpointIndex m_subscriptions;
     OpenRequests m_requests;

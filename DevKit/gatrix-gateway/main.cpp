@@ -1,24 +1,36 @@
+#include <CLI/CLI.hpp>
+
 #include <iostream>
 #include <memory>
 
 #include "Gateway.h"
-#include "Options.h"
-#include "ServeUntilSignal.h"
+#include "GatrixWire.h"
+#include "Tool.h"
 
 int main(int argc, char** argv)
 {
-    return ServeUntilSignal("gatrix-gateway", [&]() -> std::shared_ptr<void> {
-        const GatrixGateway::Options options = GatrixGateway::ParseOptions({argv + 1, argv + argc});
-        if (options.help) {
-            std::cout << GatrixGateway::kHelpText;
-            return nullptr;
-        }
-        GatrixGateway::GatewaySettings settings;
-        settings.port = options.port;
-        settings.verbose = options.verbose;
-        settings.writer = [](const std::string& line) { std::cout << line << std::endl; };
-        auto gateway = std::make_shared<GatrixGateway::Gateway>(settings);
-        std::cout << "gatrix-gateway listens on " + gateway->Url() + "\n" << std::flush;
-        return gateway;
+    constexpr int kLargestPort = 65535;
+    GatrixGateway::GatewaySettings settings;
+    settings.port = Gatrix::Wire::kPort;
+    settings.writer = [](const std::string& line) { std::cout << line << std::endl; };
+
+    CLI::App app(
+        "Stands in for the product's local API gateway: passes requests, answers and notifications between the\n"
+        "services that connect to it by WebSocket, and prints a line for each client that comes or goes, each\n"
+        "registration and each refusal. Listens on 127.0.0.1 and ::1 only. Ends on SIGINT or SIGTERM.",
+        "gatrix-gateway");
+    app.add_option("--port", settings.port, "port to listen on; 0 takes any")
+        ->check(CLI::Range(0, kLargestPort))
+        ->type_name("PORT")
+        ->capture_default_str();
+    app.add_flag("--verbose", settings.verbose,
+                 "print each frame too: \">\" marks what a client sent, \"<\" what it was sent");
+
+    return RunTool(app, argc, argv, [&settings] {
+        return ServeUntilSignal([&settings] {
+            auto gateway = std::make_shared<GatrixGateway::Gateway>(settings);
+            std::cout << "gatrix-gateway listens on " + gateway->Url() + "\n" << std::flush;
+            return gateway;
+        });
     });
 }

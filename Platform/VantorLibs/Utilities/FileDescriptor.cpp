@@ -28,7 +28,7 @@ bool FileDescriptor::Reset() noexcept
     return true;
 }
 
-bool FileDescriptor::WriteAll(const std::string& bytes) const
+bool FileDescriptor::WriteAll(std::string_view bytes) const
 {
     std::size_t done = 0;
     while (done < bytes.size()) {

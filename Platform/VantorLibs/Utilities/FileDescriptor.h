@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <utility>
 
 /** Owns one open descriptor and closes it at the end of its scope. Belongs to one thread at a time. */
@@ -26,7 +27,7 @@ public:
     int Release() noexcept { return std::exchange(m_descriptor, -1); }
 
     /** Writes all of the bytes, however many write(2) calls that takes. False, with errno set, when one fails. */
-    bool WriteAll(const std::string& bytes) const;
+    bool WriteAll(std::string_view bytes) const;
 
     /** What ReadAll takes unless told otherwise. */
     static constexpr std::size_t kMaxFileBytes = std::size_t{16} * 1024 * 1024;

@@ -39,7 +39,7 @@ TEST(CloudUpload, MetadataAndArchive_AreStoredAndRecorded)
         const auto archive = cloud.Request(3);
         EXPECT_EQ(metadata.target, "http://diagnostics.vantor.example/senders/GUID-1/metadata");
         EXPECT_EQ(metadata.body, TestCloud::kMetadata);
-        EXPECT_EQ(DiagCloud::FindHeader(metadata.headers, "X-Product-Token"), "secret-token");
+        EXPECT_EQ(metadata.headers.at("X-Product-Token"), "secret-token");
         EXPECT_EQ(archive.productId, "GUID-1");
         const std::string path = cloud.Folder() + "/" + metadata.archiveId;
         EXPECT_EQ(archive.archivePath, path + ".tar.gz");

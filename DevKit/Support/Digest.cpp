@@ -1,0 +1,31 @@
+#include "Digest.h"
+
+#include <openssl/evp.h>
+
+#include <array>
+#include <stdexcept>
+
+Digest::Digest(const evp_md_st* kind) : m_context(EVP_MD_CTX_new(), EVP_MD_CTX_free)
+{
+    if (!m_context || EVP_DigestInit_ex(m_context.get(), kind, nullptr) != 1) {
+        throw std::runtime_error("the cryptographic library does not offer a digest");
+    }
+}
+
+void Digest::Update(const char* data, std::size_t size)
+{
+    EVP_DigestUpdate(m_context.get(), data, size);
+}
+
+std::string Digest::Finish()
+{
+    constexpr const char* kHexDigits = "0123456789abcdef";
+    std::array<unsigned char, EVP_MAX_MD_SIZE> digest;
+    unsigned int size = 0;
+    EVP_DigestFinal_ex(m_context.get(), digest.data(), &size);
+    std::string text;
+    for (unsigned int index = 0; index < size; ++index) {
+        text += {kHexDigits[digest[index] >> 4U], kHexDigits[digest[index] & 0xFU]};
+    }
+    return text;
+}
