@@ -29,7 +29,7 @@ void Say(const Parts&... parts)
 }
 } // namespace
 
-Peer::Peer(Options options) : APTask("gatrix-peer", 0, CTask::NOT_REALTIME, -1), m_options(std::move(options))
+Peer::Peer(PeerOptions options) : APTask("gatrix-peer", 0, CTask::NOT_REALTIME, -1), m_options(std::move(options))
 {
     std::ofstream note(kNoteFile);
     note << "A note that gatrix-peer left on the device.\n" << std::flush;

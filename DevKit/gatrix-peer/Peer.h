@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <cstdint>
 #include <future>
 #include <memory>
 #include <string>
@@ -9,8 +11,22 @@
 #include "Callback.h"
 #include "DeviceManager.pb.h"
 #include "GatrixClientIF.h"
-#include "Options.h"
 #include "UploadSysInfo.pb.h"
+
+/** What a peer does. */
+struct PeerOptions
+{
+    /** Of the gateway, on this machine. */
+    std::uint16_t port = 8084;
+    /** How long the diagnostic-file service may take to be there. */
+    std::chrono::seconds timeout{30};
+    /** Whether to go on offering endpoints after the upload was answered. */
+    bool isStaying = false;
+    /** What the payload endpoint answers with. */
+    std::string payload = "zone=Kitchen; state=playing; volume=31";
+    /** What is posted. */
+    DFSCommonPB::UploadRequest upload;
+};
 
 /**
  * An on-device service as small as one can be: offers three endpoints on the gateway, registers two of them as
@@ -20,7 +36,7 @@ class Peer : public APTask
 {
 public:
     /** Writes the file that the peer offers, and begins to connect. @throws std::runtime_error when it cannot */
-    explicit Peer(Options options);
+    explicit Peer(PeerOptions options);
     ~Peer() override;
 
     /** From one thread: waits, as long as the options say, until the service can be asked. */
@@ -44,7 +60,7 @@ private:
     void UploadCB(const DFSCommonPB::UploadResponse& response);
     void UploadErrorCB(const Gatrix::Error& error);
 
-    const Options m_options;
+    const PeerOptions m_options;
     std::shared_ptr<Gatrix::GatrixClientIF> m_gatrix;
     bool m_hasPosted = false;
     /** Answers to registrations that are still to come before the upload is posted. */

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "ExitStatus.h"
 #include "Options.h"
 
 /** Runs the commands that come line by line on standard input, to its end or to "quit". Returns the first failure. */

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "CliWire.h"
-#include "ExitStatus.h"
 #include "Options.h"
 #include "ServiceLink.h"
 

@@ -1,10 +1,21 @@
 #pragma once
 
 #include <chrono>
-#include <string>
-#include <vector>
 
-/** What vcli was called with. */
+/** How vcli ends; with several commands, as the first of them that failed. */
+enum class ExitStatus
+{
+    Done = 0,
+    NoService = 1,
+    WrongUsage = 2,
+    NoSuchCommand = 3,
+    NoReply = 4,
+    HandlerFailed = 5,
+    ServiceGone = 6,
+    NoOutcome = 7,
+};
+
+/** How long vcli waits, and for what. */
 struct Options
 {
     /** Whether to wait, after a command's reply, for the line that tells its outcome. */
@@ -16,20 +27,7 @@ struct Options
         Never
     };
 
-    bool showHelp = false;
     std::chrono::seconds timeout{5};
     Wait wait = Wait::IfTriggered;
     std::chrono::seconds waitTimeout{15 * 60};
-    /** The command; none: commands are read from standard input. */
-    std::vector<std::string> words;
 };
-
-/**
- * Reads the arguments that follow the program's name. Not to be called by two threads at a time.
- *
- * @throws std::invalid_argument with one line for the user
- */
-Options ParseOptions(std::vector<std::string> arguments);
-
-/** The text of --help. */
-extern const char kHelpText[];
