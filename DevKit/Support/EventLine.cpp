@@ -1,9 +1,9 @@
 #include "EventLine.h"
 
-#include <array>
 #include <chrono>
-#include <cstdio>
 #include <ctime>
+#include <iomanip>
+#include <sstream>
 
 std::string TimeOfDay()
 {
@@ -13,10 +13,9 @@ std::string TimeOfDay()
         std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
     std::tm utc{};
     gmtime_r(&seconds, &utc);
-    std::array<char, 40> text{};
-    const std::size_t length = std::strftime(text.data(), text.size(), "%FT%T", &utc);
-    std::snprintf(text.data() + length, text.size() - length, ".%03dZ ", static_cast<int>(milliseconds));
-    return text.data();
+    std::ostringstream text;
+    text << std::put_time(&utc, "%FT%T.") << std::setfill('0') << std::setw(3) << milliseconds << "Z ";
+    return text.str();
 }
 
 std::string Printable(const std::string& text, std::size_t longest)

@@ -10,25 +10,24 @@
 namespace DiagCloud
 {
 
-class CloudServer::Implementation
+struct CloudServer::Implementation
 {
-public:
     explicit Implementation(CloudSettings settings)
-        : m_cloud{Script(std::move(settings.script)),
-                  Store(std::move(settings.storeFolder)),
-                  RequestLog(settings.keepRequests, std::move(settings.writer)),
-                  {}},
-          m_context(std::make_unique<boost::asio::io_context>(1)),
-          m_acceptor(std::make_unique<LoopbackAcceptor>(
-              *m_context, settings.port, settings.maxConnections,
+        : cloud{Script(std::move(settings.script)),
+                Store(std::move(settings.storeFolder)),
+                RequestLog(settings.keepRequests, std::move(settings.writer)),
+                {}},
+          context(std::make_unique<boost::asio::io_context>(1)),
+          acceptor(std::make_unique<LoopbackAcceptor>(
+              *context, settings.port, settings.maxConnections,
               [this, maxBodySize = settings.maxBodySize](auto socket, auto seat) {
-                  Serve(std::move(socket), std::move(seat), m_cloud, maxBodySize);
+                  Serve(std::move(socket), std::move(seat), cloud, maxBodySize);
               },
-              [this](const std::string& line) { m_cloud.log.Print(line); })),
-          m_port(m_acceptor->Port())
+              [this](const std::string& line) { cloud.log.Print(line); })),
+          port(acceptor->Port())
     {
-        m_cloud.baseUrl = "http://localhost:" + std::to_string(m_port);
-        m_thread = std::thread([this] { Run(); });
+        cloud.baseUrl = "http://localhost:" + std::to_string(port);
+        thread = std::thread([this] { Run(); });
     }
 
     ~Implementation() { Stop(); }
@@ -37,36 +36,32 @@ public:
 
     void Stop()
     {
-        const std::lock_guard<std::mutex> lock(m_stopMutex);
-        if (m_thread.joinable()) {
-            m_context->stop();
-            m_thread.join();
-            m_acceptor.reset();
-            m_context.reset(); // and with it the connections, whose operations it owns
+        const std::lock_guard<std::mutex> lock(stopMutex);
+        if (thread.joinable()) {
+            context->stop();
+            thread.join();
+            acceptor.reset();
+            context.reset(); // and with it the connections, whose operations it owns
         }
     }
 
-    std::uint16_t Port() const { return m_port; }
-    const Cloud& GetCloud() const { return m_cloud; }
-
-private:
     void Run()
     {
-        while (!m_context->stopped()) {
+        while (!context->stopped()) {
             try {
-                m_context->run();
+                context->run();
             } catch (const std::exception& error) {
-                m_cloud.log.Print(std::string("a connection ends: ") + error.what());
+                cloud.log.Print(std::string("a connection ends: ") + error.what());
             }
         }
     }
 
-    Cloud m_cloud;
-    std::unique_ptr<boost::asio::io_context> m_context;
-    std::unique_ptr<LoopbackAcceptor> m_acceptor;
-    const std::uint16_t m_port;
-    std::mutex m_stopMutex;
-    std::thread m_thread;
+    Cloud cloud;
+    std::unique_ptr<boost::asio::io_context> context;
+    std::unique_ptr<LoopbackAcceptor> acceptor;
+    const std::uint16_t port;
+    std::mutex stopMutex;
+    std::thread thread;
 };
 
 CloudServer::CloudServer(CloudSettings settings)
@@ -82,22 +77,22 @@ void CloudServer::Stop()
 
 std::uint16_t CloudServer::Port() const
 {
-    return m_implementation->Port();
+    return m_implementation->port;
 }
 
 std::string CloudServer::Url() const
 {
-    return m_implementation->GetCloud().baseUrl;
+    return m_implementation->cloud.baseUrl;
 }
 
 std::vector<ReceivedRequest> CloudServer::Requests() const
 {
-    return m_implementation->GetCloud().log.Requests();
+    return m_implementation->cloud.log.Requests();
 }
 
 std::optional<ReceivedRequest> CloudServer::WaitForRequest(std::size_t number, std::chrono::milliseconds timeout) const
 {
-    return m_implementation->GetCloud().log.WaitFor(number, timeout);
+    return m_implementation->cloud.log.WaitFor(number, timeout);
 }
 
 } // namespace DiagCloud

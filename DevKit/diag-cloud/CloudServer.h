@@ -70,7 +70,7 @@ public:
     std::optional<ReceivedRequest> WaitForRequest(std::size_t number, std::chrono::milliseconds timeout) const;
 
 private:
-    class Implementation;
+    struct Implementation;
 
     std::unique_ptr<Implementation> m_implementation;
 };

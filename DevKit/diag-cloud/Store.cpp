@@ -4,13 +4,14 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <iomanip>
 #include <random>
+#include <sstream>
 #include <system_error>
 
 namespace DiagCloud
@@ -22,9 +23,10 @@ namespace
 const std::string kMetadataSuffix = "-metadata.json";
 const std::string kArchiveSuffix = ".tar.gz";
 
-[[noreturn]] void Throw(int error, const std::string& what)
+/** Reports errno. */
+[[noreturn]] void Throw(const std::string& what)
 {
-    throw std::system_error(error, std::generic_category(), what);
+    throw std::system_error(errno, std::generic_category(), what);
 }
 
 /** Sorts by time, and does not repeat when the server is started anew on the same folder. */
@@ -33,10 +35,10 @@ std::string NewId()
     const std::time_t now = std::time(nullptr);
     std::tm utc{};
     gmtime_r(&now, &utc);
-    std::array<char, 40> text{};
-    const std::size_t length = std::strftime(text.data(), text.size(), "%Y%m%dT%H%M%SZ-", &utc);
-    std::snprintf(text.data() + length, text.size() - length, "%08x", std::random_device()());
-    return text.data();
+    std::ostringstream id;
+    id << std::put_time(&utc, "%Y%m%dT%H%M%SZ-") << std::hex << std::setfill('0') << std::setw(8)
+       << std::random_device()();
+    return id.str();
 }
 
 /** Ids become file names, and come back in the paths of requests. */
@@ -55,7 +57,7 @@ IncomingFile::IncomingFile(const std::string& folder, const std::string& name)
 {
     m_file = FileDescriptor(mkostemp(m_temporaryPath.data(), O_CLOEXEC));
     if (!m_file) {
-        Throw(errno, "cannot make a file in " + folder);
+        Throw("cannot make a file in " + folder);
     }
 }
 
@@ -68,21 +70,15 @@ IncomingFile::~IncomingFile()
 
 void IncomingFile::Write(std::string_view bytes)
 {
-    if (m_error == 0 && !m_file.WriteAll(bytes)) {
-        m_error = errno;
+    if (!m_file.WriteAll(bytes)) {
+        Throw("cannot write " + m_path);
     }
 }
 
 std::string IncomingFile::Complete()
 {
-    if (m_error == 0 && !m_file.Reset()) {
-        m_error = errno;
-    }
-    if (m_error == 0 && std::rename(m_temporaryPath.c_str(), m_path.c_str()) != 0) {
-        m_error = errno;
-    }
-    if (m_error != 0) {
-        Throw(m_error, "cannot write " + m_path);
+    if (!m_file.Reset() || std::rename(m_temporaryPath.c_str(), m_path.c_str()) != 0) {
+        Throw("cannot write " + m_path);
     }
     m_temporaryPath.clear();
     return m_path;
@@ -90,11 +86,7 @@ std::string IncomingFile::Complete()
 
 Store::Store(std::string folder) : m_folder(std::move(folder))
 {
-    std::error_code error;
-    std::filesystem::create_directories(m_folder, error);
-    if (error) {
-        throw std::system_error(error, "cannot make the folder " + m_folder);
-    }
+    std::filesystem::create_directories(m_folder);
 }
 
 std::string Store::AddMetadata(const std::string& text)

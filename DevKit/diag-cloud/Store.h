@@ -23,7 +23,7 @@ public:
     IncomingFile(const IncomingFile&) = delete;
     IncomingFile& operator=(const IncomingFile&) = delete;
 
-    /** Appends. After a failure the rest is ignored and Complete fails. */
+    /** Appends. @throws std::system_error */
     void Write(std::string_view bytes);
 
     /** Gives the file its name, and returns the path. @throws std::system_error when it could not be written whole */
@@ -33,7 +33,6 @@ private:
     std::string m_path;
     std::string m_temporaryPath;
     FileDescriptor m_file;
-    int m_error = 0;
 };
 
 /** The folder in which the cloud keeps what it is sent: ID-metadata.json and ID.tar.gz. Not thread-safe. */
