@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Fault.h"
 #include "Limits.h"
 
 #include <ctime>
@@ -15,8 +16,8 @@ public:
         : m_bytes(limits.totalSize), m_seconds(limits.processorSeconds), m_start(std::clock())
     {}
 
-    /** Takes off the bytes that a layer works on. False, for good, once the bytes or the processor time are used up. */
-    bool Spend(std::uint64_t bytes)
+    /** Takes off the bytes that a layer works on. @throws Fault, for good, once bytes or processor time are used up */
+    void Spend(std::uint64_t bytes)
     {
         constexpr std::uint64_t kClockStep = std::uint64_t{64} * 1024;
         m_sinceClock += bytes;
@@ -25,8 +26,11 @@ public:
             m_isSpent = m_isSpent || static_cast<std::uint64_t>((std::clock() - m_start) / CLOCKS_PER_SEC) >= m_seconds;
         }
         m_isSpent = m_isSpent || bytes > m_bytes;
-        m_bytes -= m_isSpent ? 0 : bytes;
-        return !m_isSpent;
+        if (m_isSpent) {
+            throw Fault(Outcome::kRefused,
+                        "the archive makes more work than is accepted (--max-plain-size lifts the bound)");
+        }
+        m_bytes -= bytes;
     }
 
 private:

@@ -4,11 +4,11 @@
 
 #include <openssl/bio.h>
 #include <openssl/cms.h>
-#include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 
 #include <cerrno>
+#include <exception>
 #include <limits>
 #include <stdexcept>
 #include <string_view>
@@ -36,16 +36,20 @@ using BioMethod = std::unique_ptr<BIO_METHOD, Freer<BIO_meth_free>>;
 struct SinkState
 {
     const ByteSink& sink;
-    bool full = false;
+    std::exception_ptr fault; ///< Of the sink: OpenSSL is in C, which no exception may pass.
 };
 
 int WriteToSink(BIO* bio, const char* data, int size)
 {
     auto& state = *static_cast<SinkState*>(BIO_get_data(bio));
-    if (!state.full && !state.sink(data, static_cast<std::size_t>(size))) {
-        state.full = true;
+    try {
+        if (!state.fault) {
+            state.sink(data, static_cast<std::size_t>(size));
+        }
+    } catch (...) {
+        state.fault = std::current_exception();
     }
-    return state.full ? -1 : size;
+    return state.fault ? -1 : size;
 }
 
 long ControlSink(BIO* /*bio*/, int command, long /*number*/, void* /*pointer*/)
@@ -87,11 +91,21 @@ bool UnwrapByAgreement(CMS_ContentInfo* message, CMS_RecipientInfo* recipient, E
     return false;
 }
 
+Fault Damaged()
+{
+    return Fault(Outcome::kDamaged, "its encrypted CMS message is damaged or cut short");
+}
+
+Fault Crowded()
+{
+    return Fault(Outcome::kRefused, "its encrypted CMS message names more recipients than are accepted");
+}
+
 /**
  * Unwraps the content key with the private key. This goes recipient by recipient because CMS_decrypt, given a key
  * without a certificate, hides a wrong key behind a random content key.
  */
-EnvelopeStatus UnwrapContentKey(CMS_ContentInfo* message, EVP_PKEY* key)
+void UnwrapContentKey(CMS_ContentInfo* message, EVP_PKEY* key)
 {
     STACK_OF(CMS_RecipientInfo)* recipients = CMS_get0_RecipientInfos(message);
     int tries = kMostRecipients;
@@ -100,20 +114,17 @@ EnvelopeStatus UnwrapContentKey(CMS_ContentInfo* message, EVP_PKEY* key)
         const int type = CMS_RecipientInfo_type(recipient);
         if ((type == CMS_RECIPINFO_TRANS && --tries >= 0 && UnwrapByTransport(message, recipient, key)) ||
             (type == CMS_RECIPINFO_AGREE && UnwrapByAgreement(message, recipient, key, tries))) {
-            return EnvelopeStatus::kOpened;
+            return;
         }
     }
-    return tries < 0 ? EnvelopeStatus::kCrowded : EnvelopeStatus::kWrongKey;
+    throw tries < 0 ? Crowded() : Fault(Outcome::kDamaged, "does not open with this key");
 }
 
-EnvelopeStatus Decrypt(CMS_ContentInfo* message, BIO* content, EVP_PKEY* key, const ByteSink& sink)
+void Decrypt(CMS_ContentInfo* message, BIO* content, EVP_PKEY* key, const ByteSink& sink)
 {
-    const EnvelopeStatus unwrapped = UnwrapContentKey(message, key);
-    if (unwrapped != EnvelopeStatus::kOpened) {
-        return unwrapped;
-    }
+    UnwrapContentKey(message, key);
     static const BioMethod method = SinkMethod();
-    SinkState state{sink};
+    SinkState state{sink, {}};
     const Bio output(BIO_new(method.get()));
     if (!output) {
         throw std::bad_alloc();
@@ -122,10 +133,12 @@ EnvelopeStatus Decrypt(CMS_ContentInfo* message, BIO* content, EVP_PKEY* key, co
     BIO_set_init(output.get(), 1);
 
     const int result = CMS_decrypt(message, nullptr, nullptr, content, output.get(), CMS_BINARY | CMS_DEBUG_DECRYPT);
-    if (state.full) {
-        return EnvelopeStatus::kSinkFull;
+    if (state.fault) {
+        std::rethrow_exception(state.fault);
     }
-    return result == 1 ? EnvelopeStatus::kOpened : EnvelopeStatus::kDamaged;
+    if (result != 1) {
+        throw Damaged();
+    }
 }
 
 /** Whether an AlgorithmIdentifier is that of AES in CBC mode (RFC 3565, section 4.1), with any size of key. */
@@ -150,65 +163,44 @@ Message ParseWithoutContent(std::string_view recipients, std::string_view cipher
     return Message(d2i_CMS_ContentInfo(nullptr, &next, static_cast<long>(message.size())));
 }
 
-EnvelopeStatus Open(std::string& message, const PrivateKey* key, const ByteSink& sink)
-{
-    EnvelopeLayout layout;
-    switch (layout.Find(message)) {
-        case EnvelopeLayout::Form::kNotCms:
-            return EnvelopeStatus::kNotCms;
-        case EnvelopeLayout::Form::kDamaged:
-            return EnvelopeStatus::kDamaged;
-        case EnvelopeLayout::Form::kWhole:
-            break;
-    }
-    const auto part = [&message](const EnvelopeLayout::Part& where) {
-        return std::string_view(message).substr(where.begin, where.size);
-    };
-    if (layout.recipients.size + layout.cipher.size > kLongestRecipients) {
-        return EnvelopeStatus::kCrowded;
-    }
-    if (!IsAesCbc(part(layout.algorithm))) {
-        return EnvelopeStatus::kCipher;
-    }
-    const Message parsed = ParseWithoutContent(part(layout.recipients), part(layout.cipher));
-    if (!parsed) {
-        return EnvelopeStatus::kDamaged;
-    }
-    if (key == nullptr) {
-        return EnvelopeStatus::kSealed;
-    }
-    if (layout.content.size > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-        return EnvelopeStatus::kDamaged;
-    }
-    const Bio content(BIO_new_mem_buf(part(layout.content).data(), static_cast<int>(layout.content.size)));
-    if (!content) {
-        throw std::bad_alloc();
-    }
-    return Decrypt(parsed.get(), content.get(), key->Get(), sink);
-}
-
 } // namespace
 
 PrivateKey::PrivateKey(const std::string& path)
 {
     const Bio file(BIO_new_file(path.c_str(), "re"));
     if (!file) {
-        const int error = errno;
-        ERR_clear_error();
-        throw std::runtime_error("cannot read the key file " + path + ": " + std::generic_category().message(error));
+        throw std::runtime_error("cannot read the key file " + path + ": " + std::generic_category().message(errno));
     }
     m_key.reset(PEM_read_bio_PrivateKey(file.get(), nullptr, nullptr, nullptr), EVP_PKEY_free);
     if (!m_key) {
-        ERR_clear_error();
         throw std::runtime_error("the key file " + path + " holds no private key in PEM form that can be read");
     }
 }
 
-EnvelopeStatus OpenEnvelope(std::string& message, const PrivateKey* key, const ByteSink& sink)
+void OpenEnvelope(std::string& message, const PrivateKey* key, const ByteSink& sink)
 {
-    const EnvelopeStatus status = Open(message, key, sink);
-    ERR_clear_error();
-    return status;
+    const EnvelopeLayout layout(message);
+    const auto part = [&message](const EnvelopeLayout::Part& where) {
+        return std::string_view(message).substr(where.begin, where.size);
+    };
+    if (layout.recipients.size + layout.cipher.size > kLongestRecipients) {
+        throw Crowded();
+    }
+    if (!IsAesCbc(part(layout.algorithm))) {
+        throw Fault(Outcome::kRefused, "its encrypted CMS message uses another cipher than AES-CBC");
+    }
+    const Message parsed = ParseWithoutContent(part(layout.recipients), part(layout.cipher));
+    if (!parsed || layout.content.size > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+        throw Damaged();
+    }
+    if (key == nullptr) {
+        return;
+    }
+    const Bio content(BIO_new_mem_buf(part(layout.content).data(), static_cast<int>(layout.content.size)));
+    if (!content) {
+        throw std::bad_alloc();
+    }
+    Decrypt(parsed.get(), content.get(), key->Get(), sink);
 }
 
 } // namespace DfsOpen

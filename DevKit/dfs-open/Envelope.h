@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ByteSink.h"
+#include "Fault.h"
 
 #include <memory>
 #include <string>
@@ -23,18 +23,6 @@ private:
     std::shared_ptr<evp_pkey_st> m_key;
 };
 
-enum class EnvelopeStatus
-{
-    kOpened,   //!< Decrypted into the sink to its end.
-    kSealed,   //!< Whole as far as can be seen without a key.
-    kNotCms,   //!< Not a CMS enveloped message.
-    kDamaged,  //!< A CMS enveloped message that is cut short, followed by something else, or wrong inside.
-    kCrowded,  //!< It names more recipients than are looked at.
-    kCipher,   //!< Encrypted by another cipher than AES in CBC mode (RFC 3565), which is all that devices use.
-    kWrongKey, //!< The key is none of the message's recipients'.
-    kSinkFull, //!< The sink took no more.
-};
-
 /** How many keys of recipients are tried, and how many bytes may describe them: devices name one recipient. */
 constexpr int kMostRecipients = 16;
 constexpr std::size_t kLongestRecipients = std::size_t{64} * 1024;
@@ -42,14 +30,15 @@ constexpr std::size_t kLongestRecipients = std::size_t{64} * 1024;
 /**
  * Opens one CMS EnvelopedData message (RFC 5652, section 6) in DER or in the indefinite-length form that a streamed
  * encryption writes. Recipients of two kinds have a private key: those of key transport (RSA) and of key agreement
- * (elliptic curves).
+ * (elliptic curves). The cipher must be AES in CBC mode (RFC 3565), which is all that devices use.
  *
- * EnvelopedData carries no proof of its integrity: kOpened says only that the end of the message decrypted to proper
+ * EnvelopedData carries no proof of its integrity: no fault says only that the end of the message decrypted to proper
  * padding, and what reaches the sink must be verified by its reader.
  *
  * @param message the whole message, which is used up
  * @param key the recipient's key; without one the message is only looked at
+ * @throws Fault, the sink's among them
  */
-EnvelopeStatus OpenEnvelope(std::string& message, const PrivateKey* key, const ByteSink& sink);
+void OpenEnvelope(std::string& message, const PrivateKey* key, const ByteSink& sink);
 
 } // namespace DfsOpen

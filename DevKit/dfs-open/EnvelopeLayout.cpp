@@ -1,5 +1,7 @@
 #include "EnvelopeLayout.h"
 
+#include "Fault.h"
+
 #include <cstdint>
 #include <cstring>
 #include <optional>
@@ -28,7 +30,14 @@ constexpr std::size_t kLongestLength = 4;
 
 const std::string kEnvelopedData("\x2a\x86\x48\x86\xf7\x0d\x01\x07\x03", 9);
 
-/** Goes through elements in BER. Where there is none of the identifier it says so and stays. */
+void Require(bool isGood)
+{
+    if (!isGood) {
+        throw Fault(Outcome::kDamaged, "its encrypted CMS message is damaged or cut short");
+    }
+}
+
+/** Goes through elements in BER. */
 class BerReader
 {
 public:
@@ -38,8 +47,8 @@ public:
 
     std::size_t Position() const { return m_position; }
 
-    /** Goes into an element. */
-    bool Enter(std::uint8_t identifier)
+    /** Goes into an element of that identifier; false, and stays, when there is none. */
+    bool TryEnter(std::uint8_t identifier)
     {
         const auto level = Begin(identifier);
         if (level) {
@@ -47,20 +56,18 @@ public:
         }
         return level.has_value();
     }
+    void Enter(std::uint8_t identifier) { Require(TryEnter(identifier)); }
 
-    /** Goes out of the element; false when it does not end here. */
-    bool Leave()
+    /** Goes out of the element, which must end here. */
+    void Leave()
     {
         const Level level = m_levels.back();
-        if (level.isIndefinite ? !Take(kEndOfContents) : m_position != level.end) {
-            return false;
-        }
+        Require(level.isIndefinite ? TryTake(kEndOfContents).has_value() : m_position == level.end);
         m_levels.pop_back();
-        return true;
     }
 
-    /** Goes past an element of definite length; its content. */
-    std::optional<Part> Take(std::uint8_t identifier)
+    /** Goes past an element of that identifier and of definite length; stays when there is none. @return its content */
+    std::optional<Part> TryTake(std::uint8_t identifier)
     {
         const std::size_t before = m_position;
         const auto level = Begin(identifier);
@@ -72,11 +79,17 @@ public:
         m_position = level->end;
         return content;
     }
+    Part Take(std::uint8_t identifier)
+    {
+        const auto content = TryTake(identifier);
+        Require(content.has_value());
+        return *content;
+    }
 
 private:
     struct Level
     {
-        std::size_t end; //!< Of an indefinite length: that of the element around it.
+        std::size_t end; ///< Of an indefinite length: that of the element around it.
         bool isIndefinite;
     };
 
@@ -116,61 +129,50 @@ private:
 };
 
 /** Takes an octet string that may come in pieces; those are moved to where the first one is. */
-std::optional<EnvelopeLayout::Part> TakeContent(BerReader& reader, std::string& message)
+EnvelopeLayout::Part TakeContent(BerReader& reader, std::string& message)
 {
-    if (const auto whole = reader.Take(kPrimitive0)) {
-        return whole;
+    if (const auto whole = reader.TryTake(kPrimitive0)) {
+        return *whole;
     }
-    if (!reader.Enter(kConstructed0)) {
-        return std::nullopt;
-    }
+    reader.Enter(kConstructed0);
     EnvelopeLayout::Part content{reader.Position(), 0};
-    while (const auto piece = reader.Take(kOctetString)) {
+    while (const auto piece = reader.TryTake(kOctetString)) {
         std::memmove(&message[content.begin + content.size], &message[piece->begin], piece->size);
         content.size += piece->size;
     }
-    return reader.Leave() ? std::optional(content) : std::nullopt;
+    reader.Leave();
+    return content;
 }
 
 } // namespace
 
-EnvelopeLayout::Form EnvelopeLayout::Find(std::string& message)
+EnvelopeLayout::EnvelopeLayout(std::string& message)
 {
     BerReader reader(message);
-    const bool isContentInfo = reader.Enter(kSequence);
-    const auto type = reader.Take(kObjectIdentifier);
+    const bool isContentInfo = reader.TryEnter(kSequence);
+    const auto type = reader.TryTake(kObjectIdentifier);
     if (!isContentInfo || !type || message.compare(type->begin, type->size, kEnvelopedData) != 0) {
-        return Form::kNotCms;
+        throw Fault(Outcome::kDamaged, "not an encrypted CMS message");
     }
-    if (!reader.Enter(kConstructed0) || !reader.Enter(kSequence)) {
-        return Form::kDamaged;
-    }
+    reader.Enter(kConstructed0);
+    reader.Enter(kSequence);
     recipients.begin = reader.Position();
-    const bool hasVersion = reader.Take(kInteger).has_value();
-    reader.Take(kConstructed0);
-    if (!hasVersion || !reader.Take(kSet)) {
-        return Form::kDamaged;
-    }
+    reader.Take(kInteger);
+    reader.TryTake(kConstructed0);
+    reader.Take(kSet);
     recipients.size = reader.Position() - recipients.begin;
-    if (!reader.Enter(kSequence)) {
-        return Form::kDamaged;
-    }
+    reader.Enter(kSequence);
     cipher.begin = reader.Position();
-    const bool hasType = reader.Take(kObjectIdentifier).has_value();
-    const auto identifier = reader.Take(kSequence);
-    if (!hasType || !identifier) {
-        return Form::kDamaged;
-    }
+    reader.Take(kObjectIdentifier);
+    algorithm = reader.Take(kSequence);
     cipher.size = reader.Position() - cipher.begin;
-    algorithm = *identifier;
-    const auto encrypted = TakeContent(reader, message);
-    if (!encrypted || !reader.Leave()) {
-        return Form::kDamaged;
-    }
-    content = *encrypted;
-    reader.Take(kConstructed1); // attributes, which are not encrypted
-    const bool isWhole = reader.Leave() && reader.Leave() && reader.Leave() && reader.Position() == message.size();
-    return isWhole ? Form::kWhole : Form::kDamaged;
+    content = TakeContent(reader, message);
+    reader.Leave();
+    reader.TryTake(kConstructed1); // attributes, which are not encrypted
+    reader.Leave();
+    reader.Leave();
+    reader.Leave();
+    Require(reader.Position() == message.size());
 }
 
 } // namespace DfsOpen

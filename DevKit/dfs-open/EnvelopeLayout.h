@@ -6,33 +6,28 @@
 namespace DfsOpen
 {
 
-/** Where in a CMS message its parts lie. Not thread-safe. */
+/** Where in a CMS message its parts lie. */
 struct EnvelopeLayout
 {
-    enum class Form
-    {
-        kWhole,
-        kNotCms,  //!< Not a CMS message with EnvelopedData.
-        kDamaged, //!< It ends too early, something follows it, or it is wrong inside.
-    };
     struct Part
     {
         std::size_t begin = 0;
         std::size_t size = 0;
     };
 
-    Part recipients; //!< Of EnvelopedData: all in front of its EncryptedContentInfo.
-    Part cipher;     //!< Of EncryptedContentInfo: contentType and contentEncryptionAlgorithm.
-    Part algorithm;  //!< Of that: what the AlgorithmIdentifier contains.
-    Part content;    //!< The encrypted content.
-
     /**
-     * Finds the parts of a message as RFC 5652, section 6.1 has it, in DER or in the indefinite-length form that a
-     * streamed encryption writes. What is inside a part is not looked at.
+     * Finds the parts of a message with EnvelopedData as RFC 5652, section 6.1 has it, in DER or in the
+     * indefinite-length form that a streamed encryption writes. What is inside a part is not looked at.
      *
      * @param message its encrypted content is moved together into one piece
+     * @throws Fault when it is no such message, ends too early, something follows it, or it is wrong inside
      */
-    Form Find(std::string& message);
+    explicit EnvelopeLayout(std::string& message);
+
+    Part recipients; ///< Of EnvelopedData: all in front of its EncryptedContentInfo.
+    Part cipher;     ///< Of EncryptedContentInfo: contentType and contentEncryptionAlgorithm.
+    Part algorithm;  ///< Of that: what the AlgorithmIdentifier contains.
+    Part content;    ///< The encrypted content.
 };
 
 } // namespace DfsOpen

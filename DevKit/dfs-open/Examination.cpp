@@ -43,21 +43,18 @@ public:
             ReadManifest();
             OpenMembers();
         } catch (const ArchiveError& error) {
-            if (m_openItem != nullptr) {
-                m_openItem->state = ItemState::kCutShort;
-            }
-            Fault(std::string("the archive cannot be read to its end: ") + error.what());
+            Blame(std::string("the archive cannot be read to its end: ") + error.what());
         }
         CopyRepeatedItems();
         return std::move(m_report);
     }
 
 private:
-    void Fault(const std::string& text) { m_report.faults.push_back(text); }
+    void Blame(const std::string& text) { m_report.faults.push_back(text); }
 
     void Refuse(const TarMember& member, const std::string& why)
     {
-        Fault("member \"" + Escape::Name(member.name) + "\" is refused: " + why);
+        Blame("member \"" + Escape::Name(member.name) + "\" is refused: " + why);
     }
 
     void ReadManifest()
@@ -69,28 +66,26 @@ private:
             found = member.name == kManifestName && member.kind == MemberKind::kFile;
         }
         if (!found) {
-            Fault(std::string("the archive has no manifest, ") + kManifestName);
+            Blame(std::string("the archive has no manifest, ") + kManifestName);
             return;
         }
         std::string text;
         if (!ReadText(reader, text)) {
-            Fault("the manifest is larger than is accepted");
+            Blame("the manifest is larger than is accepted");
             return;
         }
         try {
             List(ParseManifest(text));
         } catch (const std::runtime_error& error) {
-            Fault(error.what());
+            Blame(error.what());
         }
     }
 
     /** Returns false when the member is too large; then its beginning is there. */
     bool ReadText(TarReader& reader, std::string& text) const
     {
-        return reader.Read([&](const char* data, std::size_t size) {
-            text.append(data, size);
-            return text.size() <= m_limits.manifestSize;
-        });
+        return reader.Read(m_limits.manifestSize,
+                           [&text](const char* data, std::size_t size) { text.append(data, size); });
     }
 
     void TellLeftOut(TarReader& reader)
@@ -101,10 +96,10 @@ private:
         std::istringstream lines(text);
         std::size_t count = 0;
         for (std::string line; count < m_limits.members && std::getline(lines, line); ++count) {
-            Fault("the device has left out: " + Escape::Name(line, kLongestLine));
+            Blame("the device has left out: " + Escape::Name(line, kLongestLine));
         }
         if (!isWhole || lines.peek() != std::istringstream::traits_type::eof()) {
-            Fault(std::string(kLeftOutName) + " is longer than is accepted");
+            Blame(std::string(kLeftOutName) + " is longer than is accepted");
         }
     }
 
@@ -112,21 +107,32 @@ private:
     {
         if (entries.size() > m_limits.members) {
             entries.resize(m_limits.members);
-            Fault("the manifest lists more items than are accepted; the first " + std::to_string(m_limits.members) +
+            Blame("the manifest lists more items than are accepted; the first " + std::to_string(m_limits.members) +
                   " are shown");
         }
         for (const ManifestEntry& entry : entries) {
-            ItemReport item;
+            Item item;
             item.entry = entry;
             if (entry.fileName.empty()) {
-                item.state = ItemState::kNoName;
+                item.text = "the manifest names no file for it";
             } else if (!IsPlainFileName(entry.fileName)) {
-                item.state = ItemState::kUnsafeName;
+                item.outcome = Outcome::kRefused;
+                item.text = "its name is not that of a plain file";
             } else {
                 m_itemOfName.emplace(entry.fileName, m_report.items.size());
             }
             m_report.items.push_back(item);
         }
+    }
+
+    /** An item that the manifest does not list. */
+    Item& Unlisted(const std::string& name)
+    {
+        Item item;
+        item.entry.fileName = name;
+        item.isListed = false;
+        m_report.items.push_back(item);
+        return m_report.items.back();
     }
 
     void OpenMembers()
@@ -162,77 +168,76 @@ private:
         const auto seen = m_digestOfName.find(name);
         if (seen != m_digestOfName.end()) {
             if (DigestOfMember(reader, m_limits) != seen->second) {
-                ItemReport item;
-                item.entry.fileName = name;
-                item.state = ItemState::kNotUnique;
-                item.listed = false;
-                m_report.items.push_back(item);
+                Item& item = Unlisted(name);
+                item.outcome = Outcome::kRefused;
+                item.text = "another member has the same name";
             }
             return;
         }
-
-        if (m_itemOfName.count(name) == 0) {
-            ItemReport item;
-            item.entry.fileName = name;
-            item.listed = false;
-            m_itemOfName.emplace(name, m_report.items.size());
-            m_report.items.push_back(item);
+        if (m_itemOfName.emplace(name, m_report.items.size()).second) {
+            Unlisted(name);
         }
-        ItemReport& item = m_report.items[m_itemOfName.at(name)];
-        if (!IsWanted(name)) {
-            item.state = ItemState::kUnopened;
-            m_digestOfName.emplace(name, DigestOfMember(reader, m_limits));
-            return;
+        Item& item = m_report.items[m_itemOfName.at(name)];
+        try {
+            m_digestOfName.emplace(name, IsWanted(name) ? Open(reader, item) : Pass(reader, item));
+        } catch (const ArchiveError&) {
+            item.outcome = Outcome::kDamaged;
+            item.text = "cut short: the archive cannot be read further";
+            throw;
         }
-        m_openItem = &item;
-        Open(reader, item);
-        m_openItem = nullptr;
     }
 
     bool IsWanted(const std::string& name) const
     {
-        return std::any_of(m_report.items.begin(), m_report.items.end(), [&](const ItemReport& item) {
-            return item.entry.fileName == name && m_output.Wants(item.entry);
-        });
+        return std::any_of(m_report.items.begin(), m_report.items.end(),
+                           [&](const Item& item) { return item.entry.fileName == name && m_output.Wants(item.entry); });
     }
 
-    void Open(TarReader& reader, ItemReport& item)
+    /** Leaves the item as it is. @return its digest */
+    std::string Pass(TarReader& reader, Item& item) const
     {
-        bool begun = false;
-        bool stored = true;
-        const OpenedItem opened = OpenItem(reader, m_key, m_limits, m_budget, [&](const char* data, std::size_t size) {
-            if (!begun) {
-                begun = m_output.Begin(item.entry);
-            }
-            stored = begun && m_output.Write(data, size);
-            return stored;
-        });
-        item.state = opened.state;
-        item.storedSize = opened.storedSize;
-        item.plainSize = opened.plainSize;
-        m_digestOfName.emplace(item.entry.fileName, opened.digest);
+        item.outcome = Outcome::kSealed;
+        item.text.clear();
+        return DigestOfMember(reader, m_limits);
+    }
 
-        const bool whole = item.state == ItemState::kWhole;
-        if (whole && !begun) {
-            begun = stored = m_output.Begin(item.entry); // a command may have printed nothing
+    /** Gives the item to the output. @return its digest */
+    std::string Open(TarReader& reader, Item& item)
+    {
+        bool isBegun = false;
+        const auto begin = [&] {
+            if (!isBegun) {
+                m_output.Begin(item.entry);
+                isBegun = true;
+            }
+        };
+        const auto write = [&](const char* data, std::size_t size) {
+            begin();
+            m_output.Write(data, size);
+        };
+        std::string digest = OpenItem(reader, m_key, m_limits, m_budget, write, item);
+        try {
+            if (item.outcome == Outcome::kWhole) {
+                begin(); // a command may have printed nothing
+            }
+            if (isBegun) {
+                m_output.End(item.outcome == Outcome::kWhole);
+            }
+        } catch (const Fault& fault) {
+            item.outcome = item.outcome == Outcome::kWhole ? fault.GetOutcome() : item.outcome;
+            item.text += (item.text.empty() ? "" : "; ") + std::string(fault.what());
         }
-        if (begun) {
-            stored = m_output.End(whole) && stored;
-        }
-        if (!stored) {
-            item.state = ItemState::kNotWritten;
-            item.problem = m_output.Problem();
-        }
+        return digest;
     }
 
     /** A request that lists a type twice lists a file twice. */
     void CopyRepeatedItems()
     {
         for (std::size_t index = 0; index < m_report.items.size(); ++index) {
-            ItemReport& item = m_report.items[index];
+            Item& item = m_report.items[index];
             const auto first = m_itemOfName.find(item.entry.fileName);
-            if (item.listed && first != m_itemOfName.end() && first->second < index) {
-                ItemReport copy = m_report.items[first->second];
+            if (item.isListed && first != m_itemOfName.end() && first->second < index) {
+                Item copy = m_report.items[first->second];
                 copy.entry = item.entry;
                 item = std::move(copy);
             }
@@ -247,15 +252,13 @@ private:
     ArchiveReport m_report;
     std::map<std::string, std::size_t> m_itemOfName;
     std::map<std::string, std::string> m_digestOfName;
-    ItemReport* m_openItem = nullptr;
 };
 
 } // namespace
 
-bool ArchiveReport::IsWhole() const
+bool ArchiveReport::IsSound() const
 {
-    return faults.empty() && std::all_of(items.begin(), items.end(),
-                                         [](const ItemReport& item) { return item.listed && IsSound(item.state); });
+    return faults.empty() && std::all_of(items.begin(), items.end(), [](const Item& item) { return item.IsSound(); });
 }
 
 ArchiveReport Examine(int descriptor, const PrivateKey* key, const Limits& limits, PlainOutput& output)

@@ -1,39 +1,24 @@
 #pragma once
 
-#include "Envelope.h"
 #include "Item.h"
-#include "Limits.h"
-#include "Manifest.h"
 #include "PlainOutput.h"
 
-#include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace DfsOpen
 {
 
-struct ItemReport
-{
-    ManifestEntry entry;
-    bool listed = true; //!< In the manifest; otherwise a member that the manifest does not know.
-    ItemState state = ItemState::kMissing;
-    std::optional<std::uint64_t> storedSize;
-    std::optional<std::uint64_t> plainSize;
-    std::string problem; //!< More about the state, for the user.
-};
-
 /** What an archive was found to be. */
 struct ArchiveReport
 {
     /** In the manifest's order, then members that it does not list in the archive's. */
-    std::vector<ItemReport> items;
+    std::vector<Item> items;
     /** What else is wrong, in words for the user. Names in it are escaped. */
     std::vector<std::string> faults;
 
     /** Whether nothing is missing, damaged, refused or unlisted. */
-    bool IsWhole() const;
+    bool IsSound() const;
 };
 
 /**

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Budget.h"
-#include "ByteSink.h"
+#include "Fault.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -10,20 +10,9 @@
 namespace DfsOpen
 {
 
-enum class GunzipStatus
-{
-    kOk,
-    kNotGzip,   //!< The data does not begin as RFC 1952 has it, or there is none.
-    kDamaged,   //!< The compressed data, its checksum or its length is wrong, or something else follows it.
-    kTruncated, //!< The data ends too early.
-    kTooLarge,  //!< More comes out than the limit allows.
-    kExhausted, //!< The budget is spent.
-    kSinkFull,  //!< The sink took no more.
-};
-
 /**
  * Unpacks a gzip stream (RFC 1952; several gzip members in a row are one stream) as it arrives, and verifies the
- * checksum and the length at its end. One thread at a time.
+ * checksum and the length at its end. Not thread-safe.
  *
  * libarchive's gzip filter does not look at the checksum, which is the only sign of damage that an item carries: this
  * uses zlib instead.
@@ -31,20 +20,29 @@ enum class GunzipStatus
 class Gunzip
 {
 public:
+    /** What the user is told of a fault. */
+    struct Words
+    {
+        const char* notGzip;   ///< The data does not begin as RFC 1952 has it, or there is none.
+        const char* damaged;   ///< The compressed data, its checksum or its length is wrong, or something follows it.
+        const char* truncated; ///< The data ends too early.
+        const char* tooLarge;  ///< More comes out than the limit allows.
+    };
+
     /**
      * @param limit of the bytes that come out
      * @param budget what goes in and comes out is taken off it; must outlive this
      */
-    Gunzip(ByteSink sink, std::uint64_t limit, Budget& budget);
+    Gunzip(const Words& words, ByteSink sink, std::uint64_t limit, Budget& budget);
     ~Gunzip();
     Gunzip(const Gunzip&) = delete;
     Gunzip& operator=(const Gunzip&) = delete;
 
-    /** Unpacks the next bytes into the sink. The first status but kOk stays. */
-    GunzipStatus Feed(const char* data, std::size_t size);
+    /** Unpacks the next bytes, less than 4 GiB. @throws Fault, the sink's among them; then nothing more may be fed */
+    void Feed(const char* data, std::size_t size);
 
-    /** Tells that all data was fed: kOk only if it was one or more whole gzip members. */
-    GunzipStatus Finish();
+    /** Tells that all data was fed. @throws Fault unless it was one or more whole gzip members */
+    void Finish() const;
 
     /** Bytes given to the sink so far. */
     std::uint64_t Produced() const { return m_produced; }
@@ -52,16 +50,15 @@ public:
 private:
     struct Inflater;
 
-    GunzipStatus Inflate(const char* data, std::size_t size);
-    GunzipStatus Deliver(const char* data, std::size_t size);
+    void Deliver(const char* data, std::size_t size);
 
+    const Words m_words;
     std::unique_ptr<Inflater> m_inflater;
     ByteSink m_sink;
     const std::uint64_t m_limit;
     Budget& m_budget;
-    GunzipStatus m_status = GunzipStatus::kOk;
-    bool m_isFed = false;
     std::uint64_t m_produced = 0;
+    bool m_isFed = false;
     bool m_insideMember = false;
     bool m_memberEnded = false;
 };

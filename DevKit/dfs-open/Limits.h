@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 
 namespace DfsOpen
 {
@@ -25,6 +26,13 @@ struct Limits
     std::uint64_t totalSize = 4096 * kMebibyte;
     /** Processor time for the whole archive, in seconds: compressed data can be made to unpack slowly to nothing. */
     std::uint64_t processorSeconds = 4;
+
+    /** Accepts items of that size, however much work the archive makes. */
+    void Lift(std::uint64_t newPlainSize)
+    {
+        plainSize = newPlainSize;
+        totalSize = processorSeconds = std::numeric_limits<std::uint64_t>::max();
+    }
 };
 
 } // namespace DfsOpen

@@ -10,46 +10,29 @@
 namespace DfsOpen
 {
 
-/** Where the plain content of items goes, one item after another. One thread at a time. */
+/**
+ * Where the plain content of items goes, one item after another; by itself, nowhere: items are only opened to see
+ * whether they are whole. Not thread-safe.
+ */
 class PlainOutput
 {
 public:
+    PlainOutput() = default;
     virtual ~PlainOutput() = default;
+    PlainOutput(const PlainOutput&) = delete;
+    PlainOutput& operator=(const PlainOutput&) = delete;
 
     /** Whether the item is asked for; one that is not stays unopened. */
-    virtual bool Wants(const ManifestEntry& entry) = 0;
+    virtual bool Wants(const ManifestEntry& /*entry*/) const { return true; }
 
-    /** Begins an item whose file name is that of a plain file; false when that is not possible, as Problem() tells. */
-    virtual bool Begin(const ManifestEntry& entry) = 0;
+    /** Begins an item whose file name is that of a plain file. @throws Fault when that is not possible */
+    virtual void Begin(const ManifestEntry& /*entry*/) {}
 
-    /** Takes the item's next bytes; false when that is not possible, as Problem() tells. */
-    virtual bool Write(const char* data, std::size_t size) = 0;
+    /** Takes the item's next bytes. @throws Fault when that is not possible */
+    virtual void Write(const char* /*data*/, std::size_t /*size*/) {}
 
-    /** Ends the item, which was whole or not; false when its content is not safely stored, as Problem() tells. */
-    virtual bool End(bool whole) = 0;
-
-    /** What went wrong last, in words for the user. */
-    const std::string& Problem() const { return m_problem; }
-
-protected:
-    bool Fail(const std::string& problem)
-    {
-        m_problem = problem;
-        return false;
-    }
-
-private:
-    std::string m_problem;
-};
-
-/** Opens every item only to see whether it is whole. */
-class NoOutput : public PlainOutput
-{
-public:
-    bool Wants(const ManifestEntry& /*entry*/) override { return true; }
-    bool Begin(const ManifestEntry& /*entry*/) override { return true; }
-    bool Write(const char* /*data*/, std::size_t /*size*/) override { return true; }
-    bool End(bool /*whole*/) override { return true; }
+    /** Ends an item that was begun, and was whole or not. @throws Fault when its content is not safely stored */
+    virtual void End(bool /*isWhole*/) {}
 };
 
 /** Writes the items of one sub-type to a stream, one after another. */
@@ -58,10 +41,9 @@ class StreamOutput : public PlainOutput
 public:
     StreamOutput(std::string subType, std::ostream& stream);
 
-    bool Wants(const ManifestEntry& entry) override { return entry.subType == m_subType; }
-    bool Begin(const ManifestEntry& entry) override;
-    bool Write(const char* data, std::size_t size) override;
-    bool End(bool whole) override;
+    bool Wants(const ManifestEntry& entry) const override { return entry.subType == m_subType; }
+    void Write(const char* data, std::size_t size) override;
+    void End(bool isWhole) override;
 
 private:
     std::string m_subType;
@@ -82,16 +64,15 @@ public:
      */
     explicit FolderOutput(const std::string& path);
 
-    bool Wants(const ManifestEntry& /*entry*/) override { return true; }
-    bool Begin(const ManifestEntry& entry) override;
-    bool Write(const char* data, std::size_t size) override;
-    bool End(bool whole) override;
+    void Begin(const ManifestEntry& entry) override;
+    void Write(const char* data, std::size_t size) override;
+    void End(bool isWhole) override;
 
 private:
     FileDescriptor m_folder;
     FileDescriptor m_file;
     std::string m_name;
-    std::uint64_t m_written = 0;
+    bool m_isEmpty = true;
 };
 
 } // namespace DfsOpen

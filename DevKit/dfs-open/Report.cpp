@@ -3,7 +3,7 @@
 #include "Escape.h"
 
 #include <algorithm>
-#include <array>
+#include <iomanip>
 #include <ostream>
 
 namespace DfsOpen
@@ -12,17 +12,11 @@ namespace DfsOpen
 namespace
 {
 
-enum Column
+/** A row of the table. */
+struct Row
 {
-    kItem,
-    kType,
-    kSubType,
-    kStored,
-    kPlain,
-    kState,
-    kColumns
+    std::string item, type, subType, stored, plain, state;
 };
-using Row = std::array<std::string, kColumns>;
 
 std::string Size(const std::optional<std::uint64_t>& size)
 {
@@ -34,63 +28,78 @@ std::string OrDash(const std::string& text)
     return text.empty() ? "-" : Escape::Name(text);
 }
 
-std::string State(const ItemReport& item)
+std::string State(const Item& item)
 {
-    std::string state = Describe(item.state);
-    if (!item.problem.empty()) {
-        state += ": " + Escape::Name(item.problem);
-    }
-    if (!item.listed) {
-        state += ", not in the manifest";
-    }
-    return state;
+    static constexpr const char* kNames[] = {"whole", "sealed", "damaged", "refused", "missing"};
+    return kNames[static_cast<std::size_t>(item.outcome)] + (item.text.empty() ? "" : ": " + Escape::Name(item.text)) +
+           (item.isListed ? "" : ", not in the manifest");
 }
 
-std::string Pad(const std::string& text, std::size_t width, bool right)
+void PrintTable(const std::vector<Item>& items, std::ostream& out)
 {
-    const std::string blanks(width > text.size() ? width - text.size() : 0, ' ');
-    return right ? blanks + text : text + blanks;
+    std::vector<Row> rows = {{"ITEM", "TYPE", "SUB-TYPE", "STORED", "PLAIN", "STATE"}};
+    for (const Item& item : items) {
+        rows.push_back({OrDash(item.entry.fileName), OrDash(item.entry.type), OrDash(item.entry.subType),
+                        Size(item.storedSize), Size(item.plainSize), State(item)});
+    }
+    const auto width = [&rows](std::string Row::*column) {
+        std::size_t most = 0;
+        for (const Row& row : rows) {
+            most = std::max(most, (row.*column).size());
+        }
+        return std::setw(static_cast<int>(most));
+    };
+    const auto item = width(&Row::item), type = width(&Row::type), subType = width(&Row::subType),
+               stored = width(&Row::stored), plain = width(&Row::plain);
+    for (const Row& row : rows) {
+        out << std::left << item << row.item << "  " << type << row.type << "  " << subType << row.subType << "  "
+            << std::right << stored << row.stored << "  " << plain << row.plain << "  " << row.state << '\n';
+    }
 }
 
 } // namespace
 
-void PrintTable(const ArchiveReport& report, std::ostream& out)
+void Print(const ArchiveReport& report, std::ostream& out)
 {
-    std::vector<Row> rows = {{"ITEM", "TYPE", "SUB-TYPE", "STORED", "PLAIN", "STATE"}};
-    for (const ItemReport& item : report.items) {
-        rows.push_back({OrDash(item.entry.fileName), OrDash(item.entry.type), OrDash(item.entry.subType),
-                        Size(item.storedSize), Size(item.plainSize), State(item)});
-    }
-    std::array<std::size_t, kColumns> widths{};
-    for (const Row& row : rows) {
-        for (std::size_t column = 0; column < kColumns; ++column) {
-            widths[column] = std::max(widths[column], row[column].size());
-        }
-    }
-    for (const Row& row : rows) {
-        for (std::size_t column = 0; column < kState; ++column) {
-            out << Pad(row[column], widths[column], column == kStored || column == kPlain) << "  ";
-        }
-        out << row[kState] << '\n';
-    }
-}
-
-void PrintVerdict(const ArchiveReport& report, std::ostream& out)
-{
+    PrintTable(report.items, out);
     for (const std::string& fault : report.faults) {
         out << fault << '\n';
     }
-    const auto bad = std::count_if(report.items.begin(), report.items.end(),
-                                   [](const ItemReport& item) { return !item.listed || !IsSound(item.state); });
+    const auto count = [&report](auto&& isOne) {
+        return std::count_if(report.items.begin(), report.items.end(), isOne);
+    };
     out << report.items.size() << (report.items.size() == 1 ? " item" : " items");
-    const bool isSealed = std::any_of(report.items.begin(), report.items.end(),
-                                      [](const ItemReport& item) { return item.state == ItemState::kSealed; });
-    if (report.IsWhole()) {
-        out << (isSealed ? ", all sealed: only their key shows whether they are whole\n" : ", all whole\n");
-    } else {
-        out << ", " << bad << " missing, damaged or not accounted for; " << report.faults.size()
+    if (!report.IsSound()) {
+        out << ", " << count([](const Item& item) { return !item.IsSound(); })
+            << " missing, damaged or not accounted for; " << report.faults.size()
             << (report.faults.size() == 1 ? " fault" : " faults") << " of the archive itself\n";
+    } else if (count([](const Item& item) { return item.outcome == Outcome::kSealed; }) > 0) {
+        out << ", all sealed: only their key shows whether they are whole\n";
+    } else {
+        out << ", all whole\n";
     }
+}
+
+bool PrintFaults(const ArchiveReport& report, const std::string& subType, std::ostream& err)
+{
+    for (const std::string& fault : report.faults) {
+        err << "dfs-open: " << fault << '\n';
+    }
+    bool isFound = false;
+    bool isWhole = true;
+    for (const Item& item : report.items) {
+        if (item.isListed && item.entry.subType == subType) {
+            isFound = true;
+            if (item.outcome != Outcome::kWhole) {
+                isWhole = false;
+                err << "dfs-open: " << Escape::Name(item.entry.fileName) << ": " << State(item) << '\n';
+            }
+        }
+    }
+    if (!isFound) {
+        err << "dfs-open: no item has the sub-type \"" << Escape::Name(subType) << "\"\n";
+    }
+    return isFound && isWhole;
 }
 
 } // namespace DfsOpen

@@ -25,25 +25,8 @@ constexpr std::size_t kInputChunk = 1024;
 constexpr std::size_t kLongestHeader = std::size_t{2} * 1024 * 1024;
 constexpr std::size_t kOutputChunk = std::size_t{64} * 1024;
 
-std::string Describe(GunzipStatus status)
-{
-    switch (status) {
-        case GunzipStatus::kOk:
-            return "its compression is whole";
-        case GunzipStatus::kNotGzip:
-            return "it is not a gzip file";
-        case GunzipStatus::kDamaged:
-            return "its compressed data is damaged";
-        case GunzipStatus::kTruncated:
-            return "it is cut short";
-        case GunzipStatus::kTooLarge:
-        case GunzipStatus::kExhausted:
-            return "it makes more work than is accepted (--max-plain-size lifts the bound)";
-        case GunzipStatus::kSinkFull:
-            return "it cannot be unpacked";
-    }
-    return {};
-}
+constexpr Gunzip::Words kWords = {"it is not a gzip file", "its compressed data is damaged", "it is cut short",
+                                  "it is too large"};
 
 } // namespace
 
@@ -53,48 +36,52 @@ struct TarReader::Source
     Source(int fd, Budget& archiveBudget)
         : descriptor(fd),
           budget(archiveBudget),
-          gunzip([this](const char* data, std::size_t size) { return Keep(data, size); },
-                 std::numeric_limits<std::uint64_t>::max(), archiveBudget)
+          gunzip(
+              kWords,
+              [this](const char* data, std::size_t size) { unpacked.insert(unpacked.end(), data, data + size); },
+              std::numeric_limits<std::uint64_t>::max(), archiveBudget)
     {}
     ~Source() { archive_read_free(reader); }
     Source(const Source&) = delete;
     Source& operator=(const Source&) = delete;
 
-    bool Keep(const char* data, std::size_t size)
-    {
-        unpacked.insert(unpacked.end(), data, data + size);
-        return true;
-    }
-
-    /** Unpacks until there is something, or the file ends; false when there will be no more. */
+    /** Unpacks until there is something; false when there will be no more: the file ends, or has a fault. */
     bool Fill()
     {
         unpacked.clear();
-        while (unpacked.empty() && fault.empty() && !ended) {
-            const ssize_t got = read(descriptor, input.data(), input.size());
-            if (got < 0 && errno == EINTR) {
-                continue;
+        try {
+            while (unpacked.empty() && fault.empty() && !ended) {
+                const ssize_t got = read(descriptor, input.data(), input.size());
+                ended = got == 0;
+                if (ended) {
+                    gunzip.Finish();
+                } else if (got > 0) {
+                    gunzip.Feed(input.data(), static_cast<std::size_t>(got));
+                } else if (errno != EINTR) {
+                    fault = "it cannot be read: " + std::generic_category().message(errno);
+                }
             }
-            if (got < 0) {
-                fault = "it cannot be read: " + std::generic_category().message(errno);
-                break;
-            }
-            ended = got == 0;
-            const GunzipStatus status =
-                ended ? gunzip.Finish() : gunzip.Feed(input.data(), static_cast<std::size_t>(got));
-            if (status != GunzipStatus::kOk) {
-                fault = Describe(status);
-            }
+        } catch (const Fault& found) {
+            fault = found.what();
         }
         return !unpacked.empty();
+    }
+
+    /** Reads the file to its end, for the checksum there. */
+    void Finish()
+    {
+        while (Fill()) {
+        }
+        if (!fault.empty()) {
+            throw ArchiveError(fault);
+        }
     }
 
     /** Why libarchive could not go on: what is wrong with the file beneath it, if anything is, says it best. */
     [[noreturn]] void Fail()
     {
-        while (Fill()) {
-        }
-        throw ArchiveError(!fault.empty() ? fault : "it is not a whole tar file");
+        Finish();
+        throw ArchiveError("it is not a whole tar file");
     }
 
     static la_ssize_t OnRead(archive* /*reader*/, void* context, const void** data)
@@ -119,7 +106,7 @@ struct TarReader::Source
     std::vector<char> unpacked;
     std::string fault;
     bool ended = false;
-    std::size_t overhead = 0; //!< Bytes read since libarchive last gave a header or content.
+    std::size_t overhead = 0; ///< Bytes read since libarchive last gave a header or content.
     bool isSkipping = false;
     archive* reader = archive_read_new();
     archive_entry* entry = nullptr;
@@ -152,12 +139,7 @@ bool TarReader::Next(TarMember& member)
     m_source->overhead = 0;
     const int result = archive_read_next_header(m_source->reader, &m_source->entry);
     if (result == ARCHIVE_EOF) {
-        // What follows the tar file's end is of no interest, but the checksum behind it is.
-        while (m_source->Fill()) {
-        }
-        if (!m_source->fault.empty()) {
-            throw ArchiveError(m_source->fault);
-        }
+        m_source->Finish();
         return false;
     }
     if (result != ARCHIVE_OK && result != ARCHIVE_WARN) {
@@ -181,10 +163,11 @@ bool TarReader::Next(TarMember& member)
     return true;
 }
 
-bool TarReader::Read(const ByteSink& sink)
+bool TarReader::Read(std::uint64_t limit, const ByteSink& sink)
 {
+    std::uint64_t total = 0;
     std::array<char, kOutputChunk> buffer;
-    for (;;) {
+    while (total <= limit) {
         const la_ssize_t got = archive_read_data(m_source->reader, buffer.data(), buffer.size());
         if (got < 0) {
             m_source->Fail();
@@ -193,14 +176,15 @@ bool TarReader::Read(const ByteSink& sink)
             return true;
         }
         m_source->overhead = 0;
-        // A sparse file's holes are content that nothing was unpacked for.
-        if (!m_source->budget.Spend(static_cast<std::uint64_t>(got))) {
-            throw ArchiveError(Describe(GunzipStatus::kExhausted));
+        try {
+            m_source->budget.Spend(static_cast<std::uint64_t>(got)); // a sparse file's holes are unpacked from nothing
+        } catch (const Fault& fault) {
+            throw ArchiveError(fault.what());
         }
-        if (!sink(buffer.data(), static_cast<std::size_t>(got))) {
-            return false;
-        }
+        sink(buffer.data(), static_cast<std::size_t>(got));
+        total += static_cast<std::uint64_t>(got);
     }
+    return false;
 }
 
 } // namespace DfsOpen

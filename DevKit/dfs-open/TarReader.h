@@ -1,8 +1,7 @@
 #pragma once
 
 #include "Budget.h"
-#include "ByteSink.h"
-#include "Limits.h"
+#include "Fault.h"
 
 #include <cstdint>
 #include <memory>
@@ -23,17 +22,17 @@ enum class MemberKind
 {
     kFile,
     kHardLink,
-    kOther, //!< Symbolic link, folder, device, pipe and so on.
+    kOther, ///< Symbolic link, folder, device, pipe and so on.
 };
 
 struct TarMember
 {
-    std::string name; //!< As the archive has it, whatever that is.
+    std::string name; ///< As the archive has it, whatever that is.
     MemberKind kind = MemberKind::kOther;
-    std::string linkTarget; //!< Of a hard link.
+    std::string linkTarget; ///< Of a hard link.
 };
 
-/** Goes once through the members of a gzip-compressed tar file, from its beginning. One thread at a time. */
+/** Goes once through the members of a gzip-compressed tar file, from its beginning. Not thread-safe. */
 class TarReader
 {
 public:
@@ -57,11 +56,13 @@ public:
     bool Next(TarMember& member);
 
     /**
-     * Gives the current member's content to the sink; false when the sink took no more.
+     * Gives the current member's content to the sink, up to the piece that passes the limit.
      *
+     * @return whether that was all
      * @throws ArchiveError as Next
+     * @throws what the sink throws; the next member can be read all the same
      */
-    bool Read(const ByteSink& sink);
+    bool Read(std::uint64_t limit, const ByteSink& sink);
 
 private:
     struct Source;

@@ -1,15 +1,50 @@
 #include "DfsOpen.h"
+#include "Tool.h"
 
-#include <exception>
+#include <CLI/CLI.hpp>
+
 #include <iostream>
 
 int main(int argc, char** argv)
 {
-    try {
-        const DfsOpen::Options options = DfsOpen::ParseOptions({argv + 1, argv + argc});
-        return static_cast<int>(DfsOpen::Run(options, std::cout, std::cerr));
-    } catch (const std::exception& error) {
-        std::cerr << "dfs-open: " << error.what() << '\n';
-        return static_cast<int>(DfsOpen::ExitStatus::kCannot);
-    }
+    constexpr std::uint64_t kLargestPlainSize = std::uint64_t{1} << 50U;
+    DfsOpen::Options options;
+    CLI::App app("Shows what an archive of diagnostic files holds and whether it is whole, and opens it.", "dfs-open");
+    app.footer(
+        "Exit status: 0 all is whole, 1 something is missing, damaged, refused or not in the manifest (with --cat: of "
+        "what\n"
+        "was asked for), 2 wrong usage, or a file that cannot be opened.");
+    const auto set = [](std::optional<std::string>& option) {
+        return [&option](const std::string& value) { option = value; };
+    };
+    app.add_option("ARCHIVE", options.archive)->required();
+    CLI::Option* const key =
+        app.add_option_function<std::string>("--key", set(options.key),
+                                             "the private key, in PEM form, that belongs to the device's certificate")
+            ->type_name("KEY");
+    CLI::Option* const list =
+        app.add_flag("--list", "show the items (the default); with a key each is opened to see whether it is whole");
+    CLI::Option* const extract =
+        app.add_option_function<std::string>("--extract", set(options.folder),
+                                             "write every item's plain content into DIR, which is made if it is not "
+                                             "there; a file that is there already\n"
+                                             "is never overwritten; what is left of a damaged item is NAME.damaged")
+            ->type_name("DIR")
+            ->needs(key)
+            ->excludes(list);
+    app.add_option_function<std::string>("--cat", set(options.subType),
+                                         "write the plain content of the items with this sub-type to standard output, "
+                                         "in the order in which the archive\n"
+                                         "holds them")
+        ->type_name("SUBTYPE")
+        ->needs(key)
+        ->excludes(list)
+        ->excludes(extract);
+    app.add_option_function<std::uint64_t>(
+           "--max-plain-size", [&options](std::uint64_t bytes) { options.limits.Lift(bytes); },
+           "accept items of up to so many bytes, 1 GiB if not given, however long opening the archive takes")
+        ->type_name("BYTES")
+        ->check(CLI::Range(std::uint64_t{1}, kLargestPlainSize));
+    return RunTool(app, argc, argv,
+                   [&options] { return static_cast<int>(DfsOpen::Run(options, std::cout, std::cerr)); });
 }

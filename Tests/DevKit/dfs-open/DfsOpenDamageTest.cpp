@@ -102,8 +102,8 @@ TEST(DfsOpenDamage, FaultyArchive_IsToldAndItsItemIsExtracted)
     const auto bytesOf = [&maker](const std::vector<Member>& members) { return ReadWholeFile(maker.Write(members)); };
     const std::string damaged = "the archive cannot be read to its end: ";
     const std::pair<std::string, std::string> cases[] = {
-        {bytesOf({maker.Manifest({{"log", "l"}, {"absent", "a"}}), item}), "missing from the archive"},
-        {bytesOf({maker.Manifest({{"log", "l"}, {"", "a"}}), item}), "the manifest names no file for it"},
+        {bytesOf({maker.Manifest({{"log", "l"}, {"absent", "a"}}), item}), "missing: not in the archive"},
+        {bytesOf({maker.Manifest({{"log", "l"}, {"", "a"}}), item}), "missing: the manifest names no file for it"},
         {bytesOf({item}), "the archive has no manifest"},
         {bytesOf({item, {name, ""}}), "the manifest cannot be read"},
         {bytesOf({item, {name, std::string("{\"item\":[]}\0", 12)}}), "the manifest cannot be read"},

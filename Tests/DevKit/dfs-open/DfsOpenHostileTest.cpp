@@ -124,8 +124,8 @@ TEST(DfsOpenHostile, WorkBehindFewBytes_IsBounded)
         std::uint64_t limit;
         std::string expected;
     } cases[] = {
-        {maker.Gzip(holes), DfsOpen::kMebibyte, "it makes more work than is accepted"},
-        {Repeat(10000, nothing), nothing.size() * 9000, "it makes more work than is accepted"},
+        {maker.Gzip(holes), DfsOpen::kMebibyte, "the archive makes more work than is accepted"},
+        {Repeat(10000, nothing), nothing.size() * 9000, "the archive makes more work than is accepted"},
         {maker.Gzip(maker.SparseHeader("log.gz", 1000, true) + Repeat(8000, moreOfMap)), DfsOpen::Limits().totalSize,
          "it has a header that is larger than is accepted"},
     };

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+namespace DfsOpen
+{
+
+/** What became of an item. */
+enum class Outcome
+{
+    kWhole,   ///< Opened to its last byte, checksums verified.
+    kSealed,  ///< Nothing is wrong as far as can be seen: there is no key, or nobody asked for it.
+    kDamaged, ///< It is not, or not wholly, what the device sent, or the key is not the right one.
+    kRefused, ///< It may be whole, but is beyond a bound, not to be trusted, or cannot be stored.
+    kMissing, ///< It is not in the archive.
+};
+
+/** Why an item is not whole, in words for the user. */
+class Fault : public std::runtime_error
+{
+public:
+    Fault(Outcome outcome, const std::string& text) : std::runtime_error(text), m_outcome(outcome) {}
+
+    Outcome GetOutcome() const { return m_outcome; }
+
+private:
+    Outcome m_outcome;
+};
+
+/** Takes the next bytes of a stream. Throws a Fault when it can take no more, which ends the stream. */
+using ByteSink = std::function<void(const char* data, std::size_t size)>;
+
+} // namespace DfsOpen
