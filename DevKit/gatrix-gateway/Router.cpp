@@ -1,6 +1,6 @@
 #include "Router.h"
 
-#include <set>
+#include <algorithm>
 #include <type_traits>
 #include <utility>
 
@@ -56,6 +56,21 @@ std::optional<std::string> ProblemOf(const std::string& endpoint)
     return std::nullopt;
 }
 
+/** Adds one of a client's endpoints; false when it has as many as it may. */
+bool Add(std::set<std::string>& endpoints, const std::string& endpoint)
+{
+    if (endpoints.size() >= kMaxEndpointsOfAClient && endpoints.count(endpoint) == 0) {
+        return false;
+    }
+    endpoints.insert(endpoint);
+    return true;
+}
+
+void Remove(std::vector<ClientNumber>& clients, ClientNumber client)
+{
+    clients.erase(std::remove(clients.begin(), clients.end(), client), clients.end());
+}
+
 std::string TooMany(const std::string& what)
 {
     return "more than " + std::to_string(kMaxEndpointsOfAClient) + " " + what;
@@ -66,7 +81,7 @@ std::string TooMany(const std::string& what)
 Effects Router::Take(ClientNumber client, Wire::Frame frame)
 {
     Effects effects;
-    if (m_names.count(client) == 0 && !std::holds_alternative<Wire::Hello>(frame)) {
+    if (m_clients.count(client) == 0 && !std::holds_alternative<Wire::Hello>(frame)) {
         effects.violation = "the first frame must be hello";
     } else {
         std::visit([&](auto& content) { On(client, std::move(content), effects); }, frame);
@@ -77,9 +92,10 @@ Effects Router::Take(ClientNumber client, Wire::Frame frame)
 Effects Router::Refuse(std::uint64_t request, int statusCode, const std::string& reason)
 {
     Effects effects;
-    if (const std::optional<OpenRequest> open = m_requests.Take(request)) {
-        Reject(open->requester, open->requestersId, statusCode, reason + " " + Named(open->method, open->endpoint),
-               effects);
+    const auto found = m_requests.find(request);
+    if (found != m_requests.end()) {
+        const OpenRequest open = Close(found);
+        Reject(open, statusCode, reason + " " + open.named, effects);
     }
     return effects;
 }
@@ -87,32 +103,43 @@ Effects Router::Refuse(std::uint64_t request, int statusCode, const std::string&
 Effects Router::Drop(ClientNumber client)
 {
     Effects effects;
-    const std::vector<OpenRequest> unanswered = m_requests.Drop(client);
-    m_interests.Drop(client);
-    m_subscriptions.Drop(client);
-    m_names.erase(client);
-    for (const OpenRequest& request : unanswered) {
-        Reject(request.requester, request.requestersId, kUnavailable,
-               "the handler went away before it answered " + Named(request.method, request.endpoint), effects);
+    for (auto next = m_requests.begin(); next != m_requests.end();) {
+        const auto current = next++;
+        if (current->second.requester == client) {
+            m_requests.erase(current);
+        } else if (current->second.handler == client) {
+            const OpenRequest open = Close(current);
+            Reject(open, kUnavailable, "the handler went away before it answered " + open.named, effects);
+        }
     }
-    for (auto& [interested, lost] : m_interests.Lose(DropHandler(client))) {
-        effects.lines.push_back(Label(interested) + " is not ready: nobody handles " + Listed(lost));
-        effects.deliveries.push_back({interested, TextOf(Wire::NotReady{lost}), {}});
+    std::set<std::string> lost;
+    for (const std::string& key : m_clients[client].handled) {
+        const auto handlers = m_handlers.find(key);
+        Remove(handlers->second, client);
+        if (handlers->second.empty()) {
+            m_handlers.erase(handlers);
+            lost.insert(key.substr(key.find(' ') + 1));
+        }
     }
+    for (auto endpoint = lost.begin(); endpoint != lost.end();) {
+        endpoint = HasHandler(*endpoint) ? lost.erase(endpoint) : std::next(endpoint);
+    }
+    m_clients.erase(client);
+    TellLoss(lost, effects);
     return effects;
 }
 
 std::string Router::Label(ClientNumber client) const
 {
-    const auto found = m_names.find(client);
-    return "#" + std::to_string(client) + (found == m_names.end() ? "" : " " + found->second);
+    const auto found = m_clients.find(client);
+    return "#" + std::to_string(client) + (found == m_clients.end() ? "" : " " + found->second.name);
 }
 
 void Router::On(ClientNumber client, const Wire::Hello& hello, Effects& effects)
 {
     constexpr std::size_t kLongestName = 80;
-    const bool isFirst = m_names.count(client) == 0;
-    m_names[client] = Printable(hello.client, kLongestName);
+    const bool isFirst = m_clients.count(client) == 0;
+    m_clients[client].name = Printable(hello.client, kLongestName);
     effects.lines.push_back(Label(client) + (isFirst ? " came" : " says hello again") + ", platform " + hello.platform);
 }
 
@@ -132,10 +159,9 @@ void Router::On(ClientNumber client, const Wire::Interest& interest, Effects& ef
         effects.violation = "the endpoints of interest do not fit a frame";
         return;
     }
-    const auto hasHandler = [this](const std::string& endpoint) { return HasHandler(endpoint); };
-    if (m_interests.Set(client, interest.endpoints, hasHandler)) {
-        Tell({{client, interest.endpoints}}, effects);
-    }
+    m_clients[client].interest = interest.endpoints;
+    m_clients[client].isReady = false;
+    TellReady(client, effects);
 }
 
 void Router::On(ClientNumber client, const Wire::Register& registration, Effects& effects)
@@ -145,16 +171,19 @@ void Router::On(ClientNumber client, const Wire::Register& registration, Effects
     }
     const std::string key = KeyOf(registration.method, registration.endpoint);
     const bool isFirst = !HasHandler(registration.endpoint);
-    const EndpointIndex::Clients before = m_handlers.ClientsOf(key);
-    if (!m_handlers.Add(client, key)) {
+    if (!Add(m_clients[client].handled, key)) {
         effects.violation = TooMany("registrations");
         return;
     }
+    std::vector<ClientNumber>& handlers = m_handlers[key];
+    const bool isInstead = !handlers.empty() && handlers.back() != client;
     effects.lines.push_back(Label(client) + " handles " + key +
-                            (before.empty() || before.back() == client ? "" : " instead of " + Label(before.back())) +
-                            ", group " + registration.group);
+                            (isInstead ? " instead of " + Label(handlers.back()) : "") + ", group " +
+                            registration.group);
+    Remove(handlers, client);
+    handlers.push_back(client);
     if (isFirst) {
-        Tell(m_interests.Gain(registration.endpoint), effects);
+        TellGain(registration.endpoint, effects);
     }
 }
 
@@ -163,7 +192,7 @@ void Router::On(ClientNumber client, const Wire::Subscribe& subscription, Effect
     if ((effects.violation = ProblemOf(subscription.endpoint))) {
         return;
     }
-    if (!m_subscriptions.Add(client, subscription.endpoint)) {
+    if (!Add(m_clients[client].subscriptions, subscription.endpoint)) {
         effects.violation = TooMany("subscriptions");
         return;
     }
@@ -172,101 +201,135 @@ void Router::On(ClientNumber client, const Wire::Subscribe& subscription, Effect
 
 void Router::On(ClientNumber client, Wire::Request request, Effects& effects)
 {
-    const std::string named = Named(request.method, request.endpoint);
-    const EndpointIndex::Clients& handlers = m_handlers.ClientsOf(KeyOf(request.method, request.endpoint));
-    if (handlers.empty()) {
-        Reject(client, request.id, kNotFound, "nobody handles " + named, effects);
+    OpenRequest open{client, request.id, 0, Named(request.method, request.endpoint)};
+    const auto handlers = m_handlers.find(KeyOf(request.method, request.endpoint));
+    if (handlers == m_handlers.end()) {
+        Reject(open, kNotFound, "nobody handles " + open.named, effects);
         return;
     }
-    if (m_requests.AskedBy(client) >= kMaxOpenRequestsOfAClient) {
-        Reject(client, request.id, kTooMany, "too many requests without an answer: not delivered: " + named, effects);
+    if (m_clients[client].openRequests >= kMaxOpenRequestsOfAClient) {
+        Reject(open, kTooMany, "too many requests without an answer: not delivered: " + open.named, effects);
         return;
     }
-    const std::uint64_t requestersId = std::exchange(request.id, m_requests.NextId());
+    request.id = m_lastRequest + 1;
     const auto text = TextOf(request);
     if (!text) {
-        Reject(client, requestersId, kTooLarge, "too large for a frame to the handler of " + named, effects);
+        Reject(open, kTooLarge, "too large for a frame to the handler of " + open.named, effects);
         return;
     }
-    m_requests.Add({client, requestersId, handlers.back(), request.method, std::move(request.endpoint)});
-    effects.deliveries.push_back({handlers.back(), text, request.id});
+    open.handler = handlers->second.back();
+    effects.deliveries.push_back({open.handler, text, request.id});
+    ++m_clients[client].openRequests;
+    m_requests.emplace(++m_lastRequest, std::move(open));
 }
 
 template <typename Outcome>
 void Router::On(ClientNumber client, Outcome outcome, Effects& effects)
 {
-    const std::string answerOf = "the answer of " + Label(client) + " to request " + std::to_string(outcome.id);
-    const OpenRequest* const open = m_requests.Find(outcome.id);
-    if (open == nullptr || open->handler != client) {
-        effects.lines.push_back(answerOf + " is dropped: " +
-                                (open == nullptr ? "no such request is open" : "it was delivered to another client"));
+    const auto found = m_requests.find(outcome.id);
+    if (found == m_requests.end() || found->second.handler != client) {
+        effects.lines.push_back(
+            "the answer of " + Label(client) + " to request " + std::to_string(outcome.id) + " is dropped: " +
+            (found == m_requests.end() ? "no such request is open" : "it was delivered to another client"));
         return;
     }
-    const OpenRequest request = *m_requests.Take(outcome.id);
-    outcome.id = request.requestersId;
-    const std::string named = Named(request.method, request.endpoint);
+    const OpenRequest open = Close(found);
+    outcome.id = open.requestersId;
     const auto text = TextOf(outcome);
     if (!text) {
-        Reject(request.requester, request.requestersId, kTooLarge, "too large for a frame: the answer to " + named,
-               effects);
+        Reject(open, kTooLarge, "too large for a frame: the answer to " + open.named, effects);
         return;
     }
     if constexpr (std::is_same_v<Outcome, Wire::Refusal>) {
-        effects.lines.push_back(Label(client) + " refuses " + named + " of " + Label(request.requester) + ": " +
+        effects.lines.push_back(Label(client) + " refuses " + open.named + " of " + Label(open.requester) + ": " +
                                 std::to_string(outcome.statusCode) + " " + outcome.message);
     }
-    effects.deliveries.push_back({request.requester, text, {}});
+    effects.deliveries.push_back({open.requester, text, {}});
 }
 
 void Router::On(ClientNumber client, const Wire::Notify& notification, Effects& effects)
 {
-    const EndpointIndex::Clients& subscribers = m_subscriptions.ClientsOf(notification.endpoint);
-    if (subscribers.empty()) {
-        return;
-    }
     const auto text = TextOf(notification);
     if (!text) {
         effects.lines.push_back("the notification of " + Label(client) + " on " + notification.endpoint +
                                 " is dropped: too large for a frame");
         return;
     }
-    for (const ClientNumber subscriber : subscribers) {
-        effects.deliveries.push_back({subscriber, text, {}});
+    for (const auto& [number, subscriber] : m_clients) {
+        if (subscriber.subscriptions.count(notification.endpoint) != 0) {
+            effects.deliveries.push_back({number, text, {}});
+        }
     }
+}
+
+void Router::On(ClientNumber /*client*/, const Wire::Ready& /*ready*/, Effects& effects)
+{
+    effects.violation = "ready is for the gateway to send";
+}
+
+void Router::On(ClientNumber /*client*/, const Wire::NotReady& /*notReady*/, Effects& effects)
+{
+    effects.violation = "notReady is for the gateway to send";
 }
 
 bool Router::HasHandler(const std::string& endpoint) const
 {
-    return !m_handlers.ClientsOf(KeyOf(Gatrix::Method::GET, endpoint)).empty() ||
-           !m_handlers.ClientsOf(KeyOf(Gatrix::Method::POST, endpoint)).empty();
+    return m_handlers.count(KeyOf(Gatrix::Method::GET, endpoint)) != 0 ||
+           m_handlers.count(KeyOf(Gatrix::Method::POST, endpoint)) != 0;
 }
 
-std::vector<std::string> Router::DropHandler(ClientNumber client)
+void Router::TellGain(const std::string& endpoint, Effects& effects)
 {
-    std::set<std::string> lost;
-    for (const std::string& key : m_handlers.Drop(client)) {
-        const std::string endpoint = key.substr(key.find(' ') + 1);
-        if (!HasHandler(endpoint)) {
-            lost.insert(endpoint);
+    for (const auto& [number, client] : m_clients) {
+        if (std::find(client.interest.begin(), client.interest.end(), endpoint) != client.interest.end()) {
+            TellReady(number, effects);
         }
     }
-    return {lost.begin(), lost.end()};
 }
 
-void Router::Tell(const Interests::Told& ready, Effects& effects) const
+void Router::TellReady(ClientNumber number, Effects& effects)
 {
-    for (const auto& [client, endpoints] : ready) {
-        effects.lines.push_back(Label(client) + " is ready: " + Listed(endpoints));
-        effects.deliveries.push_back({client, TextOf(Wire::Ready{endpoints}), {}});
+    Client& client = m_clients[number];
+    client.isReady = std::all_of(client.interest.begin(), client.interest.end(),
+                                 [this](const std::string& endpoint) { return HasHandler(endpoint); });
+    if (client.isReady) {
+        effects.lines.push_back(Label(number) + " is ready: " + Listed(client.interest));
+        effects.deliveries.push_back({number, TextOf(Wire::Ready{client.interest}), {}});
     }
 }
 
-void Router::Reject(ClientNumber requester, std::uint64_t requestersId, int statusCode, const std::string& message,
-                    Effects& effects) const
+void Router::TellLoss(const std::set<std::string>& lost, Effects& effects)
 {
-    effects.lines.push_back("a request of " + Label(requester) + " is refused: " + std::to_string(statusCode) + " " +
-                            message);
-    effects.deliveries.push_back({requester, TextOf(Wire::Refusal{requestersId, statusCode, message}), {}});
+    for (auto& [number, client] : m_clients) {
+        std::set<std::string> missed;
+        for (const std::string& endpoint : client.interest) {
+            if (client.isReady && lost.count(endpoint) != 0) {
+                missed.insert(endpoint);
+            }
+        }
+        if (!missed.empty()) {
+            client.isReady = false;
+            const std::vector<std::string> list(missed.begin(), missed.end());
+            effects.lines.push_back(Label(number) + " is not ready: nobody handles " + Listed(list));
+            effects.deliveries.push_back({number, TextOf(Wire::NotReady{list}), {}});
+        }
+    }
+}
+
+Router::OpenRequest Router::Close(OpenRequests::iterator request)
+{
+    OpenRequest open = std::move(request->second);
+    m_requests.erase(request);
+    --m_clients[open.requester].openRequests;
+    return open;
+}
+
+void Router::Reject(const OpenRequest& request, int statusCode, const std::string& message, Effects& effects) const
+{
+    effects.lines.push_back("a request of " + Label(request.requester) + " is refused: " + std::to_string(statusCode) +
+                            " " + message);
+    effects.deliveries.push_back(
+        {request.requester, TextOf(Wire::Refusal{request.requestersId, statusCode, message}), {}});
 }
 
 } // namespace GatrixGateway

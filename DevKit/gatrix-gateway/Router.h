@@ -5,14 +5,12 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "ClientNumber.h"
-#include "EndpointIndex.h"
 #include "GatrixWire.h"
-#include "Interests.h"
-#include "OpenRequests.h"
 
 namespace GatrixGateway
 {
@@ -59,20 +57,34 @@ public:
     std::string Label(ClientNumber client) const;
 
 private:
+    struct Client
+    {
+        std::string name;
+        std::set<std::string> handled; ///< Keys of m_handlers.
+        std::set<std::string> subscriptions;
+        std::vector<std::string> interest; ///< As the client listed it.
+        bool isReady = false;              ///< All of the interest has a handler, and the client knows.
+        std::size_t openRequests = 0;      ///< Of its own.
+    };
+
+    /** A request that was delivered to its handler and has no answer yet. */
+    struct OpenRequest
+    {
+        ClientNumber requester = 0;
+        std::uint64_t requestersId = 0; ///< The requester's own number of it; several open ones may have the same.
+        ClientNumber handler = 0;
+        std::string named; ///< Method and endpoint, for people.
+    };
+    using OpenRequests = std::map<std::uint64_t, OpenRequest>;
+
     void On(ClientNumber client, const Gatrix::Wire::Hello& hello, Effects& effects);
     void On(ClientNumber client, const Gatrix::Wire::Interest& interest, Effects& effects);
     void On(ClientNumber client, const Gatrix::Wire::Register& registration, Effects& effects);
     void On(ClientNumber client, const Gatrix::Wire::Subscribe& subscription, Effects& effects);
     void On(ClientNumber client, Gatrix::Wire::Request request, Effects& effects);
     void On(ClientNumber client, const Gatrix::Wire::Notify& notification, Effects& effects);
-    void On(ClientNumber /*client*/, const Gatrix::Wire::Ready& /*ready*/, Effects& effects)
-    {
-        effects.violation = "ready is for the gateway to send";
-    }
-    void On(ClientNumber /*client*/, const Gatrix::Wire::NotReady& /*notReady*/, Effects& effects)
-    {
-        effects.violation = "notReady is for the gateway to send";
-    }
+    void On(ClientNumber client, const Gatrix::Wire::Ready& ready, Effects& effects);
+    void On(ClientNumber client, const Gatrix::Wire::NotReady& notReady, Effects& effects);
 
     /** Takes an answer or a refusal of the client; gives it, with the requester's number, to the requester. */
     template <typename Outcome>
@@ -80,18 +92,21 @@ private:
 
     /** Whether the endpoint has a handler for any method. */
     bool HasHandler(const std::string& endpoint) const;
-    /** Forgets the client's registrations. @return the endpoints that have no handler any more */
-    std::vector<std::string> DropHandler(ClientNumber client);
-    void Tell(const Interests::Told& ready, Effects& effects) const;
-    void Reject(ClientNumber requester, std::uint64_t requestersId, int statusCode, const std::string& message,
-                Effects& effects) const;
+    /** Tells those that are interested in it, and in nothing else that has no handler, of an endpoint's first one. */
+    void TellGain(const std::string& endpoint, Effects& effects);
+    /** Tells those that were ready of the endpoints that lost their last handler. */
+    void TellLoss(const std::set<std::string>& lost, Effects& effects);
+    void TellReady(ClientNumber client, Effects& effects);
+    /** Takes the request out. */
+    OpenRequest Close(OpenRequests::iterator request);
+    void Reject(const OpenRequest& request, int statusCode, const std::string& message, Effects& effects) const;
 
-    std::map<ClientNumber, std::string> m_names;
-    /** By method and endpoint, "GET /a"; the newest handler wins, the others stay behind it. */
-    EndpointIndex m_handlers;
-    Interests m_interests;
-    EndpointIndex m_subscriptions;
+    std::map<ClientNumber, Client> m_clients;
+    /** By method and endpoint, "GET /a": the newest handler, which wins, last; the others stay behind it. */
+    std::map<std::string, std::vector<ClientNumber>> m_handlers;
+    /** By the gateway's own numbers. */
     OpenRequests m_requests;
+    std::uint64_t m_lastRequest = 0;
 };
 
 } // namespace GatrixGateway
