@@ -50,19 +50,12 @@ public:
 
     void Open(std::uint16_t port)
     {
-        constexpr int kAttempts = 10; // a port that is free on one address may be taken on the other
-        for (int attempt = 1;; ++attempt) {
-            m_doors.clear();
-            if (!Add({asio::ip::address_v4::loopback(), port})) {
-                Fail("127.0.0.1:", port);
-            }
-            m_port = m_doors.front().acceptor.local_endpoint().port();
-            if (Add({asio::ip::address_v6::loopback(), m_port}) || errno != EADDRINUSE) {
-                break;
-            }
-            if (port != 0 || attempt == kAttempts) {
-                Fail("[::1]:", port);
-            }
+        if (!Add({asio::ip::address_v4::loopback(), port})) {
+            Fail("127.0.0.1:", port);
+        }
+        m_port = m_doors.front().acceptor.local_endpoint().port();
+        if (!Add({asio::ip::address_v6::loopback(), m_port}) && errno == EADDRINUSE) {
+            Fail("[::1]:", m_port);
         }
         Watch();
     }

@@ -25,7 +25,7 @@ public:
     /**
      * Listens from here on.
      *
-     * @param port 0 for any that is free on all addresses
+     * @param port 0 for any that is free
      * @param seats clients at a time; others wait in the listening sockets' queues
      * @param print takes a line when clients have to wait or are turned away
      * @throws std::system_error when the port cannot be had

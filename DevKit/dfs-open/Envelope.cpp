@@ -7,12 +7,13 @@
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 
+#include <array>
 #include <cerrno>
-#include <exception>
 #include <limits>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace DfsOpen
 {
@@ -20,76 +21,8 @@ namespace DfsOpen
 namespace
 {
 
-template <auto Free>
-struct Freer
-{
-    template <typename T>
-    void operator()(T* object) const
-    {
-        Free(object);
-    }
-};
-using Message = std::unique_ptr<CMS_ContentInfo, Freer<CMS_ContentInfo_free>>;
-using Bio = std::unique_ptr<BIO, Freer<BIO_vfree>>;
-using BioMethod = std::unique_ptr<BIO_METHOD, Freer<BIO_meth_free>>;
-
-struct SinkState
-{
-    const ByteSink& sink;
-    std::exception_ptr fault; ///< Of the sink: OpenSSL is in C, which no exception may pass.
-};
-
-int WriteToSink(BIO* bio, const char* data, int size)
-{
-    auto& state = *static_cast<SinkState*>(BIO_get_data(bio));
-    try {
-        if (!state.fault) {
-            state.sink(data, static_cast<std::size_t>(size));
-        }
-    } catch (...) {
-        state.fault = std::current_exception();
-    }
-    return state.fault ? -1 : size;
-}
-
-long ControlSink(BIO* /*bio*/, int command, long /*number*/, void* /*pointer*/)
-{
-    return command == BIO_CTRL_FLUSH ? 1 : 0;
-}
-
-BioMethod SinkMethod()
-{
-    BioMethod method(BIO_meth_new(BIO_get_new_index() | BIO_TYPE_SOURCE_SINK, "sink"));
-    if (!method || BIO_meth_set_write(method.get(), WriteToSink) != 1 ||
-        BIO_meth_set_ctrl(method.get(), ControlSink) != 1) {
-        throw std::bad_alloc();
-    }
-    return method;
-}
-
-bool UnwrapByTransport(CMS_ContentInfo* message, CMS_RecipientInfo* recipient, EVP_PKEY* key)
-{
-    EVP_PKEY_up_ref(key);
-    CMS_RecipientInfo_set0_pkey(recipient, key);
-    const bool unwrapped = CMS_RecipientInfo_decrypt(message, recipient) > 0;
-    CMS_RecipientInfo_set0_pkey(recipient, nullptr);
-    return unwrapped;
-}
-
-bool UnwrapByAgreement(CMS_ContentInfo* message, CMS_RecipientInfo* recipient, EVP_PKEY* key, int& tries)
-{
-    STACK_OF(CMS_RecipientEncryptedKey)* wrapped = CMS_RecipientInfo_kari_get0_reks(recipient);
-    for (int index = 0; index < sk_CMS_RecipientEncryptedKey_num(wrapped) && --tries >= 0; ++index) {
-        const bool unwrapped =
-            CMS_RecipientInfo_kari_set0_pkey(recipient, key) > 0 &&
-            CMS_RecipientInfo_kari_decrypt(message, recipient, sk_CMS_RecipientEncryptedKey_value(wrapped, index)) > 0;
-        CMS_RecipientInfo_kari_set0_pkey(recipient, nullptr);
-        if (unwrapped) {
-            return true;
-        }
-    }
-    return false;
-}
+using Message = std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)>;
+using Bio = std::unique_ptr<BIO, decltype(&BIO_free_all)>;
 
 Fault Damaged()
 {
@@ -101,42 +34,42 @@ Fault Crowded()
     return Fault(Outcome::kRefused, "its encrypted CMS message names more recipients than are accepted");
 }
 
-/**
- * Unwraps the content key with the private key. This goes recipient by recipient because CMS_decrypt, given a key
- * without a certificate, hides a wrong key behind a random content key.
- */
-void UnwrapContentKey(CMS_ContentInfo* message, EVP_PKEY* key)
+int CountKeys(CMS_ContentInfo* message)
 {
     STACK_OF(CMS_RecipientInfo)* recipients = CMS_get0_RecipientInfos(message);
-    int tries = kMostRecipients;
-    for (int index = 0; index < sk_CMS_RecipientInfo_num(recipients) && tries >= 0; ++index) {
+    int keys = 0;
+    for (int index = 0; index < sk_CMS_RecipientInfo_num(recipients); ++index) {
         CMS_RecipientInfo* recipient = sk_CMS_RecipientInfo_value(recipients, index);
-        const int type = CMS_RecipientInfo_type(recipient);
-        if ((type == CMS_RECIPINFO_TRANS && --tries >= 0 && UnwrapByTransport(message, recipient, key)) ||
-            (type == CMS_RECIPINFO_AGREE && UnwrapByAgreement(message, recipient, key, tries))) {
-            return;
-        }
+        keys += CMS_RecipientInfo_type(recipient) == CMS_RECIPINFO_AGREE
+                    ? sk_CMS_RecipientEncryptedKey_num(CMS_RecipientInfo_kari_get0_reks(recipient))
+                    : 1;
     }
-    throw tries < 0 ? Crowded() : Fault(Outcome::kDamaged, "does not open with this key");
+    return keys;
 }
 
-void Decrypt(CMS_ContentInfo* message, BIO* content, EVP_PKEY* key, const ByteSink& sink)
+void Decrypt(CMS_ContentInfo* message, Bio content, EVP_PKEY* key, const ByteSink& sink)
 {
-    UnwrapContentKey(message, key);
-    static const BioMethod method = SinkMethod();
-    SinkState state{sink, {}};
-    const Bio output(BIO_new(method.get()));
-    if (!output) {
-        throw std::bad_alloc();
+    if (CountKeys(message) > kMostRecipients) {
+        throw Crowded();
     }
-    BIO_set_data(output.get(), &state);
-    BIO_set_init(output.get(), 1);
-
-    const int result = CMS_decrypt(message, nullptr, nullptr, content, output.get(), CMS_BINARY | CMS_DEBUG_DECRYPT);
-    if (state.fault) {
-        std::rethrow_exception(state.fault);
+    // Without this flag, which it sets and does nothing else, a wrong key is hidden behind a random content key.
+    if (CMS_decrypt(message, nullptr, nullptr, nullptr, nullptr, CMS_DEBUG_DECRYPT) != 1) {
+        throw Damaged();
     }
-    if (result != 1) {
+    if (CMS_decrypt_set1_pkey(message, key, nullptr) != 1) {
+        throw Fault(Outcome::kDamaged, "does not open with this key");
+    }
+    const Bio plain(CMS_dataInit(message, content.get()), BIO_free_all);
+    if (!plain) {
+        throw Damaged();
+    }
+    content.release();
+    std::array<char, 65536> buffer;
+    int got = 0;
+    while ((got = BIO_read(plain.get(), buffer.data(), static_cast<int>(buffer.size()))) > 0) {
+        sink(buffer.data(), static_cast<std::size_t>(got));
+    }
+    if (got < 0 || BIO_get_cipher_status(plain.get()) <= 0) {
         throw Damaged();
     }
 }
@@ -156,18 +89,23 @@ Message ParseWithoutContent(std::string_view recipients, std::string_view cipher
     constexpr std::string_view kEnvelopedData("\x30\x80\x06\x09\x2a\x86\x48\x86\xf7\x0d\x01\x07\x03\xa0\x80\x30\x80",
                                               17);
     constexpr std::string_view kEncryptedContentInfo("\x30\x80", 2);
+    constexpr std::string_view kEmptyContent("\x80\x00", 2);
     constexpr std::size_t kEndsOfContents = 8;
     std::string message(kEnvelopedData);
-    message.append(recipients).append(kEncryptedContentInfo).append(cipher).append(kEndsOfContents, '\0');
+    message.append(recipients)
+        .append(kEncryptedContentInfo)
+        .append(cipher)
+        .append(kEmptyContent)
+        .append(kEndsOfContents, '\0');
     const auto* next = reinterpret_cast<const unsigned char*>(message.data());
-    return Message(d2i_CMS_ContentInfo(nullptr, &next, static_cast<long>(message.size())));
+    return {d2i_CMS_ContentInfo(nullptr, &next, static_cast<long>(message.size())), CMS_ContentInfo_free};
 }
 
 } // namespace
 
 PrivateKey::PrivateKey(const std::string& path)
 {
-    const Bio file(BIO_new_file(path.c_str(), "re"));
+    const Bio file(BIO_new_file(path.c_str(), "re"), BIO_free_all);
     if (!file) {
         throw std::runtime_error("cannot read the key file " + path + ": " + std::generic_category().message(errno));
     }
@@ -196,11 +134,12 @@ void OpenEnvelope(std::string& message, const PrivateKey* key, const ByteSink& s
     if (key == nullptr) {
         return;
     }
-    const Bio content(BIO_new_mem_buf(part(layout.content).data(), static_cast<int>(layout.content.size)));
+    const std::string_view encrypted = part(layout.content);
+    Bio content(BIO_new_mem_buf(encrypted.data(), static_cast<int>(encrypted.size())), BIO_free_all);
     if (!content) {
         throw std::bad_alloc();
     }
-    Decrypt(parsed.get(), content.get(), key->Get(), sink);
+    Decrypt(parsed.get(), std::move(content), key->Get(), sink);
 }
 
 } // namespace DfsOpen

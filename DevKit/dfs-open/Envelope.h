@@ -23,7 +23,7 @@ private:
     std::shared_ptr<evp_pkey_st> m_key;
 };
 
-/** How many keys of recipients are tried, and how many bytes may describe them: devices name one recipient. */
+/** How many keys the recipients may have, and how many bytes may describe them: devices name one recipient. */
 constexpr int kMostRecipients = 16;
 constexpr std::size_t kLongestRecipients = std::size_t{64} * 1024;
 
