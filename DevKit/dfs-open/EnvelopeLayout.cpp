@@ -2,6 +2,8 @@
 
 #include "Fault.h"
 
+#include <openssl/asn1.h>
+
 #include <cstdint>
 #include <cstring>
 #include <optional>
@@ -23,10 +25,6 @@ constexpr std::uint8_t kSet = 0x31;
 constexpr std::uint8_t kPrimitive0 = 0x80;
 constexpr std::uint8_t kConstructed0 = 0xa0;
 constexpr std::uint8_t kConstructed1 = 0xa1;
-
-constexpr std::uint8_t kIndefinite = 0x80;
-constexpr std::uint8_t kLengthMask = 0x7f;
-constexpr std::size_t kLongestLength = 4;
 
 const std::string kEnvelopedData("\x2a\x86\x48\x86\xf7\x0d\x01\x07\x03", 9);
 
@@ -93,34 +91,27 @@ private:
         bool isIndefinite;
     };
 
-    std::uint8_t Byte(std::size_t at) const { return static_cast<std::uint8_t>(m_data[at]); }
-
     /** Goes to the content of the element. */
     std::optional<Level> Begin(std::uint8_t identifier)
     {
         const std::size_t end = m_levels.back().end;
-        if (end - m_position < 2 || Byte(m_position) != identifier) {
+        const auto* const begin = reinterpret_cast<const unsigned char*>(m_data.data()) + m_position;
+        if (m_position == end || *begin != identifier) {
             return std::nullopt;
         }
-        const std::uint8_t first = Byte(m_position + 1);
-        std::size_t content = m_position + 2;
-        std::size_t length = first;
-        if (first > kIndefinite) {
-            const std::size_t count = first & kLengthMask;
-            if (count > kLongestLength || count > end - content) {
-                return std::nullopt;
-            }
-            length = 0;
-            for (const std::size_t stop = content + count; content < stop; ++content) {
-                length = length << 8U | Byte(content);
-            }
-        }
-        const bool isIndefinite = first == kIndefinite;
-        if (!isIndefinite && length > end - content) {
+        constexpr int kBad = 0x80;
+        constexpr int kIndefinite = 0x01;
+        const unsigned char* content = begin;
+        long length = 0;
+        int tag = 0;
+        int tagClass = 0;
+        const int form = ASN1_get_object(&content, &length, &tag, &tagClass, static_cast<long>(end - m_position));
+        if ((form & kBad) != 0) {
             return std::nullopt;
         }
-        m_position = content;
-        return Level{isIndefinite ? end : content + length, isIndefinite};
+        m_position += static_cast<std::size_t>(content - begin);
+        const bool isIndefinite = (form & kIndefinite) != 0;
+        return Level{isIndefinite ? end : m_position + static_cast<std::size_t>(length), isIndefinite};
     }
 
     const std::string& m_data;

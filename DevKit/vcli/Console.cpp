@@ -260,14 +260,7 @@ std::vector<int> Console::Descriptors() const
 bool Console::IsToWait(const std::string& reply) const
 {
     const std::string mark = "Triggered";
-    switch (m_options.wait) {
-        case Options::Wait::Always:
-            return true;
-        case Options::Wait::Never:
-            return false;
-        case Options::Wait::IfTriggered:
-            break;
-    }
-    return !m_isPrompted && reply.size() >= mark.size() &&
-           reply.compare(reply.size() - mark.size(), mark.size(), mark) == 0;
+    const bool isTriggered =
+        reply.size() >= mark.size() && reply.compare(reply.size() - mark.size(), mark.size(), mark) == 0;
+    return m_options.isWaiting.value_or(isTriggered && !m_isPrompted);
 }

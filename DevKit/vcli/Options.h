@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 
 /** How vcli ends; with several commands, as the first of them that failed. */
 enum class ExitStatus
@@ -18,16 +19,11 @@ enum class ExitStatus
 /** How long vcli waits, and for what. */
 struct Options
 {
-    /** Whether to wait, after a command's reply, for the line that tells its outcome. */
-    enum class Wait
-    {
-        /** Yes, if the reply ends in "Triggered" and nobody sits at a prompt, where the line shows when it comes. */
-        IfTriggered,
-        Always,
-        Never
-    };
-
     std::chrono::seconds timeout{5};
-    Wait wait = Wait::IfTriggered;
+    /**
+     * Whether to wait, after a command's reply, for the line that tells its outcome. If it is not said: if the reply
+     * ends in "Triggered" and nobody sits at a prompt, where the line shows when it comes.
+     */
+    std::optional<bool> isWaiting;
     std::chrono::seconds waitTimeout{15 * 60};
 };

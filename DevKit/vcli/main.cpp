@@ -59,10 +59,10 @@ int main(int argc, char** argv)
         }
         options.timeout = std::chrono::seconds(timeout);
         if (!wait->empty()) {
-            options.wait = Options::Wait::Always;
+            options.isWaiting = true;
             options.waitTimeout = std::chrono::seconds(waitTimeout);
         } else if (!noWait->empty()) {
-            options.wait = Options::Wait::Never;
+            options.isWaiting = false;
         }
         return static_cast<int>(words.empty() ? RunCommandLoop(options) : Console(options, false).Run(words));
     });
