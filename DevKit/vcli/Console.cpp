@@ -14,7 +14,6 @@
 namespace
 {
 using CliWire::Event;
-using Result = ServiceLink::Result;
 
 ExitStatus Complain(ExitStatus status, const std::string& text)
 {
@@ -152,22 +151,14 @@ Console::Offers Console::AskForCommands()
         link.Send({CliWire::Request::Kind::List, id, ""}, deadline);
     }
     Offers offers;
-    for (auto next = m_links.begin(); next != m_links.end();) {
-        const auto current = next++;
-        Event event;
-        switch (Await(current->second, AnswerTo(id), event, deadline)) {
-            case Result::Event:
-                offers.emplace_back(current->first, std::move(event.commands));
-                break;
-            case Result::TimedOut:
-                Complain(ExitStatus::NoReply, current->first + " does not answer");
-                break;
-            case Result::Gone:
-                Complain(ExitStatus::ServiceGone, current->first + " closed the connection");
-                m_links.erase(current);
-                break;
+    for (auto& [name, link] : m_links) {
+        if (auto event = Await(link, AnswerTo(id), deadline)) {
+            offers.emplace_back(name, std::move(event->commands));
+        } else if (link.IsOpen()) {
+            Complain(ExitStatus::NoReply, name + " does not answer");
         }
     }
+    DropClosed();
     return offers;
 }
 
@@ -175,73 +166,77 @@ ExitStatus Console::RunOn(ServiceLink& link, const std::string& line)
 {
     const int id = ++m_lastId;
     const auto deadline = ReplyDeadline();
-    Event event;
-    const Result result = link.Send({CliWire::Request::Kind::Run, id, line}, deadline)
-                              ? Await(link, AnswerTo(id), event, deadline)
-                              : Result::Gone;
-    if (result == Result::Gone) {
+    link.Send({CliWire::Request::Kind::Run, id, line}, deadline);
+    const auto event = Await(link, AnswerTo(id), deadline);
+    if (!event && !link.IsOpen()) {
         return Complain(ExitStatus::ServiceGone, link.Name() + " closed the connection before it replied");
     }
-    if (result == Result::TimedOut) {
+    if (!event) {
         return Complain(ExitStatus::NoReply,
                         link.Name() + " sent no reply within " + std::to_string(m_options.timeout.count()) + " s");
     }
-    switch (event.kind) {
+    switch (event->kind) {
         case Event::Kind::Reply:
-            Print(event.text);
-            return IsToWait(event.text) ? AwaitOutcome(link) : ExitStatus::Done;
+            Print(event->text);
+            return IsToWait(event->text) ? AwaitOutcome(link) : ExitStatus::Done;
         case Event::Kind::UnknownCommand:
-            return Complain(ExitStatus::NoSuchCommand, link.Name() + ": " + event.text);
+            return Complain(ExitStatus::NoSuchCommand, link.Name() + ": " + event->text);
         default:
-            return Complain(ExitStatus::HandlerFailed, "no reply came: " + event.text);
+            return Complain(ExitStatus::HandlerFailed, "no reply came: " + event->text);
     }
 }
 
 ExitStatus Console::AwaitOutcome(ServiceLink& link)
 {
-    Event event;
-    const auto isOutcome = [](const Event& candidate) { return candidate.kind == Event::Kind::Async; };
-    switch (Await(link, isOutcome, event, ServiceLink::Clock::now() + m_options.waitTimeout)) {
-        case Result::Event:
-            break;
-        case Result::TimedOut:
-            return Complain(ExitStatus::NoOutcome,
-                            "the outcome did not come within " + std::to_string(m_options.waitTimeout.count()) + " s");
-        case Result::Gone:
-            return Complain(ExitStatus::ServiceGone, link.Name() + " closed the connection before it told the outcome");
+    const auto isOutcome = [](const Event& event) { return event.kind == Event::Kind::Async; };
+    const auto event = Await(link, isOutcome, ServiceLink::Clock::now() + m_options.waitTimeout);
+    if (!event && !link.IsOpen()) {
+        return Complain(ExitStatus::ServiceGone, link.Name() + " closed the connection before it told the outcome");
     }
-    Print(event.text);
+    if (!event) {
+        return Complain(ExitStatus::NoOutcome,
+                        "the outcome did not come within " + std::to_string(m_options.waitTimeout.count()) + " s");
+    }
+    Print(event->text);
     return ExitStatus::Done;
 }
 
-Result Console::Await(ServiceLink& link, const std::function<bool(const Event&)>& isAwaited, Event& event,
-                      ServiceLink::Clock::time_point deadline)
+std::optional<Event> Console::Await(ServiceLink& link, const std::function<bool(const Event&)>& isAwaited,
+                                    ServiceLink::Clock::time_point deadline)
 {
-    while (true) {
-        const Result result = link.Next(event, deadline);
-        if (result != Result::Event || isAwaited(event)) {
-            return result;
+    while (auto event = link.Next(deadline)) {
+        if (isAwaited(*event)) {
+            return event;
         }
-        ShowUnasked(link.Name(), event);
+        ShowUnasked(link.Name(), *event);
         if (ServiceLink::Clock::now() >= deadline) {
-            return Result::TimedOut;
+            break;
         }
     }
+    return std::nullopt;
 }
 
 void Console::ShowArrived()
 {
     // A service that talks without pause must not keep the input waiting.
     const auto deadline = ServiceLink::Clock::now() + std::chrono::seconds(1);
+    for (auto& [name, link] : m_links) {
+        while (ServiceLink::Clock::now() < deadline) {
+            const auto event = link.Next(ServiceLink::Clock::now());
+            if (!event) {
+                break;
+            }
+            ShowUnasked(name, *event);
+        }
+    }
+    DropClosed();
+}
+
+void Console::DropClosed()
+{
     for (auto next = m_links.begin(); next != m_links.end();) {
         const auto current = next++;
-        Event event;
-        Result result = Result::Event;
-        while (ServiceLink::Clock::now() < deadline &&
-               (result = current->second.Next(event, ServiceLink::Clock::now())) == Result::Event) {
-            ShowUnasked(current->first, event);
-        }
-        if (result == Result::Gone) {
+        if (!current->second.IsOpen()) {
             Complain(ExitStatus::ServiceGone, current->first + " closed the connection");
             m_links.erase(current);
         }

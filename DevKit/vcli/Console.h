@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,9 +39,11 @@ private:
     Offers AskForCommands();
     ExitStatus RunOn(ServiceLink& link, const std::string& line);
     ExitStatus AwaitOutcome(ServiceLink& link);
-    /** Waits for an event of the kind, until the deadline; prints the others that come before it. */
-    static ServiceLink::Result Await(ServiceLink& link, const std::function<bool(const CliWire::Event&)>& isAwaited,
-                                     CliWire::Event& event, ServiceLink::Clock::time_point deadline);
+    /** Waits for an event of the kind, until the deadline or the link's end; prints those that come before it. */
+    static std::optional<CliWire::Event> Await(ServiceLink& link,
+                                               const std::function<bool(const CliWire::Event&)>& isAwaited,
+                                               ServiceLink::Clock::time_point deadline);
+    void DropClosed();
     bool IsToWait(const std::string& reply) const;
     ServiceLink::Clock::time_point ReplyDeadline() const { return ServiceLink::Clock::now() + m_options.timeout; }
 

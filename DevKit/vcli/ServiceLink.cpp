@@ -31,44 +31,41 @@ bool WaitUntil(int descriptor, short events, ServiceLink::Clock::time_point dead
 ServiceLink::ServiceLink(std::string name, FileDescriptor socket) : m_name(std::move(name)), m_socket(std::move(socket))
 {}
 
-bool ServiceLink::Send(const CliWire::Request& request, Clock::time_point deadline) const
+void ServiceLink::Send(const CliWire::Request& request, Clock::time_point deadline)
 {
     const std::string line = CliWire::Encode(request);
-    std::size_t done = 0;
-    while (done < line.size()) {
+    for (std::size_t done = 0; m_isOpen && done < line.size();) {
         const ssize_t sent = ::send(m_socket.Get(), line.data() + done, line.size() - done, MSG_NOSIGNAL);
         if (sent > 0) {
             done += static_cast<std::size_t>(sent);
-        } else if (errno != EINTR && (errno != EAGAIN || !WaitUntil(m_socket.Get(), POLLOUT, deadline))) {
-            return false;
+        } else {
+            m_isOpen = errno == EINTR || (errno == EAGAIN && WaitUntil(m_socket.Get(), POLLOUT, deadline));
         }
     }
-    return true;
 }
 
-ServiceLink::Result ServiceLink::Next(CliWire::Event& event, Clock::time_point deadline)
+std::optional<CliWire::Event> ServiceLink::Next(Clock::time_point deadline)
 {
-    while (true) {
+    while (m_isOpen) {
         if (const auto line = m_lines.Next()) {
-            auto decoded = CliWire::DecodeEvent(*line);
-            if (!decoded) {
-                return Result::Gone;
-            }
-            event = *std::move(decoded);
-            return Result::Event;
+            auto event = CliWire::DecodeEvent(*line);
+            m_isOpen = event.has_value();
+            return event;
         }
         if (m_lines.IsTooLong()) {
-            return Result::Gone;
+            m_isOpen = false;
+            break;
         }
         if (!WaitUntil(m_socket.Get(), POLLIN, deadline)) {
-            return Result::TimedOut;
+            break;
         }
         std::array<char, 16384> chunk;
         const ssize_t got = ::recv(m_socket.Get(), chunk.data(), chunk.size(), 0);
         if (got > 0) {
             m_lines.Append(chunk.data(), static_cast<std::size_t>(got));
-        } else if (got == 0 || (errno != EAGAIN && errno != EINTR)) {
-            return Result::Gone;
+        } else {
+            m_isOpen = got < 0 && (errno == EAGAIN || errno == EINTR);
         }
     }
+    return std::nullopt;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
 
 #include "CliWire.h"
@@ -12,28 +13,27 @@ class ServiceLink
 public:
     using Clock = std::chrono::steady_clock;
 
-    enum class Result
-    {
-        Event,
-        TimedOut,
-        /** The service closed the connection, or sent what is no event. */
-        Gone
-    };
-
     /** @param name of the service @param socket a non-blocking, connected one */
     ServiceLink(std::string name, FileDescriptor socket);
 
     const std::string& Name() const noexcept { return m_name; }
     int Descriptor() const noexcept { return m_socket.Get(); }
 
-    /** Sends a request. False when the service has gone, or does not take it in time. */
-    bool Send(const CliWire::Request& request, Clock::time_point deadline) const;
+    /** False once the service has closed the connection, sent what is no event, or not taken a request in time. */
+    bool IsOpen() const noexcept { return m_isOpen; }
 
-    /** Waits for the next event; with a deadline that has passed, only looks whether there is one. */
-    Result Next(CliWire::Event& event, Clock::time_point deadline);
+    void Send(const CliWire::Request& request, Clock::time_point deadline);
+
+    /**
+     * Waits for the next event; with a deadline that has passed, only looks whether there is one.
+     *
+     * @return nothing when the time is up, or the link is no longer open
+     */
+    std::optional<CliWire::Event> Next(Clock::time_point deadline);
 
 private:
     std::string m_name;
     FileDescriptor m_socket;
+    bool m_isOpen = true;
     CliWire::LineCutter m_lines{CliWire::kMaxEventLength};
 };
