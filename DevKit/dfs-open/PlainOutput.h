@@ -3,7 +3,7 @@
 #include "FileDescriptor.h"
 #include "Manifest.h"
 
-#include <cstdint>
+#include <cstddef>
 #include <iosfwd>
 #include <string>
 

@@ -7,7 +7,6 @@
 #include "Script.h"
 #include "Store.h"
 
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>

@@ -41,7 +41,6 @@ TEST_F(Peer, GivesUp_WithAWordAndAStatus)
     const std::tuple<std::vector<std::string>, int, const char*> cases[] = {
         {{"--timeout", "1"}, 3, "gatrix-peer: the gateway or the diagnostic-file service did not come in time\n"},
         {{"--type", "NONE"}, 2, "gatrix-peer: --type: there is no file type 'NONE'; see --help\n"},
-        {{"upload"}, 2, "gatrix-peer: The following argument was not expected: upload; see --help\n"},
     };
     for (const auto& [words, status, output] : cases) {
         const Finished peer = RunPeer(words);

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <stdexcept>
-#include <tuple>
 
 #include "TestCloud.h"
 
@@ -49,7 +48,13 @@ TEST(CloudScript, Delay_LiesBetweenRequestAndAnswer)
 
 TEST(CloudScript, Reset_CutsAnswerOrRequestWhereItIsTold)
 {
-    const std::tuple<std::string, std::string, std::size_t, std::ptrdiff_t> cases[] = {
+    const struct
+    {
+        std::string reset;
+        std::string answer;
+        std::size_t bodySize;
+        std::ptrdiff_t stored;
+    } cases[] = {
         {R"("resetAfterBytes":0)", " RESET", 43, 2},
         {R"("resetAfterBytes":25)", "HTTP/1.1 200 OK\r\nContent- RESET", 43, 2},
         {R"("resetAfterRequestBytes":0)", " RESET", 0, 1},

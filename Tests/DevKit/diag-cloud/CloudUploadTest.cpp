@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 
 #include <system_error>
-#include <tuple>
 
 #include "TestCloud.h"
 
@@ -83,7 +82,14 @@ TEST(CloudUpload, BadArchiveOrPath_IsRefusedAndNothingStored)
     const TestCloud cloud;
     const std::string url = cloud.Announce();
     const std::string root = cloud.Url();
-    const std::tuple<std::string, std::string, std::vector<std::string>, int, std::string> cases[] = {
+    const struct
+    {
+        std::string method;
+        std::string target;
+        std::vector<std::string> headers;
+        int status;
+        std::string reason;
+    } cases[] = {
         {"POST", url, {}, 400, "Content-MD5 is missing"},
         {"POST", url, {"Content-MD5: d41d8cd98f00b204e9800998ecf8427e"}, 400, "Content-MD5 does not match the archive"},
         {"POST", url, {"Content-MD5: 9E107D9D372BB6826BD81D3542A419D6"}, 400, "32 lower-case hexadecimal digits"},

@@ -87,12 +87,10 @@ TEST(Vcli, EveryEndOfACommand_HasItsWordsAndItsStatus)
         {"service jump", 3, "vcli: no service offers the command 'service jump'. There are:\nService\n  service show"},
         {"--timeout 0 service show", 2, "vcli: --timeout: Value 0 not in range 1 to 604800; see --help\n"},
         {"--quick service show", 2, "vcli: there is no option --quick; see --help\n"},
-        {"--timeout", 2, "vcli: --timeout: 1 required SECONDS"},
         {"--wait=0 service show", 2, "vcli: --wait: Value 0 not in range 1 to 604800; see --help\n"},
         {"service show $(printf %09000d 0)", 2, "vcli: the command is too long\n"},
         {"service vanish", 6, "vcli: Service closed the connection before it replied\n"},
         {"help", 1, "vcli: no service can be reached in /run/vantor/cli\n"},
-        {"--help", 0, "Sends a command"},
     };
     for (const auto& [words, status, output] : cases) {
         const Finished result = Vcli(words);
