@@ -63,7 +63,7 @@ void Decrypt(CMS_ContentInfo* message, Bio content, EVP_PKEY* key, const ByteSin
     if (!plain) {
         throw Damaged();
     }
-    content.release();
+    static_cast<void>(content.release());
     std::array<char, 65536> buffer;
     int got = 0;
     while ((got = BIO_read(plain.get(), buffer.data(), static_cast<int>(buffer.size()))) > 0) {

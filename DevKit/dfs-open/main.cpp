@@ -11,9 +11,8 @@ int main(int argc, char** argv)
     DfsOpen::Options options;
     CLI::App app("Shows what an archive of diagnostic files holds and whether it is whole, and opens it.", "dfs-open");
     app.footer(
-        "Exit status: 0 all is whole, 1 something is missing, damaged, refused or not in the manifest (with --cat: of "
-        "what\n"
-        "was asked for), 2 wrong usage, or a file that cannot be opened.");
+        "Exit status: 0 all is whole, 1 something is missing, damaged, refused or not in the manifest (with\n"
+        "--cat: of what was asked for), 2 wrong usage, or a file that cannot be opened.");
     const auto set = [](std::optional<std::string>& option) {
         return [&option](const std::string& value) { option = value; };
     };
@@ -26,16 +25,15 @@ int main(int argc, char** argv)
         app.add_flag("--list", "show the items (the default); with a key each is opened to see whether it is whole");
     CLI::Option* const extract =
         app.add_option_function<std::string>("--extract", set(options.folder),
-                                             "write every item's plain content into DIR, which is made if it is not "
-                                             "there; a file that is there already\n"
-                                             "is never overwritten; what is left of a damaged item is NAME.damaged")
+                                             "write every item's plain content into DIR, which is made if need be;\n"
+                                             "a file that is there already is never overwritten; what is left of a\n"
+                                             "damaged item is NAME.damaged")
             ->type_name("DIR")
             ->needs(key)
             ->excludes(list);
     app.add_option_function<std::string>("--cat", set(options.subType),
-                                         "write the plain content of the items with this sub-type to standard output, "
-                                         "in the order in which the archive\n"
-                                         "holds them")
+                                         "write the plain content of the items with this sub-type to standard\n"
+                                         "output, in the order in which the archive holds them")
         ->type_name("SUBTYPE")
         ->needs(key)
         ->excludes(list)

@@ -66,7 +66,7 @@ void Exchange::Receive(const char* data, std::size_t size)
         return;
     }
     m_md5.Update(data, size);
-    if (m_metadata && !m_outcome.IsInsteadOfTheRequest() && m_storeFault.empty()) {
+    if (m_metadata && m_storeFault.empty()) {
         try {
             if (!m_archive) {
                 m_archive = m_cloud.store.AddArchive(m_route.id);

@@ -96,6 +96,7 @@ private:
     void TellGain(const std::string& endpoint, Effects& effects);
     /** Tells those that were ready of the endpoints that lost their last handler. */
     void TellLoss(const std::set<std::string>& lost, Effects& effects);
+    /** Notes whether all that the client is interested in has a handler, and tells it so if it has. */
     void TellReady(ClientNumber client, Effects& effects);
     /** Takes the request out. */
     OpenRequest Close(OpenRequests::iterator request);

@@ -38,13 +38,13 @@ int main(int argc, char** argv)
     DFSCommonPB::UploadRequest& upload = options.upload;
     int timeout = static_cast<int>(options.timeout.count());
     CLI::App app(
-        "Takes part as an on-device service: offers \"/system/info\", an endpoint that answers with a file path and "
-        "one\n"
-        "that answers with a payload, registers these two as diagnostic items, posts an upload and shows its answer.",
+        "Takes part as an on-device service: offers \"/system/info\", an endpoint that answers with a file path\n"
+        "and one that answers with a payload, registers these two as diagnostic items, posts an upload and shows\n"
+        "its answer.",
         "gatrix-peer");
     app.footer(
-        "Exit status: 0 the upload succeeded, 1 it was refused or failed, 2 wrong usage, 3 gateway or service did not "
-        "come.");
+        "Exit status: 0 the upload succeeded, 1 it was refused or failed, 2 wrong usage,\n"
+        "3 gateway or service did not come.");
     app.add_option_function<std::vector<std::string>>(
            "--type",
            [&upload](const std::vector<std::string>& names) {

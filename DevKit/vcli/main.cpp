@@ -32,11 +32,9 @@ int main(int argc, char** argv)
     int timeout = static_cast<int>(options.timeout.count());
     int waitTimeout = 0;
     CLI::App app(
-        "Sends a command, the words behind the options, to the service that offers it and prints the reply. `vcli "
-        "help`\n"
-        "lists the commands of all services. Without a command it reads commands from standard input, one a line, with "
-        "a\n"
-        "prompt on a terminal; `quit` ends it.",
+        "Sends a command, the words behind the options, to the service that offers it and prints the reply.\n"
+        "`vcli help` lists the commands of all services. Without a command it reads commands from standard input,\n"
+        "one a line, with a prompt on a terminal; `quit` ends it.",
         "vcli");
     app.prefix_command();
     app.footer(kFooter);

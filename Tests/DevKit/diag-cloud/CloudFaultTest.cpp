@@ -40,10 +40,14 @@ TEST(CloudFault, ClientBeyondTheLimit_WaitsForAnotherToGo)
     const TestCloud cloud({}, settings);
     auto first = std::make_unique<RawClient>(cloud, "GET / HTTP/1.1\r\n\r\n");
     EXPECT_TRUE(cloud.WaitForRequest(1, kDeadline));
-    const RawClient second(cloud, "GET / HTTP/1.1\r\nConnection: close\r\n\r\n");
+    auto second = std::make_unique<RawClient>(cloud, "GET / HTTP/1.1\r\n\r\n");
+    const RawClient third(cloud, "GET / HTTP/1.1\r\nConnection: close\r\n\r\n");
     EXPECT_FALSE(cloud.WaitForRequest(2, std::chrono::milliseconds(100)));
     first.reset();
-    EXPECT_THAT(second.ReadAll(), StartsWith("HTTP/1.1 404 "));
+    EXPECT_TRUE(cloud.WaitForRequest(2, kDeadline));
+    EXPECT_FALSE(cloud.WaitForRequest(3, std::chrono::milliseconds(100)));
+    second.reset();
+    EXPECT_THAT(third.ReadAll(), StartsWith("HTTP/1.1 404 "));
 }
 
 TEST(CloudFault, ClientThatGoesAway_LeavesNothingBehind)

@@ -174,7 +174,7 @@ TEST(Vcli, Terminal_HasAPromptAndShowsOutcomesAsTheyCome)
     ChildProcess terminal({"sh", "-c", "exec script -qec " + Program("vcli") + " /dev/null </tmp/keys"});
     const FileDescriptor keys(open("/tmp/keys", O_WRONLY | O_CLOEXEC));
     ASSERT_TRUE(terminal.WaitForOutput("vcli> "));
-    keys.WriteAll("service upload\n");
+    keys.WriteAll("service forget\nservice upload\n");
     ASSERT_TRUE(terminal.WaitForOutput("Upload Request Triggered\r\n"));
     ASSERT_TRUE(terminal.WaitForOutput("Upload status code = 200\r\n"));
     keys.WriteAll("quit\n");
