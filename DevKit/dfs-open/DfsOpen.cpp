@@ -24,12 +24,12 @@ FileDescriptor OpenArchive(const std::string& path)
     // A named pipe must not keep the program waiting: what is opened is looked at first.
     FileDescriptor archive(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (!archive) {
-        throw std::runtime_error("cannot open " + path + ": " + std::generic_category().message(errno));
+        throw std::invalid_argument("cannot open " + path + ": " + std::generic_category().message(errno));
     }
     struct stat status
     {};
     if (fstat(archive.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        throw std::runtime_error(path + " is not a regular file");
+        throw std::invalid_argument(path + " is not a regular file");
     }
     return archive;
 }
@@ -47,27 +47,20 @@ std::unique_ptr<PlainOutput> MakeOutput(const Options& options, std::ostream& ou
 
 } // namespace
 
-ExitStatus Run(const Options& options, std::ostream& out, std::ostream& err)
+bool Run(const Options& options, std::ostream& out, std::ostream& err)
 {
-    try {
-        const FileDescriptor archive = OpenArchive(options.archive);
-        std::unique_ptr<PrivateKey> key;
-        if (options.key) {
-            key = std::make_unique<PrivateKey>(*options.key);
-        }
-        const std::unique_ptr<PlainOutput> output = MakeOutput(options, out);
-        const ArchiveReport report = Examine(archive.Get(), key.get(), options.limits, *output);
-        bool isGood = report.IsSound();
-        if (options.subType) {
-            isGood = PrintFaults(report, *options.subType, err);
-        } else {
-            Print(report, out);
-        }
-        return isGood ? ExitStatus::kWhole : ExitStatus::kFaulty;
-    } catch (const std::exception& error) {
-        err << "dfs-open: " << error.what() << '\n';
-        return ExitStatus::kCannot;
+    const FileDescriptor archive = OpenArchive(options.archive);
+    std::unique_ptr<PrivateKey> key;
+    if (options.key) {
+        key = std::make_unique<PrivateKey>(*options.key);
     }
+    const std::unique_ptr<PlainOutput> output = MakeOutput(options, out);
+    const ArchiveReport report = Examine(archive.Get(), key.get(), options.limits, *output);
+    if (options.subType) {
+        return PrintFaults(report, *options.subType, err);
+    }
+    Print(report, out);
+    return report.IsSound();
 }
 
 } // namespace DfsOpen

@@ -19,20 +19,14 @@ struct Options
     Limits limits;
 };
 
-/** The program's exit statuses. */
-enum class ExitStatus
-{
-    kWhole = 0,  ///< Nothing is missing or damaged in what was asked for.
-    kFaulty = 1, ///< Something is; what was sound was delivered all the same.
-    kCannot = 2, ///< Nothing was looked at: bad options, or a file or folder that cannot be opened.
-};
-
 /**
- * Does what the options ask for.
+ * Does what the options ask for. What is sound is delivered whatever else is not.
  *
  * @param out takes the table, or the content of a sub-type
- * @param err takes errors, and with a sub-type what was found wrong
+ * @param err takes, with a sub-type, what was found wrong
+ * @return whether nothing is missing or damaged in what was asked for
+ * @throws std::invalid_argument with one line for the user when a file or folder cannot be opened
  */
-ExitStatus Run(const Options& options, std::ostream& out, std::ostream& err);
+bool Run(const Options& options, std::ostream& out, std::ostream& err);
 
 } // namespace DfsOpen

@@ -107,11 +107,11 @@ PrivateKey::PrivateKey(const std::string& path)
 {
     const Bio file(BIO_new_file(path.c_str(), "re"), BIO_free_all);
     if (!file) {
-        throw std::runtime_error("cannot read the key file " + path + ": " + std::generic_category().message(errno));
+        throw std::invalid_argument("cannot read the key file " + path + ": " + std::generic_category().message(errno));
     }
     m_key.reset(PEM_read_bio_PrivateKey(file.get(), nullptr, nullptr, nullptr), EVP_PKEY_free);
     if (!m_key) {
-        throw std::runtime_error("the key file " + path + " holds no private key in PEM form that can be read");
+        throw std::invalid_argument("the key file " + path + " holds no private key in PEM form that can be read");
     }
 }
 

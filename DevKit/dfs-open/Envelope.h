@@ -14,7 +14,7 @@ namespace DfsOpen
 class PrivateKey
 {
 public:
-    /** @throws std::runtime_error with a text for the user when the file cannot be read or holds no private key. */
+    /** @throws std::invalid_argument with a text for the user when the file cannot be read or holds no private key. */
     explicit PrivateKey(const std::string& path);
 
     evp_pkey_st* Get() const { return m_key.get(); }

@@ -20,9 +20,9 @@ constexpr mode_t kFolderMode = 0700; // diagnostic files are a customer's
 constexpr mode_t kFileMode = 0600;
 
 /** With errno's text. */
-std::runtime_error Failure(const std::string& what)
+std::invalid_argument Failure(const std::string& what)
 {
-    return std::runtime_error(what + ": " + std::generic_category().message(errno));
+    return std::invalid_argument(what + ": " + std::generic_category().message(errno));
 }
 
 void Require(bool isStored)

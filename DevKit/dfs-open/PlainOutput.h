@@ -60,7 +60,7 @@ public:
     /**
      * Makes the folder if there is none; its parent must exist.
      *
-     * @throws std::runtime_error with a text for the user when that is not possible
+     * @throws std::invalid_argument with a text for the user when that is not possible
      */
     explicit FolderOutput(const std::string& path);
 

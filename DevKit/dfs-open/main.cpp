@@ -43,6 +43,5 @@ int main(int argc, char** argv)
            "accept items of up to so many bytes, 1 GiB if not given, however long opening the archive takes")
         ->type_name("BYTES")
         ->check(CLI::Range(std::uint64_t{1}, kLargestPlainSize));
-    return RunTool(app, argc, argv,
-                   [&options] { return static_cast<int>(DfsOpen::Run(options, std::cout, std::cerr)); });
+    return RunTool(app, argc, argv, [&options] { return DfsOpen::Run(options, std::cout, std::cerr) ? 0 : 1; });
 }

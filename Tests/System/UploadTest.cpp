@@ -84,7 +84,7 @@ TEST_F(Upload, TellsWhatTheArchiveLacks)
     EXPECT_EQ(Vcli(UploadWords("16")).output, kSucceeded);
     const Finished opened = RunProgram({Program("dfs-open"), LatestUpload(cloud).archivePath});
     EXPECT_EQ(opened.status, 1);
-    EXPECT_THAT(opened.output, testing::ContainsRegex("dfs_lost_[0-9]+ .*  missing from the archive\n"
+    EXPECT_THAT(opened.output, testing::ContainsRegex("dfs_lost_[0-9]+ .*  missing: not in the archive\n"
                                                       "dfs_kept_[0-9]+ .*  sealed\n"
                                                       "the device has left out: dfs_lost_[0-9]+.gz, -, no regular "));
 }
