@@ -11,6 +11,8 @@ report() {
     PATH=$path "/opt/Vantor/bin/$1" >report 2>err
     equal "status and errors of $1 in $path" 0 "$?$(cat err)"
     refute "report of $1 in $path" grep -E "^[Uu]sage:|(invalid|unrecognized|unknown) option" report
+    # The samples of /proc/stat stand in for a missing tool.
+    check "files before tools in $1" awk '/^==> [^\/]/ { tools = 1 } /^==> \// && !/\/stat </ && tools { exit 1 }' report
 }
 
 # content TITLE: the lines of the report's sections of that title.
@@ -28,7 +30,7 @@ titles() {
 
 # A section of a file holds its lines. Numbers have changed meanwhile.
 check_file() {
-    if [ -r "$1" ]; then
+    if [ -f "$1" ] && [ -r "$1" ]; then
         tail -n 5000 "$1" | grep . | tr -d '0-9 ' | sort -u >lines
         equal "content of $1" "$(cat lines)" "$(content "$1" | tr -d '0-9 ' | sort -u)"
     else
@@ -51,6 +53,7 @@ busy=$!
 echo hello >/mnt/nv/product-persistence/planted
 echo 'nameserver 198.51.100.53' >/etc/resolv.conf
 awk 'BEGIN { for (i = 1; i <= 6000; i++) print "line", i }' >/var/log/messages
+mkfifo /var/log/syslog
 mkdir -p /sys/class/net/wlan0/phy80211
 shadow iw 'echo "iw $*"'
 

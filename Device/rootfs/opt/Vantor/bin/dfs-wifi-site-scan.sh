@@ -3,6 +3,7 @@
 # shellcheck source=../lib/diag-report.sh
 . /opt/Vantor/lib/diag-report.sh
 
+show /proc/net/wireless
 found=
 for wireless in /sys/class/net/*/phy80211 /sys/class/net/*/wireless; do
     [ -e "$wireless" ] || continue
@@ -17,4 +18,3 @@ if [ -z "$found" ]; then
     section "networks in reach"
     echo "this device has no wireless interface"
 fi
-show /proc/net/wireless

@@ -1,7 +1,7 @@
 # shellcheck shell=sh
-# What the collecting scripts share: a report in sections, where what is missing, fails or hangs costs one line and no
-# more. Sourced by them; does nothing by itself. A report shows what cannot hang first, then runs tools. As a whole it is
-# bounded by what seals it.
+# What the collecting scripts share: a report in sections. What is missing, fails or hangs costs its section one line.
+# Sourced by the scripts; does nothing by itself. A report shows files first, as they cannot hang, and runs tools after
+# them. What seals a report bounds it as a whole.
 
 max_lines=5000 # of one file, the last ones
 tool_seconds=10 # for one tool, if the device has timeout(1)
@@ -28,11 +28,11 @@ now() {
 attempt() {
     now
     begin=$now
-    # In a subshell, as the shell that waits tells on its own standard error that a tool was killed.
+    # The shell that waits writes to its own standard error that a tool was killed: hence the subshell.
     # shellcheck disable=SC2086  # a command line of the script's own, to be split
     { (exec $bound $1 2>&1); status=$?; } 2>/dev/null
     [ "$status" -ne 0 ] || return 0
-    # The timeout of BusyBox before 1.30 takes the seconds for the program. Then only the report as a whole is bounded.
+    # The timeout of BusyBox before 1.30 takes the seconds for the program. Without it, only the report is bounded.
     if [ -n "$bound" ] && [ "$status" -ge 125 ] && [ "$status" -le 127 ] && ! $bound true 2>/dev/null; then
         bound=
         attempt "$1"
@@ -61,12 +61,12 @@ run() {
     echo "this device has no $missing"
 }
 
-# show FILE...: a section for each file, all by one process.
+# show FILE...: a section for each file, all by one process. A FIFO would hang it.
 show() {
     readable=0
     for file; do
         shift
-        if [ -r "$file" ]; then
+        if [ -f "$file" ] && [ -r "$file" ]; then
             set -- "$@" "$file"
             readable=$((readable + 1))
         else
