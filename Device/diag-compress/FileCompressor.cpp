@@ -29,7 +29,8 @@ void Require(bool isDone, const std::string& path)
 
 void WriteCompressed(RegularFile& file, const std::string& path)
 {
-    constexpr mode_t kMode = 0666; // Less the umask, as a shell has it.
+    // Less the umask, as for a file that a shell makes.
+    constexpr mode_t kMode = 0666;
     const Descriptor target(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kMode));
     Require(target.Get() >= 0, path);
     Output output(target.Get(), path);
@@ -48,7 +49,8 @@ void CompressFile(const std::string& path)
     // No longer than the name to come, so that whatever leaves room for that one leaves room for both.
     const std::string partial = path + ".g~";
     BlockSignals();
-    unlink(partial.c_str()); // Of a run that was killed.
+    // A killed run may have left one.
+    unlink(partial.c_str());
     try {
         WriteCompressed(file, partial);
         Require(std::rename(partial.c_str(), compressed.c_str()) == 0, compressed);

@@ -6,11 +6,12 @@ namespace DiagSeal
 {
 
 /**
- * Replaces a regular file by PATH.gz, compressed at the lowest level, as what the service collects is compressed
- * already. PATH.gz appears whole or not at all; it is made as PATH.g~, and an earlier file or link of these names
- * is replaced. Signals to end wait until that is done. Blocks.
+ * Replaces a regular file by PATH.gz. The compression level is the lowest, as what the service collects is compressed
+ * already. PATH.gz appears whole or not at all: it is written as PATH.g~ and renamed. An earlier file or link of these
+ * names is replaced. HUP, INT and TERM are blocked meanwhile. Blocks.
  *
- * @throws std::runtime_error with the reason; the file stays as it is then, and nothing of PATH.gz is left
+ * @throws std::runtime_error with the reason; the file stays as it is then, and PATH.gz does not appear, unless
+ * the file itself cannot be removed
  */
 void CompressFile(const std::string& path);
 

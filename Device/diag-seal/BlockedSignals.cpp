@@ -7,7 +7,8 @@ namespace DiagSeal
 
 sigset_t BlockSignals()
 {
-    std::signal(SIGCHLD, SIG_DFL); // Ignored, it would take away the exit status.
+    // If CHLD is ignored, waitpid(2) gets no exit status.
+    std::signal(SIGCHLD, SIG_DFL);
     sigset_t signals;
     sigemptyset(&signals);
     for (const int signal : {SIGCHLD, SIGHUP, SIGINT, SIGTERM}) {

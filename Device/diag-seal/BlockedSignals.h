@@ -5,7 +5,7 @@
 namespace DiagSeal
 {
 
-/** Blocks CHLD, HUP, INT and TERM, to be read by signalfd(2) or sigtimedwait(2), and returns them. */
+/** Blocks CHLD, HUP, INT and TERM for this thread and returns them, for signalfd(2) or sigtimedwait(2). */
 sigset_t BlockSignals();
 
 } // namespace DiagSeal

@@ -31,7 +31,8 @@ std::string Pack(std::string_view bytes)
     deflate(&deflater, Z_FINISH);
     const std::size_t size = deflater.total_out;
     deflateEnd(&deflater);
-    return packed.substr(0, size); // A string of its own size, not one with room to spare.
+    // A copy, as the string itself has room for the worst case.
+    return packed.substr(0, size);
 }
 
 std::string Unpack(const std::string& packed, std::size_t size)

@@ -9,15 +9,16 @@
 namespace DiagSeal
 {
 
-/** The line that stands for so many bytes. It begins with a line break, as it may stand anywhere. */
+/** The line that stands for so many missing bytes. It begins with a line break, as it may follow half a line. */
 std::string MissingLine(std::uint64_t bytes);
 
 /**
- * Passes on so many bytes at most, of more the first and the newest. Between them one line says how many are missing.
+ * Passes on a bounded number of bytes: of a longer output the first and the newest ones. One line between them says how
+ * many are missing.
  *
- * The first half passes at once. The newest half waits for the end, compressed. What does not fit into kPackedSize then
- * is passed on as well, while the bound allows: so the newest part is smaller than half where it compresses badly, and
- * what keeps to the bound arrives whole in any case. Not thread-safe.
+ * The first half passes at once. The newest half waits for the end, compressed. If it does not fit into kPackedSize,
+ * the oldest of it passes early while the bound allows. So output within the bound arrives whole, and of longer output
+ * that compresses badly the newest part is smaller than half. Not thread-safe.
  */
 class BoundedOutput
 {

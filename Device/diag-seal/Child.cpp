@@ -17,7 +17,8 @@ namespace DiagSeal
 namespace
 {
 
-constexpr int kFailed = 127; // As a shell's for a command that is not there.
+// The status with which a shell tells of a missing command.
+constexpr int kFailed = 127;
 
 void OpenPipe(Descriptor& readEnd, Descriptor& writeEnd)
 {
@@ -44,7 +45,8 @@ void ResetSignals()
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent) {
-        _exit(kFailed); // The parent died before it was asked for.
+        // The parent died before prctl(2).
+        _exit(kFailed);
     }
     setsid();
     ResetSignals();

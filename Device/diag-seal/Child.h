@@ -15,11 +15,12 @@ struct Child
 {
     pid_t pid = -1;
     Descriptor output;  ///< What it and its descendants print; reading does not block.
-    Descriptor failure; ///< What its task could not do; reading does not block.
+    Descriptor failure; ///< The text that its task returned; reading does not block.
 };
 
 /**
- * Forks; the child runs the task in a session of its own, see Supervisor::Task. It is killed when this process dies.
+ * Forks. The child runs the task in a session of its own, see Supervisor::Task, and is killed when this process dies.
+ * For a process of one thread.
  * @throws std::runtime_error with the reason when no child can be started
  */
 void StartChild(const std::function<std::string()>& task, Child& child);

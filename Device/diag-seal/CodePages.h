@@ -4,9 +4,9 @@ namespace DiagSeal
 {
 
 /**
- * Takes what has been used of the code and the constants of this program and its libraries out of its resident memory.
- * Starting up touches 4 MiB of them that nothing needs later; what is needed again comes from the page cache, see
- * madvise(2). Does nothing where the kernel refuses. Breakpoints that a debugger has set before are lost. Thread-safe.
+ * Drops the code and the constants of this program and its libraries from its resident memory. Start-up touches 4 MiB
+ * of them that nothing needs later; the page cache gives back what is needed again, see madvise(2). Does nothing where
+ * the kernel refuses. Breakpoints that a debugger has set are lost. Thread-safe.
  */
 void ReleaseCodePages();
 

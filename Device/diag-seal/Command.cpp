@@ -17,7 +17,8 @@ namespace
 
 constexpr rlim_t kMemory = 256U << 20U;
 constexpr rlim_t kFileSize = 64U << 20U;
-constexpr char kOomScore[] = "500"; // Of -1000 to 1000, see proc(5).
+// From -1000 to 1000, see proc(5).
+constexpr char kOomScore[] = "500";
 
 /** A lower limit that is there already stays. */
 template <typename Resource>
@@ -33,7 +34,8 @@ void Limit(Resource resource, rlim_t most)
 
 void OfferToOomKiller()
 {
-    prctl(PR_SET_DUMPABLE, 1); // Else the file is root's. Holds until the command starts, which dumps as it can.
+    // Otherwise the file belongs to root. execve(2) resets this for the command.
+    prctl(PR_SET_DUMPABLE, 1);
     const int file = open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC);
     if (file >= 0) {
         const ssize_t ignored = write(file, kOomScore, sizeof(kOomScore) - 1);
@@ -53,7 +55,8 @@ std::string BecomeCommand(const std::vector<std::string>& words, int processes)
     }
     arguments.push_back(nullptr);
     OfferToOomKiller();
-    // Memory by what is written to, RLIMIT_DATA: a program may well map large files and journals.
+    // RLIMIT_DATA counts what a program can write to; RLIMIT_AS would count the large files and journals it maps as
+    // well.
     Limit(RLIMIT_DATA, kMemory);
     Limit(RLIMIT_FSIZE, kFileSize);
     Limit(RLIMIT_CORE, 0);

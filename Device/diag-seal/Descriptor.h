@@ -3,7 +3,7 @@
 namespace DiagSeal
 {
 
-/** A descriptor that is closed at the end of its scope; none if negative. Not thread-safe. */
+/** Owns a descriptor, or none if its number is negative, and closes it. Not thread-safe. */
 class Descriptor
 {
 public:
@@ -14,7 +14,7 @@ public:
 
     int Get() const { return m_number; }
 
-    /** Closes the one it has, and owns this one. */
+    /** Closes the descriptor and owns another, or none. */
     void Reset(int number);
 
     void Close() { Reset(-1); }

@@ -18,11 +18,16 @@
 
 #include <unistd.h>
 
+#include <chrono>
+#include <cstdint>
 #include <limits>
 #include <memory>
 #include <optional>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace DiagSeal
 {
@@ -31,8 +36,8 @@ namespace
 {
 
 /**
- * How long the reader of the output may keep this program waiting, all in all: beyond the time limit three times what
- * ending a command takes, 21 s with the device's bounds.
+ * How long the reader of the output may keep this program waiting, counted from the start. Beyond the time limit these
+ * are three times what ending a command takes, 21 s with the device's bounds.
  */
 std::chrono::milliseconds ReaderTime(const Options& options)
 {
@@ -73,7 +78,7 @@ struct Layers
         : output(STDOUT_FILENO, "standard output", std::chrono::steady_clock::now() + ReaderTime(options)),
           sealer(certificate, output),
           filter(MakeFilter(options)),
-          // What reads a file bounds it itself, as it need not read what is over.
+          // CopyFile bounds a file itself, so that it need not read what is left out.
           item(filter.get(), options.job == Job::SealCommand ? options.size : std::numeric_limits<std::uint64_t>::max(),
                sealer)
     {}

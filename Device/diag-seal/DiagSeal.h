@@ -6,9 +6,11 @@ namespace DiagSeal
 struct Options;
 
 /**
- * Seals what the options name, to standard output. A command that fails, or that a limit ends, is no failure: its text
- * says so at its end. Nothing is written when there is nothing to seal to, or no file. Blocks for the time limits' sum
- * and some seconds at most. For a process of one thread without children; call it once.
+ * Seals what the options name, to standard output. A command that fails, or that a limit ends, is no failure: the last
+ * line of its text says so. Writes nothing if the certificate cannot be used or the file cannot be read.
+ *
+ * For a process of one thread without children; call it once. Blocks, for the time limit, three times the sum of kill
+ * delay and grace, and 12 s at most.
  *
  * @throws std::runtime_error with the reason when nothing, or not all, is sealed
  */

@@ -7,7 +7,7 @@
 namespace DiagSeal
 {
 
-/** The words for errno. */
+/** The words for errno. Thread-safe. */
 inline std::string ErrorText()
 {
     return std::generic_category().message(errno);

@@ -16,7 +16,8 @@ namespace DiagSeal
 namespace
 {
 
-constexpr std::uint64_t kLineSize = 64; // Room for the line on what is missing.
+// Room for the line on what is missing.
+constexpr std::uint64_t kLineSize = 64;
 
 void WriteAll(std::string_view bytes)
 {

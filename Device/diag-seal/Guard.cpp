@@ -73,10 +73,12 @@ void WorkGuarded(std::chrono::milliseconds time)
     }
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (getppid() != guard) {
-        _exit(EXIT_FAILURE); // The guard died before it was asked for.
+        // The guard died before prctl(2).
+        _exit(EXIT_FAILURE);
     }
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
-    setsid(); // What is sent to the whole group spares the worker, so that one of the two is left to end the rest.
+    // A signal to the whole group then spares the worker, and one of the two is left to end the rest.
+    setsid();
 }
 
 } // namespace DiagSeal

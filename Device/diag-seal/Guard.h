@@ -6,10 +6,12 @@ namespace DiagSeal
 {
 
 /**
- * Forks and returns in the child, the worker. This process waits, passes HUP, INT and TERM on, and exits as the worker
- * does. If the worker is killed, or is not done in time, as when it is stopped or a file system answers nothing, this
- * process ends it with all its descendants and exits with status 1 and a line. If this process is killed, the worker
- * gets TERM. For a process of one thread without children; call it once, before anything that waits.
+ * Forks and returns in the child, the worker. The parent, the guard, waits, passes HUP, INT and TERM on, and exits as
+ * the worker does.
+ *
+ * If the worker is killed, or is not done in time because it is stopped or a file system does not answer, the guard
+ * kills it with all its descendants, writes a line to standard error and exits with status 1. If the guard is killed,
+ * the worker gets TERM. For a process of one thread without children; call it once, before anything that blocks.
  *
  * @throws std::runtime_error with the reason when no worker can be started
  */

@@ -9,7 +9,8 @@ namespace DiagSeal
 
 GzipStream::GzipStream(int level, Sink sink) : m_sink(std::move(sink))
 {
-    constexpr int kWindow = 15 + 16; // 16 for gzip's header.
+    // 15 is the largest window; 16 more asks for gzip's header.
+    constexpr int kWindow = 15 + 16;
     constexpr int kMemoryLevel = 8;
     if (deflateInit2(&m_stream, level, Z_DEFLATED, kWindow, kMemoryLevel, Z_DEFAULT_STRATEGY) != Z_OK) {
         throw std::bad_alloc();

@@ -6,15 +6,15 @@ namespace DiagSeal
 {
 
 /**
- * Tells what whoever looks after the device should know, in one line on standard error. If that is the very file that
- * standard output is, as it is for an item of the service, the line would spoil what is sealed: then it goes to
- * syslog(3).
+ * Writes a warning for whoever looks after the device, as one line on standard error. If standard output goes to the
+ * same place, as for an item of the service, the line would spoil what is sealed. Then it goes to syslog(3) instead.
+ * Thread-safe.
  */
 void Notice(const std::string& text);
 
 /**
- * Tells why nothing was sealed, in one line on standard error; and to syslog(3) if that is the file of an item, as
- * nobody looks into an item that has failed.
+ * Writes why nothing was sealed, as one line on standard error. If standard output goes to the same file, as for an
+ * item of the service, the line goes to syslog(3) as well: nobody looks into an item that has failed. Thread-safe.
  */
 void TellFailure(const std::string& text);
 

@@ -31,12 +31,12 @@ struct Options
 
 /**
  * Reads the command line, without the program's name: `command|file|text [OPTIONS] -- WORD...`. What follows the first
- * "--" is never an option. A further "--" before a command is passed over, as nearly all programs do.
+ * "--" is never an option. A second "--" before a command is ignored.
  *
- * Of a script whose first line is `#!/opt/Vantor/bin/diag-seal JOB-script`, the kernel makes `JOB-script SCRIPT
- * WORD...`, see execve(2): it is read as `JOB -- WORD...`, and no shell has to start.
+ * A script may begin with the line `#!/opt/Vantor/bin/diag-seal JOB-script`. The kernel starts it as `JOB-script SCRIPT
+ * WORD...`, see execve(2), which is read as `JOB -- WORD...`. So no shell has to start. Thread-safe.
  *
- * @return nothing when only help was asked for, which is on standard output then
+ * @return nothing when only help was asked for, which has been written to standard output
  * @throws std::invalid_argument with one line for the user
  */
 std::optional<Options> ParseOptions(const std::vector<std::string>& commandLine);

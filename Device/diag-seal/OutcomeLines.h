@@ -8,8 +8,10 @@ namespace DiagSeal
 struct Options;
 struct Outcome;
 
-/** What the sealed text says on how its command, or the reading of its file, has ended: whole lines, none if all is
- * well. */
+/**
+ * The lines at the end of the sealed text: how its command, or the reading of its file, has ended. Each ends with a
+ * line break; empty if all is well. Not thread-safe.
+ */
 std::string OutcomeLines(const Options& options, const Outcome& outcome);
 
 } // namespace DiagSeal

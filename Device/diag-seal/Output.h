@@ -8,13 +8,13 @@
 namespace DiagSeal
 {
 
-/** Writes to a descriptor that it does not own, in blocks. SIGPIPE is to be ignored. Not thread-safe. */
+/** Writes to a descriptor that it does not own, in blocks. SIGPIPE must be ignored. Not thread-safe. */
 class Output
 {
 public:
     /**
-     * @param name what errors call it
-     * @param deadline until when whoever reads the other end may take its time
+     * @param name stands before the reason of an error
+     * @param deadline until then the reader of a pipe may keep it waiting
      */
     Output(int descriptor, std::string name,
            std::chrono::steady_clock::time_point deadline = std::chrono::steady_clock::time_point::max());

@@ -27,7 +27,7 @@ struct Process
     bool isDescendant;
 };
 
-/** More processes than that are told apart in the next pass, when their parents are gone and they are children. */
+/** Processes beyond that wait for the next pass. By then their parents are gone, and they are children of this one. */
 constexpr std::size_t kMostProcesses = 16384;
 std::array<Process, kMostProcesses> g_processes;
 
@@ -56,7 +56,8 @@ bool ReadProcess(int proc, const char* name, Process& process)
     constexpr std::size_t kLongestName = 16;
     constexpr char kFile[] = "/stat";
     std::array<char, kLongestName + sizeof(kFile)> path{};
-    std::array<char, 256> text{}; // The fields of interest are among the first hundred bytes.
+    // The fields of interest are among the first hundred bytes.
+    std::array<char, 256> text{};
     const std::size_t length = strnlen(name, kLongestName);
     std::memcpy(path.data(), name, length);
     std::memcpy(path.data() + length, kFile, sizeof(kFile));
@@ -66,7 +67,7 @@ bool ReadProcess(int proc, const char* name, Process& process)
     }
     const ssize_t size = read(file, text.data(), text.size() - 1);
     close(file);
-    // The program's name in parentheses may itself hold parentheses and blanks; "S 1 " follows it.
+    // The program's name stands in parentheses and may itself hold some. State and parent follow it, as in "S 1 ".
     const char* const end = size > 0 ? std::strrchr(text.data(), ')') : nullptr;
     if (end == nullptr || end + 4 >= text.data() + size) {
         return false;
@@ -75,13 +76,13 @@ bool ReadProcess(int proc, const char* name, Process& process)
     return true;
 }
 
-/** Works through the processes in the order of their numbers, as /proc lists them. */
+/** Takes the processes in the order of their numbers, as /proc lists them. */
 class Walk
 {
 public:
     Walk(int proc, int signal) : m_proc(proc), m_signal(signal) {}
 
-    /** A child mostly has a higher number than its parent, so one pass keeps up with a flood that it runs after. */
+    /** A child mostly has a higher number than its parent, so that one pass catches up with a flood of processes. */
     int Run()
     {
         alignas(Entry) std::array<char, 8192> buffer;

@@ -3,16 +3,16 @@
 #include <chrono>
 
 /**
- * All processes that descend from this one, as /proc shows them. As this process is their sub-reaper (prctl(2)),
- * whoever loses its parent becomes its child: no session, group or double fork leads out of the tree.
+ * All processes that descend from this one, as /proc shows them. This process must be their sub-reaper (prctl(2)). Then
+ * a process that loses its parent becomes its child: no session, group or double fork leads out of the tree.
  *
- * Nothing here forks or takes memory, so it works when the command has used up both. Async-signal-safe; not
+ * Nothing here forks or takes memory, so it works when the command has used up both. Async-signal-safe. Not
  * thread-safe.
  */
 namespace DiagSeal::ProcessTree
 {
 
-/** Sends the signal to each; 0 only counts. How many there are, zombies too, as those may have threads that live. */
+/** Sends the signal to each, or none if it is 0. Returns their number, zombies included: their threads may live. */
 int Signal(int signal);
 
 /**

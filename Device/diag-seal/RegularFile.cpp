@@ -62,8 +62,9 @@ std::uint64_t RegularFile::Read(std::uint64_t most, const std::function<void(std
     while (total < most) {
         const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(most - total, kReadSize));
         const ssize_t size = read(m_file.Get(), block.data(), wanted);
+        // EAGAIN: a file of the kernel has nothing more now.
         if (size == 0 || (size < 0 && errno == EAGAIN)) {
-            break; // A file of the kernel that has nothing more to tell now is at its end.
+            break;
         }
         if (size < 0) {
             Fail(ErrorText());

@@ -11,9 +11,9 @@ namespace DiagSeal
 {
 
 /**
- * A regular file, open for reading. Nothing else is ever opened, as already that may act upon a device or a FIFO; a
- * symbolic link as the last component of the path is refused. Reading a file of the kernel waits for nothing, but a
- * dead file system may block for ever. Not thread-safe.
+ * A regular file, open for reading. Nothing else is ever opened, as opening alone may act on a device or a FIFO. A
+ * symbolic link as the last component of the path is refused. Blocks for ever on a dead file system, but never on a
+ * file of the kernel. Not thread-safe.
  */
 class RegularFile
 {
@@ -31,7 +31,7 @@ public:
      */
     std::uint64_t Read(std::uint64_t most, const std::function<void(std::string_view)>& sink);
 
-    /** Has the next reading begin there. @throws std::runtime_error with the path and the reason */
+    /** The next Read begins there. @throws std::runtime_error with the path and the reason */
     void Seek(std::uint64_t offset);
 
 private:

@@ -12,8 +12,10 @@ namespace DiagSeal
 class Sealer;
 class TextFilter;
 
-/** One item on its way: content through a filter and a bound to the sealer, then lines on how it ended. Not
- * thread-safe. */
+/**
+ * One item: passes content through a filter and a bound to the sealer, and adds lines on how it has ended. Not
+ * thread-safe.
+ */
 class SealedItem
 {
 public:

@@ -21,7 +21,8 @@ namespace DiagSeal
 namespace
 {
 
-constexpr int kGzipLevel = 6; // What gzip(1) takes by default.
+// The default of gzip(1).
+constexpr int kGzipLevel = 6;
 
 /** The end of the chain: what OpenSSL has encoded goes to the output. */
 struct Drain

@@ -77,11 +77,13 @@ void LeaveInheritedChildren()
 
 void PrepareProcess()
 {
-    prctl(PR_SET_DUMPABLE, 0); // A core dump would hold what is not masked yet.
+    // A core dump would hold what is not masked yet.
+    prctl(PR_SET_DUMPABLE, 0);
     OpenStandardDescriptors();
     CloseInherited();
     for (const int signal : {SIGPIPE, SIGXFSZ}) {
-        std::signal(signal, SIG_IGN); // Writing fails instead.
+        // Writing fails instead.
+        std::signal(signal, SIG_IGN);
     }
     LeaveInheritedChildren();
 }

@@ -28,7 +28,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kReadSize = 65536;
 constexpr std::size_t kMostFailure = 512;
-constexpr std::size_t kMostLeftInPipe = 1U << 20U; // A pipe that root has not enlarged holds no more, see pipe(7).
+// What a pipe holds at most unless root has raised the limit, see pipe(7).
+constexpr std::size_t kMostLeftInPipe = 1U << 20U;
 constexpr std::chrono::milliseconds kCountEvery(250);
 constexpr std::chrono::seconds kKillLimit(2);
 
@@ -92,7 +93,7 @@ private:
     {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_phaseEnd - Clock::now());
         const auto time = std::clamp<std::chrono::milliseconds>(left, std::chrono::milliseconds(0), kCountEvery);
-        // An output that is at its end is ready for ever: poll(2) passes over a negative descriptor.
+        // A pipe at its end would be ready for ever. It is closed then, and poll(2) passes over a negative descriptor.
         std::array<pollfd, 2> descriptors = {{{m_signals.Get(), POLLIN, 0}, {m_child.output.Get(), POLLIN, 0}}};
         poll(descriptors.data(), descriptors.size(), static_cast<int>(time.count()));
     }
@@ -159,7 +160,7 @@ private:
                     m_outcome.hasLeftBehind = true;
                     Terminate();
                 } else if (m_child.output.Get() < 0) {
-                    // Nobody can print any more. BusyBox's timeout(1) leaves a process for a second, for example.
+                    // Nobody can print any more. BusyBox's timeout(1), for one, leaves a process behind for a second.
                     Terminate();
                 } else {
                     CheckCount();
@@ -188,12 +189,12 @@ private:
         m_nextCount = Clock::now() + kCountEvery;
         if (ProcessTree::Signal(0) > m_limits.processes) {
             m_outcome.cause = Outcome::Cause::TooManyProcesses;
-            Enter(Phase::Ending,
-                  std::chrono::milliseconds(0)); // While TERM had its time, a flood would take the device.
+            // No time for TERM: meanwhile a flood would take the device.
+            Enter(Phase::Ending, std::chrono::milliseconds(0));
         }
     }
 
-    /** A stopped process acts upon TERM only when it goes on. */
+    /** A stopped process acts on TERM only once it continues. */
     void Terminate()
     {
         ProcessTree::Signal(SIGTERM);
@@ -201,7 +202,7 @@ private:
         Enter(Phase::Ending, m_limits.killDelay);
     }
 
-    /** The group first: no flood outruns that, and no shortage of descriptors stops it. Then all others. */
+    /** The group first, in one call that needs no descriptor and that no flood outruns. Then all others. */
     bool KillAll()
     {
         if (!m_hasEnded) {

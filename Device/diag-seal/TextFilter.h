@@ -9,7 +9,7 @@ namespace DiagSeal
 /**
  * Changes text on its way from a command to its sealed form, piece by piece.
  *
- * One object filters one item. What it holds back between two calls is bounded by itself. Not thread-safe.
+ * One object filters one item, and itself bounds what it holds back between two calls. Not thread-safe.
  */
 class TextFilter
 {

@@ -13,17 +13,21 @@ namespace DiagSeal
 namespace
 {
 
-constexpr std::size_t kMacSize = 17;    // "00:1b:21:3c:9d:4e"
-constexpr std::size_t kShortestRun = 6; // "2a00::"
-constexpr std::size_t kLongestRun = 56; // a DHCP client identifier with a DUID; an IPv6 address and a port are shorter
-constexpr std::size_t kCutAddress = 23; // what BusyBox's netstat has room for
+// Bytes of "00:1b:21:3c:9d:4e".
+constexpr std::size_t kMacSize = 17;
+// Bytes of "2a00::".
+constexpr std::size_t kShortestRun = 6;
+// Bytes of a DHCP client identifier with a DUID. An IPv6 address with a port is shorter.
+constexpr std::size_t kLongestRun = 56;
+// Bytes for which BusyBox's netstat has room.
+constexpr std::size_t kCutAddress = 23;
 
 constexpr bool IsOfRun(char c)
 {
     return IsHex(c) || c == ':' || c == '.';
 }
 
-/** What neither begins an address nor a sequence for a terminal. */
+/** What begins neither an address nor a sequence for a terminal. */
 constexpr bool IsBetween(char c)
 {
     return !IsWord(c) && c != ':' && c != '\x1b';
@@ -48,7 +52,7 @@ bool SaysVersion(std::string_view before)
     return std::find(std::begin(kWords), std::end(kWords), word) != std::end(kWords);
 }
 
-/** Of the registry of special-purpose addresses (RFC 6890), what stays in the house, and what is no host. */
+/** Neither an address that stays in the house nor one that names no host, see the registry of RFC 6890. */
 bool IsPublic(const std::array<std::uint8_t, 4>& ip)
 {
     const bool isPrivate = ip[0] == 10 || (ip[0] == 172 && (ip[1] & 0xf0) == 16) || (ip[0] == 192 && ip[1] == 168);
@@ -72,7 +76,7 @@ std::size_t EndOfSequence(std::string_view line, std::size_t at)
     return end == std::string_view::npos ? at : end + 1;
 }
 
-/** Whether it is worth to look for a MAC address without colons: most words are told by their length. */
+/** Whether a MAC address without colons may begin here. The length rules out most words. */
 bool MayBeMac(std::string_view line, std::size_t begin, std::size_t end)
 {
     const char next = end < line.size() ? line[end] : ' ';
@@ -165,7 +169,8 @@ AddressFilter::Text AddressFilter::OfRun(std::string_view before, std::string_vi
     if (colons == 0) {
         return std::count(run.begin(), run.end(), '.') == 4 ? OfIpv4WithPort(run) : OfIpv4(before, run);
     }
-    if (colons == 1) { // a port behind, or a word before
+    if (colons == 1) {
+        // A port follows, or a word stands before.
         const std::size_t colon = run.find(':');
         if (const Text address = OfIpv4(before, run.substr(0, colon))) {
             return *address + std::string(run.substr(colon));
@@ -179,7 +184,8 @@ AddressFilter::Text AddressFilter::OfRun(std::string_view before, std::string_vi
     if (Text address = OfIpv6(run)) {
         return address;
     }
-    const std::size_t port = run.find_last_of(".:"); // as packet dumps have it, and BusyBox's netstat
+    // Packet dumps and BusyBox's netstat write a port so.
+    const std::size_t port = run.find_last_of(".:");
     if (const Text address = OfIpv6(run.substr(0, port))) {
         return *address + std::string(run.substr(port));
     }
@@ -188,7 +194,8 @@ AddressFilter::Text AddressFilter::OfRun(std::string_view before, std::string_vi
 
 AddressFilter::Text AddressFilter::OfPairs(std::string_view pairs) const
 {
-    static constexpr std::string_view kMiddle = ":ff:fe:"; // of an EUI-64 (RFC 4291, appendix A)
+    // The middle of an EUI-64 (RFC 4291, appendix A).
+    static constexpr std::string_view kMiddle = ":ff:fe:";
     if (pairs.size() == 8 * 3 - 1 && pairs.substr(8, kMiddle.size()) == kMiddle) {
         const std::string mac = OfMac(std::string(pairs.substr(0, 8)).append(pairs.substr(14)));
         return mac.substr(0, 8).append(kMiddle).append(mac.substr(9));
@@ -209,7 +216,8 @@ std::string AddressFilter::OfMac(std::string_view text) const
     bool isUpper = false;
     for (std::size_t at = 0, count = 0; at < text.size(); ++at) {
         const char c = text[at];
-        if (c == '%') { // "%3A" is a colon
+        if (c == '%') {
+            // "%3A" is a colon.
             at += 2;
         } else if (kHex(c)) {
             mac[count / 2] = static_cast<std::uint8_t>(mac[count / 2] << 4 | HexValue(c));
@@ -241,8 +249,7 @@ AddressFilter::Text AddressFilter::OfIpv4(std::string_view before, std::string_v
     return m_pseudonyms.Of("ip", {reinterpret_cast<const char*>(ip.data()), ip.size()});
 }
 
-/** @param text "81.2.69.142.443", as packet dumps have it. A last number that fits into an address makes it something
- * else. */
+/** @param text five numbers, as packet dumps write it: "81.2.69.142.443". A port up to 255 is not taken for one. */
 AddressFilter::Text AddressFilter::OfIpv4WithPort(std::string_view text) const
 {
     const std::size_t dot = text.rfind('.');
@@ -255,7 +262,8 @@ AddressFilter::Text AddressFilter::OfIpv4WithPort(std::string_view text) const
 AddressFilter::Text AddressFilter::OfIpv6(std::string_view text) const
 {
     static constexpr std::array<std::uint8_t, 12> kMapped{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xff, 0xff};
-    static constexpr std::array<std::uint8_t, 4> kTranslated{0, 0x64, 0xff, 0x9b}; // RFC 6052
+    // The prefix of RFC 6052.
+    static constexpr std::array<std::uint8_t, 4> kTranslated{0, 0x64, 0xff, 0x9b};
     std::array<char, INET6_ADDRSTRLEN> terminated{};
     std::array<std::uint8_t, 16> ip{};
     if (text.size() >= terminated.size()) {
@@ -268,7 +276,8 @@ AddressFilter::Text AddressFilter::OfIpv6(std::string_view text) const
     const bool isMapped = std::equal(kMapped.begin(), kMapped.end(), ip.begin());
     const bool hasPublicTail = isMapped && IsPublic({ip[12], ip[13], ip[14], ip[15]});
     const bool isTranslated = std::equal(kTranslated.begin(), kTranslated.end(), ip.begin());
-    const bool isGlobal = (ip[0] & 0xe0) == 0x20; // 2000::/3, RFC 4291
+    // 2000::/3, RFC 4291.
+    const bool isGlobal = (ip[0] & 0xe0) == 0x20;
     if (hasPublicTail || isTranslated || isGlobal) {
         return m_pseudonyms.Of("ip", {reinterpret_cast<const char*>(ip.data()), ip.size()});
     }

@@ -11,20 +11,21 @@ namespace DiagSeal
 {
 
 /**
- * Puts pseudonyms in the place of addresses that lead to a person or a household.
+ * Replaces addresses that lead to a person or a household by pseudonyms.
  *
- * MAC addresses keep their maker's half, also within the names that systemd.net-naming-scheme(7) gives to interfaces,
- * in identifiers of DHCP and in EUI-64 (RFC 4291, appendix A).
- * Of IP addresses, those of the public internet become "[ip:...]"; documentation addresses count as public. Private,
- * shared (RFC 6598), loopback, link-local and multicast ones stay; but an interface identifier that spells a MAC
- * address (RFC 4291, appendix A) follows the rule for MAC addresses. Linear in time. Not thread-safe.
+ * MAC addresses keep their maker's half, also in names of interfaces (systemd.net-naming-scheme(7)), in identifiers of
+ * DHCP and in EUI-64 (RFC 4291, appendix A).
+ *
+ * Public IP addresses become "[ip:...]"; addresses for documentation count as public. Private, shared (RFC 6598),
+ * loopback, link-local and multicast addresses stay. But if the interface identifier of one spells a MAC address (RFC
+ * 4291, appendix A), the rule for MAC addresses holds. Linear in time. Not thread-safe.
  */
 class AddressFilter
 {
 public:
     explicit AddressFilter(const Pseudonyms& pseudonyms) : m_pseudonyms(pseudonyms) {}
 
-    /** Appends to `out` the part of the line from `begin` to `end`. What stands around it tells where a word begins. */
+    /** Appends to `out` the part of the line from `begin` to `end`. The rest of the line tells where words begin. */
     void Append(std::string_view line, std::size_t begin, std::size_t end, std::string& out) const;
 
 private:

@@ -10,9 +10,12 @@ namespace DiagSeal
 namespace
 {
 
-constexpr int kMaxKeyLines = 400;      // an RSA key of 16384 bits has 200
-constexpr int kMaxDumpLines = 64;      // a title without length, or one that lies
-constexpr int kLinesForEachDumped = 4; // other programs log meanwhile
+// An RSA key of 16384 bits has 200 lines.
+constexpr int kMaxKeyLines = 400;
+// The title of a dump may tell a wrong length.
+constexpr int kMaxDumpLines = 64;
+// Other programs' lines stand between those of a dump.
+constexpr int kLinesForEachDumped = 4;
 constexpr std::size_t kShortestRun = 16;
 constexpr std::string_view kKeyEnd = "-----END";
 

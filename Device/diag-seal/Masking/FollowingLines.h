@@ -13,11 +13,11 @@ namespace DiagSeal
 {
 
 /**
- * Secrets that go on over the lines after the one that announces them: private keys in PEM form (RFC 7468), and the
- * dump of a key's bytes under its title. Each line may have a prefix of the log's, and other lines may stand between.
+ * Masks secrets on the lines after the one that announces them: private keys in PEM form (RFC 7468), and the dump of a
+ * key's bytes under its title. Each line may have a log's prefix, and other lines may stand between.
  *
- * A block ends where its text says so, and after a number of lines in any case, so that a key that was cut off does not
- * take the rest of the log with it. Not thread-safe.
+ * Such a block ends where its text says so, and after a bounded number of lines: a key that was cut off must not take
+ * the rest of the log with it. Not thread-safe.
  */
 class FollowingLines
 {
@@ -25,12 +25,12 @@ public:
     FollowingLines();
     ~FollowingLines();
 
-    /** Tells of a match of the rule `name`: `text` is what it matched. */
+    /** The rule `name` has matched `text`, which may begin a block. */
     void Announce(std::string_view name, std::string_view text);
 
     bool IsActive() const { return m_linesLeft > 0; }
 
-    /** What the masks say: the name of the rule that has announced the block. */
+    /** The mask, "[masked:NAME]", with the name of the rule that has announced the block. */
     const std::string& Mask() const { return m_mask; }
 
     /** The next line with its part of the secret masked. For an active block only. */

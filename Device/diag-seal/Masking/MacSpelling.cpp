@@ -11,9 +11,13 @@ namespace DiagSeal
 namespace
 {
 
-constexpr std::size_t kMacSize = 17;   // "00:1b:21:3c:9d:4e"
-constexpr std::size_t kBareSize = 12;  // "001b213c9d4e"
-constexpr std::size_t kNamePrefix = 3; // "wlx001b213c9d4e"
+// Bytes of "00:1b:21:3c:9d:4e".
+constexpr std::size_t kMacSize = 17;
+// Bytes of "001b213c9d4e".
+constexpr std::size_t kBareSize = 12;
+// Bytes of "wlx" in "wlx001b213c9d4e".
+constexpr std::size_t kNamePrefix = 3;
+// Bytes of "001b.213c.9d4e".
 constexpr std::size_t kDottedSize = 14;
 
 bool IsAllHex(std::string_view text)
@@ -104,7 +108,7 @@ std::string_view MacAt(std::string_view line, std::size_t at)
     } else if (word.size() == kNamePrefix + kBareSize && (StartsWith(word, "wlx") || StartsWith(word, "enx"))) {
         return IsAllHex(word.substr(kNamePrefix)) ? word.substr(kNamePrefix) : std::string_view();
     } else if (word.size() == kBareSize && IsAllHex(word)) {
-        // A receiver's service is announced as "001B213C9D4E@Kitchen".
+        // A loudspeaker announces its service as "001B213C9D4E@Kitchen"; "\064" is DNS's escape of the "@".
         return SaysMac(line.substr(0, at)) || StartsWith(rest, "@") || StartsWith(rest, "\\064") ? word
                                                                                                  : std::string_view();
     } else if (word.size() == 4 && StartsWith(rest, ".")) {
@@ -141,7 +145,8 @@ MacsInPairs FindMacs(std::string_view pairs)
         const std::size_t size = before.size() + kMacSize;
         const std::size_t begin = pairs.size() - std::min(size, pairs.size());
         const bool isIdentifier = before.size() == 3 ? begin == 0 : begin == 0 || StartsWith(pairs, "ff:");
-        const std::size_t known = std::min<std::size_t>(before.size(), 12); // a time follows
+        // In the longest one, a time follows.
+        const std::size_t known = std::min<std::size_t>(before.size(), 12);
         if (pairs.size() >= size && isIdentifier && pairs.substr(begin, known) == before.substr(0, known)) {
             return {pairs.size() - kMacSize, 1};
         }

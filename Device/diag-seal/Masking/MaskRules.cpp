@@ -1,12 +1,12 @@
 #include "MaskRules.h"
 
 #include "BuiltInRulesText.h"
+#include "ErrorText.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 
 namespace DiagSeal
 {
@@ -63,7 +63,7 @@ private:
 
 [[noreturn]] void ThrowErrno()
 {
-    throw RuleError(std::strerror(errno)); // NOLINT(concurrency-mt-unsafe): the program has one thread
+    throw RuleError(ErrorText());
 }
 
 } // namespace

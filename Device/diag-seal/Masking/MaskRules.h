@@ -11,7 +11,7 @@ namespace DiagSeal
 /** The name of rules whose matches stay as they are. */
 constexpr std::string_view kKeep = "keep";
 
-/** A line of a rules file. See the file's own head for what the names "keep", "ssid" and "when" mean. */
+/** A line of a rules file. The head of diag-mask.conf says what the names "keep", "ssid" and "when" mean. */
 struct MaskRule
 {
     std::string name;    ///< what the mask says
@@ -40,8 +40,10 @@ std::string_view BuiltInRules();
  */
 std::vector<MaskRule> ParseRules(std::string_view text);
 
-/** The text of a rules file. Throws RuleError if it cannot be read. What is too large comes cut, but still too
- * large. Does not wait for a writer. Blocks. */
+/**
+ * The text of a rules file, of a file that is too large the first kMaxRulesSize + 1 bytes. Does not wait for the writer
+ * of a FIFO. Throws RuleError if the file cannot be read. Blocks.
+ */
 std::string ReadRulesFile(const std::string& path);
 
 } // namespace DiagSeal

@@ -11,7 +11,7 @@ namespace DiagSeal
 {
 
 /**
- * Names in the place of names: the same for the same value and key, and telling nothing without the key. Not
+ * Pseudonyms of addresses and names: the same for the same value and key. Without the key they tell nothing. Not
  * thread-safe.
  */
 class Pseudonyms
@@ -24,7 +24,7 @@ public:
     /** "[KIND:8 hex digits]". Values of different kinds have nothing in common. */
     std::string Of(std::string_view kind, std::string_view value) const;
 
-    /** The address with its last three bytes replaced. Group addresses and the one of zeros stay as they are. */
+    /** The address with its last three bytes replaced. Addresses of groups and the address of zeros stay. */
     Mac OfMac(const Mac& mac) const;
 
 private:

@@ -7,11 +7,10 @@
 namespace DiagSeal
 {
 
-/** 16 random bytes. Whoever lacks them can neither foretell nor undo what is made with them. */
+/** 16 random bytes. Without them, nobody can foretell or undo what is made with them. */
 using MaskKey = std::array<std::uint8_t, 16>;
 
-/** SipHash-2-4 (Aumasson and Bernstein, "SipHash: a fast short-input PRF"): a keyed hash of short texts. Thread-safe.
- */
+/** SipHash-2-4 (Aumasson and Bernstein, "SipHash: a fast short-input PRF"), for short texts. Thread-safe. */
 std::uint64_t SipHash(const MaskKey& key, std::string_view text);
 
 } // namespace DiagSeal
