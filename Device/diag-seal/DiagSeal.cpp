@@ -124,7 +124,8 @@ void SealSupervised(const Options& options, const Certificate& certificate)
 void Seal(const Options& options)
 {
     constexpr std::chrono::seconds kMargin(10);
-    if (options.job == Job::SealCommand) { // It may kill, stop or trace this program.
+    // A command may kill, stop or trace this program.
+    if (options.job == Job::SealCommand) {
         WorkGuarded(ReaderTime(options) + kMargin);
     }
     const Certificate certificate(options.certificate);
