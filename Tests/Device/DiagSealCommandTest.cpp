@@ -18,9 +18,9 @@ namespace
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-/** Short limits, so that a run that uses them all takes a second and a half. */
-const std::string kCommand = "command --time-limit 0.5 --kill-delay 0.4 --grace 0.3 ";
-const std::string kCut = "diag-seal: the command was ended after 0.500 seconds\n";
+/** Short limits, so that a run that uses them all takes two seconds. */
+const std::string kCommand = "command --time-limit 1 --kill-delay 0.4 --grace 0.3 ";
+const std::string kCut = "diag-seal: the command was ended after 1 seconds\n";
 const std::string kLeftBehind = "diag-seal: what the command left behind was ended\n";
 
 struct Ending

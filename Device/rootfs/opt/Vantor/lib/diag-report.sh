@@ -39,7 +39,8 @@ attempt() {
         return
     fi
     now
-    if [ -n "$bound" ] && [ $((now - begin)) -ge "$tool_seconds" ]; then
+    # 128 and the number of KILL, see timeout(1). Seconds alone are too coarse for a tool that fails just before.
+    if [ -n "$bound" ] && [ "$status" -eq 137 ] && [ $((now - begin)) -ge "$tool_seconds" ]; then
         echo "${1%% *} did not end within $tool_seconds seconds"
     else
         echo "${1%% *} ended with exit status $status"
