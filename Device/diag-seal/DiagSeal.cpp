@@ -19,6 +19,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -89,6 +90,17 @@ struct Layers
     SealedItem item;
 };
 
+/** By SIGALRM, which ends even a wait for a file system that answers nothing. */
+void DieAfter(std::chrono::milliseconds time)
+{
+    sigset_t alarmSignal;
+    sigemptyset(&alarmSignal);
+    sigaddset(&alarmSignal, SIGALRM);
+    std::signal(SIGALRM, SIG_DFL);
+    pthread_sigmask(SIG_UNBLOCK, &alarmSignal, nullptr);
+    alarm(static_cast<unsigned>(std::chrono::ceil<std::chrono::seconds>(time).count()));
+}
+
 void SealText(const Options& options, const Certificate& certificate)
 {
     Layers layers(options, certificate);
@@ -124,9 +136,12 @@ void SealSupervised(const Options& options, const Certificate& certificate)
 void Seal(const Options& options)
 {
     constexpr std::chrono::seconds kMargin(10);
-    // A command may kill, stop or trace this program.
+    const auto time = ReaderTime(options) + kMargin;
+    // A command may kill, stop or trace this program. The rest only has to end, whatever it waits for.
     if (options.job == Job::SealCommand) {
-        WorkGuarded(ReaderTime(options) + kMargin);
+        WorkGuarded(time);
+    } else {
+        DieAfter(time);
     }
     const Certificate certificate(options.certificate);
     if (certificate.IsExpired()) {

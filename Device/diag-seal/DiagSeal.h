@@ -10,7 +10,8 @@ struct Options;
  * line of its text says so. Writes nothing if the certificate cannot be used or the file cannot be read.
  *
  * For a process of one thread without children; call it once. Blocks, for the time limit, three times the sum of kill
- * delay and grace, and 12 s at most; but for ever if the certificate of a file or a text is on a dead file system.
+ * delay and grace, and 12 s at most. A file or a text that takes longer, as when the certificate is on a dead file
+ * system, ends the process by SIGALRM.
  *
  * @throws std::runtime_error with the reason when nothing, or not all, is sealed
  */

@@ -64,7 +64,10 @@ look_for() {
         present=$present$name$newline
     done
     # A file that was collected twice within a second is named twice.
-    present=$(printf %s "$present" | awk '!seen[$0]++')
+    present=$(awk '!seen[$0]++' <<END
+$present
+END
+)
 }
 
 # Removes items that are older than a day. The given ones become new first: the clock may have been set since.
