@@ -40,7 +40,6 @@ void OpenStandardDescriptors()
     while (descriptor >= 0 && descriptor <= STDERR_FILENO) {
         descriptor = open("/dev/null", O_RDWR);
     }
-    close(descriptor);
     if (!hasOutput) {
         throw std::runtime_error("standard output is closed");
     }

@@ -154,7 +154,7 @@ private:
                 }
                 break;
             case Phase::LeftBehind:
-                if (!m_hasDescendants && (m_child.output.Get() < 0 || isLate)) {
+                if (!m_hasDescendants) {
                     m_phase = Phase::Over;
                 } else if (isLate || m_interruption != 0) {
                     m_outcome.hasLeftBehind = true;
@@ -168,7 +168,7 @@ private:
                 break;
             case Phase::Ending:
                 if (m_hasDescendants && isLate) {
-                    m_outcome.hasLeftBehind |= m_hasEnded && m_outcome.cause == Outcome::Cause::Itself;
+                    m_outcome.hasLeftBehind |= m_outcome.cause == Outcome::Cause::Itself;
                     m_outcome.hasUnkillable = !KillAll();
                 }
                 if (!m_hasDescendants || isLate) {

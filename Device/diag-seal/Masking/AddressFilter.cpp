@@ -17,8 +17,6 @@ namespace
 constexpr std::size_t kMacSize = 17;
 // Bytes of "2a00::".
 constexpr std::size_t kShortestRun = 6;
-// Bytes of a DHCP client identifier with a DUID. An IPv6 address with a port is shorter.
-constexpr std::size_t kLongestRun = 56;
 // Bytes for which BusyBox's netstat has room.
 constexpr std::size_t kCutAddress = 23;
 
@@ -151,15 +149,12 @@ std::size_t AddressFilter::AddressAt(std::string_view line, std::size_t begin, s
         --addressEnd;
     }
     const std::size_t size = addressEnd - begin;
-    if (size > kLongestRun) {
-        return runEnd;
-    }
     const bool endsWord = runEnd == line.size() || addressEnd < runEnd || !kWord(line[runEnd]);
     if (!endsWord || size < kShortestRun) {
         return std::max(begin + 1, endsWord ? runEnd : wordEnd);
     }
     text = OfRun(line.substr(0, begin), line.substr(begin, size));
-    return text ? addressEnd : runEnd;
+    return addressEnd;
 }
 
 /** @param run hex digits, ':' and '.', of which it has at least one */

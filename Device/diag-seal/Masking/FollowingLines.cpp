@@ -84,7 +84,7 @@ std::string FollowingLines::MaskedKeyLine(std::string_view line)
 std::string FollowingLines::MaskedDumpLine(std::string_view line)
 {
     if (!m_dumpLine) {
-        m_dumpLine = std::make_unique<RE2>("(?:^|[ \\t]) {3,4}(?: [0-9a-f]{2}){1,16}(?: |$)", RE2::Latin1);
+        m_dumpLine = std::make_unique<RE2>("(?:^|[ \\t]) {3,4} [0-9a-f]{2}(?: |$)", RE2::Latin1);
     }
     re2::StringPiece dump; // without groups, which take RE2 ten times as long
     if (!m_dumpLine->Match({line.data(), line.size()}, 0, line.size(), RE2::UNANCHORED, &dump, 1)) {
