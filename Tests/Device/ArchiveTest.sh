@@ -72,26 +72,27 @@ done
 
 # What would go beyond 160 MiB is left out, and told with its size; what is smaller and comes later has its place. What
 # tar and gzip add has 1 MiB of it. The sizes of the last two would add up to less than nothing.
-for size in 100000000 66800000 9223372036854775000; do
+for size in 100000000 66723000 9223372036854775000; do
     dd if=/dev/zero of="$size" bs=1 count=0 seek="$size" 2>/dev/null
 done
-check "packing of much" timeout 20 tar-compress-diag-files.sh 100000000 66800000 9223372036854775000 dfs_a.txt.gz \
+check "packing of much" timeout 20 tar-compress-diag-files.sh 100000000 66723000 9223372036854775000 dfs_a.txt.gz \
     missing 2>/tmp/err
 equal "members of much" "100000000 dfs_a.txt.gz dfs_left_out.txt " "$(members)"
 equal "what is left out" "missing, -, no regular file of $nv
-66800000, 66800000 bytes, the archive has 167772160 bytes at most
+66723000, 66723000 bytes, the archive has 167772160 bytes at most
 9223372036854775000, 9223372036854775000 bytes, the archive has 167772160 bytes at most" \
     "$(tar -xzOf "$archive" dfs_left_out.txt)"
-rm 100000000 66800000 9223372036854775000
+rm 100000000 66723000 9223372036854775000
 
 # What failed requests have left goes after a day, however much it is; what this request names stays, whatever its time.
-seq 20000 | sed 's/^/dfs_old_20260101000000./; $a dfs_other.txt' | xargs touch -d '2026-01-01 00:00:00'
+seq 20000 | sed 's/^/dfs_old_20260101000000./; $a dfs_other_1234567.txt\nfolder/dfs_old_20260101000000' | xargs touch -d '2026-01-01 00:00:00'
 seq 4000 | sed 's/^/dfs_packed_20260101000000./' | xargs touch -d '2026-01-01 00:00:00'
 echo >dfs_new_20260101000000.gz
 check "packing beside leftovers" timeout 30 sh -c 'tar-compress-diag-files.sh dfs_packed_*'
 equal "members beside leftovers" 4000 "$(tar -tzf "$archive" | wc -l)"
 rm dfs_packed_*
-equal "what is not removed" "dfs_new_20260101000000.gz dfs_other.txt" "$(echo dfs_*_2026* dfs_other.txt)"
+equal "what is not removed" "dfs_new_20260101000000.gz dfs_other_1234567.txt folder/dfs_old_20260101000000" \
+    "$(echo dfs_*_2026* dfs_other* folder/*)"
 
 mv "$archive" /tmp
 mkdir "$archive"
@@ -100,7 +101,9 @@ equal "a folder of the archive's name" "" "$(ls -A "$archive")"
 rmdir "$archive"
 
 # Whole or not at all; and an earlier archive is never taken for this one.
+touch -d '2026-01-01 00:00:00' dfs_old_20260101000000
 refute "nothing to pack" tar-compress-diag-files.sh missing 2>/dev/null
+refute "a leftover, where nothing is to pack" [ -e dfs_old_20260101000000 ]
 no_archive "nothing to pack"
 # shellcheck disable=SC2016  # for the tool
 for row in 'tar head -c 10; exit 1' 'gzip head -c 10; exit 1' 'gzip cat >/dev/null; dd if=/dev/zero bs=1M count=161' \
@@ -112,7 +115,8 @@ for row in 'tar head -c 10; exit 1' 'gzip head -c 10; exit 1' 'gzip cat >/dev/nu
 done
 cp dfs_a.txt.gz gone
 shadow tar "rm -f gone; exec $(command -v tar) \"\$@\""
-check "packing of what goes meanwhile" tar-compress-diag-files.sh gone dfs_a.txt.gz 2>/dev/null
-equal "members when one has gone" "dfs_a.txt.gz dfs_left_out.txt " "$(members)"
+check "packing of what goes meanwhile" tar-compress-diag-files.sh gone dfs_a.txt.gz missing 2>/dev/null
+equal "members when one has gone, and lines on two" "dfs_a.txt.gz dfs_left_out.txt 2" \
+    "$(members)$(tar -xzOf "$archive" dfs_left_out.txt | wc -l)"
 
 finish_tests

@@ -77,10 +77,10 @@ TEST(DiagSealCommandTest, NothingOutlivesItsLimit)
     ExpectEndings(
         kCommand,
         {
-            {"TERM ends it", "echo kept; sleep 99", "kept\n" + kCut},
             {"TERM is ignored", "trap '' TERM; echo kept; sleep 99 & sleep 99", "kept\n" + kCut},
-            {"last words of a grandchild in a session of its own",
-             "setsid sh -c \"trap 'echo last; exit' TERM; sleep 99 & wait\" & wait", "last\n" + kCut},
+            {"last words of a grandchild in a session of its own, more than a pipe holds",
+             "setsid sh -c \"trap 'seq 20000; exit' TERM; sleep 99 & wait\" & wait",
+             RunProgram({"seq", "20000"}).output + kCut},
             {"a session and a group of its own", "trap '' TERM; setsid sleep 99 & timeout 99 sleep 99 & wait; sleep 99",
              kCut},
             {"closed outputs", "echo kept; exec >&- 2>&-; sleep 99", "kept\n" + kCut},
@@ -104,8 +104,8 @@ TEST(DiagSealCommandTest, TooManyProcesses_AreEndedThoughNoneMoreCanStart)
     ExpectEndings(
         "command --processes 40 ",
         {
-            {"a flood that ignores TERM",
-             "trap '' TERM; i=0; while [ $i -lt 200 ]; do setsid sleep 99 & i=$((i + 1)); done 2>/dev/null; wait", end},
+            {"a flood that is left behind and ignores TERM",
+             "trap '' TERM; (i=0; while [ $i -lt 200 ]; do setsid sleep 99 & i=$((i + 1)); done) 2>/dev/null &", end},
             {"zombies", "for i in $(seq 200); do sleep 0.1 & done; exec sleep 99", end},
         });
 }
@@ -215,10 +215,9 @@ TEST(DiagSealCommandTest, OutputThatNobodyTakes_EndsTheCommand)
          }) {
         SCOPED_TRACE(std::string(row.command) + row.redirection);
         const auto start = std::chrono::steady_clock::now();
-        const Finished run =
-            RunProgram({"bash", "-c",
-                        "set -o pipefail; ulimit -f 100; trap '' XFSZ; { sleep 0.1; " + Program("diag-seal") + " " +
-                            kCommand + "-- " + row.command + "; } " + row.redirection});
+        const Finished run = RunProgram({"bash", "-c",
+                                         "set -o pipefail; ulimit -f 100; { sleep 0.1; " + Program("diag-seal") + " " +
+                                             kCommand + "-- " + row.command + "; } " + row.redirection});
         EXPECT_EQ(run.status, 1);
         EXPECT_EQ(run.output, std::string("diag-seal: ") + row.error);
         EXPECT_LT(std::chrono::steady_clock::now() - start, kBound);
@@ -257,17 +256,18 @@ TEST(DiagSealCommandTest, SignalsToDiagSeal_EndWhatItRuns)
         EXPECT_EQ(sealed.written, "");
         EXPECT_TRUE(WaitUntil([&before] { return Processes() == before; }));
     }
-    // Sends KILL to its whole process group.
-    RunProgram({"timeout", "-s", "KILL", "0.3", Program("diag-seal"), "command", "--kill-delay", "0.4", "--", "sh",
-                "-c", script + "sleep 99"});
+    // Sends KILL to its whole process group. Then the worker's output fails.
+    RunProgram({"sh", "-c",
+                "timeout -s KILL 0.3 " + Program("diag-seal") + " command -- sh -c " +
+                    Quoted(script + "sleep 0.5; cat /dev/urandom") + " >/dev/full"});
     EXPECT_TRUE(WaitUntil([&before] { return Processes() == before; }));
 }
 
 TEST(DiagSealCommandTest, ChildrenThatItWasBornWith_AreNotItsOwn)
 {
-    const std::string script = "sleep 99 & exec " + Program("diag-seal") + " command -- sh -c 'sleep 98 & exit 3'";
-    const Finished run = RunProgram({"sh", "-c", script + " >/tmp/sealed"});
-    EXPECT_EQ(run.status, 0) << run.output;
+    const std::string script = "sleep 99 & exec " + Program("diag-seal") + " command -- sh -c 'sleep 98 & exit 3' >";
+    EXPECT_EQ(RunProgram({"sh", "-c", script + "/dev/full"}).status, 1);
+    EXPECT_EQ(RunProgram({"sh", "-c", script + "/tmp/sealed"}).status, 0);
     EXPECT_THAT(RunProgram({"pgrep", "-a", "sleep"}).output, testing::EndsWith(" sleep 99\n"));
 }
 

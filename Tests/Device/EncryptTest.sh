@@ -19,7 +19,7 @@ seal encrypt-logs sh -c 'text=nobody; text=$text-may-read; yes $text 2>/dev/null
     cd / && grep -rlF $text mnt opt persist root run tmp var'
 equal "lines of output, with the files found and the status of the search" 20001 "$(wc -l <plain)"
 # shellcheck disable=SC2016,SC3045  # for the inner shell; both shells know this limit
-(ulimit -c unlimited && encrypt-logs sh -c 'kill -ABRT $PPID') >/dev/null 2>&1
+(ulimit -c unlimited && encrypt-logs sh -c 'sh -c "kill -ABRT \$\$"; kill -ABRT $PPID') >/dev/null 2>&1
 refute "a core dump" [ -e core ]
 
 head -c 300000 /dev/urandom >random
@@ -32,12 +32,16 @@ refused dfs-encrypt-existing-file.sh random random
 
 # shellcheck disable=SC2016  # is not expanded
 text='{"it'\''s":"C:\new"} $HOME `id` *  '
-seal dfs-encrypt-string.sh "$text" '' -- -n
-equal "several texts" "$text  -- -n." "$(cat plain; echo .)"
+seal dfs-encrypt-string.sh -- "$text" '' -n
+equal "several texts" "-- $text  -n." "$(cat plain; echo .)"
 long=$(od -An -tx1 random | head -c 120000)
 seal dfs-encrypt-string.sh "$long"
 equal "a long text" "$long" "$(cat plain)"
 refused dfs-encrypt-string.sh
+for options in '' 'command --size 1023' 'command --processes 16385' 'file --time-limit 0' 'file --kill-delay 3601'; do
+    # shellcheck disable=SC2086  # options are words
+    refused diag-seal $options -- random
+done
 
 # Why an item has failed is in the item's file, where nobody looks, and in the system log.
 rm /opt/Vantor/etc/diag-recipient.pem

@@ -35,11 +35,11 @@ Sealed RunDiagSeal(const std::string& arguments, const std::string& redirection,
     const std::set<std::string> before = Processes();
     const auto start = std::chrono::steady_clock::now();
     Sealed sealed = {};
-    sealed.status =
-        RunProgram({"sh", "-c",
-                    "exec >" + output + " 2>" + errors + " 8</dev/null; env --ignore-signal=PIPE --block-signal=USR1 " +
-                        Program("diag-seal") + ' ' + arguments + ' ' + redirection})
-            .status;
+    sealed.status = RunProgram({"sh", "-c",
+                                "exec >" + output + " 2>" + errors +
+                                    " 8</dev/null; env --ignore-signal=PIPE,CHLD --block-signal=USR1 " +
+                                    Program("diag-seal") + ' ' + arguments + ' ' + redirection})
+                        .status;
     sealed.time = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
     const std::set<std::string> after = Processes();
     std::set_difference(after.begin(), after.end(), before.begin(), before.end(),
