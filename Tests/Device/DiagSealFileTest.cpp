@@ -72,9 +72,9 @@ TEST(DiagSealFileTest, LongFile_KeepsHeadAndTail)
 TEST(DiagSealFileTest, ReadingWithoutEnd_CostsItsTimeLimit)
 {
     RunProgram({"truncate", "-s", "100G", "/tmp/endless"});
-    const Sealed sealed = RunDiagSeal("file --time-limit 0.1 --size 200000000000 -- /tmp/endless");
+    const Sealed sealed = RunDiagSeal("file --time-limit 0.05 --size 200000000000 -- /tmp/endless");
     EXPECT_EQ(sealed.status, 0);
-    EXPECT_THAT(sealed.text, EndsWith("\ndiag-seal: the reading was ended after 0.100 seconds\n"));
+    EXPECT_THAT(sealed.text, EndsWith("\ndiag-seal: the reading was ended after 0.050 seconds\n"));
     EXPECT_THAT(sealed.survivors, IsEmpty());
 }
 
