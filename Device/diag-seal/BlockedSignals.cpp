@@ -7,8 +7,6 @@ namespace DiagSeal
 
 sigset_t BlockSignals()
 {
-    // If CHLD is ignored, waitpid(2) gets no exit status.
-    std::signal(SIGCHLD, SIG_DFL);
     sigset_t signals;
     sigemptyset(&signals);
     for (const int signal : {SIGCHLD, SIGHUP, SIGINT, SIGTERM}) {

@@ -56,7 +56,7 @@ void OpenStandardDescriptors()
 
 void LeaveInheritedChildren()
 {
-    std::signal(SIGCHLD, SIG_DFL);
+    std::signal(SIGCHLD, SIG_DFL); // Ignored, it would take away the exit status.
     while (waitpid(-1, nullptr, WNOHANG) > 0) {
     }
     if (waitpid(-1, nullptr, WNOHANG) != 0) {

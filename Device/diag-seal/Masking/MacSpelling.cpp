@@ -66,7 +66,7 @@ std::string_view SeparatedMac(std::string_view line, std::size_t at, std::string
     if ((!rest.empty() && kWord(rest.front())) || (goesOn && separator.size() == 1)) {
         return {};
     }
-    const bool isOther = separator.size() == 1 && (IsWithinChain(line, at, separator.front()) || IsDateTime(text));
+    const bool isOther = IsWithinChain(line, at, separator.front()) || IsDateTime(text);
     return isOther ? std::string_view() : text;
 }
 
