@@ -33,6 +33,7 @@ void CloseInherited()
     }
 }
 
+/** Leaves one descriptor more, which goes with the inherited ones. */
 void OpenStandardDescriptors()
 {
     const bool hasOutput = fcntl(STDOUT_FILENO, F_GETFD) >= 0;

@@ -66,6 +66,7 @@ std::string_view SeparatedMac(std::string_view line, std::size_t at, std::string
     if ((!rest.empty() && kWord(rest.front())) || (goesOn && separator.size() == 1)) {
         return {};
     }
+    // Of a separator of several bytes, neither can be true.
     const bool isOther = IsWithinChain(line, at, separator.front()) || IsDateTime(text);
     return isOther ? std::string_view() : text;
 }
