@@ -41,7 +41,7 @@ LiteralFilter::LiteralFilter()
     }
 }
 
-void LiteralFilter::Add(std::size_t number, const std::vector<RequiredTexts>& required)
+void LiteralFilter::Add(std::size_t number, const RequiredLists& required)
 {
     m_leads.resize(number + 1);
     Lead& lead = m_leads[number];
@@ -60,7 +60,7 @@ void LiteralFilter::Add(std::size_t number, const std::vector<RequiredTexts>& re
         }
         ++count;
         const bool hasByte = std::any_of(literals.begin(), literals.end(), [this](auto i) { return IsByte(i); });
-        if (list == required.begin() && !hasByte && list->before != RequiredTexts::kAnywhere) {
+        if (list == required.begin() && !hasByte && list->before != kUnbounded) {
             lead = {std::move(literals), list->before, {}};
         } else if (!lead.literals.empty() && list->order > required.front().order) {
             lead.behind.push_back(std::move(literals));

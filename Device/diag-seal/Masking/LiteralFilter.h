@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RequiredLiterals.h"
+#include "RequiredTexts.h"
 
 #include <array>
 #include <bitset>
@@ -30,7 +30,7 @@ public:
     LiteralFilter();
 
     /** @param required what each match of pattern `number` holds; empty if that is not known */
-    void Add(std::size_t number, const std::vector<RequiredTexts>& required);
+    void Add(std::size_t number, const RequiredLists& required);
 
     /** Takes the text from `from`. */
     void Scan(std::string_view text, std::size_t from);

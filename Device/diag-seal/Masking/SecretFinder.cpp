@@ -1,5 +1,7 @@
 #include "SecretFinder.h"
 
+#include "RequiredLiterals.h"
+
 #include <algorithm>
 #include <utility>
 
