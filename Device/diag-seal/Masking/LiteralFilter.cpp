@@ -61,6 +61,9 @@ void LiteralFilter::Add(std::size_t number, const RequiredLists& required)
         ++count;
         const bool hasByte = std::any_of(literals.begin(), literals.end(), [this](auto i) { return IsByte(i); });
         if (list == required.begin() && !hasByte && list->before != kUnbounded) {
+            for (const std::uint16_t literal : literals) {
+                m_literals[literal].begun.set(number, list->before == 0);
+            }
             lead = {std::move(literals), list->before, {}};
         } else if (!lead.literals.empty() && list->order > required.front().order) {
             lead.behind.push_back(std::move(literals));
@@ -131,6 +134,7 @@ void LiteralFilter::Scan(std::string_view text, std::size_t from)
         m_literals[literal].first = kNowhere;
     }
     m_found.clear();
+    m_hits.clear();
     m_text = text;
     std::uint32_t hash = 0;
     std::uint32_t bits = 0;
@@ -168,6 +172,9 @@ void LiteralFilter::Compare(std::string_view text, std::size_t at, std::uint32_t
             continue;
         }
         literal.last = at;
+        if (literal.begun.any()) {
+            m_hits.push_back({at, i});
+        }
         if (literal.first == kNowhere) {
             literal.first = at;
             m_found.push_back(i);
@@ -192,26 +199,30 @@ LiteralFilter::Patterns LiteralFilter::CanMatch(std::size_t from) const
     return patterns;
 }
 
-std::optional<LiteralFilter::Places> LiteralFilter::PlacesOf(std::size_t number) const
+std::size_t LiteralFilter::FirstPlace(std::size_t number) const
 {
     const Lead& lead = m_leads[number];
     if (lead.literals.empty()) {
-        return Places();
+        return 0;
     }
     std::size_t first = kNowhere;
-    std::size_t last = 0;
     for (const std::uint16_t i : lead.literals) {
-        const Literal& literal = m_literals[i];
-        if (literal.first != kNowhere) {
-            first = std::min(first, literal.first);
-            last = std::max(last, literal.last);
-        }
+        first = std::min(first, m_literals[i].first);
     }
     const auto isThere = [this, first](const auto& literals) { return HasOneOf(literals, first); };
     if (!std::all_of(lead.behind.begin(), lead.behind.end(), isThere)) {
-        return std::nullopt;
+        return kNowhere;
     }
-    return Places{first - std::min(first, lead.before), last, lead.before == 0};
+    return first - std::min(first, lead.before);
+}
+
+std::size_t LiteralFilter::NextPlace(std::size_t number, std::size_t from) const
+{
+    const auto isBefore = [](const Hit& hit, std::size_t place) { return hit.place < place; };
+    const auto next = std::lower_bound(m_hits.begin(), m_hits.end(), from, isBefore);
+    const auto begins = [this, number](const Hit& hit) { return m_literals[hit.literal].begun[number]; };
+    const auto hit = std::find_if(next, m_hits.end(), begins);
+    return hit == m_hits.end() ? kNowhere : hit->place;
 }
 
 bool LiteralFilter::HasOneOf(const std::vector<std::uint16_t>& literals, std::size_t from) const

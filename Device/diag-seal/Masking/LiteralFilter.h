@@ -6,7 +6,6 @@
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,6 +24,7 @@ class LiteralFilter
 {
 public:
     static constexpr std::size_t kMaxPatterns = 128;
+    static constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
     using Patterns = std::bitset<kMaxPatterns>;
 
     LiteralFilter();
@@ -38,16 +38,18 @@ public:
     /** What can match in the text that was scanned last, from this place on. */
     Patterns CanMatch(std::size_t from) const;
 
-    /** Where the matches of a pattern can begin. */
-    struct Places
-    {
-        std::size_t first = 0;
-        std::size_t last = static_cast<std::size_t>(-1);
-        bool isExact = false; ///< a text that begins each match stands at `first`
-    };
+    /** Before this place no match of the pattern begins; kNowhere if none does at all. For a pattern that can match in
+     * the whole of the text: a closer look. */
+    std::size_t FirstPlace(std::size_t number) const;
 
-    /** Looks closer at a pattern that can match in the whole of the text. Nothing if it cannot, after all. */
-    std::optional<Places> PlacesOf(std::size_t number) const;
+    /** Whether all matches of a pattern begin with a text that is looked for. */
+    bool HasExactPlaces(std::size_t number) const
+    {
+        return !m_leads[number].literals.empty() && m_leads[number].before == 0;
+    }
+
+    /** Of a pattern whose places are exact, the next one from `from` on, or kNowhere. */
+    std::size_t NextPlace(std::size_t number, std::size_t from) const;
 
 private:
     static constexpr std::size_t kMaxLists = 3; // for each pattern: the more, the fewer searches are in vain
@@ -55,12 +57,12 @@ private:
     static constexpr std::size_t kMaxBytes = 32;
     static constexpr std::size_t kHashes = 1 << 15;
     static constexpr std::uint16_t kNone = 0xffff;
-    static constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
 
     struct Literal
     {
         std::string text;
         std::array<Patterns, kMaxLists> lists{}; ///< the patterns in whose list it is
+        Patterns begun{};                        ///< the patterns whose matches begin with a text of its list
         std::size_t first = kNowhere;            ///< where it was found
         std::size_t last = 0;
         std::uint16_t next = kNone; ///< with the same place in m_first
@@ -72,6 +74,12 @@ private:
         std::vector<std::uint16_t> literals;
         std::size_t before = 0;                         ///< bytes
         std::vector<std::vector<std::uint16_t>> behind; ///< lists of which a literal has to follow
+    };
+
+    struct Hit
+    {
+        std::size_t place;
+        std::uint16_t literal;
     };
 
     struct Byte
@@ -95,6 +103,7 @@ private:
     std::vector<std::uint16_t> m_singles; ///< literals of one byte, by bit
     std::string_view m_text;
     std::vector<std::uint16_t> m_found;
+    std::vector<Hit> m_hits;                     ///< of the literals that begin matches, in the order of the text
     std::vector<Lead> m_leads;                   ///< by pattern
     std::array<Patterns, kMaxLists> m_without{}; ///< patterns that have no such list
 };

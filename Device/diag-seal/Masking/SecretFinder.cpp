@@ -13,6 +13,7 @@ namespace
 constexpr std::string_view kWhen = "when";
 constexpr int kMaxSize = 10000;                     // of all patterns, in RE2's instructions: 300 KiB
 constexpr std::size_t kMaxSearched = 1 << 20;       // bytes of lines, with the same automata
+constexpr std::size_t kMaxAttempts = 8;             // of a rule on one line
 constexpr std::size_t kMaxSearchedTwice = 4 * 1024; // bytes of one line
 
 } // namespace
@@ -96,17 +97,27 @@ void SecretFinder::Begin(std::string_view line, std::size_t from)
 /** Finds a rule's first match in the line. */
 bool SecretFinder::FindFirst(std::size_t number, std::size_t from)
 {
-    RuleSearch& search = m_entries[number].search;
-    const auto places = m_filter.PlacesOf(number);
-    if (!places) {
-        return false;
+    m_entries[number].attempts = 0;
+    const std::size_t first = m_filter.FirstPlace(number);
+    return first != LiteralFilter::kNowhere && Find(number, std::max(from, first));
+}
+
+/**
+ * Tries each place where a match can begin: most names stand in a line without a value, which is soon seen. Each
+ * attempt may go to the end of the line, so there is a bound; then one search takes the rest.
+ */
+bool SecretFinder::Find(std::size_t number, std::size_t from)
+{
+    Entry& entry = m_entries[number];
+    while (m_filter.HasExactPlaces(number) && entry.attempts < kMaxAttempts) {
+        from = m_filter.NextPlace(number, from);
+        if (from == LiteralFilter::kNowhere || entry.search.FindAt(m_line, from)) {
+            return from != LiteralFilter::kNowhere;
+        }
+        ++entry.attempts;
+        ++from;
     }
-    if (!places->isExact) {
-        return search.Find(m_line, std::max(from, places->first));
-    }
-    // Most names stand in a line once, and mostly with no value.
-    return search.FindAt(m_line, places->first) ||
-           (places->first < places->last && search.Find(m_line, places->first + 1));
+    return entry.search.Find(m_line, from);
 }
 
 bool SecretFinder::Next(std::size_t from, FoundSecret& found)
@@ -116,7 +127,7 @@ bool SecretFinder::Next(std::size_t from, FoundSecret& found)
         const LiteralFilter::Patterns rules = m_filter.CanMatch(from);
         const auto isDone = [&](Entry* entry) {
             const auto number = static_cast<std::size_t>(entry - m_entries.data());
-            return isBefore(entry) && !(rules[number] && FindAgain(entry->search, from));
+            return isBefore(entry) && !(rules[number] && FindAgain(number, from));
         };
         m_matching.erase(std::remove_if(m_matching.begin(), m_matching.end(), isDone), m_matching.end());
     }
@@ -138,11 +149,12 @@ bool SecretFinder::Next(std::size_t from, FoundSecret& found)
  * Finds the next match of a rule whose last one was there before `from`. Long matches that begin within others again
  * and again would take quadratic time: beyond a bound, the rest of such a match is a secret.
  */
-bool SecretFinder::FindAgain(RuleSearch& search, std::size_t from)
+bool SecretFinder::FindAgain(std::size_t number, std::size_t from)
 {
+    RuleSearch& search = m_entries[number].search;
     m_searchedTwice += search.MatchEnd() - std::min(from, search.MatchEnd());
     if (m_searchedTwice <= kMaxSearchedTwice || search.MatchEnd() <= from) {
-        return search.Find(m_line, from);
+        return Find(number, from);
     }
     search.CutMatch(from);
     return search.Rule().name != kKeep;

@@ -60,13 +60,15 @@ private:
     struct Entry
     {
         RuleSearch search;
-        std::size_t section; ///< its number
+        std::size_t section;      ///< its number
+        std::size_t attempts = 0; ///< on the line under search, at one place each
     };
 
     void CheckAll();
     bool IsNeeded(Section& section);
     bool FindFirst(std::size_t number, std::size_t from);
-    bool FindAgain(RuleSearch& search, std::size_t from);
+    bool FindAgain(std::size_t number, std::size_t from);
+    bool Find(std::size_t number, std::size_t from);
 
     std::vector<Section> m_sections;
     std::vector<Entry> m_entries;

@@ -1,0 +1,136 @@
+#include "MaskCases.h"
+#include "SecretFinder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <random>
+
+using namespace DiagSeal;
+
+namespace
+{
+constexpr std::size_t kRounds = 3000;
+
+/** A rule as RE2 alone takes it. */
+struct PlainRule
+{
+    MaskRule rule;
+    std::shared_ptr<RE2> when; ///< none for those above the first "when"
+    std::unique_ptr<RE2> expression;
+    bool isNeeded = true; ///< on the line under search
+};
+
+std::vector<PlainRule> PlainRules(const std::string& text)
+{
+    std::vector<PlainRule> rules;
+    std::shared_ptr<RE2> when;
+    for (const MaskRule& rule : ParseRules(text)) {
+        if (rule.name == "when") {
+            when = std::make_shared<RE2>(rule.pattern, PatternOptions(rule.pattern));
+        } else {
+            rules.push_back({rule, when, std::make_unique<RE2>(rule.pattern, PatternOptions(rule.pattern))});
+        }
+    }
+    return rules;
+}
+
+/** "NAME@PLACE" of the leftmost match from `from` on: each rule is tried on each line. */
+std::string PlainMatch(const std::vector<PlainRule>& rules, const std::string& line, std::size_t from)
+{
+    const PlainRule* first = nullptr;
+    std::size_t place = line.size() + 1;
+    for (const PlainRule& rule : rules) {
+        re2::StringPiece match;
+        if (rule.isNeeded && rule.expression->Match(line, from, line.size(), RE2::UNANCHORED, &match, 1) &&
+            static_cast<std::size_t>(match.data() - line.data()) < place) {
+            place = static_cast<std::size_t>(match.data() - line.data());
+            first = &rule;
+        }
+    }
+    return first != nullptr ? first->rule.pattern + "@" + std::to_string(place) : "";
+}
+
+/** What the finder does not find as RE2 alone does, in lines that are made of the pieces. */
+std::string Differences(const std::string& text, const std::vector<std::string>& pieces)
+{
+    std::vector<PlainRule> rules = PlainRules(text);
+    SecretFinder finder(text);
+    std::mt19937 random(1); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same lines in each run
+    std::string faults;
+    for (std::size_t round = 0; round < kRounds; ++round) {
+        std::string line = pieces[random() % pieces.size()];
+        for (unsigned i = random() % 4; i > 0; --i) {
+            const std::string& other = pieces[random() % pieces.size()];
+            const std::size_t place = random() % (line.size() + 1);
+            line.replace(place, random() % 3, other.substr(random() % (other.size() + 1), random() % 20));
+        }
+        for (PlainRule& rule : rules) {
+            rule.isNeeded = !rule.when || RE2::PartialMatch(line, *rule.when);
+        }
+        finder.Begin(line, 0);
+        FoundSecret found;
+        for (std::size_t from = 0; from < line.size(); from = std::max(found.matchEnd, found.matchBegin + 1)) {
+            const std::string expected = PlainMatch(rules, line, from);
+            const bool isThere = finder.Next(from, found);
+            const std::string actual =
+                isThere ? found.rule->pattern + "@" + std::to_string(found.matchBegin) : std::string();
+            if (actual != expected) {
+                faults += line + "\n    " + actual + "\n    not " + expected + "\n";
+            }
+            if (!isThere) {
+                break;
+            }
+        }
+    }
+    return faults.substr(0, 4000);
+}
+} // namespace
+
+TEST(SecretFinder, FindsWhatRe2FindsRuleByRule)
+{
+    std::vector<std::string> rows = HarmlessCases();
+    for (const MaskCase& entry : SecretCases()) {
+        rows.push_back(entry.input);
+    }
+    EXPECT_EQ(Differences(std::string(BuiltInRules()), rows), "");
+    const struct
+    {
+        const char* rules;
+        std::vector<std::string> pieces;
+    } cases[] = {
+        // Alternatives at the top, of which one holds another one, or only one has a text that is found seldom.
+        {"a abc\\d|xxbcd=|bcd\nb one=|\\d\\d|three:\nc (?:|no )twelve|ten",
+         {"abc1", "xxbcd=", "bcd ", "one=", "12", "three:", "xABC", "twelve"}},
+        {"a fox(?:es)?=?\\d\nb (?:deer|)hind:\nc colou?r\\w*[=:]?(?:red|blue)\nd ^(?:old )?list",
+         {"foxes=1", "fox1", "fox=1", "hind:", "deerhind:", "color=red", "COLOURS:blue", "old list", "list "}},
+        {"a (?-i:KEY[A-Z]+=[a-f]\\d)\nb [Kk][Ee][Yy]-\nc (?i)x-(?-i:Id)=|ID-\nd [^a]bee[]x]|bee[:;=,-]",
+         {"KEYAB=a1", "key-", "keyAB=a1", "KeY-", "x-Id=", "x-id=", "iD-", "bee]", "abeex", "bee;", "bee="}},
+        {"a (?:ab){2}c\\d\nb x{0,2}yz=\nc (?:cat|dog){2,}!\nd l{2}ama{1}:\ne \\d{3}-{0}end\nf q{,2}u|a{b",
+         {"ababc1", "abc1", "xyz=", "yz=", "catdog!", "cat!", "llama:", "lama:", "123end", "q{,2}u", "a{b"}},
+        {"a a:(?:b=)+c\nb (?:\\s|_)pin\\b\nc tab\tx\nd end$|^begin\ne (?P<value>\\w+)@(?U:.+)!",
+         {"a:b=b=c", "a:c", " pin ", "_pin", "pinx", "tab\tx", "tab x", "end", "begin", "joe@here!"}},
+        // What the reader of patterns does not know.
+        {"a \\pLtau\nb \\x41bc=\nc [[:digit:]]oo:\nd \\Qa.b\\E\ne \xe9t\xe9",
+         {"xtau", "abc=", "1oo:", "a.b", "aXb", "\xc9t\xe9", "\xe9t\xc9", "1tau"}},
+    };
+    for (const auto& entry : cases) {
+        EXPECT_EQ(Differences(entry.rules, entry.pieces), "") << entry.rules;
+    }
+}
+
+TEST(SecretFinder, SearchesALongMatchAgainUpToABound)
+{
+    const std::string rules = "short xa\nlong [xa]+z\n";
+    const auto masked = [&rules](std::size_t count) {
+        std::string line;
+        for (std::size_t i = 0; i < count; ++i) {
+            line += "xa";
+        }
+        const std::string output = Masked(line + "z", std::string::npos, rules);
+        return output.substr(output.find_last_of('[') - 1);
+    };
+    EXPECT_EQ(masked(20), "][masked:short]z");
+    EXPECT_EQ(masked(1500), "][masked:long]"); // beyond the bound, what is left of the match is a secret
+}
