@@ -111,9 +111,6 @@ std::uint16_t LiteralFilter::NumberOf(char c)
     }
     const std::uint32_t bit = std::uint32_t{1} << m_singles.size();
     m_bytes[Index(c)].bit = bit;
-    if (c >= 'a' && c <= 'z') {
-        m_bytes[Index(c) - 'a' + 'A'].bit = bit;
-    }
     m_singles.push_back(static_cast<std::uint16_t>(m_literals.size()));
     m_literals.push_back({std::string(1, c)});
     return m_singles.back();

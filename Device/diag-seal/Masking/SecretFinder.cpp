@@ -12,7 +12,7 @@ namespace
 
 constexpr std::string_view kWhen = "when";
 constexpr int kMaxSize = 10000;                     // of all patterns, in RE2's instructions: 300 KiB
-constexpr std::size_t kMaxSearched = 1 << 20;       // bytes of lines, with the same automata
+constexpr std::size_t kMaxSearched = 3 << 17;       // bytes of lines, with the same automata
 constexpr std::size_t kMaxAttempts = 8;             // of a rule on one line
 constexpr std::size_t kMaxSearchedTwice = 4 * 1024; // bytes of one line
 
@@ -86,6 +86,7 @@ void SecretFinder::Begin(std::string_view line, std::size_t from)
     if (m_searched > kMaxSearched) {
         m_searched = 0; // RE2's automata only grow, each line may add to them
         std::for_each(m_entries.begin(), m_entries.end(), [](Entry& entry) { entry.search.Forget(); });
+        std::for_each(m_sections.begin(), m_sections.end(), [](Section& section) { section.expression.reset(); });
     }
     for (std::size_t i = rules._Find_first(); i < m_entries.size(); i = rules._Find_next(i)) {
         if (FindFirst(i, from)) {
