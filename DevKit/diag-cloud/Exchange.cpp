@@ -66,7 +66,7 @@ void Exchange::Receive(const char* data, std::size_t size)
         return;
     }
     m_md5.Update(data, size);
-    if (m_metadata && m_storeFault.empty()) {
+    if (m_metadata && m_storeFault.empty() && !m_outcome.IsInsteadOfTheRequest()) {
         try {
             if (!m_archive) {
                 m_archive = m_cloud.store.AddArchive(m_route.id);
@@ -173,6 +173,7 @@ void Exchange::TakeArchive()
 
 void Exchange::Refuse(int status, const std::string& reason)
 {
+    m_archive.reset(); // Whoever is told of the refusal finds nothing stored.
     m_remark = reason;
     m_outcome.Refuse(status, reason);
 }
