@@ -32,11 +32,11 @@ inline constexpr char kEncryptStringCommand[] = "dfs-encrypt-string.sh ";
 /** What the device itself offers for an upload. */
 struct BuiltInItem
 {
-    const char* subType;
     DFSCommonPB::HarvestType harvestType;
+    DFSCommonPB::DiagFileType fileType;
+    const char* subType;
     const char* input;  ///< A command line or a path.
     const char* output; ///< A file of the persistence directory.
-    DFSCommonPB::DiagFileType fileType;
 };
 
 inline constexpr auto kScript = DFSCommonPB::SCRIPT;
@@ -45,24 +45,24 @@ inline constexpr auto kFile = DFSCommonPB::EXISTING_FILE;
 // The memory and disk script has the type of the list of free space, and the update files, plain text, end in ".json":
 // kept.
 inline constexpr BuiltInItem kBuiltInItems[] = {
-    {"logread", kScript, "encrypt-logs dfs-pts-logs.sh", "dfs_logread.txt", DFSCommonPB::LOGREAD},
-    {"network info", kScript, "encrypt-logs dfs-networking-info.sh", "dfs_networkinginfo.txt",
-     DFSCommonPB::NETWORKING_INFO},
-    {"mfg_data", kFile, "/persist/mfg_data.json", "dfs_mfg_data.json", DFSCommonPB::PERSIST_MFGDATA},
-    {"proc_loadavg", kFile, "/proc/loadavg", "dfs_proc_loadavg.txt", DFSCommonPB::PROC_LOADAVG},
-    {"memory disk info", kScript, "encrypt-logs dfs-memory-disk.sh", "dfs_memory_disk.txt",
-     DFSCommonPB::DISK_FREE_INFO},
-    {"uptime", kScript, "encrypt-logs dfs-uptime.sh", "dfs_uptime.txt", DFSCommonPB::PROC_UPTIME},
-    {"mpstat", kScript, "encrypt-logs dfs-mpstat.sh", "dfs_mpstat.txt", DFSCommonPB::MPSTAT},
-    {"top", kScript, "encrypt-logs dfs-top.sh", "dfs_top.txt", DFSCommonPB::TOP},
-    {"swup_hsm_states", kFile, "/mnt/nv/update/SwUpHsmStates.txt", "dfs_SwUpHsmStates.json",
-     DFSCommonPB::SWUP_HSM_STATES},
-    {"swup_sys_status", kFile, "/mnt/nv/update/SwUpSystemStatus.txt", "dfs_SwUpSystemStatus.json",
-     DFSCommonPB::SWUP_SYS_STATUS},
-    {"swup_release_history", kFile, "/mnt/nv/update/SwUpReleaseHistory.txt", "dfs_SwUpReleaseHistory.json",
-     DFSCommonPB::SWUP_RELEASE_HISTORY},
-    {"coredumpfilelist", kScript, "encrypt-logs ls -la /data/logs/core*", "dfs_coredump_filelist.txt",
-     DFSCommonPB::CORE_DUMP_FILE_LIST},
+    {kScript, DFSCommonPB::LOGREAD, "logread", "encrypt-logs dfs-pts-logs.sh", "dfs_logread.txt"},
+    {kScript, DFSCommonPB::NETWORKING_INFO, "network info", "encrypt-logs dfs-networking-info.sh",
+     "dfs_networkinginfo.txt"},
+    {kFile, DFSCommonPB::PERSIST_MFGDATA, "mfg_data", "/persist/mfg_data.json", "dfs_mfg_data.json"},
+    {kFile, DFSCommonPB::PROC_LOADAVG, "proc_loadavg", "/proc/loadavg", "dfs_proc_loadavg.txt"},
+    {kScript, DFSCommonPB::DISK_FREE_INFO, "memory disk info", "encrypt-logs dfs-memory-disk.sh",
+     "dfs_memory_disk.txt"},
+    {kScript, DFSCommonPB::PROC_UPTIME, "uptime", "encrypt-logs dfs-uptime.sh", "dfs_uptime.txt"},
+    {kScript, DFSCommonPB::MPSTAT, "mpstat", "encrypt-logs dfs-mpstat.sh", "dfs_mpstat.txt"},
+    {kScript, DFSCommonPB::TOP, "top", "encrypt-logs dfs-top.sh", "dfs_top.txt"},
+    {kFile, DFSCommonPB::SWUP_HSM_STATES, "swup_hsm_states", "/mnt/nv/update/SwUpHsmStates.txt",
+     "dfs_SwUpHsmStates.json"},
+    {kFile, DFSCommonPB::SWUP_SYS_STATUS, "swup_sys_status", "/mnt/nv/update/SwUpSystemStatus.txt",
+     "dfs_SwUpSystemStatus.json"},
+    {kFile, DFSCommonPB::SWUP_RELEASE_HISTORY, "swup_release_history", "/mnt/nv/update/SwUpReleaseHistory.txt",
+     "dfs_SwUpReleaseHistory.json"},
+    {kScript, DFSCommonPB::CORE_DUMP_FILE_LIST, "coredumpfilelist", "encrypt-logs ls -la /data/logs/core*",
+     "dfs_coredump_filelist.txt"},
 };
 
 // Identity, version and token

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-// `diag-compress FILE`. As the interpreter of a script whose first line is `#!/opt/Vantor/bin/diag-compress --script`, it
-// is called with `--script SCRIPT FILE`, see execve(2).
+// `diag-compress FILE`. As the interpreter of a script whose first line is `#!/opt/Vantor/bin/diag-compress --script`,
+// it is called with `--script SCRIPT FILE`, see execve(2).
 int main(int argc, char** argv)
 {
     constexpr int kFailure = 1;

@@ -100,9 +100,7 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& commandLine)
         throw std::invalid_argument(std::string(error.what()) + "; see --help (given:" + Words(arguments, mark) + ")");
     }
     options.words.assign(mark == arguments.end() ? mark : mark + 1, arguments.end());
-    options.job = command.parsed() ? Job::SealCommand
-                  : file.parsed()  ? Job::SealFile
-                                   : Job::SealText;
+    options.job = command.parsed() ? Job::SealCommand : file.parsed() ? Job::SealFile : Job::SealText;
     const bool isCommand = options.job == Job::SealCommand;
     if (isCommand && !options.words.empty() && options.words.front() == "--") {
         options.words.erase(options.words.begin());

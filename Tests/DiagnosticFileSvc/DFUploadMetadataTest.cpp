@@ -36,7 +36,8 @@ TEST(DFUploadMetadata, HoldsProductVersionTimeAndItems)
         R"("uploadedItems":[{"type":"TOP","subType":"top \"quoted\""},{"type":"TOP","subType":"top"}]})";
     for (const auto& each : cases) {
         WriteWholeFile("/opt/Vantor/etc/VantorVersion.json", each.versionFile);
+        const std::string expected = std::string(beforeVersion).append(each.version).append(afterVersion);
         EXPECT_EQ(BuildMetadataPayload({"marketing", "a type", "a guid"}, "Kitchen \xc3\xa9", items, 1794711845),
-                  beforeVersion + each.version + afterVersion);
+                  expected);
     }
 }

@@ -50,8 +50,8 @@ RE2::Options PatternOptions(std::string_view pattern)
 {
     // The longer a pattern, the more states its automaton has. With too few in its memory it makes them again and
     // again.
-    constexpr std::size_t kLeast = 64 * 1024;
-    const std::size_t memory = std::max<std::size_t>(kLeast, 16 * 1024 + 1280 * pattern.size());
+    constexpr std::size_t kLeast = std::size_t{64} * 1024;
+    const std::size_t memory = std::max(kLeast, std::size_t{16} * 1024 + 1280 * pattern.size());
     RE2::Options options;
     options.set_encoding(RE2::Options::EncodingLatin1);
     options.set_case_sensitive(false);

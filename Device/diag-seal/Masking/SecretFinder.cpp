@@ -11,10 +11,10 @@ namespace
 {
 
 constexpr std::string_view kWhen = "when";
-constexpr int kMaxSize = 10000;                     // of all patterns, in RE2's instructions: 300 KiB
-constexpr std::size_t kMaxSearched = 3 << 17;       // bytes of lines, with the same automata
-constexpr std::size_t kMaxAttempts = 8;             // of a rule on one line
-constexpr std::size_t kMaxSearchedTwice = 4 * 1024; // bytes of one line
+constexpr int kMaxSize = 10000;                                  // of all patterns, in RE2's instructions: 300 KiB
+constexpr std::size_t kMaxSearched = 3 << 17;                    // bytes of lines, with the same automata
+constexpr std::size_t kMaxAttempts = 8;                          // of a rule on one line
+constexpr std::size_t kMaxSearchedTwice = std::size_t{4} * 1024; // bytes of one line
 
 } // namespace
 

@@ -77,7 +77,7 @@ std::string Differences(const std::string& text, const std::vector<std::string>&
             const std::string actual =
                 isThere ? found.rule->pattern + "@" + std::to_string(found.matchBegin) : std::string();
             if (actual != expected) {
-                faults += line + "\n    " + actual + "\n    not " + expected + "\n";
+                faults.append(line).append("\n    ").append(actual).append("\n    not ").append(expected) += "\n";
             }
             if (!isThere) {
                 break;
