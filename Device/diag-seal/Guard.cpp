@@ -32,6 +32,7 @@ bool AwaitWorker(pid_t worker, const sigset_t& signals, Clock::time_point end, i
         }
         const timespec wait = {static_cast<time_t>(left.count()), 0};
         const int signal = sigtimedwait(&signals, nullptr, &wait);
+        // CHLD may be that of a descendant whose parent has died. It makes the worker look once more, and no more.
         if (signal > 0) {
             kill(worker, signal);
         }

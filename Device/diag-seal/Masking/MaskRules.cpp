@@ -1,6 +1,7 @@
 #include "MaskRules.h"
 
 #include "BuiltInRulesText.h"
+#include "Descriptor.h"
 #include "ErrorText.h"
 
 #include <fcntl.h>
@@ -42,25 +43,6 @@ std::string_view Trimmed(std::string_view line)
     return line.substr(begin, line.find_last_not_of(kBlanks) - begin + 1);
 }
 
-class OpenFile
-{
-public:
-    explicit OpenFile(const char* path) : m_descriptor(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {}
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-    ~OpenFile()
-    {
-        if (m_descriptor >= 0) {
-            ::close(m_descriptor);
-        }
-    }
-
-    int Descriptor() const { return m_descriptor; }
-
-private:
-    int m_descriptor;
-};
-
 [[noreturn]] void ThrowErrno()
 {
     throw RuleError(ErrorText());
@@ -100,14 +82,14 @@ std::vector<MaskRule> ParseRules(std::string_view text)
 
 std::string ReadRulesFile(const std::string& path)
 {
-    const OpenFile file(path.c_str());
-    if (file.Descriptor() < 0) {
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (file.Get() < 0) {
         ThrowErrno();
     }
     std::string text(kMaxRulesSize + 1, '\0');
     std::size_t size = 0;
     while (size < text.size()) {
-        const ssize_t count = ::read(file.Descriptor(), &text[size], text.size() - size);
+        const ssize_t count = read(file.Get(), &text[size], text.size() - size);
         if (count < 0 && errno == EINTR) {
             continue;
         }

@@ -21,12 +21,12 @@ public:
         : m_thread([this, &gateway] {
               TestClient handler(gateway.Port());
               handler.Handle("/undisturbed");
-              TestClient asker(gateway.Port());
+              TestClient requester(gateway.Port());
               for (std::uint64_t id = 0; !m_isOver || id < 10; ++id) {
                   const std::string body = "\"" + std::string(id % 1000, 'x') + "\"";
-                  asker.Ask(id, "/undisturbed", body);
+                  requester.Ask(id, "/undisturbed", body);
                   handler.AnswerWithBody();
-                  EXPECT_EQ(asker.Read(), Wire::Serialize(Wire::Answer{id, body}));
+                  EXPECT_EQ(requester.Read(), Wire::Serialize(Wire::Answer{id, body}));
               }
           })
     {}

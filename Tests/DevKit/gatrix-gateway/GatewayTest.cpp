@@ -21,19 +21,19 @@ TEST(Gateway, Bodies_TravelAsTheyAre)
     const Gateway gateway({});
     TestClient handler(gateway.Port(), "handler", "::1");
     handler.Handle("/echo");
-    TestClient asker(gateway.Port());
+    TestClient requester(gateway.Port());
     const std::uint64_t id = 18446744073709551615U;
     std::vector<std::string> bodies(4, '"' + std::string(1000000, 'x') + '"'); // together more than may wait
     bodies.insert(bodies.end(), {R"({"b":[1.10,1e300,18446744073709551616],"a":{"":null}})", R"("\ud83d\ude00 \u0000")",
                                  "\"\xC3\xA9\"", "null"});
     for (const std::string& body : bodies) {
-        asker.Ask(id, "/echo", body);
+        requester.Ask(id, "/echo", body);
         EXPECT_THAT(handler.AnswerWithBody(), HasSubstr("\"body\":" + body));
-        EXPECT_EQ(asker.Read(), Wire::Serialize(Wire::Answer{id, body}));
+        EXPECT_EQ(requester.Read(), Wire::Serialize(Wire::Answer{id, body}));
     }
-    asker.Send(R"({"op":"request","id":1,"method":"GET","endpoint":"/echo","version":1.5})");
+    requester.Send(R"({"op":"request","id":1,"method":"GET","endpoint":"/echo","version":1.5})");
     EXPECT_THAT(handler.AnswerWithBody(), AllOf(HasSubstr("\"version\":1.5"), Not(HasSubstr("body"))));
-    EXPECT_THAT(asker.Read(), Not(HasSubstr("body")));
+    EXPECT_THAT(requester.Read(), Not(HasSubstr("body")));
 }
 
 TEST(Gateway, TwoHundredClients_AskTheirNeighbours_InOrder)
@@ -66,21 +66,22 @@ TEST(Gateway, ClientThatGoes_IsMissedAtOnce)
     GatrixGateway::GatewaySettings settings;
     settings.limits.closeTime = std::chrono::hours(1);
     const Gateway gateway(settings);
-    TestClient asker(gateway.Port());
-    asker.Send(Wire::Interest{{"/here"}});
+    TestClient requester(gateway.Port());
+    requester.Send(Wire::Interest{{"/here"}});
     // Nothing, a binary frame, a close frame, the header of a frame that is too large.
     for (const std::string lastWord : {"", "\x82\x80....", "\x88\x80....", "\x81\xFF\1..........."}) {
         auto handler = std::make_unique<TestClient>(gateway.Port());
         handler->Send(Wire::Register{Gatrix::Method::GET, "/here", 1, "g"});
-        EXPECT_THAT(asker.Read(), HasSubstr("\"ready\""));
-        asker.Ask(7, "/here", "0");
-        asker.Ask(8, "/here", "0");
+        EXPECT_THAT(requester.Read(), HasSubstr("\"ready\""));
+        requester.Ask(7, "/here", "0");
+        requester.Ask(8, "/here", "0");
         EXPECT_THAT(handler->Read(), HasSubstr("\"request\""));
         EXPECT_THAT(handler->Read(), HasSubstr("\"request\""));
         lastWord.empty() ? handler.reset() : handler->SendRaw(lastWord);
-        EXPECT_THAT(asker.Read(), AllOf(HasSubstr("\"id\":7"), HasSubstr("\"statusCode\":503"), HasSubstr("/here")));
-        EXPECT_THAT(asker.Read(), HasSubstr("\"id\":8"));
-        EXPECT_EQ(asker.Read(), Wire::Serialize(Wire::NotReady{{"/here"}}));
+        EXPECT_THAT(requester.Read(),
+                    AllOf(HasSubstr("\"id\":7"), HasSubstr("\"statusCode\":503"), HasSubstr("/here")));
+        EXPECT_THAT(requester.Read(), HasSubstr("\"id\":8"));
+        EXPECT_EQ(requester.Read(), Wire::Serialize(Wire::NotReady{{"/here"}}));
     }
 }
 

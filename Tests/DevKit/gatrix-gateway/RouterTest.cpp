@@ -88,7 +88,7 @@ TEST(Router, Requests_AreAnsweredOnceByTheirHandler)
         {1, Wire::Refusal{4, 400, "no"}, "1 error 7 400 no"},
         {1, Wire::Answer{3, {}}, "2 answer 7"},
         {1, request, "1 request GET /a 5"},
-        // An asker that goes is owed nothing.
+        // A requester that goes is owed nothing.
         {2, kDrop, ""},
         {1, Wire::Answer{2, {}}, "dropped"},
         {1, kDrop, ""},
