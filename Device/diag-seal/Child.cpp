@@ -28,7 +28,6 @@ void OpenPipe(Descriptor& readEnd, Descriptor& writeEnd)
     }
     readEnd.Reset(ends[0]);
     writeEnd.Reset(ends[1]);
-    fcntl(readEnd.Get(), F_SETFL, O_NONBLOCK);
 }
 
 void ResetSignals()
@@ -41,7 +40,15 @@ void ResetSignals()
     pthread_sigmask(SIG_SETMASK, &none, nullptr);
 }
 
-[[noreturn]] void BeChild(const std::function<std::string()>& task, int output, int failure, pid_t parent)
+/** What the child has of each pipe. */
+struct PipeEnds
+{
+    Descriptor gate;
+    Descriptor output;
+    Descriptor failure;
+};
+
+[[noreturn]] void BeChild(const std::function<std::string()>& task, const PipeEnds& ends, pid_t parent)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent) {
@@ -52,16 +59,20 @@ void ResetSignals()
     ResetSignals();
     const int input = open("/dev/null", O_RDONLY | O_CLOEXEC);
     dup2(input, STDIN_FILENO);
-    dup2(output, STDOUT_FILENO);
-    dup2(output, STDERR_FILENO);
-    close(output);
+    dup2(ends.output.Get(), STDOUT_FILENO);
+    dup2(ends.output.Get(), STDERR_FILENO);
+    close(ends.output.Get());
+    char go = 0;
+    if (read(ends.gate.Get(), &go, 1) != 1) {
+        _exit(kFailed);
+    }
     std::string reason;
     try {
         reason = task();
     } catch (const std::exception& error) {
         reason = error.what();
     }
-    const ssize_t written = write(failure, reason.data(), reason.size());
+    const ssize_t written = write(ends.failure.Get(), reason.data(), reason.size());
     _exit(reason.empty() && written == 0 ? 0 : kFailed);
 }
 
@@ -69,17 +80,21 @@ void ResetSignals()
 
 void StartChild(const std::function<std::string()>& task, Child& child)
 {
-    Descriptor output;
-    Descriptor failure;
-    OpenPipe(child.output, output);
-    OpenPipe(child.failure, failure);
+    PipeEnds ends;
+    OpenPipe(ends.gate, child.gate);
+    OpenPipe(child.output, ends.output);
+    OpenPipe(child.failure, ends.failure);
+    for (const Descriptor* descriptor : {&child.output, &child.failure}) {
+        fcntl(descriptor->Get(), F_SETFL, O_NONBLOCK);
+    }
     const pid_t parent = getpid();
     child.pid = fork();
     if (child.pid < 0) {
         throw std::runtime_error("no process can be started: " + ErrorText());
     }
     if (child.pid == 0) {
-        BeChild(task, output.Get(), failure.Get(), parent);
+        child.gate.Close();
+        BeChild(task, ends, parent);
     }
 }
 

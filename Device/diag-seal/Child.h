@@ -14,13 +14,14 @@ namespace DiagSeal
 struct Child
 {
     pid_t pid = -1;
+    Descriptor gate;    ///< A byte that is written here lets the task begin; when it closes, the child ends.
     Descriptor output;  ///< What it and its descendants print; reading does not block.
     Descriptor failure; ///< The text that its task returned; reading does not block.
 };
 
 /**
- * Forks. The child runs the task in a session of its own, see Supervisor::Task, and is killed when this process dies.
- * For a process of one thread.
+ * Forks. The child has a session of its own and waits at its gate before it runs the task, see Supervisor::Task. It is
+ * killed when this process dies. For a process of one thread.
  * @throws std::runtime_error with the reason when no child can be started
  */
 void StartChild(const std::function<std::string()>& task, Child& child);

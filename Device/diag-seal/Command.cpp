@@ -1,6 +1,7 @@
 #include "Command.h"
 
 #include "ErrorText.h"
+#include "Options.h"
 
 #include <fcntl.h>
 #include <sys/prctl.h>
@@ -8,6 +9,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <vector>
 
 namespace DiagSeal
 {
@@ -46,8 +49,9 @@ void OfferToOomKiller()
 
 } // namespace
 
-std::string BecomeCommand(const std::vector<std::string>& words, int processes)
+std::string BecomeCommand(const Options& options)
 {
+    const std::vector<std::string>& words = options.words;
     std::vector<char*> arguments;
     arguments.reserve(words.size() + 1);
     for (const std::string& word : words) {
@@ -60,7 +64,10 @@ std::string BecomeCommand(const std::vector<std::string>& words, int processes)
     Limit(RLIMIT_DATA, kMemory);
     Limit(RLIMIT_FSIZE, kFileSize);
     Limit(RLIMIT_CORE, 0);
-    Limit(RLIMIT_NPROC, static_cast<rlim_t>(processes));
+    Limit(RLIMIT_NPROC, static_cast<rlim_t>(options.processes));
+    const auto toolTime = std::chrono::duration_cast<std::chrono::seconds>(options.toolTime);
+    setenv("DIAG_SEAL_PID", std::to_string(getppid()).c_str(), 1);
+    setenv("DIAG_SEAL_TOOL_SECONDS", std::to_string(toolTime.count()).c_str(), 1);
     execvp(arguments.front(), arguments.data());
     return words.front() + ": " + ErrorText();
 }

@@ -36,6 +36,9 @@ namespace DiagSeal
 namespace
 {
 
+/** In bytes. An output that is shorter leaves room for the code pages, which take time to come back. */
+constexpr std::uint64_t kShort = 32768;
+
 /**
  * How long the reader of the output may keep this program waiting, counted from the start. Beyond the time limit these
  * are three times what ending a command takes, 21 s with the device's bounds.
@@ -72,6 +75,15 @@ std::unique_ptr<TextFilter> MakeFilter(const Options& options)
     return std::make_unique<Masker>(key, std::move(finder));
 }
 
+Certificate LoadCertificate(const std::string& path)
+{
+    Certificate certificate(path);
+    if (certificate.IsExpired()) {
+        Notice("certificate " + path + " has expired and is used all the same");
+    }
+    return certificate;
+}
+
 /** The layers that what is sealed passes, from the inside out. */
 struct Layers
 {
@@ -101,28 +113,34 @@ void DieAfter(std::chrono::milliseconds time)
     alarm(static_cast<unsigned>(std::chrono::ceil<std::chrono::seconds>(time).count()));
 }
 
-void SealText(const Options& options, const Certificate& certificate)
+void SealText(const Options& options)
 {
+    const Certificate certificate = LoadCertificate(options.certificate);
     Layers layers(options, certificate);
     layers.item.Write(Joined(options.words));
     layers.item.Finish("");
 }
 
-void SealSupervised(const Options& options, const Certificate& certificate)
+void SealSupervised(const Options& options)
 {
-    const Supervisor supervisor({options.timeLimit, options.killDelay, options.grace, options.processes});
+    const Supervisor supervisor(
+        {options.timeLimit, options.killDelay, options.grace, options.toolTime, options.processes});
     const bool isFile = options.job == Job::SealFile;
+    std::optional<Certificate> certificate;
     std::optional<Layers> layers;
-    const Outcome outcome = supervisor.Run(
-        [&] {
-            return isFile ? CopyFile(options.words.front(), options.size)
-                          : BecomeCommand(options.words, options.processes);
-        },
-        [&] {
-            layers.emplace(options, certificate);
+    std::uint64_t received = 0;
+    Supervisor::Steps steps;
+    steps.prepare = [&] { certificate.emplace(LoadCertificate(options.certificate)); };
+    steps.meanwhile = [&] { layers.emplace(options, *certificate); };
+    steps.consume = [&](std::string_view bytes) {
+        if (received < kShort && received + bytes.size() >= kShort) {
             ReleaseCodePages();
-        },
-        [&layers](std::string_view bytes) { layers->item.Write(bytes); });
+        }
+        received += bytes.size();
+        layers->item.Write(bytes);
+    };
+    const Outcome outcome = supervisor.Run(
+        [&] { return isFile ? CopyFile(options.words.front(), options.size) : BecomeCommand(options); }, steps);
     const bool isDone = outcome.cause == Outcome::Cause::Itself && outcome.status == 0;
     if (isFile && layers->item.IsEmpty() && !isDone) {
         throw std::runtime_error(outcome.failure.empty() ? options.words.front() + ": nothing could be read in time"
@@ -143,14 +161,10 @@ void Seal(const Options& options)
     } else {
         DieAfter(time);
     }
-    const Certificate certificate(options.certificate);
-    if (certificate.IsExpired()) {
-        Notice("certificate " + options.certificate + " has expired and is used all the same");
-    }
     if (options.job == Job::SealText) {
-        SealText(options, certificate);
+        SealText(options);
     } else {
-        SealSupervised(options, certificate);
+        SealSupervised(options);
     }
 }
 

@@ -78,6 +78,7 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& commandLine)
     AddBounds(command, options);
     AddSeconds(command, "--grace", options.grace,
                "for what the command leaves behind to end by itself, while it can print");
+    AddSeconds(command, "--tool-limit", options.toolTime, "end a tool that has asked for a bound after that time");
     constexpr int kMostProcesses = 16384;
     command.add_option("--processes", options.processes, "of the command and all its descendants, at most")
         ->capture_default_str()

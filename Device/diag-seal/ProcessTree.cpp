@@ -30,6 +30,7 @@ struct Process
 /** Processes beyond that wait for the next pass. By then their parents are gone, and they are children of this one. */
 constexpr std::size_t kMostProcesses = 16384;
 std::array<Process, kMostProcesses> g_processes;
+std::size_t g_count = 0;
 
 /** A directory entry as getdents64(2) has it. */
 struct Entry
@@ -76,11 +77,22 @@ bool ReadProcess(int proc, const char* name, Process& process)
     return true;
 }
 
+/** The process of this number, of those up to now; nullptr if it is not among them. */
+const Process* Find(pid_t pid)
+{
+    const Process* const end = g_processes.data() + g_count;
+    const Process* const found =
+        std::lower_bound(static_cast<const Process*>(g_processes.data()), end, pid,
+                         [](const Process& process, pid_t wanted) { return process.pid < wanted; });
+    return found != end && found->pid == pid ? found : nullptr;
+}
+
 /** Takes the processes in the order of their numbers, as /proc lists them. */
 class Walk
 {
 public:
-    Walk(int proc, int signal) : m_proc(proc), m_signal(signal) {}
+    /** @param root what descends from it gets the signal, unless that is 0 */
+    Walk(int proc, int signal, pid_t root) : m_proc(proc), m_signal(signal), m_root(root) { g_count = 0; }
 
     /** A child mostly has a higher number than its parent, so that one pass catches up with a flood of processes. */
     int Run()
@@ -98,7 +110,7 @@ public:
         }
         for (bool hasChanged = true; hasChanged;) {
             hasChanged = false;
-            for (std::size_t index = 0; index < m_count; ++index) {
+            for (std::size_t index = 0; index < g_count; ++index) {
                 hasChanged = Look(g_processes[index]) || hasChanged;
             }
         }
@@ -108,16 +120,16 @@ public:
 private:
     void Add(const char* name)
     {
-        if (Number(name) > 0 && m_count < kMostProcesses && ReadProcess(m_proc, name, g_processes[m_count])) {
-            ++m_count;
-            Look(g_processes[m_count - 1]);
+        if (Number(name) > 0 && g_count < kMostProcesses && ReadProcess(m_proc, name, g_processes[g_count])) {
+            ++g_count;
+            Look(g_processes[g_count - 1]);
         }
     }
 
     /** @return whether it turns out to be a descendant, which gets the signal */
     bool Look(Process& process)
     {
-        if (process.isDescendant || process.pid == m_self || !IsDescendant(process.parent)) {
+        if (process.isDescendant || process.pid == m_root || !IsDescendant(process.parent)) {
             return false;
         }
         process.isDescendant = true;
@@ -128,17 +140,13 @@ private:
 
     bool IsDescendant(pid_t pid) const
     {
-        const Process* const begin = g_processes.data();
-        const Process* const end = begin + m_count;
-        const Process* const found = std::lower_bound(
-            begin, end, pid, [](const Process& process, pid_t wanted) { return process.pid < wanted; });
-        return pid == m_self || (found != end && found->pid == pid && found->isDescendant);
+        const Process* const found = Find(pid);
+        return pid == m_root || (found != nullptr && found->isDescendant);
     }
 
     const int m_proc;
     const int m_signal;
-    const pid_t m_self = getpid();
-    std::size_t m_count = 0;
+    const pid_t m_root;
     int m_descendants = 0;
 };
 
@@ -149,17 +157,35 @@ std::int64_t Milliseconds()
     return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
 }
 
-} // namespace
-
-int Signal(int signal)
+int SignalBelow(pid_t root, int signal)
 {
     const int proc = open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (proc < 0) {
         return 0;
     }
-    const int descendants = Walk(proc, signal).Run();
+    const int descendants = Walk(proc, signal, root).Run();
     close(proc);
     return descendants;
+}
+
+} // namespace
+
+int Signal(int signal)
+{
+    return SignalBelow(getpid(), signal);
+}
+
+bool Has(pid_t pid)
+{
+    const Process* const found = Find(pid);
+    return found != nullptr && found->isDescendant;
+}
+
+void KillBranch(pid_t root)
+{
+    kill(root, SIGSTOP);
+    SignalBelow(root, SIGKILL);
+    kill(root, SIGKILL);
 }
 
 bool KillAll(std::chrono::milliseconds timeLimit)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <chrono>
 
 /**
@@ -14,6 +16,12 @@ namespace DiagSeal::ProcessTree
 
 /** Sends the signal to each, or none if it is 0. Returns their number, zombies included: their threads may live. */
 int Signal(int signal);
+
+/** Whether the latest pass of Signal has found this process. */
+bool Has(pid_t pid);
+
+/** Kills a descendant and all that descend from it. It is stopped first, so that it starts nothing meanwhile. */
+void KillBranch(pid_t root);
 
 /**
  * Kills them, and what they start meanwhile, and reaps them, until none is left. Blocks.

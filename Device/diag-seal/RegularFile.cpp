@@ -56,11 +56,12 @@ RegularFile::RegularFile(const std::string& path) : m_path(path)
 
 std::uint64_t RegularFile::Read(std::uint64_t most, const std::function<void(std::string_view)>& sink)
 {
-    constexpr std::size_t kReadSize = 65536;
-    std::vector<char> block(kReadSize);
+    constexpr std::uint64_t kLeast = 4096; // a file of the kernel does not tell its size
+    constexpr std::uint64_t kReadSize = 65536;
+    std::vector<char> block(static_cast<std::size_t>(std::clamp(m_size, kLeast, kReadSize)));
     std::uint64_t total = 0;
     while (total < most) {
-        const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(most - total, kReadSize));
+        const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(most - total, block.size()));
         const ssize_t size = read(m_file.Get(), block.data(), wanted);
         // EAGAIN: a file of the kernel has nothing more now.
         if (size == 0 || (size < 0 && errno == EAGAIN)) {

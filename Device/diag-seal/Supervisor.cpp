@@ -4,6 +4,7 @@
 #include "Child.h"
 #include "ErrorText.h"
 #include "ProcessTree.h"
+#include "ToolBounds.h"
 
 #include <poll.h>
 #include <sys/prctl.h>
@@ -15,8 +16,8 @@
 #include <array>
 #include <csignal>
 #include <cstdint>
+#include <memory>
 #include <stdexcept>
-#include <vector>
 
 namespace DiagSeal
 {
@@ -37,23 +38,28 @@ constexpr std::chrono::seconds kKillLimit(2);
 class Watch
 {
 public:
-    Watch(const SupervisorLimits& limits, const Supervisor::Consumer& consumer) : m_limits(limits), m_consumer(consumer)
-    {}
+    Watch(const SupervisorLimits& limits, const Supervisor::Steps& steps) : m_limits(limits), m_steps(steps) {}
 
-    Outcome Run(const Supervisor::Task& task, const std::function<void()>& meanwhile)
+    Outcome Run(const Supervisor::Task& task)
     {
         if (prctl(PR_SET_CHILD_SUBREAPER, 1) != 0) {
             throw std::runtime_error("no sub-reaper: " + ErrorText());
         }
-        const sigset_t signals = BlockSignals();
+        sigset_t signals = BlockSignals();
+        sigaddset(&signals, ToolBounds::kSignal);
+        pthread_sigmask(SIG_BLOCK, &signals, nullptr);
         m_signals.Reset(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
         if (m_signals.Get() < 0) {
             throw std::runtime_error("no signalfd: " + ErrorText());
         }
         StartChild(task, m_child);
         try {
+            m_steps.prepare();
             Enter(Phase::Running, m_limits.timeLimit);
-            meanwhile();
+            const ssize_t ignored = write(m_child.gate.Get(), "", 1);
+            static_cast<void>(ignored);
+            m_child.gate.Close();
+            m_steps.meanwhile();
             while (m_phase != Phase::Over) {
                 Wait();
                 ReadOutput();
@@ -104,9 +110,9 @@ private:
         if (m_child.output.Get() < 0) {
             return 0;
         }
-        const ssize_t size = read(m_child.output.Get(), m_block.data(), m_block.size());
+        const ssize_t size = read(m_child.output.Get(), m_block.get(), kReadSize);
         if (size > 0) {
-            m_consumer({m_block.data(), static_cast<std::size_t>(size)});
+            m_steps.consume({m_block.get(), static_cast<std::size_t>(size)});
             return static_cast<std::size_t>(size);
         }
         if (size == 0) {
@@ -119,7 +125,9 @@ private:
     {
         signalfd_siginfo info = {};
         while (read(m_signals.Get(), &info, sizeof(info)) == sizeof(info)) {
-            if (info.ssi_signo != SIGCHLD) {
+            if (info.ssi_signo == ToolBounds::kSignal) {
+                m_tools.Add(static_cast<pid_t>(info.ssi_pid));
+            } else if (info.ssi_signo != SIGCHLD) {
                 m_interruption = static_cast<int>(info.ssi_signo);
             }
         }
@@ -150,7 +158,7 @@ private:
                     m_outcome.cause = Outcome::Cause::TimeLimit;
                     Terminate();
                 } else {
-                    CheckCount();
+                    CheckProcesses();
                 }
                 break;
             case Phase::LeftBehind:
@@ -163,7 +171,7 @@ private:
                     // Nobody can print any more. BusyBox's timeout(1), for one, leaves a process behind for a second.
                     Terminate();
                 } else {
-                    CheckCount();
+                    CheckProcesses();
                 }
                 break;
             case Phase::Ending:
@@ -181,7 +189,7 @@ private:
     }
 
     /** The kernel's own limit on processes, RLIMIT_NPROC, spares root. */
-    void CheckCount()
+    void CheckProcesses()
     {
         if (Clock::now() < m_nextCount) {
             return;
@@ -192,6 +200,7 @@ private:
             // No time for TERM: meanwhile a flood would take the device.
             Enter(Phase::Ending, std::chrono::milliseconds(0));
         }
+        m_tools.Check();
     }
 
     /** A stopped process acts on TERM only once it continues. */
@@ -219,10 +228,11 @@ private:
     }
 
     const SupervisorLimits& m_limits;
-    const Supervisor::Consumer& m_consumer;
+    const Supervisor::Steps& m_steps;
     Child m_child;
     Descriptor m_signals;
-    std::vector<char> m_block = std::vector<char>(kReadSize);
+    ToolBounds m_tools{m_limits.toolTime};
+    const std::unique_ptr<char[]> m_block{new char[kReadSize]}; // not cleared: most output is shorter
     Phase m_phase = Phase::Running;
     Clock::time_point m_phaseEnd;
     Clock::time_point m_nextCount = Clock::now() + kCountEvery;
@@ -234,9 +244,9 @@ private:
 
 } // namespace
 
-Outcome Supervisor::Run(const Task& task, const std::function<void()>& meanwhile, const Consumer& consumer) const
+Outcome Supervisor::Run(const Task& task, const Steps& steps) const
 {
-    return Watch(m_limits, consumer).Run(task, meanwhile);
+    return Watch(m_limits, steps).Run(task);
 }
 
 } // namespace DiagSeal

@@ -14,6 +14,7 @@ struct SupervisorLimits
     std::chrono::milliseconds timeLimit; ///< For the child itself; then TERM goes to all.
     std::chrono::milliseconds killDelay; ///< From TERM to KILL.
     std::chrono::milliseconds grace;     ///< After the child's own end, for what is left behind and can still print.
+    std::chrono::milliseconds toolTime;  ///< For a descendant that asks for a bound, see ToolBounds.
     int processes;                       ///< Descendants that live at one time.
 };
 
@@ -47,20 +48,26 @@ public:
      * reason of its failure, of which 512 bytes are kept.
      */
     using Task = std::function<std::string()>;
-    using Consumer = std::function<void(std::string_view)>;
+
+    /** What this process does beside the task. What a step throws ends the child and passes on. */
+    struct Steps
+    {
+        std::function<void()> prepare;                 ///< Called once, before the task begins.
+        std::function<void()> meanwhile;               ///< Called once, right after the task has begun.
+        std::function<void(std::string_view)> consume; ///< Gets what the child and its descendants print.
+    };
 
     explicit Supervisor(const SupervisorLimits& limits) : m_limits(limits) {}
 
     /**
-     * Starts the child, does what is to be done meanwhile, and watches the child to its end.
+     * Forks the child, prepares, lets the child run the task, and watches it to its end. The fork comes first, as each
+     * page that this process has written to by then makes it dearer.
      *
-     * Blocks for the time limit, the kill delay, the grace and 2 s at most, and for as long as the consumer takes.
+     * Blocks for the time limit, the kill delay, the grace and 2 s at most, and for as long as the steps take.
      *
-     * @param meanwhile called once, right after the start; what it throws ends the child and passes on
-     * @param consumer gets what the child and its descendants print; what it throws ends them and passes on
      * @throws std::runtime_error with the reason: nothing can be started, or HUP, INT or TERM has ended this process
      */
-    Outcome Run(const Task& task, const std::function<void()>& meanwhile, const Consumer& consumer) const;
+    Outcome Run(const Task& task, const Steps& steps) const;
 
 private:
     SupervisorLimits m_limits;

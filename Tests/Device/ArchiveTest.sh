@@ -90,7 +90,7 @@ seq 4000 | sed 's/^/dfs_packed_20260101000000./' | xargs touch -d '2026-01-01 00
 echo >dfs_new_20260101000000.gz
 check "packing beside leftovers" timeout 30 sh -c 'tar-compress-diag-files.sh dfs_packed_*'
 equal "members beside leftovers" 4000 "$(tar -tzf "$archive" | wc -l)"
-rm dfs_packed_*
+rm -f dfs_packed_*
 equal "what is not removed" "dfs_new_20260101000000.gz dfs_other_1234567.txt folder/dfs_old_20260101000000" \
     "$(echo dfs_*_2026* dfs_other* folder/*)"
 

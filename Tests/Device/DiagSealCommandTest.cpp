@@ -63,6 +63,9 @@ TEST(DiagSealCommandTest, EndOfACommand_IsTheLastLine)
         });
     ExpectEndings("command --grace 60 ",
                   {{"left behind, cannot print", "setsid sleep 99 >&- 2>&- & echo out", "out\n"}});
+    const std::string tool = "(kill -64 $DIAG_SEAL_PID; exec sleep 99) & ";
+    ExpectEndings("command --tool-limit 1 ",
+                  {{"two tools at one time", tool + tool + "wait; sleep 1.3; echo $DIAG_SEAL_TOOL_SECONDS", "1\n"}});
     const Sealed missing = RunDiagSeal("command -- --no-such-program");
     EXPECT_EQ(missing.status, 0);
     EXPECT_EQ(missing.text,

@@ -7,6 +7,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 
 namespace DiagSeal
@@ -15,6 +17,7 @@ namespace
 {
 
 constexpr std::string_view kBlanks = " \t\r";
+constexpr std::size_t kBlockSize = 16384; // of a file; most rules files fit in one
 constexpr std::string_view kNameCharacters = "abcdefghijklmnopqrstuvwxyz0123456789-";
 
 MaskRule ParseLine(std::string_view line)
@@ -86,10 +89,10 @@ std::string ReadRulesFile(const std::string& path)
     if (file.Get() < 0) {
         ThrowErrno();
     }
-    std::string text(kMaxRulesSize + 1, '\0');
-    std::size_t size = 0;
-    while (size < text.size()) {
-        const ssize_t count = read(file.Get(), &text[size], text.size() - size);
+    std::string text;
+    std::array<char, kBlockSize> block;
+    while (text.size() <= kMaxRulesSize) {
+        const ssize_t count = read(file.Get(), block.data(), std::min(block.size(), kMaxRulesSize + 1 - text.size()));
         if (count < 0 && errno == EINTR) {
             continue;
         }
@@ -99,9 +102,8 @@ std::string ReadRulesFile(const std::string& path)
         if (count == 0) {
             break;
         }
-        size += static_cast<std::size_t>(count);
+        text.append(block.data(), static_cast<std::size_t>(count));
     }
-    text.resize(size);
     return text;
 }
 

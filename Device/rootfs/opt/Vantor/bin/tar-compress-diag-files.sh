@@ -48,7 +48,7 @@ leave_out() {
 
 # Sets $present to those of the names that are files to pack, each once.
 look_for() {
-    present=
+    present=$newline
     for name; do
         case $name in
             # GNU tar takes a backslash for the beginning of an escape sequence.
@@ -61,18 +61,16 @@ look_for() {
             leave_out "$name" - "no regular file of $directory"
             continue
         fi
-        present=$present$name$newline
+        # A file that was collected twice within a second is named twice.
+        case $present in
+            *"$newline$name$newline"*) ;;
+            *) present=$present$name$newline ;;
+        esac
     done
-    # A file that was collected twice within a second is named twice.
-    present=$(awk '!seen[$0]++' <<END
-$present
-END
-)
 }
 
-# Removes items that are older than a day. The given ones become new first: the clock may have been set since.
+# Removes items that are older than a day.
 remove_leftovers() {
-    [ $# -eq 0 ] || touch -c -- "$@" || return
     seven='[0-9][0-9][0-9][0-9][0-9][0-9][0-9]'
     find . ! -name . -prune -type f -name "dfs_*_$seven$seven*" -mmin +1440 -exec rm -f -- {} +
 }
@@ -99,9 +97,12 @@ END
 pack() {
     told_left_out=
     look_for "$@"
-    remove_leftovers $present
-    [ -n "$present" ] || fail "nothing to pack"
-    choose $present || return
+    set -- $present
+    if [ $# -eq 0 ]; then
+        remove_leftovers
+        fail "nothing to pack"
+    fi
+    choose "$@" || return
     set -- $chosen
     if [ -n "$told_left_out" ]; then
         printf %s "$told_left_out" >"$left_out" || return
@@ -112,6 +113,14 @@ pack() {
     [ "$?/$packed" = 0/packed ]
 }
 
+# Once more, as a file may have gone or changed while it was packed, or leftovers may have filled the partition. What is to
+# be packed becomes new before these are removed: the clock may have been set since it was collected.
+pack_again() {
+    touch -c -- $present
+    remove_leftovers
+    pack "$@"
+}
+
 cd "$directory" || fail "$directory cannot be entered"
 # An archive that is still here is an earlier request's, and must not be taken for this one's.
 remove "$archive" "$partial" "$left_out" || fail "$archive, $partial or $left_out cannot be removed"
@@ -120,6 +129,6 @@ trap 'exit 1' HUP INT TERM
 # Holds whatever becomes of the files meanwhile; in blocks of 512 bytes. With XFSZ ignored gzip fails and leaves no core.
 ulimit -f "$((max_size / 512))"
 trap '' XFSZ
-# Once more if it fails, as a file may have gone or changed while it was packed.
-pack "$@" || pack "$@" || fail "$archive could not be written"
+pack "$@" || pack_again "$@" || fail "$archive could not be written"
+remove_leftovers
 mv -f -- "$partial" "$archive" || fail "$archive could not be put in place"

@@ -3,8 +3,8 @@
 # Sourced by the scripts; does nothing by itself. A report shows files first, as they cannot hang, and runs tools after
 # them. What seals a report bounds it as a whole.
 
-max_lines=5000 # of one file, the last ones
-tool_seconds=10 # for one tool, if the device has timeout(1)
+max_lines=5000                             # of one file, the last ones
+tool_seconds=${DIAG_SEAL_TOOL_SECONDS:-0} # for one tool, 0 for no bound
 
 section() {
     printf '\n==> %s <==\n' "$1" # As tail(1) heads each of several files.
@@ -14,14 +14,16 @@ have() {
     command -v "$1" >/dev/null 2>&1
 }
 
-# KILL ends what ignores TERM, too, and makes -k needless, an option that not every BusyBox knows.
-bound=
-! have timeout || bound="timeout -s KILL $tool_seconds"
-
 # now: sets $now to the whole seconds since boot, without a process.
 now() {
     read -r now _ </proc/uptime
     now=${now%%.*}
+}
+
+# ask_for_bound: has diag-seal kill this process, or what it becomes, after $tool_seconds. Signal 64 is such a request. A
+# report that is run by hand has no bounds.
+ask_for_bound() {
+    [ "$tool_seconds" -eq 0 ] || kill -64 "$DIAG_SEAL_PID"
 }
 
 # attempt COMMAND-LINE: what it prints on both streams, and a line more if it fails.
@@ -30,17 +32,11 @@ attempt() {
     begin=$now
     # The shell that waits writes to its own standard error that a tool was killed: hence the subshell.
     # shellcheck disable=SC2086  # a command line of the script's own, to be split
-    { (exec $bound $1 2>&1); status=$?; } 2>/dev/null
+    { (ask_for_bound; exec $1 2>&1); status=$?; } 2>/dev/null
     [ "$status" -ne 0 ] || return 0
-    # The timeout of BusyBox before 1.30 takes the seconds for the program. Without it, only the report is bounded.
-    if [ -n "$bound" ] && [ "$status" -ge 125 ] && [ "$status" -le 127 ] && ! $bound true 2>/dev/null; then
-        bound=
-        attempt "$1"
-        return
-    fi
     now
-    # 128 and the number of KILL, see timeout(1). Seconds alone are too coarse for a tool that fails just before.
-    if [ -n "$bound" ] && [ "$status" -eq 137 ] && [ $((now - begin)) -ge "$tool_seconds" ]; then
+    # 128 and the number of KILL. Seconds alone are too coarse for a tool that fails just before.
+    if [ "$status" -eq 137 ] && [ "$tool_seconds" -gt 0 ] && [ $((now - begin)) -ge "$tool_seconds" ]; then
         echo "${1%% *} did not end within $tool_seconds seconds"
     else
         echo "${1%% *} ended with exit status $status"
