@@ -15,6 +15,7 @@ using Texts = std::vector<std::string>;
 Texts Joined(const Texts& beginnings, const Texts& ends)
 {
     Texts joined;
+    joined.reserve(beginnings.size() * ends.size());
     for (const std::string& end : ends) {
         for (const std::string& beginning : beginnings) {
             joined.push_back(beginning + end);
@@ -55,7 +56,9 @@ PatternPart EitherPart(PatternPart a, PatternPart b)
     PatternPart either;
     either.size = std::max(a.size, b.size);
     if (a.exact && b.exact && a.exact->size() + b.exact->size() <= kMaxTexts) {
+        constexpr std::size_t kUsual = 16;
         either.exact = std::move(a.exact);
+        either.exact->reserve(std::max(kUsual, either.exact->size() + b.exact->size()));
         std::move(b.exact->begin(), b.exact->end(), std::back_inserter(*either.exact));
     } else {
         either.required = RequiredByEither(RequiredByPart(std::move(a)), RequiredByPart(std::move(b)));
@@ -94,6 +97,14 @@ void PatternSequence::Add(PatternPart part)
         m_all.exact.reset();
     }
     m_all.size = end;
+}
+
+void PatternSequence::AddText(std::string_view text)
+{
+    for (std::string& run : m_run) {
+        run += text;
+    }
+    m_all.size = BoundedSum(m_all.size, text.size());
 }
 
 PatternPart PatternSequence::Finish()

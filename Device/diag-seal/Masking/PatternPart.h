@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace DiagSeal
@@ -43,10 +44,14 @@ class PatternSequence
 {
 public:
     void Add(PatternPart part);
+
+    /** The same as for a part that matches this text, but cheaper. */
+    void AddText(std::string_view text);
+
     PatternPart Finish();
 
 private:
-    PatternPart m_all = PartOfText("");
+    PatternPart m_all{std::vector<std::string>{}, {}, 0}; ///< its exact texts are m_run until Finish
     std::vector<std::string> m_run{""}; ///< what the parts that were added last match together
     std::size_t m_before = 0;           ///< bytes of the sequence before that, at most
     std::size_t m_order = 0;

@@ -4,6 +4,7 @@
 #include "PatternPart.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -86,7 +87,11 @@ private:
     {
         PatternSequence sequence;
         while (!m_rest.empty() && m_rest.front() != '|' && m_rest.front() != ')') {
-            sequence.Add(ReadRepeated());
+            if (const std::string text = TakePlain(); !text.empty()) {
+                sequence.AddText(text);
+            } else {
+                sequence.Add(ReadRepeated());
+            }
         }
         return sequence.Finish();
     }
@@ -141,18 +146,24 @@ private:
             case '$':
                 return PartOfText("");
             default:
-                return ReadPlain(c);
+                return PartOfText(std::string(1, Folded(c)));
         }
     }
 
-    /** The characters up to the next one that is special or repeated. */
-    PatternPart ReadPlain(char first)
+    /** The characters up to the next one that may be special or is repeated; may be none. */
+    std::string TakePlain()
     {
-        std::string text(1, Folded(first));
-        while (m_rest.size() > 1 && IsPlain(m_rest.front()) && !IsRepetition(m_rest[1])) {
+        std::string text;
+        while (!m_rest.empty() && IsPlain(m_rest.front()) && (m_rest.size() == 1 || !IsRepetition(m_rest[1]))) {
             text += Folded(TakeAny());
         }
-        return PartOfText(std::move(text));
+        return text;
+    }
+
+    PatternPart ReadEscape()
+    {
+        std::optional<std::string> text = TakeEscape();
+        return text ? PartOfText(*std::move(text)) : PartOfOneByte();
     }
 
     PatternPart ReadGroup()
@@ -190,48 +201,48 @@ private:
             if (c == '[' && !m_rest.empty() && m_rest.front() == ':') {
                 throw Unknown();
             }
-            const PatternPart part = c == '\\' ? ReadEscape() : PartOfText(std::string(1, c));
+            const std::optional<std::string> text = c == '\\' ? TakeEscape() : std::string(1, c);
             const bool isRange = m_rest.size() > 1 && m_rest.front() == '-' && m_rest[1] != ']';
-            isSmall = isSmall && part.exact && !isRange && texts.size() < kMaxClass;
+            isSmall = isSmall && text && !isRange && texts.size() < kMaxClass;
             if (isRange) {
                 TakeAny();
                 if (TakeAny() == '\\') {
-                    ReadEscape();
+                    TakeEscape();
                 }
             } else if (isSmall) {
-                const std::string& text = part.exact->front();
-                texts.emplace_back(text.empty() ? 0 : 1, text.empty() ? ' ' : Folded(text.front()));
+                texts.push_back(text->empty() ? *text : std::string(1, Folded(text->front())));
             }
         }
         return isSmall ? PatternPart{std::move(texts), {}, 1} : PartOfOneByte();
     }
 
-    PatternPart ReadEscape()
+    /** The text that it matches, or none for one byte of many. */
+    std::optional<std::string> TakeEscape()
     {
         const char c = TakeAny();
         if (!IsWord(c)) {
-            return PartOfText(std::string(1, Folded(c)));
+            return std::string(1, Folded(c));
         }
         switch (c) {
             case 't':
-                return PartOfText("\t");
+                return "\t";
             case 'n':
-                return PartOfText("\n");
+                return "\n";
             case 'r':
-                return PartOfText("\r");
+                return "\r";
             case 's':
-                return PartOfText(" ");
+                return " ";
             case 'b':
             case 'B':
             case 'A':
             case 'z':
-                return PartOfText("");
+                return "";
             case 'd':
             case 'D':
             case 'S':
             case 'w':
             case 'W':
-                return PartOfOneByte();
+                return std::nullopt;
             default:
                 throw Unknown();
         }

@@ -34,7 +34,7 @@ bool IsRarer(const RequiredTexts& a, const RequiredTexts& b)
 
 bool Holds(const std::string& text, const std::string& part)
 {
-    return text.find(part) != std::string::npos;
+    return part.size() <= text.size() && text.find(part) != std::string::npos;
 }
 
 /** Whether each of the list's texts holds one of the other's. */
@@ -52,7 +52,7 @@ RequiredTexts WithoutLonger(const RequiredTexts& list)
     std::size_t moved = 0; // bytes of a text before the one that it holds, at most
     for (const std::string& text : list.texts) {
         const auto isHeld = [&text](const std::string& other) {
-            return Holds(text, other) && (other.size() < text.size() || &other < &text);
+            return (other.size() < text.size() || &other < &text) && Holds(text, other);
         };
         if (std::any_of(list.texts.begin(), list.texts.end(), isHeld)) {
             moved = std::max(moved, text.size());
