@@ -1,5 +1,6 @@
 #!/bin/sh
-# What one upload does, by the plain tools: the floor that the service is measured against.
+# What one upload does, by the plain tools: the floor that the service is measured against. Each command runs in a shell of
+# its own, as an item may be any command line.
 set -eu
 
 directory=/mnt/nv/product-persistence
@@ -8,8 +9,8 @@ files=dfs_uploadmanifest.json
 collect() { # output command...
     output=$directory/$1
     shift
-    "$@" >"$output" 2>&1
-    compress-diag-file.sh "$output"
+    sh -c "$*" >"$output" 2>&1
+    sh -c "compress-diag-file.sh $output"
     files="$files ${output##*/}.gz"
 }
 
@@ -25,11 +26,10 @@ collect plain_top.txt encrypt-logs dfs-top.sh
 collect plain_SwUpHsmStates.json dfs-encrypt-existing-file.sh /mnt/nv/update/SwUpHsmStates.txt
 collect plain_SwUpSystemStatus.json dfs-encrypt-existing-file.sh /mnt/nv/update/SwUpSystemStatus.txt
 collect plain_SwUpReleaseHistory.json dfs-encrypt-existing-file.sh /mnt/nv/update/SwUpReleaseHistory.txt
-collect plain_coredump_filelist.txt encrypt-logs ls -la /data/logs/core*
+collect plain_coredump_filelist.txt 'encrypt-logs ls -la /data/logs/core*'
 
 echo '{"UploadManifest":{"item":[],"version":1}}' >dfs_uploadmanifest.json
-# shellcheck disable=SC2086  # one word a file
-tar-compress-diag-files.sh $files
+sh -c "tar-compress-diag-files.sh $files"
 
 metadata='{"productName":"","productId":"plain","productType":"meridel","softwareVersion":"1.0.67-10452+c5f2e8b","fileType":"VRD9 Diagnostics","uploadTimeStamp":"2026-11-21T08:00:00Z","uploadedItems":[]}'
 url=$(curl --silent --fail --proxy localhost:8888 --header 'Content-Type: application/json' --data-binary "$metadata" \
