@@ -4,11 +4,14 @@
 // as fast as they can until the receiver has run everything. Latency: producers post at a pace that lets the receiver
 // fall asleep between posts, as it does in the service; the time from post to run is taken for each.
 
+#include "APTask.h"
+#include "AsyncCallback.h"
+
 #include <benchmark/benchmark.h>
+#include <boost/asio.hpp>
 
 #include <algorithm>
 #include <atomic>
-#include <boost/asio.hpp>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -16,9 +19,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "APTask.h"
-#include "AsyncCallback.h"
 
 namespace
 {

@@ -113,41 +113,37 @@ TEST(DiagSealFileTest, FileThatBecomesAFifo_IsReadOrRefused)
     EXPECT_LT(read, kRuns);
 }
 
-class CertificateTest : public testing::Test
+/** Makes /tmp/certificate, and its key beside it. */
+void MakeCertificate(const std::string& commandLine)
 {
-protected:
-    /** Makes a certificate, with its key beside it, as openssl-req(1) does with these options. */
-    static void Make(const std::string& options)
-    {
-        const Finished made = RunProgram(
-            {"sh", "-c", "openssl req -x509 -nodes -subj /CN=test -keyout /tmp/key -out /tmp/certificate " + options});
-        ASSERT_EQ(made.status, 0) << made.output;
-    }
-    const std::string m_options = "--certificate /tmp/certificate command -- ";
-};
+    RunProgram({"sh", "-c", "cd /tmp; rm -rf certificate; " + commandLine});
+}
 
-TEST_F(CertificateTest, UnusableOne_IsRefusedBeforeTheCommandStarts)
+Sealed RunWithCertificate(const std::string& command, const std::string& redirection = "")
+{
+    return RunDiagSeal("--certificate /tmp/certificate command -- " + command, redirection, "/tmp/key");
+}
+
+const std::string kSelfSigned = "openssl req -x509 -nodes -subj /CN=t -keyout key -out certificate -newkey ";
+
+TEST(CertificateTest, UnusableOne_IsRefusedBeforeTheCommandStarts)
 {
     struct Row
     {
-        const char* preparation;
+        std::string preparation;
         const char* reason;
     };
     for (const Row& row : {
              Row{"true", "No such file or directory"},
              Row{"mkfifo certificate", "it holds no certificate in PEM"},
              Row{"echo damaged >certificate", "it holds no certificate in PEM"},
-             Row{"openssl req -x509 -nodes -subj /CN=t -keyout key -newkey rsa:1024 -out certificate",
-                 "its key of 1024 bits is too weak; 2048 are the least"},
-             Row{"openssl req -x509 -nodes -subj /CN=t -keyout key -newkey ec -pkeyopt ec_paramgen_curve:secp192k1 "
-                 "-out "
-                 "certificate",
+             Row{kSelfSigned + "rsa:1024", "its key of 1024 bits is too weak; 2048 are the least"},
+             Row{kSelfSigned + "ec -pkeyopt ec_paramgen_curve:secp192k1",
                  "its key of 192 bits is too weak; 224 are the least"},
-             Row{"openssl req -x509 -nodes -subj /CN=t -keyout key -newkey ed25519 -out certificate",
-                 "its key is neither RSA nor of an elliptic curve"},
+             Row{kSelfSigned + "ed25519", "its key is neither RSA nor of an elliptic curve"},
          }) {
-        RunProgram({"sh", "-c", std::string("cd /tmp; rm -rf certificate; ") + row.preparation});
-        const Sealed sealed = RunDiagSeal(m_options + "touch /tmp/ran");
+        MakeCertificate(row.preparation);
+        const Sealed sealed = RunWithCertificate("touch /tmp/ran");
         EXPECT_EQ(sealed.status, 1) << row.preparation;
         EXPECT_EQ(sealed.written, "");
         EXPECT_EQ(sealed.errors, std::string("diag-seal: certificate /tmp/certificate: ") + row.reason + '\n');
@@ -155,21 +151,20 @@ TEST_F(CertificateTest, UnusableOne_IsRefusedBeforeTheCommandStarts)
     }
 }
 
-TEST_F(CertificateTest, EllipticCurveAndExpiredOnes_AreUsed)
+TEST(CertificateTest, EllipticCurveAndExpiredOnes_AreUsed)
 {
-    Make("-newkey ec -pkeyopt ec_paramgen_curve:prime256v1");
-    const Sealed curve = RunDiagSeal(m_options + "echo sealed", "", "/tmp/key");
-    EXPECT_EQ(curve.text, "sealed\n");
-    EXPECT_EQ(curve.errors, "");
+    MakeCertificate(kSelfSigned + "ec -pkeyopt ec_paramgen_curve:prime256v1");
+    const Sealed curve = RunWithCertificate("echo sealed");
+    EXPECT_EQ(curve.text + curve.errors, "sealed\n");
 
-    RunProgram({"sh", "-c",
-                "cd /tmp; openssl req -new -nodes -newkey rsa:2048 -subj /CN=t -keyout key -out request; "
-                "openssl x509 -req -in request -signkey key -days -1 -out certificate"});
-    const Sealed expired = RunDiagSeal(m_options + "echo sealed", "", "/tmp/key");
+    MakeCertificate(
+        "openssl req -new -nodes -newkey rsa:2048 -subj /CN=t -keyout key -out request; "
+        "openssl x509 -req -in request -signkey key -days -1 -out certificate");
+    const Sealed expired = RunWithCertificate("echo sealed");
     EXPECT_EQ(expired.text, "sealed\n");
     EXPECT_EQ(expired.errors, "diag-seal: certificate /tmp/certificate has expired and is used all the same\n");
     // Where both streams are one file, as for an item of the service, the line must not spoil the item.
-    EXPECT_EQ(RunDiagSeal(m_options + "echo sealed", "2>&1", "/tmp/key").text, "sealed\n");
+    EXPECT_EQ(RunWithCertificate("echo sealed", "2>&1").text, "sealed\n");
 }
 
 } // namespace

@@ -4,7 +4,6 @@
 #include "TemporaryFolder.h"
 
 #include <algorithm>
-#include <cctype>
 #include <iterator>
 
 std::string Quoted(const std::string& text)
@@ -18,11 +17,11 @@ std::string Quoted(const std::string& text)
 
 std::set<std::string> Processes()
 {
-    std::set<std::string> processes = NamesIn("/proc");
-    for (auto name = processes.begin(); name != processes.end();) {
-        name = std::all_of(name->begin(), name->end(), [](unsigned char digit) { return std::isdigit(digit) != 0; })
-                   ? std::next(name)
-                   : processes.erase(name);
+    std::set<std::string> processes;
+    for (const std::string& name : NamesIn("/proc")) {
+        if (name.find_first_not_of("0123456789") == std::string::npos) {
+            processes.insert(name);
+        }
     }
     return processes;
 }

@@ -1,14 +1,14 @@
 #pragma once
 
+#include "APTask.h"
+#include "AsyncCallback.h"
+#include "Deadline.h"
+
 #include <condition_variable>
 #include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "APTask.h"
-#include "AsyncCallback.h"
-#include "Deadline.h"
 
 /** A task that keeps the answers which come through its callback. */
 class AnswerProbe : public APTask

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "DPrint.h"
+#include "TemporaryFolder.h"
+
 #include <gtest/gtest.h>
 
 #include <regex>
 #include <string>
 #include <vector>
-
-#include "DPrint.h"
-#include "TemporaryFolder.h"
 
 /** Has every logger write its lines down to `threshold`, and takes them in from here on. */
 class CapturedLog

@@ -1,5 +1,7 @@
 #include "ChildProcess.h"
 
+#include "TemporaryFolder.h"
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -9,8 +11,6 @@
 
 #include <cstdlib>
 #include <system_error>
-
-#include "TemporaryFolder.h"
 
 ChildProcess::ChildProcess(const std::vector<std::string>& command)
 {

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "Deadline.h"
+
 #include <sys/types.h>
 
 #include <chrono>
 #include <string>
 #include <vector>
-
-#include "Deadline.h"
 
 /** A program run beside the test, its standard output and standard error going to a file. Killed at the end of its
  * scope. */

@@ -1,5 +1,7 @@
 #include "ScriptedHttpServer.h"
 
+#include "Deadline.h"
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -9,8 +11,6 @@
 #include <algorithm>
 #include <cstring>
 #include <stdexcept>
-
-#include "Deadline.h"
 
 std::vector<std::string> ScriptedHttpServer::Request::Fields(const std::string& name) const
 {

@@ -1,5 +1,7 @@
 #include "Shortage.h"
 
+#include "Sanitized.h"
+
 #include <dlfcn.h>
 #include <pthread.h>
 
@@ -7,8 +9,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <new>
-
-#include "Sanitized.h"
 
 namespace
 {

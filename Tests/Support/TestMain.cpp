@@ -1,8 +1,8 @@
 // The main program of every GoogleTest program.
 
-#include <gmock/gmock.h>
-
 #include "DeviceBoxOnly.h"
+
+#include <gmock/gmock.h>
 
 int main(int argc, char* argv[])
 {

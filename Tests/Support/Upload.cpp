@@ -1,9 +1,9 @@
 #include "Upload.h"
 
-#include <gtest/gtest.h>
-
 #include "ChildProcess.h"
 #include "ProtoToMarkup.h"
+
+#include <gtest/gtest.h>
 
 DiagCloud::CloudSettings CloudOnItsPort(std::vector<DiagCloud::Outcome> script)
 {
@@ -23,18 +23,22 @@ std::vector<std::string> ArrivedUpload::SubTypes() const
     return subTypes;
 }
 
+static Finished Open(std::vector<std::string> words)
+{
+    words.insert(words.begin(), {Program("dfs-open"), "--key", DEVELOPMENT_KEY});
+    const Finished opened = RunProgram(words);
+    EXPECT_EQ(opened.status, 0) << opened.output;
+    return opened;
+}
+
 std::string ArrivedUpload::Content(const std::string& subType) const
 {
-    const Finished opened = RunProgram({Program("dfs-open"), archivePath, "--key", DEVELOPMENT_KEY, "--cat", subType});
-    EXPECT_EQ(opened.status, 0) << opened.output;
-    return opened.output;
+    return Open({archivePath, "--cat", subType}).output;
 }
 
 bool ArrivedUpload::IsWhole() const
 {
-    const Finished opened = RunProgram({Program("dfs-open"), archivePath, "--key", DEVELOPMENT_KEY, "--list"});
-    EXPECT_EQ(opened.status, 0) << opened.output;
-    return opened.status == 0;
+    return Open({archivePath, "--list"}).status == 0;
 }
 
 ArrivedUpload LatestUpload(const DiagCloud::CloudServer& cloud)

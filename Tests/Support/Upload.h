@@ -1,10 +1,10 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "CloudServer.h"
 #include "UploadSysInfo.pb.h"
+
+#include <string>
+#include <vector>
 
 /** The cloud's stand-in on the port that the service is built for, with what shall happen to its requests. */
 DiagCloud::CloudSettings CloudOnItsPort(std::vector<DiagCloud::Outcome> script = {});

@@ -1,7 +1,8 @@
 #include "WebSocketPeer.h"
 
-#include <gtest/gtest.h>
+#include "Deadline.h"
 
+#include <gtest/gtest.h>
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -13,8 +14,6 @@
 #include <boost/beast/websocket/stream.hpp>
 
 #include <optional>
-
-#include "Deadline.h"
 
 namespace asio = boost::asio;
 namespace beast = boost::beast;

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "ChildProcess.h"
+#include "Deadline.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "ChildProcess.h"
-#include "Deadline.h"
 
 /** A device in its box: the daemon runs as on the product, and is asked over its command line. */
 class Device : public testing::Test

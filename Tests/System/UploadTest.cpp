@@ -1,13 +1,13 @@
+#include "Device.h"
+#include "TemporaryFolder.h"
+#include "Upload.h"
+
 #include <gmock/gmock.h>
 
 #include <filesystem>
 #include <map>
 #include <regex>
 #include <set>
-
-#include "Device.h"
-#include "TemporaryFolder.h"
-#include "Upload.h"
 
 namespace
 {
@@ -27,15 +27,14 @@ protected:
             std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing);
     }
 
-    /** A program of the device that prints this. */
-    static void InstallTool(const std::string& name, const std::string& output)
+    /** The items that the device collects, as members of a JSON array. */
+    static void LayOutItems(const std::string& items)
     {
-        const std::string path = "/opt/Vantor/bin/" + name;
-        WriteWholeFile(path, "#!/bin/sh\ncat <<'OUTPUT'\n" + output + "OUTPUT\n");
-        std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+        WriteWholeFile("/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json",
+                       R"({"diagItemConfigList":{"version":1.2,"item":[)" + items + "]}}");
     }
 
-    static std::vector<std::string> UploadWords(const std::string& type) { return {"diagfileservice", "upload", type}; }
+    static std::string UploadType(const std::string& type) { return Vcli({"diagfileservice", "upload", type}).output; }
 };
 
 constexpr char kPersistence[] = "/mnt/nv/product-persistence";
@@ -74,14 +73,12 @@ TEST_F(Upload, OfEverything_BringsTheTwelveItems)
 TEST_F(Upload, TellsWhatTheArchiveLacks)
 {
     // The second item removes the file of the first, which the manifest names by then.
-    WriteWholeFile("/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json",
-                   R"({"diagItemConfigList":{"version":1.2,"item":[
-        {"input":"encrypt-logs echo lost","fileType":"TOP","subType":"lost","harvestType":"SCRIPT"},
+    LayOutItems(R"({"input":"encrypt-logs echo lost","fileType":"TOP","subType":"lost","harvestType":"SCRIPT"},
         {"input":"rm /mnt/nv/product-persistence/dfs_lost_*; encrypt-logs echo kept","fileType":"TOP",
-         "subType":"kept","harvestType":"SCRIPT"}]}})");
+         "subType":"kept","harvestType":"SCRIPT"})");
     const CloudServer cloud(CloudOnItsPort());
     StartService();
-    EXPECT_EQ(Vcli(UploadWords("16")).output, kSucceeded);
+    EXPECT_EQ(UploadType("16"), kSucceeded);
     const Finished opened = RunProgram({Program("dfs-open"), LatestUpload(cloud).archivePath});
     EXPECT_EQ(opened.status, 1);
     EXPECT_THAT(opened.output, testing::ContainsRegex("dfs_lost_[0-9]+ .*  missing: not in the archive\n"
@@ -98,16 +95,18 @@ TEST_F(Upload, LeavesSecretsOnTheDevice)
                  R"(.sh","harvestType":"SCRIPT","subType":")" + script + R"(","fileType":)" + std::to_string(type) +
                  "}";
     }
-    WriteWholeFile("/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json",
-                   R"({"diagItemConfigList":{"version":1.2,"item":[)" + items + "]}}");
+    LayOutItems(items);
     WriteWholeFile("/opt/Vantor/etc/DPrintCfg.json", R"({"threshold":4})");
     std::filesystem::create_directories("/sys/class/net/wlan0/wireless");
-    InstallTool("iw",
-                "+ wpa_cli -i wlan0 set_network 0 psk gate-code-77\n"
-                "BSS 00:1b:21:3c:9d:4e(on wlan0) -- associated\n\tsignal: -51.00 dBm\n\tSSID: Garden House\n"
-                "BSS 00:1b:21:71:82:93(on wlan0)\n\tsignal: -80.00 dBm\n\tSSID: Garden House\n"
-                "wlan0: connected to 00:1b:21:3c:9d:4e, ssid=\"Garden House\"\n");
-    const ChildProcess tool(
+    const std::string tool = "/opt/Vantor/bin/iw";
+    WriteWholeFile(tool,
+                   "#!/bin/sh\ncat <<'OUTPUT'\n"
+                   "+ wpa_cli -i wlan0 set_network 0 psk gate-code-77\n"
+                   "BSS 00:1b:21:3c:9d:4e(on wlan0) -- associated\n\tsignal: -51.00 dBm\n\tSSID: Garden House\n"
+                   "BSS 00:1b:21:71:82:93(on wlan0)\n\tsignal: -80.00 dBm\n\tSSID: Garden House\n"
+                   "wlan0: connected to 00:1b:21:3c:9d:4e, ssid=\"Garden House\"\nOUTPUT\n");
+    std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
+    const ChildProcess process(
         {"env", "API_TOKEN=tide-table-19", "sh", "-c", "sleep 99; :", "--password=swordfish-7", "hunter2"});
 
     const std::string token = "-yBFao-02f4jSG2St9wBJg";
@@ -164,21 +163,6 @@ TEST_F(Upload, LeavesSecretsOnTheDevice)
     EXPECT_EQ(stations.size(), 6U) << "and have nothing in common with those of the next upload";
 }
 
-TEST_F(Upload, TriesAgain_WhenTheConnectionIsReset)
-{
-    Outcome reset;
-    reset.match = RequestKind::kArchive;
-    reset.resetAfterRequestBytes = 100;
-    const CloudServer cloud(CloudOnItsPort({reset}));
-    StartService();
-    const ChildProcess vcli({Program("vcli"), "diagfileservice", "upload", "6"});
-    // The wait comes from the back-off table: 15 s, give or take 30 %.
-    ASSERT_TRUE(m_service->WaitForOutput("Attempt:1 retrying POST in "));
-    ASSERT_TRUE(vcli.WaitForOutput("Upload status code = ", std::chrono::seconds(30)));
-    EXPECT_EQ(vcli.Output(), kSucceeded);
-    EXPECT_TRUE(LatestUpload(cloud).IsWhole());
-}
-
 TEST_F(Upload, TriesAnEmptyUrl_WhenTheMetadataAnswerNamesNone)
 {
     for (const char* body : {"{}", R"({"uploadUrl": 7})", R"({"uploadUrl": null})", "[\"uploadUrl\"]", "3"}) {
@@ -197,19 +181,6 @@ TEST_F(Upload, TriesAnEmptyUrl_WhenTheMetadataAnswerNamesNone)
     }
 }
 
-TEST_F(Upload, WhileAnotherIsInProgress_IsRefused)
-{
-    Outcome slow;
-    slow.delay = std::chrono::milliseconds(1500);
-    const CloudServer cloud(CloudOnItsPort({slow}));
-    StartService();
-    const ChildProcess first({Program("vcli"), "diagfileservice", "upload", "6"});
-    ASSERT_TRUE(m_service->WaitForOutput("post metadata url"));
-    EXPECT_THAT(Vcli(UploadWords("7")).output, HasSubstr("Upload status code = 555\n"));
-    EXPECT_TRUE(WaitUntil([&cloud] { return cloud.Requests().size() == 2; }));
-    EXPECT_EQ(LatestUpload(cloud).SubTypes(), std::vector<std::string>{"proc_loadavg"});
-}
-
 TEST_F(Upload, KeepsThePersistenceFolderClean_AlsoAfterAKill)
 {
     LayOutUsedDevice();
@@ -225,6 +196,6 @@ TEST_F(Upload, KeepsThePersistenceFolderClean_AlsoAfterAKill)
     EXPECT_TRUE(std::filesystem::exists("/mnt/nv/product-persistence/dfs_diagfile.tar.gz"));
     m_service.reset();
     StartService();
-    EXPECT_EQ(Vcli(UploadWords("7")).output, kSucceeded);
+    EXPECT_EQ(UploadType("7"), kSucceeded);
     EXPECT_EQ(NamesIn(kPersistence), before);
 }

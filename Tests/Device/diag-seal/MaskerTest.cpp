@@ -1,11 +1,11 @@
 #include "MaskCases.h"
 #include "Masker.h"
+#include "TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <fstream>
 #include <sstream>
 
 using namespace DiagSeal;
@@ -55,13 +55,6 @@ std::string Faults(const std::string& rules)
     return faults;
 }
 
-std::string FileText(const std::string& path)
-{
-    std::ostringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-}
-
 std::string WithoutLine(const std::string& text, std::size_t number)
 {
     std::istringstream lines(text);
@@ -82,7 +75,7 @@ TEST(Masker, LetsNoSecretPassAndTouchesNothingElse)
 TEST(Masker, NeedsEachOfItsRules)
 {
     const std::string rules(BuiltInRules());
-    EXPECT_EQ(rules, FileText(ROOTFS "/opt/Vantor/etc/diag-mask.conf"));
+    EXPECT_EQ(rules, ReadWholeFile(ROOTFS "/opt/Vantor/etc/diag-mask.conf"));
     std::istringstream lines(rules);
     std::string line;
     for (std::size_t number = 0; std::getline(lines, line); ++number) {
@@ -164,7 +157,7 @@ TEST(Masker, FollowsRulesOfItsOwner)
 
 TEST(Masker, FallsBackOnTheBuiltInRules)
 {
-    const std::string path = ::testing::TempDir() + "/rules";
+    const TemporaryFolder folder;
     std::string many;
     std::string large;
     for (int i = 0; i <= 100; ++i) {
@@ -193,17 +186,17 @@ TEST(Masker, FallsBackOnTheBuiltInRules)
         {std::string(65537, '#'), "larger than 64 KiB"},
     };
     for (const auto& entry : cases) {
-        std::ofstream(path) << entry.text;
         std::string notice;
-        const auto finder = SecretFinder::Load(path, notice);
+        const auto finder = SecretFinder::Load(folder.Write("rules", entry.text), notice);
         EXPECT_NE(notice.find(entry.reason), std::string::npos) << entry.text.substr(0, 80) << ": " << notice;
         EXPECT_EQ(notice.find('\n'), std::string::npos);
         FoundSecret found;
         finder->Begin("token=x", 0);
         EXPECT_TRUE(finder->Next(0, found)) << entry.text.substr(0, 80);
     }
-    ASSERT_EQ(mkfifo((path + ".fifo").c_str(), 0600), 0);
-    for (const std::string& missing : {path + ".none", path + ".fifo", ::testing::TempDir()}) {
+    const std::string fifo = folder.Path() + "/fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    for (const std::string& missing : {folder.Path() + "/none", fifo, folder.Path()}) {
         std::string notice;
         EXPECT_NE(SecretFinder::Load(missing, notice), nullptr);
         EXPECT_EQ(notice.find(missing + " cannot be used, the built-in rules apply: "), 0U) << notice;
