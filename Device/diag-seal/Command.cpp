@@ -66,8 +66,10 @@ std::string BecomeCommand(const Options& options)
     Limit(RLIMIT_CORE, 0);
     Limit(RLIMIT_NPROC, static_cast<rlim_t>(options.processes));
     const auto toolTime = std::chrono::duration_cast<std::chrono::seconds>(options.toolTime);
+    // NOLINTBEGIN(concurrency-mt-unsafe): this process has one thread
     setenv("DIAG_SEAL_PID", std::to_string(getppid()).c_str(), 1);
     setenv("DIAG_SEAL_TOOL_SECONDS", std::to_string(toolTime.count()).c_str(), 1);
+    // NOLINTEND(concurrency-mt-unsafe)
     execvp(arguments.front(), arguments.data());
     return words.front() + ": " + ErrorText();
 }

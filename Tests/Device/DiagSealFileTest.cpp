@@ -136,7 +136,8 @@ TEST(CertificateTest, UnusableOne_IsRefusedBeforeTheCommandStarts)
     for (const Row& row : {
              Row{"true", "No such file or directory"},
              Row{"mkfifo certificate", "it holds no certificate in PEM"},
-             Row{"echo damaged >certificate", "it holds no certificate in PEM"},
+             // So large that the command could have run by the time of the refusal.
+             Row{"yes | head -c 30000000 >certificate", "it holds no certificate in PEM"},
              Row{kSelfSigned + "rsa:1024", "its key of 1024 bits is too weak; 2048 are the least"},
              Row{kSelfSigned + "ec -pkeyopt ec_paramgen_curve:secp192k1",
                  "its key of 192 bits is too weak; 224 are the least"},

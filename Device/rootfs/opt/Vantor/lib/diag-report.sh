@@ -3,7 +3,7 @@
 # Sourced by the scripts; does nothing by itself. A report shows files first, as they cannot hang, and runs tools after
 # them. What seals a report bounds it as a whole.
 
-max_lines=5000                             # of one file, the last ones
+max_lines=5000                            # of one file, the last ones
 tool_seconds=${DIAG_SEAL_TOOL_SECONDS:-0} # for one tool, 0 for no bound
 
 section() {
