@@ -52,8 +52,8 @@ public:
 
 private:
     PatternPart m_all{std::vector<std::string>{}, {}, 0}; ///< its exact texts are m_run until Finish
-    std::vector<std::string> m_run{""}; ///< what the parts that were added last match together
-    std::size_t m_before = 0;           ///< bytes of the sequence before that, at most
+    std::vector<std::string> m_run{""};                   ///< what the parts that were added last match together
+    std::size_t m_before = 0;                             ///< bytes of the sequence before that, at most
     std::size_t m_order = 0;
 };
 
