@@ -1,12 +1,12 @@
 #include "DFCliHandler.h"
 
-#include <utility>
-
 #include "DFConstants.h"
 #include "DFLog.h"
 #include "DFTriggerHandler.h"
 #include "StringUtils.h"
 #include "UploadSysInfo.pb.h"
+
+#include <utility>
 
 namespace DiagnosticFileSvc
 {

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <vector>
-
 #include "AsyncCallback.h"
 #include "CallbackConnection.h"
 #include "CliClientMT.h"
 #include "NotifyTargetTaskIF.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
 
 namespace DiagnosticFileSvc
 {
@@ -33,16 +33,20 @@ public:
      *
      * @param task           where the handler runs; not owned
      * @param triggerHandler takes the upload requests; not owned
+     *
+     * Not thread-safe.
      */
     static DFCliHandler* GetInstance(NotifyTargetTaskIF* task, DFTriggerHandler* triggerHandler);
 
     /**
-     * On the handler's task: carries out a command and replies to it with a text and the context, unchanged.
+     * Carries out a command and replies to it with a text and the context, unchanged.
      *
      * An upload asks for the file types that the arguments give as decimal numbers, or for everything if there are
      * none.
-     * @throws std::invalid_argument, std::out_of_range for an argument that is no number or none that fits an int;
-     *         nothing is requested then, and no reply is given.
+     * @throws std::invalid_argument, std::out_of_range for an argument that is no number, or none that fits an int:
+     *         then nothing is requested, and no reply is given
+     *
+     * Runs on the task's thread.
      */
     void HandleCliCmd(std::uint16_t key, const std::vector<std::string>& arguments,
                       const AsyncCallback<std::string, int>& reply, int context);

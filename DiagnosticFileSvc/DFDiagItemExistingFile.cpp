@@ -1,9 +1,9 @@
 #include "DFDiagItemExistingFile.h"
 
-#include <utility>
-
 #include "DFConstants.h"
 #include "DFLog.h"
+
+#include <utility>
 
 namespace DiagnosticFileSvc
 {

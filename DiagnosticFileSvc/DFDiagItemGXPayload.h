@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "DFDiagItemGatrix.h"
+
+#include <string>
 
 namespace DiagnosticFileSvc
 {

@@ -1,8 +1,8 @@
 #include "DFDiagItemGatrix.h"
 
-#include <utility>
-
 #include "DFConstants.h"
+
+#include <utility>
 
 namespace DiagnosticFileSvc
 {

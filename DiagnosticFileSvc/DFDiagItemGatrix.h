@@ -1,11 +1,11 @@
 #pragma once
 
-#include <memory>
-#include <string>
-
 #include "DFDiagnosticItem.h"
 #include "DFGatrixClient.h"
 #include "DFHarvestSystemInfo.h"
+
+#include <memory>
+#include <string>
 
 namespace DiagnosticFileSvc
 {

@@ -1,9 +1,9 @@
 #include "DFDiagItemScript.h"
 
-#include <utility>
-
 #include "DFConstants.h"
 #include "DFLog.h"
+
+#include <utility>
 
 namespace DiagnosticFileSvc
 {

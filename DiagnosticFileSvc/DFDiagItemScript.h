@@ -1,10 +1,10 @@
 #pragma once
 
-#include <memory>
-#include <string>
-
 #include "DFDiagnosticItem.h"
 #include "DFHarvestSystemInfo.h"
+
+#include <memory>
+#include <string>
 
 namespace DiagnosticFileSvc
 {

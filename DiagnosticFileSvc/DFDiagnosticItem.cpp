@@ -1,13 +1,13 @@
 #include "DFDiagnosticItem.h"
 
-#include <ctime>
-#include <utility>
-
 #include "DFConstants.h"
-#include "DFFiles.h"
 #include "DFLog.h"
+#include "Filename.h"
 #include "StringUtils.h"
 #include "UploadSysInfo.pb.h"
+
+#include <ctime>
+#include <utility>
 
 namespace DiagnosticFileSvc
 {
@@ -42,12 +42,12 @@ DFDiagnosticItem::DFDiagnosticItem(const DFSCommonPB::diagItemRegistration& regi
 
 void DFDiagnosticItem::ProcessDiagnosticItem()
 {
-    LogLine(s_log, LOG_LEVEL_ERROR, __func__, "BASE CLASS NOT IMPLEMENTED!!!");
+    LogLine(s_log, LogLevel::Error, __func__, "BASE CLASS NOT IMPLEMENTED!!!");
 }
 
 void DFDiagnosticItem::ProcessGXResponse(const std::string& /*response*/)
 {
-    LogLine(s_log, LOG_LEVEL_ERROR, __func__, "BASE CLASS NOT IMPLEMENTED!!!");
+    LogLine(s_log, LogLevel::Error, __func__, "BASE CLASS NOT IMPLEMENTED!!!");
 }
 
 std::string DFDiagnosticItem::AddDateTimeToFilename(const std::string& outputFilename)
@@ -57,9 +57,9 @@ std::string DFDiagnosticItem::AddDateTimeToFilename(const std::string& outputFil
 
 std::string DFDiagnosticItem::AddDateTimeToFilename(const std::string& outputFilename, std::int64_t now)
 {
-    std::string name = FilenameOf(outputFilename);
+    std::string name = Files::FilenameOf(outputFilename);
     if (name.empty()) {
-        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "Could not extract the filename from the filepath");
+        LogLine(s_log, LogLevel::Error, __func__, "Could not extract the filename from the filepath");
         return {};
     }
     const auto time = static_cast<std::time_t>(now);
@@ -78,9 +78,9 @@ void DFDiagnosticItem::AddFileToManifest(DFSCommonPB::UploadManifest& manifest) 
 {
     const LogScope scope(s_log, __func__);
     DFSCommonPB::ManifestItem& entry = *manifest.add_item();
-    const std::string filename = FilenameOf(m_harvestedFilename);
+    const std::string filename = Files::FilenameOf(m_harvestedFilename);
     if (filename.empty()) {
-        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "AddFileToManifest - Invalid filepath");
+        LogLine(s_log, LogLevel::Error, __func__, "AddFileToManifest - Invalid filepath");
         return;
     }
     entry.set_filename(filename);

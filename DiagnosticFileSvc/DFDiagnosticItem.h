@@ -1,9 +1,9 @@
 #pragma once
 
+#include "DiagFileTypes.pb.h"
+
 #include <cstdint>
 #include <string>
-
-#include "DiagFileTypes.pb.h"
 
 namespace DFSCommonPB
 {
@@ -17,7 +17,7 @@ namespace DiagnosticFileSvc
  * One thing that an upload can collect. The kinds derive from it; an object of the class itself is plain data on its
  * way to the registry.
  *
- * Belongs to the trigger handler's task: each operation is called there, one item at a time.
+ * A part of the trigger handler, which runs one item at a time. Runs on the task's thread.
  */
 class DFDiagnosticItem
 {

@@ -1,28 +1,24 @@
 #include "DFFiles.h"
 
+#include "DFLimits.h"
+#include "DFLog.h"
+#include "Filename.h"
+#include "SystemUtils.h"
+
 #include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
 
-#include "DFLimits.h"
-#include "DFLog.h"
-#include "SystemUtils.h"
-
 namespace DiagnosticFileSvc
 {
-std::string FilenameOf(const std::string& path)
-{
-    return path.substr(path.rfind('/') + 1);
-}
-
 std::string ReadOwnFile(const DPrint& log, const char* operation, const std::string& path)
 {
     std::error_code unknown;
     const std::uintmax_t size = std::filesystem::file_size(path, unknown);
     if (!unknown && size > kMaxOwnFileSize) {
-        LogLine(log, LOG_LEVEL_ERROR, operation, path, " is not read: it has ", size, " bytes, more than ",
+        LogLine(log, LogLevel::Error, operation, path, " is not read: it has ", size, " bytes, more than ",
                 kMaxOwnFileSize);
         return {};
     }
@@ -31,8 +27,8 @@ std::string ReadOwnFile(const DPrint& log, const char* operation, const std::str
 
 void RemoveFile(const DPrint& log, const char* operation, const std::string& path)
 {
-    if (!FilenameOf(path).empty() && unlink(path.c_str()) != 0 && errno != ENOENT && errno != ENOTDIR) {
-        LogLine(log, LOG_LEVEL_WARNING, operation, path,
+    if (!Files::FilenameOf(path).empty() && unlink(path.c_str()) != 0 && errno != ENOENT && errno != ENOTDIR) {
+        LogLine(log, LogLevel::Warning, operation, path,
                 " stays, it cannot be removed: ", std::generic_category().message(errno));
     }
 }

@@ -1,15 +1,12 @@
 #pragma once
 
-#include <string>
-
 #include "DPrint.h"
+
+#include <string>
 
 /** How the service reads and removes files of its own. */
 namespace DiagnosticFileSvc
 {
-/** The text after the last "/" of a path, or all of it; empty when the path names no file. Thread-safe. */
-std::string FilenameOf(const std::string& path);
-
 /**
  * The content of a file of the service's own, at most kMaxOwnFileSize. Empty when there is none to be read; a file that
  * is too large is logged under the operation's name.

@@ -72,7 +72,7 @@ void DFGatrixClient::CreateGatrixClient()
             Gatrix::GatrixClient::Create("DiagFileServiceGatrixIF", "localhost", 8084, "meridel", "",
                                          m_connectionStatusCB, std::nullopt, Gatrix::CommonClientCreationInfo());
     } catch (const std::exception& error) {
-        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The service goes on without the gateway: ", error.what());
+        LogLine(s_log, LogLevel::Error, __func__, "The service goes on without the gateway: ", error.what());
     }
 }
 

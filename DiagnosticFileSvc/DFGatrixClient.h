@@ -20,7 +20,7 @@ class DFTriggerHandler;
  * offers the service's endpoints, fetches the device information whenever there is somebody to ask, and asks other
  * services for what the gateway items collect.
  *
- * All its state belongs to its own task.
+ * Public operations only post to its own task, which has all its state. Thread-safe.
  */
 class DFGatrixClient : public APTask, public std::enable_shared_from_this<DFGatrixClient>
 {
@@ -30,20 +30,22 @@ public:
 
     /**
      * The single instance. The first call makes it and begins to connect; later ones ignore the argument. Called during
-     * start-up only, by one thread.
+     * start-up only.
      *
      * @param triggerHandler not owned; outlives the client. It is given the instance as it stands while that is made:
      * empty.
+     *
+     * Not thread-safe.
      */
     static std::shared_ptr<DFGatrixClient> GetInstance(DFTriggerHandler* triggerHandler);
 
-    /** Any thread: the single instance, empty as long as none has been made. */
+    /** The single instance, empty as long as none has been made. Thread-safe. */
     static std::shared_ptr<DFGatrixClient> ExistingInstance();
 
     ~DFGatrixClient() override;
 
     /**
-     * Any thread: asks an endpoint for the path of a file to collect. One of the callbacks is invoked, once; they are
+     * Asks an endpoint for the path of a file to collect. One of the callbacks is invoked, once; they are
      * not owned and must stay alive until then. One such request at a time: a newer one's callbacks replace those of
      * one in progress.
      */

@@ -24,7 +24,7 @@ bool IsCustomFileRuleKept(const DFSCommonPB::UploadRequest& request, const char*
     if (request.filetoupload().empty() || request.filetype_size() == 1) {
         return true;
     }
-    LogLine(s_log, LOG_LEVEL_ERROR, operation, kCustomFileNeedsOneType, ", got: ", request.filetype_size());
+    LogLine(s_log, LogLevel::Error, operation, kCustomFileNeedsOneType, ", got: ", request.filetype_size());
     return false;
 }
 

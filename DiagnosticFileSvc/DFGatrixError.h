@@ -19,7 +19,7 @@ inline Gatrix::Error MakeError(int statusCode, const std::string& message)
 /** Logs an error that came from the gateway, under the operation's name. Thread-safe. */
 inline void LogGatrixError(const DPrint& log, const char* operation, const Gatrix::Error& error)
 {
-    LogLine(log, LOG_LEVEL_ERROR, operation,
+    LogLine(log, LogLevel::Error, operation,
             "GOT an ERROR from the GatrixClient: ", [&error] { return error.DebugString(); });
 }
 } // namespace DiagnosticFileSvc

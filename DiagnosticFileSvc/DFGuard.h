@@ -17,7 +17,7 @@ void GuardStep(const DPrint& log, const char* operation, const char* what, Step 
     try {
         step();
     } catch (const std::exception& error) {
-        LogLine(log, LOG_LEVEL_ERROR, operation, what, " ends with an exception: ", error.what());
+        LogLine(log, LogLevel::Error, operation, what, " ends with an exception: ", error.what());
         recover(error);
     }
 }

@@ -1,12 +1,12 @@
 #include "DFHarvestSystemInfo.h"
 
-#include <exception>
-
 #include "DFConstants.h"
 #include "DFLog.h"
 #include "DFUploadDiagnosticFiles.h"
 #include "UploadSysInfo.pb.h"
 #include "posixSpawnUtils.h"
+
+#include <exception>
 
 namespace DiagnosticFileSvc
 {
@@ -76,7 +76,7 @@ bool DFHarvestSystemInfo::IsCollected(const char* operation, const std::string& 
     try {
         return m_spawner.CollectEncryptLogs(outputPath, command) == 0;
     } catch (const std::exception& error) {
-        LogLine(s_log, LOG_LEVEL_ERROR, operation, "The collection ends with an exception: ", error.what());
+        LogLine(s_log, LogLevel::Error, operation, "The collection ends with an exception: ", error.what());
         return false;
     }
 }
@@ -96,7 +96,7 @@ void DFHarvestSystemInfo::CollectWifiSiteScanCB(const std::string& command, Answ
     item.set_type(DFSCommonPB::WIFI_SITE_SCAN);
     item.set_subtype("wifi site scan");
     if (m_uploadClient == nullptr) {
-        LogLine(s_log, LOG_LEVEL_ERROR, __func__, kNoUploadClientAnswer);
+        LogLine(s_log, LogLevel::Error, __func__, kNoUploadClientAnswer);
         (*m_pendingAnswer)("Development failure message", 400);
         return;
     }
@@ -117,7 +117,7 @@ void DFHarvestSystemInfo::CreateUploadTarballCB(const std::string& target, Async
     try {
         m_spawner.TarDiagnosticFiles(target);
     } catch (const std::exception& error) {
-        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "Packing the archive ends with an exception: ", error.what());
+        LogLine(s_log, LogLevel::Error, __func__, "Packing the archive ends with an exception: ", error.what());
     }
     (*m_pendingArchiveAnswer)(true);
 }

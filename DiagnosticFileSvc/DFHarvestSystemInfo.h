@@ -1,9 +1,9 @@
 #pragma once
 
-#include <string>
-
 #include "APTask.h"
 #include "AsyncCallback.h"
+
+#include <string>
 
 namespace DiagnosticFileSvc
 {
@@ -15,8 +15,7 @@ class posixSpawnUtils;
  * collected.
  *
  * Requests run one after another, in order of arrival. A collection's and an archive's callback is invoked exactly
- * once, whatever fails, and must stay alive until then. Public operations may be called from any thread; they only
- * post.
+ * once, whatever fails, and must stay alive until then. Public operations only post. Thread-safe.
  */
 class DFHarvestSystemInfo : public APTask
 {

@@ -17,9 +17,15 @@ DFItemCollector::DFItemCollector(const DFItemRegistry& items, DFUploadFiles& fil
     : m_items(items), m_files(files), m_ends(std::move(ends))
 {}
 
+/** Goes on with the item that has reported. */
 template <class Step>
 void DFItemCollector::Guard(const char* operation, Step step)
 {
+    // An item that has failed may still report when the request that it belonged to has ended.
+    if (m_currentItem == nullptr) {
+        LogLine(s_log, LogLevel::Warning, operation, "No item is waited for, the report is dropped");
+        return;
+    }
     GuardStep(s_log, operation, "The request", step, [this](const std::exception&) { m_ends.onFailed(); });
 }
 
@@ -42,7 +48,7 @@ DFDiagnosticItem* DFItemCollector::FindRequestedDiagItem()
     DFDiagnosticItem* const item = m_items.Find(input);
     if (item == nullptr) {
         // This ends the collection, whatever is left of the list: deliberate.
-        LogLine(s_log, LOG_LEVEL_WARNING, __func__, "Could not find diagnostic item with input: ", input);
+        LogLine(s_log, LogLevel::Warning, __func__, "Could not find diagnostic item with input: ", input);
     }
     return item;
 }

@@ -36,10 +36,10 @@ public:
     /** Forgets the item that ran last, which may be removed from the registry then. */
     void Forget() { m_currentItem = nullptr; }
 
-    /** An item has reported: 200 means that its file is there. */
+    /** An item has reported: 200 means that its file is there. A report that no item runs for is logged and dropped. */
     void HarvestSysInfoResponseCB(const std::string& text, int code);
 
-    /** A service has answered to the item that runs, or has not. */
+    /** A service has answered to the item that runs, or has not. The same holds. */
     void GXHarvestFilepathResponseCB(const std::string& filepath);
     void GXHarvestFilepathErrorResponseCB(const std::string& error);
     void GXHarvestPayloadResponseCB(const std::string& payload);

@@ -28,9 +28,9 @@ void SetAside(const std::string& path)
 {
     const std::string aside = path + ".rejected";
     if (std::rename(path.c_str(), aside.c_str()) == 0) {
-        LogLine(s_log, LOG_LEVEL_ERROR, "LoadDiagItemsFromConfigFile", "It is kept as ", aside);
+        LogLine(s_log, LogLevel::Error, "LoadDiagItemsFromConfigFile", "It is kept as ", aside);
     } else {
-        LogLine(s_log, LOG_LEVEL_ERROR, "LoadDiagItemsFromConfigFile", "It cannot be kept as ", aside, ": ",
+        LogLine(s_log, LogLevel::Error, "LoadDiagItemsFromConfigFile", "It cannot be kept as ", aside, ": ",
                 std::generic_category().message(errno));
     }
 }
@@ -49,7 +49,7 @@ void LoadDiagItemsFromConfigFile(DFItemRegistry& registry)
     LogProgress(s_log, __func__, "--- Diag Item Config Exists so Load it");
     const std::string text = ReadOwnFile(s_log, __func__, path);
     if (text.empty()) {
-        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "Could not load the diagnostic configuration file file");
+        LogLine(s_log, LogLevel::Error, __func__, "Could not load the diagnostic configuration file file");
         return;
     }
     DFSCommonPB::diagItemConfigList list;
@@ -57,7 +57,7 @@ void LoadDiagItemsFromConfigFile(DFItemRegistry& registry)
         ProtoToMarkup::FromJson(text, list);
     } catch (const ProtoToMarkup::MarkupError& error) {
         // It goes the way of a file of another version: without items the service would be of no use.
-        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The diagnostic configuration file cannot be read: ", error.what());
+        LogLine(s_log, LogLevel::Error, __func__, "The diagnostic configuration file cannot be read: ", error.what());
         SetAside(path);
         list.Clear();
     }
@@ -87,7 +87,7 @@ void CreateDiagItemConfigFile(const DFItemRegistry& registry)
         registration.set_outputfilename(item->GetOutputFilename());
     }
     list.set_version(kConfigurationVersion);
-    s_log.Log(LOG_LEVEL_PROGRESS, "%s: m_diagItemCreateConfigList size: %d", __func__, list.item_size());
+    s_log.Log(LogLevel::Progress, "%s: m_diagItemCreateConfigList size: %d", __func__, list.item_size());
     try {
         const std::string json = ProtoToMarkup::ToJson(list, true, false, false);
         LogProgress(s_log, __func__, "DiagItemConfigFile: ", json);
@@ -95,10 +95,10 @@ void CreateDiagItemConfigFile(const DFItemRegistry& registry)
         LogProgress(s_log, __func__, "Now convert diag items to json");
         file->Store(json);
     } catch (const ProtoPersistenceIF::ProtoPersistenceException& error) {
-        s_log.Log(LOG_LEVEL_ERROR, "%s: DFS WriteDiagItemConfigFile store persistence error - %s", __func__,
+        s_log.Log(LogLevel::Error, "%s: DFS WriteDiagItemConfigFile store persistence error - %s", __func__,
                   error.what());
     } catch (const ProtoToMarkup::MarkupError& error) {
-        s_log.Log(LOG_LEVEL_ERROR, "%s: DFS WriteDiagItemConfigFile markup error - %s", __func__, error.what());
+        s_log.Log(LogLevel::Error, "%s: DFS WriteDiagItemConfigFile markup error - %s", __func__, error.what());
     }
 }
 } // namespace DiagnosticFileSvc

@@ -5,9 +5,9 @@
 #include "DFDiagItemGXFilepath.h"
 #include "DFDiagItemGXPayload.h"
 #include "DFDiagItemScript.h"
-#include "DFFiles.h"
 #include "DFLimits.h"
 #include "DFLog.h"
+#include "Filename.h"
 
 #include <algorithm>
 #include <numeric>
@@ -39,7 +39,7 @@ bool DFItemRegistry::IsRefused(const char* operation, const DFDiagnosticItem& it
 {
     const std::string refusal = WhyRefused(item);
     if (!refusal.empty()) {
-        LogLine(s_log, LOG_LEVEL_WARNING, operation, "Registration refused, ", refusal,
+        LogLine(s_log, LogLevel::Warning, operation, "Registration refused, ", refusal,
                 ", subType: ", item.GetSubType().substr(0, kNameInLog));
     }
     return !refusal.empty();
@@ -67,7 +67,7 @@ void DFItemRegistry::DiagItemRegistrationCB(const DFDiagnosticItem& item)
         std::accumulate(m_items.begin(), m_items.end(), SizeOf(item), [](std::size_t sum, const auto& known) {
             return sum + SizeOf(*known);
         }) > kMaxRegisteredBytes) {
-        LogLine(s_log, LOG_LEVEL_WARNING, __func__, "Registration refused, the registry is full with ", m_items.size(),
+        LogLine(s_log, LogLevel::Warning, __func__, "Registration refused, the registry is full with ", m_items.size(),
                 " items, subType: ", item.GetSubType().substr(0, kNameInLog));
         return;
     }
@@ -124,7 +124,7 @@ void DFItemRegistry::RegisterBuiltInItems()
 void DFItemRegistry::AddCustomItem(const std::string& path, DFSCommonPB::DiagFileType fileType,
                                    const std::string& subType)
 {
-    Append<DFDiagItemExistingFile>(path, kCustomOutputPrefix + FilenameOf(path), fileType, subType,
+    Append<DFDiagItemExistingFile>(path, kCustomOutputPrefix + Files::FilenameOf(path), fileType, subType,
                                    DFSCommonPB::EXISTING_FILE);
 }
 

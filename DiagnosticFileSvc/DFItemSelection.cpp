@@ -34,7 +34,7 @@ ItemSelection SelectCustomFile(const DFSCommonPB::UploadRequest& request, DFItem
     const std::string& path = request.filetoupload();
     LogProgress(s_log, kOperation, "Processing custom file upload: ", path);
     if (request.filetype_size() != 1) {
-        LogLine(s_log, LOG_LEVEL_ERROR, kOperation, kCustomFileNeedsOneType, ", got: ", request.filetype_size());
+        LogLine(s_log, LogLevel::Error, kOperation, kCustomFileNeedsOneType, ", got: ", request.filetype_size());
         return {{}, kCustomFileNeedsOneType};
     }
     std::string subType = "custom_file";
@@ -64,7 +64,7 @@ ItemSelection SelectItems(const DFSCommonPB::UploadRequest& request, DFItemRegis
 {
     const std::string refusal = WhyRefused(request);
     if (!refusal.empty()) {
-        LogLine(s_log, LOG_LEVEL_ERROR, kOperation, refusal);
+        LogLine(s_log, LogLevel::Error, kOperation, refusal);
         return {{}, refusal};
     }
     return request.filetoupload().empty() ? SelectByType(request, registry) : SelectCustomFile(request, registry);

@@ -1,10 +1,10 @@
 #include "DFLimits.h"
 
-#include <initializer_list>
-#include <utility>
-
 #include "DFDiagnosticItem.h"
 #include "UploadSysInfo.pb.h"
+
+#include <initializer_list>
+#include <utility>
 
 namespace DiagnosticFileSvc
 {

@@ -8,18 +8,18 @@ namespace DiagnosticFileSvc
 /** The levels of DPrint, as the service uses them. */
 enum LogLevel : int
 {
-    LOG_LEVEL_ERROR = 1,
-    LOG_LEVEL_WARNING = 2,
-    LOG_LEVEL_PROGRESS = 3,
+    Error = 1,
+    Warning = 2,
+    Progress = 3,
     /** Not written unless asked for: what holds a credential goes here, at the lowest. */
-    LOG_LEVEL_DETAIL = 4,
+    Detail = 4,
 };
 
 /** LogLine at the level of ordinary progress. */
 template <typename... Parts>
 void LogProgress(const DPrint& log, const char* operation, const Parts&... parts)
 {
-    LogLine(log, LOG_LEVEL_PROGRESS, operation, parts...);
+    LogLine(log, LogLevel::Progress, operation, parts...);
 }
 
 /** Writes the " - START" line of an operation now and its " - END" line when the scope ends, however it ends. */

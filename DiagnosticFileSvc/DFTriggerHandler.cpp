@@ -55,7 +55,7 @@ DFUploadDiagnosticFiles* DFTriggerHandler::UploadClient()
         try {
             m_uploadClient = &DFUploadDiagnosticFiles::GetInstance();
         } catch (const std::exception& error) {
-            LogLine(s_log, LOG_LEVEL_ERROR, "OnEntry", "The upload client cannot be started: ", error.what());
+            LogLine(s_log, LogLevel::Error, "OnEntry", "The upload client cannot be started: ", error.what());
         }
     }
     return m_uploadClient;

@@ -23,7 +23,7 @@ class DFUploadDiagnosticFiles;
  * chooses the items, has them collected one at a time, writes the manifest, has the archive packed and uploaded,
  * answers and cleans up. One request at a time; one that comes meanwhile is refused, not queued.
  *
- * Public operations may be called from any thread: they only post to the task, where everything else happens.
+ * Public operations only post to the task, where everything else happens. Thread-safe.
  */
 class DFTriggerHandler : public APTask
 {

@@ -2,39 +2,28 @@
 
 #include "DFConstants.h"
 #include "DFLog.h"
+#include "StdioFile.h"
 
 #include <openssl/md5.h>
 
 #include <array>
 #include <cstdio>
-#include <memory>
 
 namespace DiagnosticFileSvc
 {
 namespace
 {
 const DPrint s_log(kUploadDiagnosticFiles);
-
-struct FileCloser
-{
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
-
-/** The file open for reading, not inherited by children; null when it cannot be opened. */
-File OpenForReading(const std::string& path)
-{
-    return File(std::fopen(path.c_str(), "rbe"));
-}
 } // namespace
 
 std::optional<std::string> CalculateMD5Checksum(const std::string& path)
 {
     const LogScope scope(s_log, __func__);
-    const File file = OpenForReading(path);
+    const Files::StdioFile file = Files::OpenForReading(path);
     if (!file) {
         return std::nullopt;
     }
+    // OpenSSL's older functions: unlike those of EVP, by which the kit makes its digests, they cannot fail.
     MD5_CTX context;
     MD5_Init(&context);
     std::array<unsigned char, 1024> chunk;
@@ -60,7 +49,7 @@ std::optional<std::string> CalculateMD5Checksum(const std::string& path)
 
 std::optional<std::string> ReadArchive(const std::string& path)
 {
-    const File file = OpenForReading(path);
+    const Files::StdioFile file = Files::OpenForReading(path);
     if (!file || std::fseek(file.get(), 0, SEEK_END) != 0) {
         return std::nullopt;
     }
@@ -69,6 +58,7 @@ std::optional<std::string> ReadArchive(const std::string& path)
         return std::nullopt;
     }
     LogProgress(s_log, "PostDiagnosticFile", "compressed file size:", size);
+    // Not Files::ReadAll: an archive is large, and takes its memory once, at its size.
     std::string bytes(static_cast<std::size_t>(size), '\0');
     if (std::fread(bytes.data(), 1, bytes.size(), file.get()) != bytes.size()) {
         return std::nullopt;

@@ -6,8 +6,7 @@
 #include "DFUploadArchive.h"
 #include "DFUploadHeaders.h"
 #include "DFUploadMetadata.h"
-
-#include <json/json.h>
+#include "JsonReader.h"
 
 #include <ctime>
 #include <optional>
@@ -25,24 +24,15 @@ constexpr char kServiceBase[] = "http://";
 std::optional<Json::Value> ParseJson(const std::string& text)
 {
     if (text.size() > DFUploadDiagnosticFiles::kMaxJsonSize) {
-        LogLine(s_log, LOG_LEVEL_WARNING, __func__, "The answer is not parsed, it is too long: ", text.size(),
+        LogLine(s_log, LogLevel::Warning, __func__, "The answer is not parsed, it is too long: ", text.size(),
                 " bytes");
         return std::nullopt;
     }
-    Json::CharReaderBuilder builder;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    Json::Value value;
-    std::string errors;
-    try {
-        if (reader->parse(text.data(), text.data() + text.size(), &value, &errors)) {
-            return value;
-        }
-    } catch (const Json::Exception& error) {
-        // The parser's way of refusing a text that nests too deep.
-        errors = error.what();
+    JsonReader::Result read = JsonReader::Read(text);
+    if (!read.value) {
+        LogLine(s_log, LogLevel::Warning, __func__, "The answer is not JSON: ", read.error);
     }
-    LogLine(s_log, LOG_LEVEL_WARNING, __func__, "The answer is not JSON: ", errors);
-    return std::nullopt;
+    return std::move(read.value);
 }
 } // namespace
 
@@ -153,7 +143,7 @@ void DFUploadDiagnosticFiles::PostDiagnosticFile(const std::string& uploadUrl)
     const std::optional<std::string> md5 = CalculateMD5Checksum(m_upload.archivePath);
     std::optional<std::string> archive = md5 ? ReadArchive(m_upload.archivePath) : std::nullopt;
     if (!archive) {
-        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The archive cannot be read: ", m_upload.archivePath);
+        LogLine(s_log, LogLevel::Error, __func__, "The archive cannot be read: ", m_upload.archivePath);
         Answer("Unable to create tarball", 400);
         return;
     }

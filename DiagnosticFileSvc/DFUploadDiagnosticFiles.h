@@ -21,8 +21,8 @@ namespace DiagnosticFileSvc
  * In memory there is the archive, once, and of an answer at most kMaxBodySize, of which at most kMaxJsonSize are
  * parsed.
  *
- * One upload at a time: the starter does not begin another before it has the result. Public operations may be called
- * from any thread: they only post to the task.
+ * One upload at a time: the starter does not begin another before it has the result. Public operations only post
+ * to the task. Thread-safe.
  */
 class DFUploadDiagnosticFiles : public APTask
 {

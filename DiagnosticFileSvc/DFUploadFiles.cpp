@@ -4,6 +4,7 @@
 #include "DFDiagnosticItem.h"
 #include "DFFiles.h"
 #include "DFLog.h"
+#include "Filename.h"
 #include "ProtoPersistenceFactory.h"
 #include "ProtoToMarkup.h"
 #include "SystemUtils.h"
@@ -31,7 +32,7 @@ DFSCommonPB::UploadManifest ReadManifestFile()
     try {
         ProtoToMarkup::FromJson(text, manifest);
     } catch (const ProtoToMarkup::MarkupError& error) {
-        LogLine(s_log, LOG_LEVEL_ERROR, kCleanup, "The manifest file cannot be read: ", error.what());
+        LogLine(s_log, LogLevel::Error, kCleanup, "The manifest file cannot be read: ", error.what());
         manifest.Clear();
     }
     return manifest;
@@ -41,8 +42,8 @@ void RemoveFilesOf(const DFSCommonPB::UploadManifest& manifest)
 {
     for (const auto& item : manifest.item()) {
         LogProgress(s_log, kCleanup, "-----------------output filename from protobuf: ", item.filename());
-        if (item.filename() != FilenameOf(item.filename())) {
-            LogLine(s_log, LOG_LEVEL_WARNING, kCleanup,
+        if (item.filename() != Files::FilenameOf(item.filename())) {
+            LogLine(s_log, LogLevel::Warning, kCleanup,
                     "Not a file of the persistence directory, left alone: ", item.filename());
         } else if (!item.filename().empty()) {
             const std::string path = kPersistenceDirectory + item.filename();
@@ -64,7 +65,7 @@ void DFUploadFiles::Add(const DFDiagnosticItem& item)
 void DFUploadFiles::Drop(const DFDiagnosticItem& item)
 {
     constexpr const char* kOperation = "DropCurrentItem";
-    LogLine(s_log, LOG_LEVEL_WARNING, kOperation,
+    LogLine(s_log, LogLevel::Warning, kOperation,
             "Missing from the upload: the item with subType: ", item.GetSubType());
     const std::string& harvested = item.GetHarvestedFilename();
     if (harvested.empty()) {
@@ -87,9 +88,9 @@ void DFUploadFiles::WriteUploadManifest()
         LogProgress(s_log, __func__, "Now convert manifest to json");
         file->Store(ProtoToMarkup::ToJson(m_manifest, true, false, false));
     } catch (const ProtoPersistenceIF::ProtoPersistenceException& error) {
-        s_log.Log(LOG_LEVEL_ERROR, "%s: DFS UploadManifest store persistence error - %s", __func__, error.what());
+        s_log.Log(LogLevel::Error, "%s: DFS UploadManifest store persistence error - %s", __func__, error.what());
     } catch (const ProtoToMarkup::MarkupError& error) {
-        s_log.Log(LOG_LEVEL_ERROR, "%s: DFS UploadManifest markup error - %s", __func__, error.what());
+        s_log.Log(LogLevel::Error, "%s: DFS UploadManifest markup error - %s", __func__, error.what());
     }
 }
 
@@ -105,13 +106,13 @@ std::string DFUploadFiles::FilesToTar() const
         filesToTar += " " + item.filename() + ".gz";
         // A full disk: the command ran, but what it printed could not be stored or compressed.
         if (!SystemUtils::Exists(kPersistenceDirectory + item.filename() + ".gz")) {
-            LogLine(s_log, LOG_LEVEL_WARNING, kOperation, "Missing from the archive: ", item.filename(),
+            LogLine(s_log, LogLevel::Warning, kOperation, "Missing from the archive: ", item.filename(),
                     ".gz, of the item with subType: ", item.subtype());
         }
         // Two items whose output names are alike, collected within a second.
         std::string& subType = subTypes.try_emplace(item.filename(), item.subtype()).first->second;
         if (subType != item.subtype()) {
-            LogLine(s_log, LOG_LEVEL_WARNING, kOperation, "Missing from the archive: the item with subType: ", subType,
+            LogLine(s_log, LogLevel::Warning, kOperation, "Missing from the archive: the item with subType: ", subType,
                     ", overwritten by the item with subType: ", item.subtype());
             subType = item.subtype();
         }

@@ -25,7 +25,7 @@ std::string LoadProductJwt(JwtUtils::QuillaneTokens& tokens)
         }
     } catch (const std::exception& error) {
         // The token itself is loaded by then.
-        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "The time stamp of the product Jwt is not usable: ", error.what());
+        LogLine(s_log, LogLevel::Error, __func__, "The time stamp of the product Jwt is not usable: ", error.what());
     }
     LogProgress(s_log, __func__, "LoadProductJwt - START");
     return tokens.IsValid() ? tokens.Tokens().access_token() : std::string();
@@ -36,8 +36,8 @@ Http::HeaderMap WithToken(Http::HeaderMap headers, JwtUtils::QuillaneTokens& tok
                           const char* words)
 {
     const std::string& token = headers[kTokenHeader] = LoadProductJwt(tokens);
-    LogLine(s_log, LOG_LEVEL_DETAIL, operation, "upload_sys_logs product jwt: ", token);
-    LogLine(s_log, LOG_LEVEL_DETAIL, operation, words, [&headers] { return StringUtils::ToJson(headers); });
+    LogLine(s_log, LogLevel::Detail, operation, "upload_sys_logs product jwt: ", token);
+    LogLine(s_log, LogLevel::Detail, operation, words, [&headers] { return StringUtils::ToJson(headers); });
     return headers;
 }
 } // namespace

@@ -21,7 +21,7 @@ std::string ManufacturingData(const char* name, const char* missing)
 {
     const auto value = MfgData::Get(name);
     if (!value) {
-        LogLine(s_log, LOG_LEVEL_ERROR, "LoadMetadata", "LoadMetadata", missing);
+        LogLine(s_log, LogLevel::Error, "LoadMetadata", "LoadMetadata", missing);
         // Without running static destructors under the feet of the other tasks.
         _exit(1);
     }

@@ -36,7 +36,7 @@ void DiagnosticFileService::OnEntry()
         StartAllTasks();
         JoinAllTasks();
     } catch (const std::exception& error) {
-        LogLine(s_log, LOG_LEVEL_ERROR, __func__, "exception :", error.what());
+        LogLine(s_log, LogLevel::Error, __func__, "exception :", error.what());
     }
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <memory>
-
 #include "APTask.h"
 #include "APTaskManager.h"
+
+#include <memory>
 
 namespace DiagnosticFileSvc
 {

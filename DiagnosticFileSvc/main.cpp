@@ -1,16 +1,16 @@
-#include <unistd.h>
-
-#include <csignal>
-#include <cstdlib>
-#include <exception>
-#include <iostream>
-
 #include "DFConstants.h"
 #include "DPrint.h"
 #include "DiagnosticFileService.h"
 #include "HttpGlobal.h"
 #include "StartEnvironment.h"
 #include "SystemUtils.h"
+
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
 
 int main()
 {

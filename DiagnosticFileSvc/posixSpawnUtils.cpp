@@ -1,5 +1,8 @@
 #include "posixSpawnUtils.h"
 
+#include "DFConstants.h"
+#include "DFLog.h"
+
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -7,9 +10,6 @@
 
 #include <cerrno>
 #include <utility>
-
-#include "DFConstants.h"
-#include "DFLog.h"
 
 namespace DiagnosticFileSvc
 {

@@ -7,9 +7,10 @@ namespace DiagnosticFileSvc
 /**
  * The one place that starts other programs: runs a command by /bin/sh (posix_spawn(3)) and waits for it.
  *
- * Called on the harvester's task only; each call blocks until its children have ended. Commands are given to the shell
- * as they are, without quoting; they inherit the service's environment, standard input, output and error, and nothing
- * else.
+ * Commands are given to the shell as they are, without quoting. They inherit the service's environment, standard input,
+ * output and error, and nothing else. Called on the harvester's task only.
+ *
+ * Blocks.
  */
 class posixSpawnUtils
 {

@@ -1,5 +1,7 @@
 #include "FileHelpers.h"
 
+#include "DPrint.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,8 +9,6 @@
 #include <cerrno>
 #include <exception>
 #include <system_error>
-
-#include "DPrint.h"
 
 namespace JwtUtils
 {
@@ -61,12 +61,12 @@ std::string ReadFileStr(const std::string& path, std::size_t maxSize)
 {
     s_log.Log(3, "%s: Reading %s", __func__, path.c_str());
     std::string content;
-    const StdioFile file = OpenForReading(path);
+    const Files::StdioFile file = Files::OpenForReading(path);
     if (!file) {
         return content;
     }
     try {
-        ReadAll(file.get(), content, maxSize);
+        Files::ReadAll(file.get(), content, maxSize);
     } catch (const std::exception& error) {
         s_log.Log(2, "%s: Failed to read file '%s': %s", __func__, path.c_str(), error.what());
     }

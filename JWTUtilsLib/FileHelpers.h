@@ -1,11 +1,11 @@
 #pragma once
 
-#include <string>
-
 #include "StdioFile.h"
 
-/** Small files that are read as a whole and replaced as a whole. Any thread may call; nothing throws for a failing
- * file, the log tells why it failed. */
+#include <string>
+
+/** Small files that are read as a whole and replaced as a whole. Nothing throws for a file that fails: the log tells
+ * why. Thread-safe. */
 namespace JwtUtils
 {
 /**
@@ -13,7 +13,7 @@ namespace JwtUtils
  * then: of a file that is larger than maxSize, one byte more than that. Never waits: a pipe holds what is in it at the
  * moment, a folder nothing.
  */
-std::string ReadFileStr(const std::string& path, std::size_t maxSize = kMaxFileSize);
+std::string ReadFileStr(const std::string& path, std::size_t maxSize = Files::kMaxFileSize);
 
 /**
  * Replaces a file, or makes it with mode 0600: who reads it meanwhile sees the old content or the new one, and so does

@@ -1,17 +1,14 @@
-// What a token says: its parts, its claims and its times.
-
 #include "Jwt.h"
 
-#include <json/json.h>
+#include "DPrint.h"
+#include "JsonReader.h"
+#include "JwtAlgorithm.h"
+#include "JwtSignature.h"
 
 #include <chrono>
 #include <limits>
-#include <memory>
 #include <stdexcept>
 #include <utility>
-
-#include "DPrint.h"
-#include "JwtAlgorithm.h"
 
 namespace JwtUtils
 {
@@ -86,28 +83,12 @@ void Jwt::ParseJwtString()
 
 void Jwt::ParseJson(const std::string& text, Members& members)
 {
-    static const Json::CharReaderBuilder builder = [] {
-        Json::CharReaderBuilder bounded;
-        bounded["stackLimit"] = kMaxDepth;
-        return bounded;
-    }();
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    Json::Value object;
-    std::string errors;
-    bool isObject = false;
-    try {
-        if (reader->parse(text.data(), text.data() + text.size(), &object, &errors)) {
-            isObject = object.isObject();
-            errors = "it is no object";
-        }
-    } catch (const Json::Exception& error) {
-        // The parser's way of refusing a text that nests too deep.
-        errors = error.what();
-    }
-    if (!isObject) {
-        s_log.Log(3, "%s: Could not parse JWT JSON: %s", __func__, errors.c_str());
+    const JsonReader::Result read = JsonReader::Read(text, kMaxDepth);
+    if (!read.value || !read.value->isObject()) {
+        s_log.Log(3, "%s: Could not parse JWT JSON: %s", __func__, read.value ? "it is no object" : read.error.c_str());
         return;
     }
+    const Json::Value& object = *read.value;
     s_log.Log(6, "%s: Parsed %d values", __func__, static_cast<int>(object.size()));
     for (auto member = object.begin(); member != object.end(); ++member) {
         Keep(members, member.name(), *member);
@@ -154,6 +135,27 @@ JwtError Jwt::Validate()
         s_log.Log(2, "%s: Validation failed with error code: %s", __func__, ToText(m_error));
     }
     return m_error;
+}
+
+JwtError Jwt::VerifySignature(const CryptoKey::PublicKey& key)
+{
+    s_log.Log(4, "%s", __func__);
+    JwtError error = Validate();
+    if (error == JwtError::NO_ERROR) {
+        error = CheckSignature(Alg(), m_token.substr(0, m_secondDot), m_token.substr(m_secondDot + 1), key);
+    }
+    m_isSignatureVerified = error == JwtError::NO_ERROR;
+    if (m_isSignatureVerified) {
+        s_log.Log(3, "%s: Signature verification successful.", __func__);
+    } else {
+        s_log.Log(2, "%s: Signature verification failed with error code: %s", __func__, ToText(error));
+    }
+    return error;
+}
+
+std::string Jwt::ConvertSignature(const CryptoKey::PublicKey& key, const std::string& signature, JwtError& error)
+{
+    return JwtUtils::ConvertSignature(key, signature, error);
 }
 
 JwtError Jwt::HasExpired(std::int64_t leewaySeconds) const

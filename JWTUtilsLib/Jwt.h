@@ -1,10 +1,10 @@
 #pragma once
 
+#include "JwtError.h"
+
 #include <cstdint>
 #include <map>
 #include <string>
-
-#include "JwtError.h"
 
 namespace CryptoKey
 {
@@ -22,7 +22,7 @@ namespace JwtUtils
  * that nest deeper than kMaxDepth are refused: with the indentation of its JSON text a claim takes at most some 40
  * times the memory of the token.
  *
- * Copies are independent. An object belongs to one thread at a time.
+ * Copies are independent. Not thread-safe.
  */
 class Jwt
 {
@@ -109,7 +109,7 @@ public:
 
     /**
      * The DER form (RFC 3279 section 2.2.3) of an ECDSA signature of a token, which is r and s as numbers of fixed
-     * width, joined (RFC 7518 section 3.4). The signature as it is, when the key is no EC key. Any thread may call.
+     * width, joined (RFC 7518 section 3.4). The signature as it is, when the key is no EC key. Thread-safe.
      *
      * @param error set to NO_ERROR, or to what went wrong; the result is then empty
      */
@@ -120,7 +120,6 @@ private:
     static void ParseJson(const std::string& text, Members& members);
     static std::string TextOf(const Members& members, const char* name);
     std::int64_t TimeOf(const char* name) const;
-    JwtError CheckSignature(const CryptoKey::PublicKey& key);
 
     bool m_isValid = true;
     JwtError m_error = JwtError::NO_ERROR;

@@ -1,8 +1,8 @@
 #include "JwtAlgorithm.h"
 
-#include <algorithm>
-
 #include "Base64Encoder.h"
+
+#include <algorithm>
 
 namespace JwtUtils
 {

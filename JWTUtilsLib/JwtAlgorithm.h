@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "Key.h"
+
+#include <string>
 
 namespace JwtUtils
 {
@@ -14,12 +14,12 @@ struct Algorithm
     CryptoKey::DigestType digestType;
 };
 
-/** The algorithm of that name; null when it is not supported. Any thread may call. */
+/** The algorithm of that name; null when it is not supported. Thread-safe. */
 const Algorithm* FindAlgorithm(const std::string& name) noexcept;
 
 /**
  * The bytes that a token's segment stands for: base64url (RFC 4648 section 5), padded or not. Empty when the segment
- * holds a character outside the alphabet or ends within a byte. Any thread may call.
+ * holds a character outside the alphabet or ends within a byte. Thread-safe.
  */
 std::string DecodeSegment(std::string segment);
 } // namespace JwtUtils

@@ -20,6 +20,6 @@ enum class JwtError
     JWT_BEFORE_NBF = 12,
 };
 
-/** The name of the code, as above; "(unknown)" for a number that is none. Any thread may call. */
+/** The name of the code, as above; "(unknown)" for a number that is none. Thread-safe. */
 const char* ToText(JwtError error) noexcept;
 } // namespace JwtUtils

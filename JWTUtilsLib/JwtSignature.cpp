@@ -1,47 +1,31 @@
-// Whether a token was signed by the owner of a key.
-
-#include <openssl/ec.h>
-
-#include <algorithm>
+#include "JwtSignature.h"
 
 #include "DPrint.h"
-#include "Jwt.h"
 #include "JwtAlgorithm.h"
 #include "OpenSslErrors.h"
 #include "OpenSslTypes.h"
 #include "OpenSslVersions.h"
 #include "PublicKey.h"
 
+#include <openssl/ec.h>
+
+#include <algorithm>
+
 namespace JwtUtils
 {
 namespace
 {
+// The lines of a token and of its signature are read together: they share a logger.
 const DPrint s_log("JwtUtils::Jwt");
 } // namespace
 
-JwtError Jwt::VerifySignature(const CryptoKey::PublicKey& key)
-{
-    s_log.Log(4, "%s", __func__);
-    const JwtError error = CheckSignature(key);
-    m_isSignatureVerified = error == JwtError::NO_ERROR;
-    if (m_isSignatureVerified) {
-        s_log.Log(3, "%s: Signature verification successful.", __func__);
-    } else {
-        s_log.Log(2, "%s: Signature verification failed with error code: %s", __func__, ToText(error));
-    }
-    return error;
-}
-
-JwtError Jwt::CheckSignature(const CryptoKey::PublicKey& key)
+JwtError CheckSignature(const std::string& name, const std::string& input, const std::string& segment,
+                        const CryptoKey::PublicKey& key)
 {
     constexpr char kOperation[] = "VerifySignature";
-    if (const JwtError error = Validate(); error != JwtError::NO_ERROR) {
-        return error;
-    }
     if (key.GetKeyType() == CryptoKey::KeyType::INVALID) {
         return JwtError::SIGNATURE_INVALID_KEY;
     }
-    const std::string name = Alg();
     const Algorithm* algorithm = FindAlgorithm(name);
     if (algorithm == nullptr) {
         s_log.Log(3, "%s: Invalid or unsupported 'alg' value in JWT header: %s", kOperation, name.c_str());
@@ -52,7 +36,7 @@ JwtError Jwt::CheckSignature(const CryptoKey::PublicKey& key)
                   ToText(key.GetKeyType()));
         return JwtError::SIGNATURE_KEY_MISMATCH;
     }
-    std::string signature = DecodeSegment(m_token.substr(m_secondDot + 1));
+    std::string signature = DecodeSegment(segment);
     if (signature.empty()) {
         return JwtError::INVALID_SIGNATURE;
     }
@@ -63,12 +47,11 @@ JwtError Jwt::CheckSignature(const CryptoKey::PublicKey& key)
             return error;
         }
     }
-    return key.VerifySignature(m_token.substr(0, m_secondDot), signature, algorithm->digestType)
-               ? JwtError::NO_ERROR
-               : JwtError::SIGNATURE_VERIFICATION_FAILED;
+    return key.VerifySignature(input, signature, algorithm->digestType) ? JwtError::NO_ERROR
+                                                                        : JwtError::SIGNATURE_VERIFICATION_FAILED;
 }
 
-std::string Jwt::ConvertSignature(const CryptoKey::PublicKey& key, const std::string& signature, JwtError& error)
+std::string ConvertSignature(const CryptoKey::PublicKey& key, const std::string& signature, JwtError& error)
 {
     const char* const operation = __func__;
     const auto failed = [&error, operation](const char* call) {
@@ -85,7 +68,7 @@ std::string Jwt::ConvertSignature(const CryptoKey::PublicKey& key, const std::st
         }
         return signature;
     }
-    const CryptoKey::EcdsaSigPtr pair(ECDSA_SIG_new());
+    const OpenSsl::EcdsaSigPtr pair(ECDSA_SIG_new());
     if (!pair) {
         return failed("ECDSA_SIG_new");
     }
@@ -102,8 +85,8 @@ std::string Jwt::ConvertSignature(const CryptoKey::PublicKey& key, const std::st
         error = JwtError::SIGNATURE_SIZE_MISMATCH;
         return {};
     }
-    CryptoKey::BignumPtr r(BN_bin2bn(CryptoKey::Bytes(signature), half, nullptr));
-    CryptoKey::BignumPtr s(BN_bin2bn(CryptoKey::Bytes(signature) + half, half, nullptr));
+    OpenSsl::BignumPtr r(BN_bin2bn(OpenSsl::Bytes(signature), half, nullptr));
+    OpenSsl::BignumPtr s(BN_bin2bn(OpenSsl::Bytes(signature) + half, half, nullptr));
     if (!r || !s) {
         return failed("BN_bin2bn");
     }
@@ -116,7 +99,7 @@ std::string Jwt::ConvertSignature(const CryptoKey::PublicKey& key, const std::st
 
     const int length = i2d_ECDSA_SIG(pair.get(), nullptr);
     std::string der(static_cast<std::size_t>(std::max(length, 0)), '\0');
-    unsigned char* next = CryptoKey::Bytes(der);
+    unsigned char* next = OpenSsl::Bytes(der);
     const int encoded = length > 0 ? i2d_ECDSA_SIG(pair.get(), &next) : length;
     if (encoded <= 0) {
         return failed("i2d_ECDSA_SIG");

@@ -1,5 +1,11 @@
 #include "Key.h"
 
+#include "DPrint.h"
+#include "OpenSslErrors.h"
+#include "OpenSslVersions.h"
+#include "PublicKey.h"
+#include "StdioFile.h"
+
 #include <openssl/err.h>
 #include <openssl/objects.h>
 
@@ -7,12 +13,6 @@
 #include <cstdio>
 #include <exception>
 #include <system_error>
-
-#include "DPrint.h"
-#include "OpenSslErrors.h"
-#include "OpenSslVersions.h"
-#include "PublicKey.h"
-#include "StdioFile.h"
 
 namespace CryptoKey
 {
@@ -139,11 +139,11 @@ std::string Key::ReadFile(const std::string& path)
     s_log.Log(3, "%s: Reading %s", __func__, path.c_str());
     std::string text;
     try {
-        const JwtUtils::StdioFile file = JwtUtils::OpenForReading(path);
+        const Files::StdioFile file = Files::OpenForReading(path);
         if (!file) {
             throw std::system_error(errno, std::generic_category());
         }
-        JwtUtils::ReadAll(file.get(), text);
+        Files::ReadAll(file.get(), text);
     } catch (const std::exception& error) {
         s_log.Log(2, "%s: Failed to read file '%s': %s", __func__, path.c_str(), error.what());
     }
@@ -152,7 +152,7 @@ std::string Key::ReadFile(const std::string& path)
 
 bool Key::WriteFile(const std::string& path, const std::string& text)
 {
-    JwtUtils::StdioFile file(std::fopen(path.c_str(), "wbe"));
+    Files::StdioFile file(std::fopen(path.c_str(), "wbe"));
     // Closing writes what is still buffered, and so may fail for want of space.
     if (!file || std::fwrite(text.data(), 1, text.size(), file.get()) != text.size() ||
         std::fclose(file.release()) != 0) {

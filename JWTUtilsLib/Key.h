@@ -25,16 +25,18 @@ enum class DigestType
     DEFAULT = 675, ///< the key chooses
 };
 
-/** The name of the type, as above; "(unknown)" for a number that is none. Any thread may call. @{ */
+/** The name of the type, as above; "(unknown)" for a number that is none. Thread-safe. @{ */
 const char* ToText(KeyType type) noexcept;
 const char* ToText(DigestType type) noexcept;
 /** @} */
 
 /**
- * A key of OpenSSL, of a supported type, or none. Copies share the key, which nothing here changes.
+ * A key of OpenSSL, of a supported type, or none. Copies share the key, which nothing here changes: each thread may
+ * have a copy of its own.
  *
- * An object belongs to one thread at a time; copies may be used by several at once. Nothing throws for what OpenSSL
- * reports: the call that failed is logged, with OpenSSL's own errors.
+ * Nothing throws for what OpenSSL reports: the call that failed is logged, with OpenSSL's own errors.
+ *
+ * Not thread-safe.
  */
 class Key
 {
@@ -71,7 +73,7 @@ public:
     const EVP_MD* GetDefaultMessageDigestECDSA() const;
 
     /**
-     * The whole content of a file. A failure is logged, one of a file larger than JwtUtils::kMaxFileSize too; the
+     * The whole content of a file. A failure is logged, one of a file larger than Files::kMaxFileSize too; the
      * result is then what has been read. Never waits.
      */
     static std::string ReadFile(const std::string& path);

@@ -26,8 +26,8 @@ CurveDegree DegreeOf(EVP_PKEY* pkey)
     if (EVP_PKEY_todata(pkey, EVP_PKEY_KEY_PARAMETERS, &parameters) != 1) {
         return {0, "EVP_PKEY_get1_EC_KEY"};
     }
-    const std::unique_ptr<OSSL_PARAM, OpenSslDeleter<OSSL_PARAM_free>> parametersOwner(parameters);
-    const std::unique_ptr<EC_GROUP, OpenSslDeleter<EC_GROUP_free>> group(
+    const std::unique_ptr<OSSL_PARAM, OpenSsl::Deleter<OSSL_PARAM_free>> parametersOwner(parameters);
+    const std::unique_ptr<EC_GROUP, OpenSsl::Deleter<EC_GROUP_free>> group(
         EC_GROUP_new_from_params(parameters, nullptr, nullptr));
     if (!group) {
         return {0, "EC_KEY_get0_group"};
@@ -48,8 +48,8 @@ namespace CryptoKey
 {
 CurveDegree DegreeOf(EVP_PKEY* pkey)
 {
-    const std::unique_ptr<EC_KEY, OpenSslDeleter<EC_KEY_free>> key(pkey != nullptr ? EVP_PKEY_get1_EC_KEY(pkey)
-                                                                                   : nullptr);
+    const std::unique_ptr<EC_KEY, OpenSsl::Deleter<EC_KEY_free>> key(pkey != nullptr ? EVP_PKEY_get1_EC_KEY(pkey)
+                                                                                     : nullptr);
     if (!key) {
         return {0, "EVP_PKEY_get1_EC_KEY"};
     }

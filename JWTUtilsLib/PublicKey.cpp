@@ -1,10 +1,10 @@
 #include "PublicKey.h"
 
-#include <openssl/pem.h>
-
 #include "DPrint.h"
 #include "OpenSslErrors.h"
 #include "OpenSslTypes.h"
+
+#include <openssl/pem.h>
 
 namespace CryptoKey
 {
@@ -21,7 +21,7 @@ bool PublicKey::LoadString(const std::string& pem)
         s_log.Log(kErrorLevel, "%s: No data", __func__);
         return false;
     }
-    const BioPtr bio(BIO_new_mem_buf(pem.c_str(), -1));
+    const OpenSsl::BioPtr bio(BIO_new_mem_buf(pem.c_str(), -1));
     if (!bio) {
         LogOpenSslError(s_log, __func__, "BIO_new_mem_buf");
         return false;
@@ -44,7 +44,7 @@ std::string PublicKey::ToString() const
         return {};
     }
     const char* failedCall = nullptr;
-    const BioPtr bio(BIO_new(BIO_s_mem()));
+    const OpenSsl::BioPtr bio(BIO_new(BIO_s_mem()));
     if (!bio) {
         failedCall = "BIO_new";
     } else if (PEM_write_bio_PUBKEY(bio.get(), GetKey()) != 1) {
@@ -69,14 +69,14 @@ bool PublicKey::VerifySignature(const std::string& message, const std::string& s
     }
     const EVP_MD* digest = GetMessageDigest(digestType);
     const char* failedCall = nullptr;
-    const EvpMdCtxPtr context(EVP_MD_CTX_new());
+    const OpenSsl::EvpMdCtxPtr context(EVP_MD_CTX_new());
     if (!context) {
         failedCall = "EVP_MD_CTX_create";
     } else if (EVP_DigestVerifyInit(context.get(), nullptr, digest, nullptr, GetKey()) != 1) {
         failedCall = "EVP_DigestVerifyInit";
     } else if (EVP_DigestVerifyUpdate(context.get(), message.data(), message.size()) != 1) {
         failedCall = "EVP_DigestVerifyUpdate";
-    } else if (EVP_DigestVerifyFinal(context.get(), Bytes(signature), signature.size()) != 1) {
+    } else if (EVP_DigestVerifyFinal(context.get(), OpenSsl::Bytes(signature), signature.size()) != 1) {
         failedCall = "EVP_DigestVerifyFinal";
     }
     if (failedCall != nullptr) {

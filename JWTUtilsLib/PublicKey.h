@@ -1,12 +1,12 @@
 #pragma once
 
-#include <string>
-
 #include "Key.h"
+
+#include <string>
 
 namespace CryptoKey
 {
-/** A public key, which comes and goes as PEM text (RFC 7468 section 13) and verifies signatures. Threads: as Key. */
+/** A public key, which comes and goes as PEM text (RFC 7468 section 13) and verifies signatures. Not thread-safe. */
 class PublicKey : public Key
 {
 public:

@@ -1,12 +1,13 @@
 #include "QuillaneTokens.h"
 
+#include "DPrint.h"
+#include "FileHelpers.h"
+#include "Filename.h"
+#include "ProtoToMarkup.h"
+
 #include <exception>
 #include <stdexcept>
 #include <utility>
-
-#include "DPrint.h"
-#include "FileHelpers.h"
-#include "ProtoToMarkup.h"
 
 namespace JwtUtils
 {
@@ -27,10 +28,8 @@ TimePoint Now()
 
 std::string SideFile(const std::string& tokenFile, const std::string& suffix)
 {
-    const std::size_t name = tokenFile.rfind('/') + 1; // 0 for a path without folders
-    const std::size_t extension = tokenFile.rfind('.');
-    const bool hasExtension = extension != std::string::npos && extension >= name;
-    return (hasExtension ? tokenFile.substr(0, extension) : tokenFile) + suffix;
+    const bool hasExtension = Files::FilenameOf(tokenFile).find('.') != std::string::npos;
+    return (hasExtension ? tokenFile.substr(0, tokenFile.rfind('.')) : tokenFile) + suffix;
 }
 
 bool QuillaneTokens::ReadFile(const std::string& path)

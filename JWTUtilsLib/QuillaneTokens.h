@@ -1,11 +1,11 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
-
 #include "Jwt.h"
 #include "MorvekJWTUtils.pb.h"
 #include "TokenTimes.h"
+
+#include <cstdint>
+#include <string>
 
 namespace JwtUtils
 {
@@ -16,8 +16,10 @@ namespace JwtUtils
  * ".timestamp" with the time that the access token expires and ".refresh_token" with the time that the refresh token
  * expires, each in decimal seconds since the epoch.
  *
- * Nothing refreshes the tokens by itself: the owner reads the files again when it needs what they hold then. An object
- * belongs to one thread at a time. Failures are results and lines of the log, but for the one that ReadFile throws.
+ * Nothing refreshes the tokens by itself: the owner reads the files again when it needs what they hold then. Failures
+ * are results and lines of the log, but for the one that ReadFile throws.
+ *
+ * Not thread-safe.
  */
 class QuillaneTokens
 {

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <string>
 
-/** The arithmetic of the token store: when a token expires, and how long until it should be refreshed. Any thread may
- *  call; the current time comes in as an argument. */
+/** The arithmetic of the token store: when a token expires, and how long until it should be refreshed. The
+ *  current time comes in as an argument. Thread-safe. */
 namespace JwtUtils
 {
 /** Times between the years 1677 and 2262. */

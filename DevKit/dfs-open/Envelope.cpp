@@ -1,6 +1,7 @@
 #include "Envelope.h"
 
 #include "EnvelopeLayout.h"
+#include "OpenSslTypes.h"
 
 #include <openssl/bio.h>
 #include <openssl/cms.h>
@@ -21,8 +22,8 @@ namespace DfsOpen
 namespace
 {
 
-using Message = std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)>;
-using Bio = std::unique_ptr<BIO, decltype(&BIO_free_all)>;
+using Message = std::unique_ptr<CMS_ContentInfo, OpenSsl::Deleter<CMS_ContentInfo_free>>;
+using Bio = std::unique_ptr<BIO, OpenSsl::Deleter<BIO_free_all>>;
 
 Fault Damaged()
 {
@@ -59,7 +60,7 @@ void Decrypt(CMS_ContentInfo* message, Bio content, EVP_PKEY* key, const ByteSin
     if (CMS_decrypt_set1_pkey(message, key, nullptr) != 1) {
         throw Fault(Outcome::kDamaged, "does not open with this key");
     }
-    const Bio plain(CMS_dataInit(message, content.get()), BIO_free_all);
+    const Bio plain(CMS_dataInit(message, content.get()));
     if (!plain) {
         throw Damaged();
     }
@@ -98,14 +99,14 @@ Message ParseWithoutContent(std::string_view recipients, std::string_view cipher
         .append(kEmptyContent)
         .append(kEndsOfContents, '\0');
     const auto* next = reinterpret_cast<const unsigned char*>(message.data());
-    return {d2i_CMS_ContentInfo(nullptr, &next, static_cast<long>(message.size())), CMS_ContentInfo_free};
+    return Message(d2i_CMS_ContentInfo(nullptr, &next, static_cast<long>(message.size())));
 }
 
 } // namespace
 
 PrivateKey::PrivateKey(const std::string& path)
 {
-    const Bio file(BIO_new_file(path.c_str(), "re"), BIO_free_all);
+    const Bio file(BIO_new_file(path.c_str(), "re"));
     if (!file) {
         throw std::invalid_argument("cannot read the key file " + path + ": " + std::generic_category().message(errno));
     }
@@ -135,7 +136,7 @@ void OpenEnvelope(std::string& message, const PrivateKey* key, const ByteSink& s
         return;
     }
     const std::string_view encrypted = part(layout.content);
-    Bio content(BIO_new_mem_buf(encrypted.data(), static_cast<int>(encrypted.size())), BIO_free_all);
+    Bio content(BIO_new_mem_buf(encrypted.data(), static_cast<int>(encrypted.size())));
     if (!content) {
         throw std::bad_alloc();
     }

@@ -1,12 +1,12 @@
 #include "AsyncTaskRunner.h"
 
+#include "CTask.h"
+#include "HttpLog.h"
+
 #include <atomic>
 #include <list>
 #include <mutex>
 #include <utility>
-
-#include "CTask.h"
-#include "HttpLog.h"
 
 namespace Http
 {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <memory>
-
 #include "IRunnable.h"
+
+#include <memory>
 
 namespace Http
 {
@@ -13,14 +13,16 @@ namespace Http
 class AsyncTaskRunner
 {
 public:
-    /** Any thread: the process's only runner. It lives until the process ends. */
+    /** The process's only runner. It lives until the process ends. Thread-safe. */
     static AsyncTaskRunner& GetInstance();
 
     /**
-     * Any thread: starts the job and returns at once; the runner shares the job until it has returned. The job itself
+     * Starts the job and returns at once; the runner shares the job until it has returned. The job itself
      * reports that it is done. A std::exception that leaves it is logged by its thread's base class, and that is all.
      *
-     * @throws std::system_error when the kernel has no thread to give; the job is then not run.
+     * @throws std::system_error when the kernel has no thread to give; the job is then not run
+     *
+     * Thread-safe.
      */
     void Run(std::shared_ptr<Threads_Http::IRunnable> job);
 };

@@ -1,17 +1,17 @@
 #include "CHttpInterface.h"
 
-#include <curl/curl.h>
-
-#include <csignal>
-#include <exception>
-#include <utility>
-
 #include "AsyncTaskRunner.h"
 #include "HSMFileFetcherCallback.h"
 #include "HSMSimpleURLFetcherCallback.h"
 #include "HttpLog.h"
 #include "HttpOpHandle.h"
 #include "RunTask.h"
+
+#include <curl/curl.h>
+
+#include <csignal>
+#include <exception>
+#include <utility>
 
 namespace Http
 {

@@ -1,10 +1,5 @@
 #pragma once
 
-#include <cstdint>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "AsyncCallback.h"
 #include "HSMResponse.h"
 #include "HttpRequest.h"
@@ -12,13 +7,18 @@
 #include "IHttpOpHandle.h"
 #include "ISimpleURLFetcherCallback.h"
 
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
 namespace Http
 {
 /**
  * The HTTP client of tasks: each call returns at once, its exchange runs with its retries on a thread of its own, and
  * its outcome, exactly one whatever happens, is posted to the callback's task. Calls are independent of each other.
  *
- * To be used on its owner's task. It may be destroyed while calls are under way: they go on.
+ * It may be destroyed while calls are under way: they go on. Runs on the task's thread.
  *
  * Arguments of the operations: the URL; the request headers to add; the body, which is moved in and held in memory
  * once; its content type (empty for none); the callback; and `handle`, set to the handle of the operation.

@@ -1,5 +1,7 @@
 #include "EventWaiter.h"
 
+#include "HttpLog.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -10,8 +12,6 @@
 #include <cstdint>
 #include <limits>
 #include <system_error>
-
-#include "HttpLog.h"
 
 namespace Http
 {

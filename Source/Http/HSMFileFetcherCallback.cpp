@@ -1,17 +1,19 @@
 #include "HSMFileFetcherCallback.h"
 
+#include "Crc32.h"
+#include "HttpLog.h"
+#include "StdioFile.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <exception>
-#include <memory>
 #include <optional>
+#include <system_error>
 #include <utility>
-
-#include "Crc32.h"
-#include "HttpLog.h"
 
 namespace Http
 {
@@ -19,35 +21,25 @@ namespace
 {
 const DPrint s_log("HSMFileFetcherCallback");
 
-struct FileCloser
+/** The file as far as it could be equal to a body of that size; nothing when it cannot be read, or is larger. */
+std::optional<std::string> ReadFile(const std::string& path, std::size_t bodySize)
 {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
-
-/** Opened close-on-exec, which a standard file stream cannot do. */
-File OpenFile(const std::string& path, const char* mode)
-{
-    return File(std::fopen(path.c_str(), mode));
-}
-
-std::optional<std::string> ReadFile(const std::string& path)
-{
-    const File file = OpenFile(path, "rbe");
+    std::string content;
+    const Files::StdioFile file = Files::OpenForReading(path);
     if (!file) {
         return std::nullopt;
     }
-    std::string content;
-    char chunk[4096];
-    while (const std::size_t size = std::fread(chunk, 1, sizeof chunk, file.get())) {
-        content.append(chunk, size);
+    try {
+        Files::ReadAll(file.get(), content, std::max(bodySize, Files::kMaxFileSize));
+    } catch (const std::system_error&) {
+        return std::nullopt;
     }
-    return std::ferror(file.get()) == 0 ? std::make_optional(std::move(content)) : std::nullopt;
+    return content;
 }
 
 bool WriteFile(const std::string& path, const std::string& content)
 {
-    File file = OpenFile(path, "wbe");
+    Files::StdioFile file(std::fopen(path.c_str(), "wbe"));
     if (!file) {
         return false;
     }
@@ -88,7 +80,7 @@ void HSMFileFetcherCallback::OnFetchCompleted(HSMResponse response)
 
 bool HSMFileFetcherCallback::StoreBody(const std::string& body) const
 {
-    const auto present = ReadFile(m_path);
+    const auto present = ReadFile(m_path, body.size());
     if (present && Crc32::Calculate(*present) == Crc32::Calculate(body)) {
         return true;
     }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "HSMSimpleURLFetcherCallback.h"
+
+#include <string>
 
 namespace Http
 {

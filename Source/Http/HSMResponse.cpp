@@ -1,8 +1,8 @@
 #include "HSMResponse.h"
 
-#include <sstream>
-
 #include "LogLine.h"
+
+#include <sstream>
 
 namespace Http
 {

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "HeaderMap.h"
+
 #include <cstdint>
 #include <iosfwd>
 #include <string>
-
-#include "HeaderMap.h"
 
 namespace Http
 {

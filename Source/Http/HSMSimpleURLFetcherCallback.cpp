@@ -1,8 +1,8 @@
 #include "HSMSimpleURLFetcherCallback.h"
 
-#include <utility>
-
 #include "HttpLog.h"
+
+#include <utility>
 
 namespace Http
 {

@@ -1,13 +1,13 @@
 #include "HttpGlobal.h"
 
+#include "DPrint.h"
+
 #include <curl/curl.h>
 #include <sys/random.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
-
-#include "DPrint.h"
 
 namespace Http
 {

@@ -1,8 +1,8 @@
 #include "HttpOpHandle.h"
 
-#include <utility>
-
 #include "HttpLog.h"
+
+#include <utility>
 
 namespace Http
 {

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <memory>
-
 #include "IHttpOpHandle.h"
 #include "IRunTask.h"
+
+#include <memory>
 
 namespace Http
 {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "HeaderMap.h"
+
+#include <string>
 
 namespace Http
 {

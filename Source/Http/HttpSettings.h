@@ -1,9 +1,9 @@
 #pragma once
 
-#include <cstdint>
-
 #include "BodyBound.h"
 #include "RetrySettings.h"
+
+#include <cstdint>
 
 namespace Http
 {

@@ -9,8 +9,8 @@ public:
     virtual ~IHttpOpHandle() = default;
 
     /**
-     * Any thread: the operation is not tried again. One that waits for its next attempt ends at once with its last
-     * response; one whose exchange is under way ends with that exchange.
+     * Has the operation not be tried again. One that waits for its next attempt ends at once with its last response;
+     * one whose exchange is under way ends with that exchange. Thread-safe.
      */
     virtual void Cancel() = 0;
 };

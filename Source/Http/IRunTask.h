@@ -8,7 +8,7 @@ namespace Http
 class IRunTask : public Threads_Http::IRunnable
 {
 public:
-    /** Any thread, at any time: ends the job's wait between two attempts, the present one or the next. */
+    /** Ends the job's wait between two attempts, the present one or the next. Thread-safe. */
     virtual void Cancel() = 0;
 };
 } // namespace Http

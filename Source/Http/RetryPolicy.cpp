@@ -1,12 +1,12 @@
 #include "RetryPolicy.h"
 
+#include "HttpLog.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
 #include <utility>
-
-#include "HttpLog.h"
 
 namespace Http
 {

@@ -1,14 +1,14 @@
 #pragma once
 
+#include "HSMResponse.h"
+#include "RetrySettings.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <functional>
 #include <optional>
 #include <string>
-
-#include "HSMResponse.h"
-#include "RetrySettings.h"
 
 namespace Http
 {
@@ -53,7 +53,7 @@ struct RetryDecision
  * Decides whether a request is sent again and how long to wait: a function of the settings, the response, the state,
  * the time and chance, and of nothing else. It neither sends nor sleeps.
  *
- * One object serves one request, on one thread at a time.
+ * One object serves one request. Not thread-safe.
  */
 class RetryPolicy
 {
@@ -63,7 +63,7 @@ public:
 
     explicit RetryPolicy(RetrySettings settings, RandomFunction random = std::rand, RetryState state = {});
 
-    /** @param now seconds since the epoch. Of a Retry, the state counts that retry as made. */
+    /** @param now seconds since the epoch. If the decision is Retry, the attempt count already includes it. */
     RetryDecision Decide(const HSMResponse& response, std::int64_t now);
 
     const RetryState& State() const noexcept { return m_state; }

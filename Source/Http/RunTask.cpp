@@ -1,5 +1,8 @@
 #include "RunTask.h"
 
+#include "HttpLog.h"
+#include "HttpUrl.h"
+
 #include <sys/types.h>
 
 #include <algorithm>
@@ -7,9 +10,6 @@
 #include <limits>
 #include <string>
 #include <utility>
-
-#include "HttpLog.h"
-#include "HttpUrl.h"
 
 namespace Http
 {

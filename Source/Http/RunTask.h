@@ -1,7 +1,5 @@
 #pragma once
 
-#include <memory>
-
 #include "EventWaiter.h"
 #include "HSMResponse.h"
 #include "HttpRequest.h"
@@ -9,6 +7,8 @@
 #include "IRunTask.h"
 #include "RetryPolicy.h"
 #include "SimpleURLFetcher.h"
+
+#include <memory>
 
 namespace Http
 {
@@ -26,7 +26,7 @@ public:
      */
     void Run() override;
 
-    /** Any thread, at any time. An exchange that is under way is not broken off. */
+    /** An exchange that is under way is not broken off. Thread-safe. */
     void Cancel() override;
 
     /** After Run has returned: the last response. */

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "DPrint.h"
+
 #include <cstddef>
 #include <exception>
 #include <ostream>
 #include <sstream>
 #include <string_view>
 #include <type_traits>
-
-#include "DPrint.h"
 
 /** How many bytes of one text a line shows: a text from outside, however long, must leave room for the rest of its
  *  line. */

@@ -1,15 +1,14 @@
 #include "FileHelpers.h"
 
-#include <gtest/gtest.h>
+#include "CapturedLog.h"
+#include "TemporaryFolder.h"
+
 #include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <csignal>
 #include <filesystem>
 #include <functional>
-
-#include "CapturedLog.h"
-#include "TemporaryFolder.h"
 
 namespace fs = std::filesystem;
 
@@ -24,7 +23,7 @@ TEST(ReadFileStr, ReadsWhatThereIs_AndWaitsForNothing)
         std::string path;
         std::string content;
         std::vector<std::string> failures;
-        std::size_t maxSize = JwtUtils::kMaxFileSize;
+        std::size_t maxSize = Files::kMaxFileSize;
     } cases[] = {
         {bytes, {"a\0\n\xff", 4}, {}, 4},
         {bytes, {"a\0\n", 3}, {"2 read file '" + bytes + "': File too large"}, 2},
@@ -42,26 +41,33 @@ TEST(ReadFileStr, ReadsWhatThereIs_AndWaitsForNothing)
 TEST(WriteFileStr, ReplacesTheFile_OrLeavesItAsItWas)
 {
     const TemporaryFolder folder;
-    const std::string path = folder.Path() + "/file";
-    const std::string temporary = path + ".tmp";
+    const std::string path = folder.Path() + "/file", temporary = path + ".tmp";
     const std::string data = std::string(100000, '\0') + "new";
     const auto limitSize = [](rlim_t bytes) {
         const rlimit limit{bytes, RLIM_INFINITY};
         setrlimit(RLIMIT_FSIZE, &limit);
     };
     std::signal(SIGXFSZ, SIG_IGN);
-    const std::pair<std::function<void()>, std::string> cases[] = {
+    const struct
+    {
+        std::function<void()> provoke;
+        std::string failure;
+    } cases[] = {
         {[&] { limitSize(50000); }, "2 write all data to '" + temporary + "': File too large"},
         {[&] { fs::create_directory(temporary); }, "2 open file '" + temporary + "': Is a directory"},
-        {[&] { fs::remove(path), fs::create_directories(path + "/in it"); },
+        {[&] {
+             fs::remove(path);
+             fs::create_directories(path + "/in it");
+         },
          "2 rename '" + temporary + "' to '" + path + "': Is a directory"},
     };
-    for (const auto& [provoke, failure] : cases) {
+    for (const auto& each : cases) {
         EXPECT_TRUE(JwtUtils::WriteFileStr(path, "old"));
-        provoke();
+        each.provoke();
         const CapturedLog log;
         EXPECT_FALSE(JwtUtils::WriteFileStr(path, data));
-        EXPECT_EQ(CapturedLog::LinesOf("JwtUtils::QuillaneTokens", "WriteFileStr: Failed to "), std::vector{failure});
+        EXPECT_EQ(CapturedLog::LinesOf("JwtUtils::QuillaneTokens", "WriteFileStr: Failed to "),
+                  std::vector{each.failure});
         EXPECT_TRUE(fs::is_directory(path) || ReadWholeFile(path) == "old");
         limitSize(RLIM_INFINITY);
         const bool isAnothers = fs::is_directory(temporary);
@@ -72,16 +78,12 @@ TEST(WriteFileStr, ReplacesTheFile_OrLeavesItAsItWas)
 TEST(WriteFileStr, TakesNothingOverFromWhatHasTheTemporaryName)
 {
     const TemporaryFolder folder;
-    const std::string path = folder.Path() + "/file";
-    const std::string temporary = path + ".tmp";
+    const std::string path = folder.Path() + "/file", temporary = path + ".tmp";
     const std::string other = folder.Write("other", "untouched");
-    const std::function<void()> planted[] = {
-        [&] { fs::create_symlink(other, temporary); },
-        [&] { fs::create_hard_link(other, temporary); },
-        [&] { mkfifo(temporary.c_str(), 0666); },
-    };
     umask(0777);
-    for (const auto& plant : planted) {
+    for (const std::function<void()>& plant : std::vector<std::function<void()>>{
+             [&] { fs::create_symlink(other, temporary); }, [&] { fs::create_hard_link(other, temporary); },
+             [&] { mkfifo(temporary.c_str(), 0666); }}) {
         plant();
         EXPECT_TRUE(JwtUtils::WriteFileStr(path, "new"));
         EXPECT_FALSE(JwtUtils::WriteFileStr(path, ""));

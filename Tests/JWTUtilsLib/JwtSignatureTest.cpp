@@ -1,7 +1,3 @@
-#include <gtest/gtest.h>
-
-#include <functional>
-
 #include "CapturedLog.h"
 #include "Jwt.h"
 #include "PublishedTokens.h"
@@ -44,7 +40,13 @@ TEST(JwtSignature, OfEveryAlgorithm_IsVerifiedByItsKeyOnly)
     const PublicKey p256 = MakeKey(NID_X9_62_prime256v1), p384 = MakeKey(NID_secp384r1), p521 = MakeKey(NID_secp521r1);
     const PublicKey explicit256(MakeKey(NID_X9_62_prime256v1, OPENSSL_EC_EXPLICIT_CURVE).ToString());
     constexpr auto kFailed = JwtError::SIGNATURE_VERIFICATION_FAILED;
-    const std::tuple<const char*, PublicKey, PublicKey, JwtError> cases[] = {
+    const struct
+    {
+        const char* alg;
+        PublicKey key;
+        PublicKey wrongKey;
+        JwtError error; ///< with the wrong key
+    } cases[] = {
         {"RS256", rsa, otherRsa, kFailed},
         {"RS384", rsa, p256, JwtError::SIGNATURE_KEY_MISMATCH},
         {"RS512", rsa, p521, JwtError::SIGNATURE_KEY_MISMATCH},
@@ -55,10 +57,10 @@ TEST(JwtSignature, OfEveryAlgorithm_IsVerifiedByItsKeyOnly)
         {"ES384", p384, p521, JwtError::SIGNATURE_SIZE_MISMATCH},
         {"ES512", p521, rsa, JwtError::SIGNATURE_KEY_MISMATCH},
     };
-    for (const auto& [alg, key, wrongKey, error] : cases) {
-        const std::string token = MakeToken(alg, kClaims, key);
-        EXPECT_EQ(Verify(token, PublicKey(key.ToString())), JwtError::NO_ERROR) << alg;
-        EXPECT_EQ(Verify(token, wrongKey), error) << alg;
+    for (const auto& each : cases) {
+        const std::string token = MakeToken(each.alg, kClaims, each.key);
+        EXPECT_EQ(Verify(token, PublicKey(each.key.ToString())), JwtError::NO_ERROR) << each.alg;
+        EXPECT_EQ(Verify(token, each.wrongKey), each.error) << each.alg;
     }
 }
 
@@ -91,37 +93,31 @@ TEST(Jwt, LogsEachOperation)
     JwtError error = JwtError::NO_ERROR;
     const std::string start = "4 VerifySignature", validate = "4 Validate";
     const std::string loaded = "3 Validate: Loaded JWT with key type RSA-SHA256";
-    const struct
-    {
-        std::function<void()> operation;
-        std::vector<std::string> lines;
-    } cases[] = {
-        {[] { Jwt("a.b"); },
-         {"3 ParseJwtString: Invalid JWT: a.b",
-          "2 ParseJwtString: JWT parsing failed with error code: JWT_FORMAT_ERROR"}},
-        {[] { Jwt(Segment("{}") + '.' + Segment("[]") + '.'); },
-         {"6 ParseJson: Parsed 0 values", "3 ParseJson: Could not parse JWT JSON: it is no object",
-          "3 ParseJwtString: Invalid JWT", "2 ParseJwtString: JWT parsing failed with error code: JSON_PARSE_ERROR"}},
-        {[&] { hmac.Validate(); },
-         {validate, "3 Validate: Loaded JWT with unsupported key algorithm: 'HS256'",
-          "2 Validate: Validation failed with error code: INVALID_SIGNATURE_ALGORITHM"}},
-        {[&] { good.VerifySignature(p256); },
-         {start, validate, loaded, "3 VerifySignature: JWT algorithm (alg='RS256') does not match key type: ECDSA",
-          "2 VerifySignature: Signature verification failed with error code: SIGNATURE_KEY_MISMATCH"}},
-        {[&] { good.VerifySignature(rsa); },
-         {start, validate, loaded, "3 VerifySignature: Signature verification successful."}},
-        {[&] { good.HasExpired(60, 5); }, {"4 HasExpired: now=5 nbf=0 exp=4102444800"}},
-        {[&] { Jwt::ConvertSignature(rsa, "sig", error); },
-         {"4 ConvertSignature", "3 ConvertSignature: Wrong key type for ConvertSignature (RSA)"}},
-        {[&] { Jwt::ConvertSignature(p256, "sig", error); },
-         {"4 ConvertSignature", "6 ConvertSignature: sig.size = 3", "6 ConvertSignature: key degree = 256 (64)",
-          "3 ConvertSignature: Signature size error for EC_KEY (size is: 3, should be: 64)"}},
-    };
-    for (const auto& each : cases) {
-        const CapturedLog log;
-        each.operation();
-        EXPECT_EQ(CapturedLog::LinesOf("JwtUtils::Jwt"), each.lines);
-    }
+    ExpectLines(
+        "JwtUtils::Jwt",
+        {
+            {[] { Jwt("a.b"); },
+             {"3 ParseJwtString: Invalid JWT: a.b",
+              "2 ParseJwtString: JWT parsing failed with error code: JWT_FORMAT_ERROR"}},
+            {[] { Jwt(Segment("{}") + '.' + Segment("[]") + '.'); },
+             {"6 ParseJson: Parsed 0 values", "3 ParseJson: Could not parse JWT JSON: it is no object",
+              "3 ParseJwtString: Invalid JWT",
+              "2 ParseJwtString: JWT parsing failed with error code: JSON_PARSE_ERROR"}},
+            {[&] { hmac.Validate(); },
+             {validate, "3 Validate: Loaded JWT with unsupported key algorithm: 'HS256'",
+              "2 Validate: Validation failed with error code: INVALID_SIGNATURE_ALGORITHM"}},
+            {[&] { good.VerifySignature(p256); },
+             {start, validate, loaded, "3 VerifySignature: JWT algorithm (alg='RS256') does not match key type: ECDSA",
+              "2 VerifySignature: Signature verification failed with error code: SIGNATURE_KEY_MISMATCH"}},
+            {[&] { good.VerifySignature(rsa); },
+             {start, validate, loaded, "3 VerifySignature: Signature verification successful."}},
+            {[&] { good.HasExpired(60, 5); }, {"4 HasExpired: now=5 nbf=0 exp=4102444800"}},
+            {[&] { Jwt::ConvertSignature(rsa, "sig", error); },
+             {"4 ConvertSignature", "3 ConvertSignature: Wrong key type for ConvertSignature (RSA)"}},
+            {[&] { Jwt::ConvertSignature(p256, "sig", error); },
+             {"4 ConvertSignature", "6 ConvertSignature: sig.size = 3", "6 ConvertSignature: key degree = 256 (64)",
+              "3 ConvertSignature: Signature size error for EC_KEY (size is: 3, should be: 64)"}},
+        });
     std::string names;
     for (int code = 0; code <= 13; ++code) {
         names.append(ToText(static_cast<JwtError>(code))).append(" ");

@@ -1,11 +1,11 @@
 #include "Jwt.h"
 
+#include "TokenMaker.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <stdexcept>
-
-#include "TokenMaker.h"
 
 using JwtUtils::Jwt;
 using JwtUtils::JwtError;
@@ -14,22 +14,6 @@ using Text = std::string;
 static Jwt TokenOf(const Text& header, const Text& claims)
 {
     return Jwt(Segment(header) + '.' + Segment(claims) + '.');
-}
-
-TEST(Jwt, ReadsPublishedTokens)
-{
-    // RFC 7519 sections 3.1 and 6.1: signed by HMAC, and not signed.
-    const Text claims =
-        "eyJpc3MiOiJqb2UiLA0KICJleHAiOjEzMDA4MTkzODAsDQogImh0dHA6Ly9leGFtcGxlLmNvbS9pc19yb290Ijp0cnVlfQ.";
-    Jwt token("eyJ0eXAiOiJKV1QiLA0KICJhbGciOiJIUzI1NiJ9." + claims + "dBjftJeZ4CVP-mB92K27uhbUJU1p1r_wW1gFWFOEjXk");
-    EXPECT_EQ(token.Header(), (Jwt::Members{{"typ", "JWT"}, {"alg", "HS256"}}));
-    EXPECT_EQ(token.Claims(),
-              (Jwt::Members{{"iss", "joe"}, {"exp", "1300819380"}, {"http://example.com/is_root", "true"}}));
-    EXPECT_EQ(Jwt("eyJhbGciOiJub25lIn0." + claims).Validate(), JwtError::INVALID_SIGNATURE_ALGORITHM);
-
-    EXPECT_EQ(token.HasExpired(0), JwtError::SIGNATURE_NOT_VERIFIED);
-    EXPECT_EQ(token.Validate(), JwtError::INVALID_SIGNATURE_ALGORITHM);
-    EXPECT_EQ(token.HasExpired(0), JwtError::INVALID_SIGNATURE_ALGORITHM);
 }
 
 TEST(Jwt, GivesEveryValueItsName)
@@ -89,8 +73,11 @@ TEST(Jwt, ReadsTimesByTheirLeadingDigits)
 TEST(Jwt, HasExpired_ByItsTimesAndTheLeeway)
 {
     constexpr auto kGood = JwtError::NO_ERROR, kLate = JwtError::JWT_PAST_EXPIRATION, kEarly = JwtError::JWT_BEFORE_NBF;
-    // The claims "exp" and "nbf", the leeway, the time, and what comes of them.
-    const std::tuple<std::int64_t, std::int64_t, std::int64_t, std::int64_t, JwtError> cases[] = {
+    const struct
+    {
+        std::int64_t exp, nbf, leeway, now;
+        JwtError result;
+    } cases[] = {
         {0, 0, 0, INT64_MAX, kGood},
         {1000, 3000, 0, 2000, kLate},
         {1000, 0, 60, 1059, kGood},
@@ -102,6 +89,10 @@ TEST(Jwt, HasExpired_ByItsTimesAndTheLeeway)
         {INT64_MAX - 9, 0, 60, INT64_MAX - 1, kGood},
         {0, INT64_MIN, 60, INT64_MIN, kGood},
     };
+    Jwt hmac = TokenOf(R"({"alg":"HS256"})", R"({"exp":1})");
+    EXPECT_EQ(hmac.HasExpired(0), JwtError::SIGNATURE_NOT_VERIFIED);
+    EXPECT_EQ(hmac.Validate(), JwtError::INVALID_SIGNATURE_ALGORITHM);
+    EXPECT_EQ(hmac.HasExpired(0), JwtError::INVALID_SIGNATURE_ALGORITHM);
     const CryptoKey::PublicKey key = MakeKey(NID_X9_62_prime256v1);
     for (const auto& [exp, nbf, leeway, now, result] : cases) {
         const Text claims = R"({"exp":)" + std::to_string(exp) + R"(,"nbf":)" + std::to_string(nbf) + '}';

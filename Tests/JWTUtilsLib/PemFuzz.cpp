@@ -1,7 +1,7 @@
-#include <cstdint>
-
 #include "FuzzCheck.h"
 #include "PublishedTokens.h"
+
+#include <cstdint>
 
 static void CheckPem(const std::string& pem)
 {

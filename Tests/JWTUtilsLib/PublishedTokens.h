@@ -1,12 +1,12 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "Base64.h"
 #include "Base64Encoder.h"
 #include "JwtAlgorithm.h"
 #include "PublicKey.h"
+
+#include <string>
+#include <vector>
 
 /** A token that others have published, and the key that verifies it. */
 struct PublishedToken
@@ -20,7 +20,7 @@ struct PublishedToken
 /** The PEM form of the key whose DER form `start` (in base64) begins and `rest` goes on with. */
 inline std::string Pem(const std::string& start, const std::string& rest)
 {
-    std::string text = Base64(Base64Encoder::Decode(start) + rest);
+    std::string text = OpenSsl::Base64(Base64Encoder::Decode(start) + rest);
     for (std::size_t at = 64; at < text.size(); at += 65) {
         text.insert(at, 1, '\n');
     }

@@ -1,16 +1,12 @@
 #include "QuillaneTokens.h"
 
-#include <gmock/gmock.h>
-
-#include <ctime>
-#include <filesystem>
-#include <functional>
-#include <stdexcept>
-#include <tuple>
-
 #include "CapturedLog.h"
 #include "TemporaryFolder.h"
 #include "TokenMaker.h"
+
+#include <ctime>
+#include <filesystem>
+#include <stdexcept>
 
 using JwtUtils::FromSeconds;
 
@@ -26,7 +22,7 @@ std::string Json(const std::string& access, const std::string& refresh, const st
            (refresh != kNone ? R"(,"refresh_token":")" + refresh + "\"" : "") + R"(,"token_type":"bearer"})";
 }
 
-struct QuillaneTokens : testing::Test
+struct QuillaneTokensTest : testing::Test
 {
     bool Read(const std::string& text)
     {
@@ -41,22 +37,27 @@ struct QuillaneTokens : testing::Test
 };
 } // namespace
 
-TEST_F(QuillaneTokens, ReadFile_GoesByTheSideFiles_AndWriteFileStoresThem)
+TEST_F(QuillaneTokensTest, ReadFile_GoesByTheSideFiles_AndWriteFileStoresThem)
 {
-    // The access token's side file and delay at the second 1000000000; the same of the refresh token.
-    const std::tuple<const char*, std::uint32_t, const char*, std::uint32_t> cases[] = {
+    const struct
+    {
+        const char* accessTime;
+        std::uint32_t accessDelay; ///< at the second 1000000000
+        const char* refreshTime;
+        std::uint32_t refreshDelay;
+    } cases[] = {
         {"1000000301", 1, "1000000302\nmore", 2},
         {"-1", 0, "MISSING REFRESH TOKEN", 0},
         {"9000000000x", 3705032404, "9000000001", 3705032405}, // 8000000000 less 2^32 less the margin
     };
     const std::string other = m_folder.Path() + "/a.b/other";
     EXPECT_FALSE(m_tokens.WriteFile(other)) << "there is nothing to store";
-    for (const auto& [access, accessDelay, refresh, refreshDelay] : cases) {
-        WriteWholeFile(m_base + ".timestamp", access);
-        WriteWholeFile(m_base + ".refresh_token", refresh);
+    for (const auto& each : cases) {
+        WriteWholeFile(m_base + ".timestamp", each.accessTime);
+        WriteWholeFile(m_base + ".refresh_token", each.refreshTime);
         EXPECT_TRUE(Read(Json("access", kHmac)) && m_tokens.IsValid());
-        EXPECT_EQ(m_tokens.AccessRefreshDelay(FromSeconds(1000000000)), accessDelay);
-        EXPECT_EQ(m_tokens.RefreshRefreshDelay(FromSeconds(1000000000)), refreshDelay);
+        EXPECT_EQ(m_tokens.AccessRefreshDelay(FromSeconds(1000000000)), each.accessDelay);
+        EXPECT_EQ(m_tokens.RefreshRefreshDelay(FromSeconds(1000000000)), each.refreshDelay);
     }
     EXPECT_TRUE(m_tokens.WriteFile(other));
     EXPECT_EQ(ReadWholeFile(other), Json("access", kHmac));
@@ -67,7 +68,7 @@ TEST_F(QuillaneTokens, ReadFile_GoesByTheSideFiles_AndWriteFileStoresThem)
     EXPECT_FALSE(m_tokens.WriteFile(m_folder.Path() + "/no/file"));
 }
 
-TEST_F(QuillaneTokens, ReadFile_DoesWithoutTimes_AndWithoutARefreshToken)
+TEST_F(QuillaneTokensTest, ReadFile_DoesWithoutTimes_AndWithoutARefreshToken)
 {
     const auto before = std::chrono::system_clock::now() - std::chrono::seconds(1000);
     EXPECT_TRUE(Read(Json("a", kHmac)));
@@ -80,75 +81,59 @@ TEST_F(QuillaneTokens, ReadFile_DoesWithoutTimes_AndWithoutARefreshToken)
     EXPECT_EQ(m_tokens.RefreshRefreshDelay(FromSeconds(-1000)), 700U) << "it is 0";
 }
 
-TEST_F(QuillaneTokens, LogsEachOperation)
+TEST_F(QuillaneTokensTest, LogsEachOperation)
 {
     setenv("TZ", "XXX-5", 1); // NOLINT(concurrency-mt-unsafe): before there is another thread
     tzset();
-    const std::string start = "3 ReadFile: " + m_path, reading = "3 ReadFileStr: Reading ";
+    const std::string start = "3 ReadFile: " + m_path, reading = "3 ReadFileStr: Reading ", read = reading + m_path;
     const std::string sideFile = m_base + ".refresh_token", timeStamp = m_base + ".timestamp";
-    const auto assumes = [](const char* beginning) {
-        return testing::MatchesRegex(beginning +
-                                     std::string("\\. Assuming expiration time is now \\(.{24}\\\\n\\)\\."));
+    const auto assumes = [](const std::string& beginning) {
+        return testing::MatchesRegex(beginning + "\\. Assuming expiration time is now \\(.{24}\\\\n\\)\\.");
     };
-    const std::string expires = "Authentication will expire at Sun Sep  9 06:51:41 2001\\n (refresh in 0 seconds)";
+    const std::string expires =
+        "4 ReadFile: Authentication will expire at Sun Sep  9 06:51:41 2001\\n (refresh in 0 seconds)";
     const std::string tooLarge = "2 ReadFileStr: Failed to read file '";
-    using Line = testing::Matcher<std::string>;
-    const struct
-    {
-        std::function<void()> operation;
-        std::vector<Line> lines;
-    } cases[] = {
-        {[&] { EXPECT_TRUE(Read(Json("a", kNone))); },
-         {start, reading + m_path, "3 WriteFileStr: Writing " + sideFile,
-          "2 ReadFile: Refresh token not found, setting refresh m_refreshTokenExpirationTime to 0", reading + timeStamp,
-          assumes("4 ReadFile: Timestamp file not found")}},
-        {[&] { EXPECT_TRUE(Read(Json("a", "r"))); },
-         {start, reading + m_path, reading + sideFile,
-          "1 Refresh timestamp file (MISSING REFRESH TOKEN) is not valid, error: (stoll)", reading + timeStamp,
-          assumes("4 ReadFile: Timestamp file not found")}},
-        {[&] {
-             std::filesystem::remove(sideFile);
-             WriteWholeFile(timeStamp, "1000000301");
-             EXPECT_TRUE(Read(Json("a", "r")));
-         },
-         {start, reading + m_path, reading + sideFile, assumes("1 ReadFile: Refresh timestamp file not found"),
-          reading + timeStamp, "4 ReadFile: " + expires}},
-        {[&] {
-             WriteWholeFile(sideFile, "1");
-             EXPECT_TRUE(Read(Json("a", "r")));
-         },
-         {start, reading + m_path, reading + sideFile,
-          "4 ReadFile: Refresh token time stamp is 1 and (refresh in 0 seconds)", reading + timeStamp,
-          "4 ReadFile: " + expires}},
-        {[&] {
-             WriteWholeFile(sideFile, std::string(JwtUtils::QuillaneTokens::kMaxSideFileSize + 1, '1'));
-             EXPECT_TRUE(Read(Json("a", "r")));
-             EXPECT_EQ(m_tokens.RefreshRefreshDelay(FromSeconds(-1000)), 700U) << "it is 0";
-         },
-         {start, reading + m_path, reading + sideFile, tooLarge + sideFile + "': File too large", reading + timeStamp,
-          "4 ReadFile: " + expires}},
-        {[&] { EXPECT_FALSE(Read("")); }, {start, reading + m_path}},
-        {[&] { EXPECT_EQ(m_tokens.Tokens().access_token(), "a") << "as before"; }, {}},
-        {[&] { EXPECT_FALSE(Read(R"({"a":1})") || m_tokens.IsValid()); },
-         {start, reading + m_path, testing::StartsWith("1 ReadFile: MarkupError: QuillaneTokens: "),
-          R"(1 ReadFile: {"a":1})"}},
-        {[&] { EXPECT_EQ(m_tokens.Tokens().access_token(), ""); }, {}},
-        {[&] { EXPECT_FALSE(Read(Json(std::string(JwtUtils::QuillaneTokens::kMaxTokenFileSize, 'a'), "r"))); },
-         {start, reading + m_path, tooLarge + m_path + "': File too large"}},
-        {[&] { EXPECT_FALSE(m_tokens.LoadString("{")); },
-         {"4 LoadString", testing::StartsWith("1 LoadString: MarkupError: QuillaneTokens: ")}},
-        {[&] { EXPECT_FALSE(m_tokens.Validate()); }, {"4 Validate"}},
-        {[&] { EXPECT_FALSE(m_tokens.WriteFile(m_path)); },
-         {"3 WriteFile: " + m_path, testing::StartsWith("1 WriteFile: MarkupError: ")}},
+    const auto readWith = [&](const std::string& refreshTime) {
+        return [this, sideFile, timeStamp, refreshTime] {
+            WriteWholeFile(sideFile, refreshTime);
+            WriteWholeFile(timeStamp, "1000000301");
+            EXPECT_TRUE(Read(Json("a", "r")));
+        };
     };
-    for (const auto& each : cases) {
-        const CapturedLog log;
-        each.operation();
-        EXPECT_THAT(CapturedLog::LinesOf("JwtUtils::QuillaneTokens"), testing::ElementsAreArray(each.lines));
-    }
+    ExpectLines(
+        "JwtUtils::QuillaneTokens",
+        {{[&] { EXPECT_TRUE(Read(Json("a", kNone))); },
+          {start, read, "3 WriteFileStr: Writing " + sideFile,
+           "2 ReadFile: Refresh token not found, setting refresh m_refreshTokenExpirationTime to 0",
+           reading + timeStamp, assumes("4 ReadFile: Timestamp file not found")}},
+         {[&] { EXPECT_TRUE(Read(Json("a", "r"))); },
+          {start, read, reading + sideFile,
+           "1 Refresh timestamp file (MISSING REFRESH TOKEN) is not valid, error: (stoll)", reading + timeStamp,
+           assumes("4 ReadFile: Timestamp file not found")}},
+         {readWith(""),
+          {start, read, reading + sideFile, assumes("1 ReadFile: Refresh timestamp file not found"),
+           reading + timeStamp, expires}},
+         {readWith("1"),
+          {start, read, reading + sideFile, "4 ReadFile: Refresh token time stamp is 1 and (refresh in 0 seconds)",
+           reading + timeStamp, expires}},
+         {readWith(std::string(JwtUtils::QuillaneTokens::kMaxSideFileSize + 1, '1')),
+          {start, read, reading + sideFile, tooLarge + sideFile + "': File too large", reading + timeStamp, expires}},
+         {[&] { EXPECT_EQ(m_tokens.RefreshRefreshDelay(FromSeconds(-1000)), 700U) << "it is 0"; }, {}},
+         {[&] { EXPECT_FALSE(Read("")); }, {start, read}},
+         {[&] { EXPECT_EQ(m_tokens.Tokens().access_token(), "a") << "as before"; }, {}},
+         {[&] { EXPECT_FALSE(Read(Json(std::string(JwtUtils::QuillaneTokens::kMaxTokenFileSize, 'a'), "r"))); },
+          {start, read, tooLarge + m_path + "': File too large"}},
+         {[&] { EXPECT_EQ(m_tokens.Tokens().access_token(), ""); }, {}},
+         {[&] { EXPECT_FALSE(Read(R"({"a":1})") || m_tokens.IsValid()); },
+          {start, read, testing::StartsWith("1 ReadFile: MarkupError: QuillaneTokens: "), R"(1 ReadFile: {"a":1})"}},
+         {[&] { EXPECT_FALSE(m_tokens.LoadString("{")); },
+          {"4 LoadString", testing::StartsWith("1 LoadString: MarkupError: QuillaneTokens: ")}},
+         {[&] { EXPECT_FALSE(m_tokens.Validate()); }, {"4 Validate"}},
+         {[&] { EXPECT_FALSE(m_tokens.WriteFile(m_path)); },
+          {"3 WriteFile: " + m_path, testing::StartsWith("1 WriteFile: MarkupError: ")}}});
 }
 
-TEST_F(QuillaneTokens, ReadFile_ThrowsForABadTimeStamp_AndKeepsTheRest)
+TEST_F(QuillaneTokensTest, ReadFile_ThrowsForABadTimeStamp_AndKeepsTheRest)
 {
     WriteWholeFile(m_base + ".timestamp", "4000000000");
     EXPECT_TRUE(Read(Json("before", kNone)));
@@ -159,11 +144,9 @@ TEST_F(QuillaneTokens, ReadFile_ThrowsForABadTimeStamp_AndKeepsTheRest)
         EXPECT_EQ(m_tokens.AccessToken().Text(), "after");
         EXPECT_EQ(m_tokens.AccessRefreshDelay(FromSeconds(1)), 0U) << "the time before is gone";
     }
-    EXPECT_FALSE(Read(std::string(JwtUtils::QuillaneTokens::kMaxTokenFileSize + 1, '{')));
-    EXPECT_EQ(m_tokens.Tokens().access_token(), "");
 }
 
-TEST_F(QuillaneTokens, LoadString_KeepsTheRefreshTokenThatTheTextDoesNotBring)
+TEST_F(QuillaneTokensTest, LoadString_KeepsTheRefreshTokenThatTheTextDoesNotBring)
 {
     EXPECT_TRUE(m_tokens.LoadString(Json(kGood, kHmac)));
     EXPECT_TRUE(m_tokens.LoadString(Json("next", kNone)) && m_tokens.IsValid());
@@ -173,15 +156,16 @@ TEST_F(QuillaneTokens, LoadString_KeepsTheRefreshTokenThatTheTextDoesNotBring)
     EXPECT_TRUE(m_tokens.LoadString(Json("next", "new")));
     EXPECT_EQ(m_tokens.RefreshToken().Text(), "new");
     EXPECT_FALSE(m_tokens.LoadString("[]") || m_tokens.IsValid());
+    EXPECT_EQ(m_tokens.Tokens().access_token(), "");
 }
 
-TEST_F(QuillaneTokens, Validate_GoesByTheTokensAndTheLifetime)
+TEST_F(QuillaneTokensTest, Validate_GoesByTheTokensAndTheLifetime)
 {
     EXPECT_FALSE(m_tokens.Validate());
     const std::pair<std::string, bool> cases[] = {
-        {Json(kGood, kNone), true},    {Json(kGood, kGood), true},       {Json(kGood, kHmac), false},
-        {Json(kGood, ""), false},      {Json(kHmac, kNone), false},      {Json("", kNone), false},
-        {Json("a.b.c", kGood), false}, {Json(kGood, kNone, "0"), false},
+        {Json(kGood, kNone), true},       {Json(kGood, kGood), true},  {Json(kGood, kHmac), false},
+        {Json(kGood, ""), false},         {Json(kHmac, kNone), false}, {Json("", kNone), false},
+        {Json(kGood, kNone, "0"), false},
     };
     for (const auto& [json, isUsable] : cases) {
         JwtUtils::QuillaneTokens tokens;

@@ -1,11 +1,11 @@
+#include "FuzzCheck.h"
+#include "QuillaneTokens.h"
+
 #include <cstdint>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
 #include <string>
-
-#include "FuzzCheck.h"
-#include "QuillaneTokens.h"
 
 using JwtUtils::FromSeconds;
 using JwtUtils::QuillaneTokens;

@@ -1,9 +1,9 @@
-#include <cstdint>
-#include <stdexcept>
-
 #include "FuzzCheck.h"
 #include "Jwt.h"
 #include "PublishedTokens.h"
+
+#include <cstdint>
+#include <stdexcept>
 
 using JwtUtils::Jwt;
 using JwtUtils::JwtError;

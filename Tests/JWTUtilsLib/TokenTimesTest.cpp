@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <stdexcept>
-#include <tuple>
 
 using namespace JwtUtils; // NOLINT(google-build-using-namespace): what is tested
 
@@ -14,7 +13,11 @@ constexpr std::int64_t kLastSecond = 9223372036;
 
 TEST(RefreshDelay, LeavesAMarginBeforeTheExpiration)
 {
-    const std::tuple<std::int64_t, std::int64_t, std::uint32_t> cases[] = {
+    const struct
+    {
+        std::int64_t now, expiration;
+        std::uint32_t delay;
+    } cases[] = {
         {1000, 1300, 0},
         {1000, 1301, 1},
         {0, (1LL << 32) + 1301, 1001}, // what 32 bits cannot hold is lost

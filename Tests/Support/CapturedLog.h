@@ -3,8 +3,9 @@
 #include "DPrint.h"
 #include "TemporaryFolder.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <functional>
 #include <regex>
 #include <string>
 #include <vector>
@@ -32,3 +33,20 @@ public:
         return lines;
     }
 };
+
+/** An operation, and what the lines look like that it writes. */
+struct LoggedOperation
+{
+    std::function<void()> operation;
+    std::vector<testing::Matcher<std::string>> lines;
+};
+
+/** Runs the operations; the running test fails for each of which that logger writes other lines. */
+inline void ExpectLines(const std::string& logger, const std::vector<LoggedOperation>& operations)
+{
+    for (const LoggedOperation& each : operations) {
+        const CapturedLog log;
+        each.operation();
+        EXPECT_THAT(CapturedLog::LinesOf(logger), testing::ElementsAreArray(each.lines));
+    }
+}

@@ -1,11 +1,11 @@
 #include "CurlHandle.h"
 
+#include "DPrint.h"
+
 #include <sys/socket.h>
 
 #include <cstdint>
 #include <cstdio>
-
-#include "DPrint.h"
 
 namespace Http
 {

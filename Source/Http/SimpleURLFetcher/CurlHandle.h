@@ -1,12 +1,12 @@
 #pragma once
 
+#include "HSMResponse.h"
+#include "ResponseCollector.h"
+
 #include <curl/curl.h>
 
 #include <cstddef>
 #include <string>
-
-#include "HSMResponse.h"
-#include "ResponseCollector.h"
 
 namespace Http
 {
@@ -18,7 +18,7 @@ namespace Http
  * names as the server wrote them; at most 10 redirects are followed; certificates are verified unless that is switched
  * off.
  *
- * To be used by one thread at a time.
+ * Not thread-safe.
  */
 class CurlHandle
 {

@@ -1,11 +1,11 @@
 #include "RequestHeaders.h"
 
-#include <openssl/evp.h>
+#include "Base64.h"
+#include "DPrint.h"
+
 #include <strings.h>
 
 #include <string_view>
-
-#include "DPrint.h"
 
 namespace Http
 {
@@ -29,16 +29,6 @@ std::string LineOf(const std::string& name, const std::string& value)
 {
     const bool isEmpty = value.find_first_not_of(" \t\v\f") == std::string::npos;
     return isEmpty ? name + ";" : name + ": " + value;
-}
-
-/** In base64, RFC 4648 section 4. */
-std::string Encoded(const std::string& bytes)
-{
-    // Groups of three become groups of four; a NUL follows, in the place of the string's own.
-    std::string text((bytes.size() + 2) / 3 * 4, '\0');
-    EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()), reinterpret_cast<const unsigned char*>(bytes.data()),
-                    static_cast<int>(bytes.size()));
-    return text;
 }
 
 bool Append(RequestHeaders& headers, const std::string& line)
@@ -73,7 +63,7 @@ std::optional<RequestHeaders> MakeRequestHeaders(const HeaderMap& headers2Add, c
         return std::nullopt;
     }
     // libcurl, which has the credentials too, leaves the header to this line.
-    if (!credentials.empty() && !Append(headers, "Authorization: Basic " + Encoded(credentials))) {
+    if (!credentials.empty() && !Append(headers, "Authorization: Basic " + OpenSsl::Base64(credentials))) {
         return std::nullopt;
     }
     return headers;

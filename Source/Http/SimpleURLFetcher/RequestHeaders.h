@@ -1,12 +1,12 @@
 #pragma once
 
+#include "HeaderMap.h"
+
 #include <curl/curl.h>
 
 #include <memory>
 #include <optional>
 #include <string>
-
-#include "HeaderMap.h"
 
 namespace Http
 {

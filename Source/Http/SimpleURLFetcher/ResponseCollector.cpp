@@ -1,8 +1,8 @@
 #include "ResponseCollector.h"
 
-#include <new>
-
 #include "DPrint.h"
+
+#include <new>
 
 namespace Http
 {

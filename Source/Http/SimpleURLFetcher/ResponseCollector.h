@@ -1,12 +1,12 @@
 #pragma once
 
+#include "BodyBound.h"
+#include "HeaderMap.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
-
-#include "BodyBound.h"
-#include "HeaderMap.h"
 
 namespace Http
 {

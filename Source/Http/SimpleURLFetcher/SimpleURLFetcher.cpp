@@ -1,5 +1,8 @@
 #include "SimpleURLFetcher.h"
 
+#include "HttpLog.h"
+#include "MfgData.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
@@ -7,9 +10,6 @@
 #include <memory>
 #include <thread>
 #include <utility>
-
-#include "HttpLog.h"
-#include "MfgData.h"
 
 namespace Http
 {

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <functional>
-#include <string>
-
 #include "CurlHandle.h"
 #include "HSMResponse.h"
 #include "HeaderMap.h"
 #include "RequestHeaders.h"
+
+#include <functional>
+#include <string>
 
 namespace Http
 {
@@ -14,8 +14,8 @@ namespace Http
  * One libcurl easy handle, and one HTTP exchange at a time over it: it collects status, headers and body, and reports
  * every failure as a response. Settings persist between exchanges. For what is spoken see CurlHandle.
  *
- * To be used by one thread at a time. An operation blocks until the exchange has ended, with what retries the settings
- * ask for; references passed to it must stay valid for just as long.
+ * An operation blocks until the exchange has ended, with the retries that the settings ask for. References passed to it
+ * must stay valid until then. Not thread-safe.
  */
 class SimpleURLFetcher
 {

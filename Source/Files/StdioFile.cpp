@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <system_error>
 
-JwtUtils::StdioFile JwtUtils::OpenForReading(const std::string& path)
+Files::StdioFile Files::OpenForReading(const std::string& path)
 {
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     StdioFile file(descriptor >= 0 ? fdopen(descriptor, "rb") : nullptr);
@@ -19,7 +19,7 @@ JwtUtils::StdioFile JwtUtils::OpenForReading(const std::string& path)
     return file;
 }
 
-void JwtUtils::ReadAll(std::FILE* file, std::string& content, std::size_t maxSize)
+void Files::ReadAll(std::FILE* file, std::string& content, std::size_t maxSize)
 {
     char chunk[4096];
     while (const std::size_t size = std::fread(chunk, 1, std::min(sizeof chunk, maxSize + 1 - content.size()), file)) {

@@ -8,11 +8,11 @@
 #include <memory>
 #include <string>
 
-namespace CryptoKey
+namespace OpenSsl
 {
 /** Frees what OpenSSL has allocated, by the function that goes with it. */
 template <auto Free>
-struct OpenSslDeleter
+struct Deleter
 {
     template <typename T>
     void operator()(T* object) const
@@ -22,10 +22,10 @@ struct OpenSslDeleter
 };
 
 /** Owners of OpenSSL's objects. @{ */
-using BioPtr = std::unique_ptr<BIO, OpenSslDeleter<BIO_free>>;
-using BignumPtr = std::unique_ptr<BIGNUM, OpenSslDeleter<BN_clear_free>>;
-using EcdsaSigPtr = std::unique_ptr<ECDSA_SIG, OpenSslDeleter<ECDSA_SIG_free>>;
-using EvpMdCtxPtr = std::unique_ptr<EVP_MD_CTX, OpenSslDeleter<EVP_MD_CTX_free>>;
+using BioPtr = std::unique_ptr<BIO, Deleter<BIO_free>>;
+using BignumPtr = std::unique_ptr<BIGNUM, Deleter<BN_clear_free>>;
+using EcdsaSigPtr = std::unique_ptr<ECDSA_SIG, Deleter<ECDSA_SIG_free>>;
+using EvpMdCtxPtr = std::unique_ptr<EVP_MD_CTX, Deleter<EVP_MD_CTX_free>>;
 /** @} */
 
 /** The bytes of a text, as OpenSSL takes them. @{ */
@@ -39,4 +39,4 @@ inline unsigned char* Bytes(std::string& text)
     return reinterpret_cast<unsigned char*>(text.data());
 }
 /** @} */
-} // namespace CryptoKey
+} // namespace OpenSsl
