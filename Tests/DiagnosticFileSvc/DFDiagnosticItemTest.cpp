@@ -1,26 +1,16 @@
 #include "DFDiagnosticItem.h"
 
+#include "UploadSysInfo.pb.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <ctime>
-#include <string>
 
-#include "UploadSysInfo.pb.h"
-
-namespace
-{
-using namespace DiagnosticFileSvc;
-
-constexpr std::int64_t kNewYearsEveIsh = 1706745599; // 2024-01-31 23:59:59 UTC
-
-const std::string kDirectory = "/mnt/nv/product-persistence/";
-} // namespace
+using DiagnosticFileSvc::DFDiagnosticItem;
 
 TEST(DFDiagnosticItem, StampsFileNames)
 {
     setenv("TZ", "XXX-5", 1); // NOLINT(concurrency-mt-unsafe): before there is another thread
-    tzset();
     const struct
     {
         const char* path;
@@ -32,12 +22,13 @@ TEST(DFDiagnosticItem, StampsFileNames)
         {"/a.b/plain", "plain_20240131235959"},
         {"/home/.profile", ".profile_20240131235959"},
         {"trailing.", "trailing_20240131235959."},
+        {"", nullptr},
+        {"/mnt/nv/", nullptr},
     };
     for (const auto& each : cases) {
-        EXPECT_EQ(DFDiagnosticItem::AddDateTimeToFilename(each.path, kNewYearsEveIsh), kDirectory + each.stamped);
-    }
-    for (const char* nameless : {"", "/", "/mnt/nv/"}) {
-        EXPECT_EQ(DFDiagnosticItem::AddDateTimeToFilename(nameless, kNewYearsEveIsh), "");
+        const std::string expected =
+            each.stamped != nullptr ? std::string("/mnt/nv/product-persistence/") + each.stamped : "";
+        EXPECT_EQ(DFDiagnosticItem::AddDateTimeToFilename(each.path, 1706745599), expected);
     }
 }
 
@@ -48,13 +39,12 @@ TEST(DFDiagnosticItem, TakesItsOutputFromTheRegistrationOrItsSubType)
     registration.set_filetype(DFSCommonPB::EXE_SCRIPT);
     registration.set_subtype(" clock  state");
     registration.set_harvesttype(DFSCommonPB::SCRIPT);
-    EXPECT_EQ(DFDiagnosticItem(registration).GetOutputFilename(), kDirectory + "dfs__clock__state");
+    const DFDiagnosticItem item(registration);
+    EXPECT_EQ(item.GetOutputFilename(), "/mnt/nv/product-persistence/dfs__clock__state");
+    EXPECT_EQ(item.GetInput() + item.GetSubType(), "encrypt-logs date clock  state");
+    EXPECT_EQ(item.GetDiagFileType(), DFSCommonPB::EXE_SCRIPT);
+    EXPECT_EQ(item.GetHarvestType(), DFSCommonPB::SCRIPT);
 
     registration.set_outputfilename("/mnt/nv/product-persistence/dfs_clock.txt");
-    const DFDiagnosticItem item(registration);
-    EXPECT_EQ(item.GetOutputFilename(), "/mnt/nv/product-persistence/dfs_clock.txt");
-    EXPECT_EQ(item.GetInput(), "encrypt-logs date");
-    EXPECT_EQ(item.GetDiagFileType(), DFSCommonPB::EXE_SCRIPT);
-    EXPECT_EQ(item.GetSubType(), " clock  state");
-    EXPECT_EQ(item.GetHarvestType(), DFSCommonPB::SCRIPT);
+    EXPECT_EQ(DFDiagnosticItem(registration).GetOutputFilename(), "/mnt/nv/product-persistence/dfs_clock.txt");
 }

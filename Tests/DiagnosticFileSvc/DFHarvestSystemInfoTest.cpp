@@ -8,50 +8,22 @@
 
 #include <gmock/gmock.h>
 
-#include <filesystem>
-#include <future>
-
-namespace
-{
-using DiagnosticFileSvc::DFHarvestSystemInfo;
-using Answers = std::vector<AnswerProbe::Answer>;
-
-class ArchiveProbe : public APTask
-{
-public:
-    ArchiveProbe() : APTask("ArchiveProbe", 0, CTask::NOT_REALTIME, -1) { Start(); }
-    ~ArchiveProbe() override { Stop(); }
-
-    void Take(bool isPacked) { answer.set_value(isPacked); }
-
-    std::promise<bool> answer;
-    AsyncCallback<bool> callback{this, this, &ArchiveProbe::Take};
-};
-} // namespace
-
-TEST(DFHarvestSystemInfo, AnswersEachCollectionInTurn)
+TEST(DFHarvestSystemInfo, AnswersEachRequestInTurn_AndAnArchiveWithTrue)
 {
     const TemporaryFolder folder;
     AnswerProbe first;
     AnswerProbe second;
-    DFHarvestSystemInfo harvester;
+    CallbackProbe<bool, bool> archive;
+    DiagnosticFileSvc::DFHarvestSystemInfo harvester;
     harvester.CollectRequestedInfo("echo before; exit 1", folder.Path() + "/failed", &first.callback);
     harvester.CollectRequestedInfo("test -e " + folder.Path() + "/failed.gz", folder.Path() + "/after",
                                    &second.callback);
-    harvester.Start();
-    EXPECT_EQ(second.WaitFor(1), (Answers{{"Success message", 200}})) << "the first run was over by then";
-    EXPECT_EQ(first.WaitFor(1), (Answers{{"Development success message", 400}}));
-    EXPECT_TRUE(std::filesystem::exists(folder.Path() + "/failed.gz"));
-}
-
-TEST(DFHarvestSystemInfo, AnswersAnArchiveWithTrue_EvenWhenTheScriptFails)
-{
-    ArchiveProbe probe;
-    DFHarvestSystemInfo harvester;
-    harvester.Start();
     // The target goes to the shell as it stands, so what follows the script shows how that ended.
-    harvester.CreateUploadTarball("no-such-file; echo $? >/tmp/status", &probe.callback);
-    EXPECT_TRUE(probe.answer.get_future().get());
+    harvester.CreateUploadTarball("no-such-file; echo $? >/tmp/status", &archive.callback);
+    harvester.Start();
+    EXPECT_EQ(second.Next(), Answer("Success message", 200)) << "the first run was over by then";
+    EXPECT_EQ(first.Next(), Answer("Development success message", 400));
+    EXPECT_TRUE(archive.Next());
     EXPECT_THAT(ReadWholeFile("/tmp/status"), testing::AnyOf("1\n", "2\n"));
 }
 
@@ -60,18 +32,14 @@ TEST(DFHarvestSystemInfo, UploadsASiteScanByItself)
     Http::InitializeProcess();
     const DiagCloud::CloudServer cloud(CloudOnItsPort());
     AnswerProbe probe;
-    DFHarvestSystemInfo harvester;
+    DiagnosticFileSvc::DFHarvestSystemInfo harvester;
     harvester.Start();
     harvester.CollectWifiSiteScan("echo networks; exit 1", &probe.callback);
-    EXPECT_EQ(probe.WaitFor(1), (Answers{{"Development failure message", 400}}));
-    EXPECT_TRUE(cloud.Requests().empty());
-
+    EXPECT_EQ(probe.Next(), Answer("Development failure message", 400));
     harvester.CollectWifiSiteScan("echo networks", &probe.callback);
-    const Answers answers = probe.WaitFor(2);
-    ASSERT_EQ(answers.size(), 2U);
-    EXPECT_EQ(answers[1].second, 200) << answers[1].first;
+    EXPECT_EQ(probe.Next().second, 200);
     const auto requests = cloud.Requests();
-    ASSERT_EQ(requests.size(), 2U);
+    ASSERT_EQ(requests.size(), 2U) << "none of the scan that has failed";
     EXPECT_THAT(requests[0].body, testing::HasSubstr(R"([{"type":"WIFI_SITE_SCAN","subType":"wifi site scan"}])"));
     EXPECT_EQ(RunProgram({"gzip", "-dc", requests[1].archivePath}).output, "networks\n");
 }

@@ -20,7 +20,7 @@ protected:
     DiagCloud::CloudServer m_cloud{CloudOnItsPort()};
 };
 
-const AnswerProbe::Answer kEmptyManifest("Manifest is empty, nothing to upload", 400);
+const Answer kEmptyManifest("Manifest is empty, nothing to upload", 400);
 } // namespace
 
 TEST_F(DFTriggerHandlerTest, UploadsWhatTheItemsHold_AndLeavesNothingBehind)
@@ -49,22 +49,22 @@ TEST_F(DFTriggerHandlerTest, UploadsACustomFile_AndForgetsItsItem)
 {
     StartWithRegistry();
     WriteWholeFile("/tmp/logs/c.log", "what went wrong\n");
-    EXPECT_EQ(Ask(CustomRequestOf("/tmp/logs/c.log", {USER_SPECIFIED_FILE})).second, 200);
+    EXPECT_EQ(Ask(RequestOf({USER_SPECIFIED_FILE}, "", "/tmp/logs/c.log")).second, 200);
     const ArrivedUpload upload = LatestUpload(m_cloud);
     EXPECT_EQ(upload.Content("custom_file"), "what went wrong\n");
     EXPECT_THAT(upload.manifest.item(0).filename(), MatchesRegex("dfs_custom_c_[0-9]{14}\\.log"));
     EXPECT_EQ(Ask(RequestOf({USER_SPECIFIED_FILE})), kEmptyManifest) << "the temporary item is gone";
 
     const auto before = NamesIn(kPersistence);
-    EXPECT_EQ(Ask(CustomRequestOf("/tmp/logs/none.log", {USER_SPECIFIED_FILE})), kEmptyManifest);
+    EXPECT_EQ(Ask(RequestOf({USER_SPECIFIED_FILE}, "", "/tmp/logs/none.log")), kEmptyManifest);
     EXPECT_EQ(NamesIn(kPersistence).size(), before.size() + 1) << "what the failed item wrote stays";
 }
 
 TEST_F(DFTriggerHandlerTest, AnswersToWhatItCannotTake_AndStaysFree)
 {
     StartWithRegistry();
-    const AnswerProbe::Answer oneTypeNeeded("Custom file upload requires exactly one file type", 400);
-    EXPECT_EQ(Ask(CustomRequestOf("/persist/mfg_data.json", {})), oneTypeNeeded);
+    EXPECT_EQ(Ask(RequestOf({}, "", "/persist/mfg_data.json")),
+              Answer("Custom file upload requires exactly one file type", 400));
     EXPECT_EQ(Ask(RequestOf({PROC_STAT})), kEmptyManifest);
     testing::internal::CaptureStderr();
     Register(std::string(4097, 'x'), "long");
@@ -77,12 +77,12 @@ TEST_F(DFTriggerHandlerTest, AnswersToWhatItCannotTake_AndStaysFree)
     const auto before = NamesIn(kPersistence);
     testing::internal::CaptureStderr();
     EXPECT_EQ(Ask(RequestOf({PROC_LOADAVG})).second, 200) << "the archive goes without a manifest";
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("DFS UploadManifest store persistence error - "));
     EXPECT_EQ(NamesIn(kPersistence), before);
     std::filesystem::create_directories(archive); // a folder is never removed, not even an empty one
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(Ask(RequestOf({PROC_LOADAVG})), AnswerProbe::Answer("Unable to create tarball", 400));
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(archive + " stays, it cannot be removed: Is a dir"));
+    EXPECT_EQ(Ask(RequestOf({PROC_LOADAVG})), Answer("Unable to create tarball", 400));
+    const std::string log = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(log, HasSubstr("DFS UploadManifest store persistence error - "));
+    EXPECT_THAT(log, HasSubstr(archive + " stays, it cannot be removed: Is a dir"));
     std::filesystem::remove_all(archive);
     EXPECT_EQ(Ask(RequestOf({PROC_LOADAVG, PERSIST_MFGDATA})).second, 200);
 }
@@ -95,12 +95,10 @@ TEST_F(DFTriggerHandlerTest, TellsTheFirstRequesterWhenASecondComes)
     AnswerProbe second;
     m_handler.UploadDiagFileRequest(RequestOf({EXE_SCRIPT}), &first.callback);
     m_handler.UploadDiagFileRequest(RequestOf({PROC_LOADAVG}), &second.callback);
-    EXPECT_EQ(first.WaitFor(1), (Answers{{"Unable to process request, system busy", 555}}));
+    EXPECT_EQ(first.Next(), Answer("Unable to process request, system busy", 555));
 
     WriteWholeFile("/tmp/go", "");
-    const Answers answers = first.WaitFor(2);
-    ASSERT_EQ(answers.size(), 2U);
-    EXPECT_EQ(answers[1].second, 200) << answers[1].first;
+    EXPECT_EQ(first.Next().second, 200);
     EXPECT_EQ(LatestUpload(m_cloud).SubTypes(), SubTypes{"waiting"});
 
     m_handler.UploadDiagFileRequest(RequestOf({PROC_LOADAVG}), &second.callback);

@@ -15,8 +15,6 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <string>
-#include <vector>
 
 namespace
 {
@@ -26,6 +24,7 @@ using DiagnosticFileSvc::DFUploadDiagnosticFiles;
 using Server = ScriptedHttpServer;
 
 const std::string kGuid = "7c1f0e52-9b3a-4d86-a5e4-2f60c8d1937b"; // of the sample manufacturing data
+const std::string kByTheTable = "Retry-Count header is not valid, defaulting to back off retries count of:4";
 const std::string kUploadUrl = R"({"uploadUrl":"http://127.0.0.1:8888/archive"})";
 
 /** Of this process so far, in kB. */
@@ -41,7 +40,7 @@ class DFUploadDiagnosticFilesTest : public testing::Test
 protected:
     DFUploadDiagnosticFilesTest() { Http::InitializeProcess(); }
 
-    AnswerProbe::Answer Upload(const std::string& archive)
+    Answer Upload(const std::string& archive)
     {
         DFSCommonPB::UploadTypes items;
         auto& item = *items.add_uploaditems();
@@ -49,8 +48,7 @@ protected:
         item.set_subtype("top \"quoted\"");
         AnswerProbe probe;
         DFUploadDiagnosticFiles::GetInstance().PostMetadata(items, archive, &probe.callback);
-        const auto answers = probe.WaitFor(1);
-        return answers.size() == 1 ? answers[0] : AnswerProbe::Answer{"no answer", -1};
+        return probe.Next();
     }
 
     static Outcome Answering(RequestKind kind, int status, const std::string& body)
@@ -67,60 +65,32 @@ protected:
 };
 } // namespace
 
-TEST_F(DFUploadDiagnosticFilesTest, PostsMetadataThroughTheProxy_ThenTheArchive)
-{
-    DeviceManagerPb::DeviceInfo info;
-    info.set_name("Kitchen \xc3\xa9");
-    DFUploadDiagnosticFiles::GetInstance().SetDeviceInfo(info);
-    const DiagCloud::CloudServer cloud(CloudOnItsPort());
-    const auto answer = Upload(m_archive);
-    EXPECT_EQ(answer.second, 200) << answer.first;
-
-    const auto requests = cloud.Requests();
-    ASSERT_EQ(requests.size(), 2U);
-    EXPECT_EQ(requests[0].target, "http://diagnostics.vantor.example/senders/" + kGuid + "/metadata");
-    EXPECT_THAT(requests[0].body, testing::HasSubstr("\"productName\":\"Kitchen \xc3\xa9\""));
-    std::tm sent{};
-    const std::size_t stamp = requests[0].body.find("uploadTimeStamp");
-    strptime(requests[0].body.substr(stamp).c_str(), "uploadTimeStamp\":\"%Y-%m-%dT%H:%M:%SZ", &sent);
-    EXPECT_NEAR(timegm(&sent), std::time(nullptr), 60) << requests[0].body;
-
-    EXPECT_THAT(requests[1].target, testing::StartsWith("/archives/")) << "not through the proxy";
-    EXPECT_EQ(requests[1].md5Fault, "");
-    EXPECT_EQ(ReadWholeFile(requests[1].archivePath), "not really an archive");
-    EXPECT_TRUE(WaitUntil([] {
-        return RunProgram({"ss", "-tnH", "dport = :8888"}).output.empty();
-    })) << "no connection is kept";
-}
-
 TEST_F(DFUploadDiagnosticFilesTest, ReportsWhatTheCloudSays)
 {
     std::string longest = R"({"uploadUrl":"http://127.0.0.1:8888/archives/x"})";
     longest.resize(std::size_t{64} * 1024, ' ');
+    const std::string empty = m_folder.Write("empty", "");
+    const Answer unreadable("Unable to create tarball", 400);
     const struct
     {
+        std::string archive;
         std::vector<Outcome> script;
-        AnswerProbe::Answer answer;
+        Answer answer;
     } cases[] = {
-        {{Answering(RequestKind::kMetadata, 200, "<html>")}, {"<html>", 200}},
-        {{Answering(RequestKind::kMetadata, 401, "")}, {"", 401}},
-        {{Answering(RequestKind::kMetadata, 200, std::string(2000, '['))}, {std::string(2000, '['), 200}},
-        {{Answering(RequestKind::kMetadata, 200, longest), Answering(RequestKind::kArchive, 403, "no")}, {"no", 403}},
-        {{Answering(RequestKind::kArchive, 201, R"({"ok":1})")}, {R"({"ok":1})", 201}},
+        {m_archive, {Answering(RequestKind::kMetadata, 200, "<html>")}, {"<html>", 200}},
+        {m_archive, {Answering(RequestKind::kMetadata, 401, "")}, {"", 401}},
+        {m_archive, {Answering(RequestKind::kMetadata, 200, std::string(2000, '['))}, {std::string(2000, '['), 200}},
+        {m_archive,
+         {Answering(RequestKind::kMetadata, 200, longest), Answering(RequestKind::kArchive, 403, "no")},
+         {"no", 403}},
+        {empty, {Answering(RequestKind::kArchive, 201, R"({"ok":1})")}, {R"({"ok":1})", 201}},
+        {m_folder.Path() + "/none", {}, unreadable},
+        {m_folder.Path(), {}, unreadable},
     };
     for (const auto& each : cases) {
         const DiagCloud::CloudServer cloud(CloudOnItsPort(each.script));
-        EXPECT_EQ(Upload(m_archive), each.answer);
+        EXPECT_EQ(Upload(each.archive), each.answer);
     }
-}
-
-TEST_F(DFUploadDiagnosticFilesTest, SendsAnEmptyArchive_AndAnswersForOneThatCannotBeRead)
-{
-    const DiagCloud::CloudServer cloud(CloudOnItsPort());
-    for (const std::string& path : {m_folder.Path() + "/none", m_folder.Path()}) {
-        EXPECT_EQ(Upload(path), AnswerProbe::Answer("Unable to create tarball", 400)) << path;
-    }
-    EXPECT_EQ(Upload(m_folder.Write("empty", "")).second, 200);
 }
 
 TEST_F(DFUploadDiagnosticFilesTest, TakesInOfAnAnswerWhatTheRequesterCanBeTold)
@@ -139,7 +109,7 @@ TEST_F(DFUploadDiagnosticFilesTest, TakesInOfAnAnswerWhatTheRequesterCanBeTold)
             const Server cloud(script, 8888);
             const long before = PeakMemory();
             const CapturedLog log(3);
-            EXPECT_EQ(Upload(m_archive), AnswerProbe::Answer(body.substr(0, kKept), 200));
+            EXPECT_EQ(Upload(m_archive), Answer(body.substr(0, kKept), 200));
             EXPECT_LT(testing::internal::GetCapturedStderr().size(), 100000U);
             EXPECT_EQ(cloud.Requests().size(), script.size());
             EXPECT_LT(PeakMemory() - before, 40000) << "the server's own copy, and a little";
@@ -161,69 +131,88 @@ TEST_F(DFUploadDiagnosticFilesTest, AnswersWhateverIsThrown)
     std::ifstream("/proc/self/statm") >> pages;
     const rlimit tight{pages * 4096 + (rlim_t{20} << 20U), RLIM_INFINITY};
     ASSERT_EQ(setrlimit(RLIMIT_AS, &tight), 0);
-    EXPECT_EQ(Upload(large), AnswerProbe::Answer("Unable to upload", 400));
+    EXPECT_EQ(Upload(large), Answer("Unable to upload", 400));
     EXPECT_EQ(Upload(m_archive).second, 200) << "the next one goes well";
 }
 
 TEST_F(DFUploadDiagnosticFilesTest, SendsAndLogsWhatIsStated_AndRetriesBothPosts)
 {
+    DeviceManagerPb::DeviceInfo info;
+    info.set_name("Kitchen \xc3\xa9");
+    DFUploadDiagnosticFiles::GetInstance().SetDeviceInfo(info);
     WriteWholeFile("/mnt/nv/product-persistence/quillane_jwt.json",
                    R"({"access_token":"a.b.c","expires_in":1,"token_type":"bearer"})");
     const std::string busy = Server::Answer(503, "", {{"Retry-After", "1"}});
     const Server cloud({{busy}, {Server::Answer(200, kUploadUrl)}, {busy}, {Server::Answer(201, "{}")}}, 8888);
     const CapturedLog log;
-    EXPECT_EQ(Upload(m_archive), AnswerProbe::Answer("{}", 201));
+    EXPECT_EQ(Upload(m_archive), Answer("{}", 201));
     // But for the ends of operations, of which the last comes after the answer; and that the back-off table is used.
     const std::vector<std::string> lines =
         CapturedLog::LinesOf("(?:DFUploadDiagnosticFiles|RunTask(?=: HandleRetryHeaders: Retry-Count))",
                              "(?!OnEntry|[A-Za-z0-9]*: [A-Za-z0-9]* - END)");
-    const std::string byTheTable =
-        "6 HandleRetryHeaders: Retry-Count header is not valid, defaulting to back off retries count of:4";
     const std::string md5 = "630f1bf5d79ba418f008798ea4ca85e0";
     const auto requests = cloud.Requests();
     ASSERT_EQ(requests.size(), 4U);
-    const std::vector<std::string> expected = {
-        "3 PostMetadataCB: PostMetadataCB - START",
-        "3 LoadMetadata: LoadMetadata - START",
-        "3 PostMetadataCB: upload_sys_logs marketing product name: VRD9",
-        "3 PostMetadataCB: upload_sys_logs product type: meridel",
-        "3 PostMetadataCB: upload_sys_logs product id: " + kGuid,
-        "3 BuildMetadataPostHeader: BuildMetadataPostHeader - START",
-        "3 LoadProductJwt: LoadProductJwt - START",
-        "3 LoadProductJwt: Product Jwt is loaded",
-        "3 LoadProductJwt: LoadProductJwt - START",
-        "4 BuildMetadataPostHeader: upload_sys_logs product jwt: a.b.c",
-        R"(4 BuildMetadataPostHeader: upload_sys_logs - metadata headers: {"Connection":"keep-alive",)" +
-            std::string(R"("Content-Type":"application/json","x-product-token":"a.b.c"})"),
-        "3 BuildMetadataPayload: BuildMetadataPayload - START",
-        "3 BuildMetadataPayload: upload_sys_logs software version: 1.0.67-10452+c5f2e8b",
-        "3 BuildMetadataPayload: payload: " + requests[0].body,
-        "3 PostMetadataCB: upload_sys_logs post metadata url: http://diagnostics.vantor.example/senders/" + kGuid +
-            "/metadata",
-        byTheTable,
-        "3 MetaDataPostRespCB: MetaDataPostRespCB - START",
-        "3 MetaDataPostRespCB: MetaDataPostRespCB, Response:",
-        "3 MetaDataPostRespCB: response: " + kUploadUrl,
-        "3 MetaDataPostRespCB: MetaDataPostRespCB, uploadUrl: http://127.0.0.1:8888/archive",
-        "3 PostDiagnosticFile: PostDiagnosticFile - START",
-        "3 CalculateMD5Checksum: CalculateMD5Checksum - START",
-        "3 CalculateMD5Checksum: upload_sys_logs - CalculateMD5Checksum, result: " + md5,
-        "3 PostDiagnosticFile: compressed file size:21",
-        "3 BuildDiagnosticFilePostHeader: BuildDiagnosticFilePostHeader - START",
-        "3 LoadProductJwt: LoadProductJwt - START",
-        "3 LoadProductJwt: Product Jwt is loaded",
-        "3 LoadProductJwt: LoadProductJwt - START",
-        "4 BuildDiagnosticFilePostHeader: upload_sys_logs product jwt: a.b.c",
-        R"(4 BuildDiagnosticFilePostHeader: \n\nupload_sys_logs - BuildDiagnosticFilePostHeader: {"Content-MD5":")" +
-            md5 + R"(","Content-Type":"application/octet-stream","x-product-token":"a.b.c"})",
-        byTheTable,
-        "3 DiagFilePostRespCB: DiagFilePostRespCB - START",
-        "3 DiagFilePostRespCB: DiagFilePostRespCB, Response:",
-        "3 DiagFilePostRespCB: response: {}",
-        "3 DiagFilePostRespCB: DiagFilePostRespCB, post failed",
+    const struct
+    {
+        int level;
+        std::string operation;
+        std::vector<std::string> texts;
+    } operations[] = {
+        // clang-format off
+        {3, "SetDeviceInfoCB", {"SetDeviceInfoCB - START", "deviceName: Kitchen \xc3\xa9"}},
+        {3, "PostMetadataCB", {"PostMetadataCB - START"}},
+        {3, "LoadMetadata", {"LoadMetadata - START"}},
+        {3, "PostMetadataCB", {"upload_sys_logs marketing product name: VRD9", "upload_sys_logs product type: meridel",
+                               "upload_sys_logs product id: " + kGuid}},
+        {3, "BuildMetadataPostHeader", {"BuildMetadataPostHeader - START"}},
+        {3, "LoadProductJwt", {"LoadProductJwt - START", "Product Jwt is loaded", "LoadProductJwt - START"}},
+        {4, "BuildMetadataPostHeader", {"upload_sys_logs product jwt: a.b.c",
+            R"(upload_sys_logs - metadata headers: {"Connection":"keep-alive","Content-Type":"application/json",)"
+            R"("x-product-token":"a.b.c"})"}},
+        {3, "BuildMetadataPayload", {"BuildMetadataPayload - START",
+                                     "upload_sys_logs software version: 1.0.67-10452+c5f2e8b",
+                                     "payload: " + requests[0].body}},
+        {3, "PostMetadataCB", {"upload_sys_logs post metadata url: http://diagnostics.vantor.example/senders/" + kGuid +
+                               "/metadata"}},
+        {6, "HandleRetryHeaders", {kByTheTable}},
+        {3, "MetaDataPostRespCB", {"MetaDataPostRespCB - START", "MetaDataPostRespCB, Response:",
+                                   "response: " + kUploadUrl,
+                                   "MetaDataPostRespCB, uploadUrl: http://127.0.0.1:8888/archive"}},
+        {3, "PostDiagnosticFile", {"PostDiagnosticFile - START"}},
+        {3, "CalculateMD5Checksum", {"CalculateMD5Checksum - START",
+                                     "upload_sys_logs - CalculateMD5Checksum, result: " + md5}},
+        {3, "PostDiagnosticFile", {"compressed file size:21"}},
+        {3, "BuildDiagnosticFilePostHeader", {"BuildDiagnosticFilePostHeader - START"}},
+        {3, "LoadProductJwt", {"LoadProductJwt - START", "Product Jwt is loaded", "LoadProductJwt - START"}},
+        {4, "BuildDiagnosticFilePostHeader", {"upload_sys_logs product jwt: a.b.c",
+            R"(\n\nupload_sys_logs - BuildDiagnosticFilePostHeader: {"Content-MD5":")" + md5 +
+            R"(","Content-Type":"application/octet-stream","x-product-token":"a.b.c"})"}},
+        {6, "HandleRetryHeaders", {kByTheTable}},
+        {3, "DiagFilePostRespCB", {"DiagFilePostRespCB - START", "DiagFilePostRespCB, Response:", "response: {}",
+                                   "DiagFilePostRespCB, post failed"}},
+        // clang-format on
     };
+    std::vector<std::string> expected;
+    for (const auto& each : operations) {
+        for (const std::string& text : each.texts) {
+            expected.push_back(std::to_string(each.level) + " " + each.operation + ": " + text);
+        }
+    }
     EXPECT_EQ(lines, expected);
     for (const auto& request : requests) {
         EXPECT_THAT(request.Fields("x-product-token"), testing::ElementsAre("a.b.c"));
     }
+    EXPECT_EQ(requests[1].Line(), "POST http://diagnostics.vantor.example/senders/" + kGuid + "/metadata HTTP/1.1");
+    EXPECT_THAT(requests[1].body, testing::HasSubstr("\"productName\":\"Kitchen \xc3\xa9\""));
+    std::tm sent{};
+    const std::size_t stamp = requests[1].body.find("uploadTimeStamp");
+    strptime(requests[1].body.substr(stamp).c_str(), "uploadTimeStamp\":\"%Y-%m-%dT%H:%M:%SZ", &sent);
+    EXPECT_NEAR(timegm(&sent), std::time(nullptr), 60) << requests[1].body;
+    EXPECT_EQ(requests[3].Line(), "POST /archive HTTP/1.1") << "not through the proxy";
+    EXPECT_THAT(requests[3].Fields("Content-MD5"), testing::ElementsAre(md5));
+    EXPECT_EQ(requests[3].body, "not really an archive");
+    EXPECT_TRUE(WaitUntil([] {
+        return RunProgram({"ss", "-tnH", "dport = :8888"}).output.empty();
+    })) << "no connection is kept";
 }

@@ -38,17 +38,13 @@ TEST(DFUploadFiles, RemovesWhatACrashHasLeft_ButNothingElse)
                               R"({"filename":"../../../persist/mfg_data.json","type":"TOP","subType":"trick"},)"
                               R"({"filename":"","type":"TOP","subType":"trick"},)"
                               R"({"filename":"/tmp/kept","type":"TOP","subType":"trick"}],"version":1}})");
-    const std::string kept[] = {"/tmp/kept", kDirectory + "someone-elses.json", kDirectory + ".gz"};
-    for (const std::string& path : kept) {
-        WriteWholeFile(path, "kept");
-    }
-    for (const char* left : {"dfs_top_20240131235959.txt", "dfs_top_20240131235959.txt.gz", "dfs_diagfile.tar.gz"}) {
-        WriteWholeFile(kDirectory + left, "left");
+    for (const char* name : {"dfs_top_20240131235959.txt", "dfs_top_20240131235959.txt.gz", "dfs_diagfile.tar.gz",
+                             "someone-elses.json", ".gz", "../../../tmp/kept"}) {
+        WriteWholeFile(kDirectory + name, "");
     }
     DFUploadFiles().RemoveAll();
     EXPECT_EQ(NamesIn(kDirectory), (Names{"someone-elses.json", ".gz"}));
-    EXPECT_TRUE(std::filesystem::exists(kept[0]));
-    EXPECT_TRUE(std::filesystem::exists("/persist/mfg_data.json"));
+    EXPECT_TRUE(std::filesystem::exists("/tmp/kept") && std::filesystem::exists("/persist/mfg_data.json"));
     for (const char* unreadable : {"{\"UploadManifest\":", "[]", "{\"item\":[{\"filename\":\"x\"}]}"}) {
         WriteWholeFile(kManifest, unreadable);
         DFUploadFiles().RemoveAll();
@@ -62,11 +58,12 @@ TEST(DFUploadFiles, ListsWhatIsThere_AndSaysWhatIsMissing)
     WriteWholeFile(kDirectory + top.Compressed(), "");
     const RunItem failed("dfs_failed", "failed");
     WriteWholeFile(kDirectory + failed.Compressed(), "");
-    RunItem lost("one/dfs_lost", "lost");
-    const RunItem same("two/dfs_lost", "same name");
-    if (lost.Compressed() != same.Compressed()) {
-        lost = RunItem("one/dfs_lost", "lost"); // the second has turned between the two
-    }
+    RunItem lost = top;
+    RunItem same = top;
+    do { // until both have the same second
+        lost = RunItem("one/dfs_lost", "lost");
+        same = RunItem("two/dfs_lost", "same name");
+    } while (lost.Compressed() != same.Compressed());
     DFUploadFiles files;
     testing::internal::CaptureStderr();
     for (const RunItem& item : {top, RunItem("", "nameless"), lost, same}) {
@@ -77,13 +74,10 @@ TEST(DFUploadFiles, ListsWhatIsThere_AndSaysWhatIsMissing)
               "dfs_uploadmanifest.json " + top.Compressed() + " " + lost.Compressed() + " " + same.Compressed());
     files.WriteUploadManifest();
     const std::string log = testing::internal::GetCapturedStderr();
-    for (const std::string& line :
-         {std::string("Missing from the upload: the item with subType: failed\n"),
-          "Missing from the archive: " + lost.Compressed() + ", of the item with subType: lost\n",
-          std::string("the item with subType: lost, overwritten by the item with subType: same name\n"),
-          std::string("DFS UploadManifest markup error - ")}) {
-        EXPECT_THAT(log, HasSubstr(line));
-    }
+    EXPECT_THAT(log, AllOf(HasSubstr("Missing from the upload: the item with subType: failed\n"),
+                           HasSubstr("archive: " + lost.Compressed() + ", of the item with subType: lost\n"),
+                           HasSubstr("lost, overwritten by the item with subType: same name\n"),
+                           HasSubstr("DFS UploadManifest markup error - ")));
     EXPECT_THAT(log, Not(HasSubstr("Missing from the archive: " + top.Compressed())));
     EXPECT_EQ(files.Types().uploaditems(2).subtype(), "lost");
 

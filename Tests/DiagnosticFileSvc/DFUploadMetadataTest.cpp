@@ -5,15 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <ctime>
-#include <string>
-
-using namespace DiagnosticFileSvc;
 
 TEST(DFUploadMetadata, HoldsProductVersionTimeAndItems)
 {
     setenv("TZ", "XXX-5", 1); // NOLINT(concurrency-mt-unsafe): there is no other thread
-    tzset();
     DFSCommonPB::UploadTypes items;
     for (const char* subType : {"top \"quoted\"", "top"}) {
         items.add_uploaditems()->set_type(DFSCommonPB::TOP);
@@ -28,16 +23,14 @@ TEST(DFUploadMetadata, HoldsProductVersionTimeAndItems)
         {R"({"short": "2.1"})", "2.1-99999+0.000.000"},
         {"", "1.0.67-99999+0.000.000"},
     };
-    const std::string beforeVersion =
-        "{\"productName\":\"Kitchen \xc3\xa9\",\"productId\":\"a guid\",\"productType\":\"a "
-        "type\",\"softwareVersion\":\"";
-    const std::string afterVersion =
-        R"(","fileType":"VRD9 Diagnostics","uploadTimeStamp":"2026-11-15T03:04:05Z",)"
-        R"("uploadedItems":[{"type":"TOP","subType":"top \"quoted\""},{"type":"TOP","subType":"top"}]})";
     for (const auto& each : cases) {
         WriteWholeFile("/opt/Vantor/etc/VantorVersion.json", each.versionFile);
-        const std::string expected = std::string(beforeVersion).append(each.version).append(afterVersion);
-        EXPECT_EQ(BuildMetadataPayload({"marketing", "a type", "a guid"}, "Kitchen \xc3\xa9", items, 1794711845),
-                  expected);
+        EXPECT_EQ(DiagnosticFileSvc::BuildMetadataPayload({"marketing", "a type", "a guid"}, "Kitchen \xc3\xa9", items,
+                                                          1794711845),
+                  "{\"productName\":\"Kitchen \xc3\xa9\",\"productId\":\"a guid\",\"productType\":\"a type\","
+                  "\"softwareVersion\":\"" +
+                      each.version +
+                      R"(","fileType":"VRD9 Diagnostics","uploadTimeStamp":"2026-11-15T03:04:05Z",)"
+                      R"("uploadedItems":[{"type":"TOP","subType":"top \"quoted\""},{"type":"TOP","subType":"top"}]})");
     }
 }

@@ -25,7 +25,7 @@ inline SubTypes SubTypesOf(const DiagnosticFileSvc::DFItemRegistry& registry)
     return subTypes;
 }
 
-/** As it comes from the wire: an empty text is the same as none. */
+/** As it comes from the wire: an empty text is the same as none. A path asks for a custom file. */
 inline DFSCommonPB::UploadRequest RequestOf(const std::vector<DFSCommonPB::DiagFileType>& types,
                                             const std::string& subType = "", const std::string& path = "")
 {
@@ -38,11 +38,4 @@ inline DFSCommonPB::UploadRequest RequestOf(const std::vector<DFSCommonPB::DiagF
     request.set_subtype(subType);
     request.set_filetoupload(path);
     return request;
-}
-
-inline DFSCommonPB::UploadRequest CustomRequestOf(const std::string& path,
-                                                  const std::vector<DFSCommonPB::DiagFileType>& types,
-                                                  const std::string& subType = "")
-{
-    return RequestOf(types, subType, path);
 }

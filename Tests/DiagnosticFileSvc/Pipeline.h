@@ -17,8 +17,6 @@
 class Pipeline : public testing::Test
 {
 protected:
-    using Answers = std::vector<AnswerProbe::Answer>;
-
     static constexpr char kPersistence[] = "/mnt/nv/product-persistence/";
 
     void SetUp() override { Http::InitializeProcess(); }
@@ -41,13 +39,11 @@ protected:
     }
 
     /** The one answer to a request. */
-    AnswerProbe::Answer Ask(const DFSCommonPB::UploadRequest& request)
+    Answer Ask(const DFSCommonPB::UploadRequest& request)
     {
         AnswerProbe probe;
         m_handler.UploadDiagFileRequest(request, &probe.callback);
-        const Answers answers = probe.WaitFor(1);
-        EXPECT_EQ(answers.size(), 1U);
-        return answers.empty() ? AnswerProbe::Answer{"no answer", -1} : answers.front();
+        return probe.Next();
     }
 
     void Register(const std::string& input, const std::string& subType,

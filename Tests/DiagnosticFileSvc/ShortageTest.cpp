@@ -1,10 +1,10 @@
 #include "Shortage.h"
 
-#include <gtest/gtest.h>
-
 #include "Pipeline.h"
 #include "Sanitized.h"
 #include "TemporaryFolder.h"
+
+#include <gtest/gtest.h>
 
 namespace
 {
@@ -21,35 +21,22 @@ protected:
     }
 };
 
-class ShortOfThreads : public testing::Test
-{
-protected:
-    ShortOfThreads() { Shortage::OfThreads(true); }
-
-    void SetUp() override
-    {
-        if (kIsSanitized) {
-            GTEST_SKIP() << "a sanitizer starts threads its own way";
-        }
-    }
-};
 } // namespace
 
 TEST_F(ShortOfMemory, EveryRequestIsAnsweredOnce_AndTheNextOneServed)
 {
     StartWithRegistry();
     const std::string large(kRefusedSize, 'x');
-    m_handler.DiagItemRegistration(DiagnosticFileSvc::DFDiagnosticItem(
-        "while [ ! -e /tmp/go ]; do sleep 0.02; done", std::string(kPersistence) + "dfs_slow", DFSCommonPB::EXE_SCRIPT,
-        large, DFSCommonPB::SCRIPT));
+    m_handler.DiagItemRegistration({"while [ ! -e /tmp/go ]; do sleep 0.02; done", "dfs_slow", DFSCommonPB::EXE_SCRIPT,
+                                    large, DFSCommonPB::SCRIPT});
     DiagCloud::Outcome refusal;
     refusal.status = 404;
     refusal.body = large;
     DiagCloud::CloudServer cloud(CloudOnItsPort({refusal}));
-    const AnswerProbe::Answer internal("Unable to process request, internal error", 400);
+    const Answer internal("Unable to process request, internal error", 400);
 
     RefuseHandler(kRefusedSize);
-    EXPECT_EQ(Ask(CustomRequestOf("/" + large, {DFSCommonPB::USER_SPECIFIED_FILE})), internal) << "at its beginning";
+    EXPECT_EQ(Ask(RequestOf({DFSCommonPB::USER_SPECIFIED_FILE}, "", "/" + large)), internal) << "at its beginning";
     EXPECT_EQ(Ask(RequestOf({DFSCommonPB::PROC_LOADAVG})), internal) << "at its answer, the cloud's large one";
 
     RefuseHandler(0);
@@ -57,14 +44,18 @@ TEST_F(ShortOfMemory, EveryRequestIsAnsweredOnce_AndTheNextOneServed)
     m_handler.UploadDiagFileRequest(RequestOf({DFSCommonPB::EXE_SCRIPT}), &probe.callback);
     RefuseHandler(kRefusedSize);
     WriteWholeFile("/tmp/go", "");
-    EXPECT_EQ(probe.WaitFor(1), Answers{internal}) << "when an item was collected";
+    EXPECT_EQ(probe.Next(), internal) << "when an item was collected";
 
     RefuseHandler(0);
     EXPECT_EQ(Ask(RequestOf({DFSCommonPB::PROC_LOADAVG})).second, 200);
 }
 
-TEST_F(ShortOfThreads, RequestIsAnswered_AndTheUploadClientStartedWhenThereAreThreads)
+TEST(ShortOfThreads, RequestIsAnswered_AndTheUploadClientStartedWhenThereAreThreads)
 {
+    if (kIsSanitized) {
+        GTEST_SKIP() << "a sanitizer starts threads its own way";
+    }
+    Shortage::OfThreads(true);
     const DiagCloud::CloudServer cloud(CloudOnItsPort());
     Http::InitializeProcess();
     auto& handler = DiagnosticFileSvc::DFTriggerHandler::GetInstance();
@@ -72,18 +63,16 @@ TEST_F(ShortOfThreads, RequestIsAnswered_AndTheUploadClientStartedWhenThereAreTh
     handler.Start();
     handler.SetDeviceInfo({});
     AnswerProbe probe;
-    DFSCommonPB::UploadRequest request;
-    request.add_filetype(DFSCommonPB::PROC_LOADAVG);
+    const auto request = RequestOf({DFSCommonPB::PROC_LOADAVG});
     handler.UploadDiagFileRequest(request, &probe.callback);
-    EXPECT_EQ(probe.WaitFor(1).at(0),
-              AnswerProbe::Answer("Unable to process request, the upload client cannot be started", 400));
+    EXPECT_EQ(probe.Next(), Answer("Unable to process request, the upload client cannot be started", 400));
     DiagnosticFileSvc::DFHarvestSystemInfo harvester;
     harvester.Start();
     AnswerProbe scanProbe;
     harvester.CollectWifiSiteScan("echo networks", &scanProbe.callback);
-    EXPECT_EQ(scanProbe.WaitFor(1).at(0), AnswerProbe::Answer("Development failure message", 400));
+    EXPECT_EQ(scanProbe.Next(), Answer("Development failure message", 400));
 
     Shortage::OfThreads(false);
     handler.UploadDiagFileRequest(request, &probe.callback);
-    EXPECT_EQ(probe.WaitFor(2).at(1).second, 200);
+    EXPECT_EQ(probe.Next().second, 200);
 }

@@ -1,132 +1,137 @@
 #include "posixSpawnUtils.h"
 
+#include "CapturedLog.h"
+#include "ChildProcess.h"
+#include "TemporaryFolder.h"
+
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
-#include <string>
-
-#include "ChildProcess.h"
-#include "TemporaryFolder.h"
+#include <functional>
 
 namespace
 {
 using DiagnosticFileSvc::posixSpawnUtils;
-using testing::HasSubstr;
+using testing::ElementsAre;
 
-/** What the collecting run left in the file, which the compressing script has replaced. */
-std::string Collected(const std::string& output)
+struct posixSpawnUtilsTest : testing::Test
 {
-    EXPECT_FALSE(std::filesystem::exists(output));
-    const Finished plain = RunProgram({"gzip", "-dc", output + ".gz"});
-    EXPECT_EQ(plain.status, 0);
-    return plain.output;
-}
+    int Collect(const std::string& command) const
+    {
+        return posixSpawnUtils::GetInstance().CollectEncryptLogs(m_output, command);
+    }
+
+    /** What the collecting run left in the file, which the compressing script has replaced. */
+    std::string Collected() const
+    {
+        EXPECT_FALSE(std::filesystem::exists(m_output));
+        return RunProgram({"gzip", "-dc", m_output + ".gz"}).output;
+    }
+
+    static std::vector<std::string> LinesOf(const std::function<void()>& operation)
+    {
+        const CapturedLog log(3);
+        operation();
+        std::vector<std::string> lines = CapturedLog::LinesOf("posixSpawnUtils");
+        for (std::string& line : lines) {
+            line = std::regex_replace(line, std::regex("(pid|exit): [0-9]+$"), "$1: PID");
+        }
+        return lines;
+    }
+
+    const TemporaryFolder m_folder;
+    const std::string m_output = m_folder.Path() + "/output.txt";
+};
 } // namespace
 
-TEST(posixSpawnUtils, CollectsBothStreams_AndTellsHowTheCommandEnded)
+TEST_F(posixSpawnUtilsTest, CollectsBothStreams_AndTellsHowTheCommandEnded)
 {
     const struct
     {
-        const char* command;
+        std::string command;
         int result;
         const char* collected;
     } cases[] = {
-        {"echo one; echo two >&2; echo three", 0, "one\ntwo\nthree\n"},
-        {"printf 'a|b' | tr '|' ';'", 0, "a;b"},
+        {"stat -c %a " + m_output, 0, "644\n"},
+        {"echo one; echo two >&2; printf 'a|b' | tr '|' ';'", 0, "one\ntwo\na;b"},
         {"echo failing; exit 3", 3 << 8, "failing\n"},
         {"kill -TERM $$", SIGTERM, ""},
         {"no-such-command 2>/dev/null", 127 << 8, ""},
         {"ls -1 /proc/self/fd | tr '\\n' ' '; readlink /proc/self/fd/9", 1 << 8, "0 1 2 3 "},
     };
-    const TemporaryFolder folder;
+    umask(0002);
     // Not to be inherited by the commands, as nothing that the process opens is.
     const int descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
     for (const auto& each : cases) {
         SCOPED_TRACE(each.command);
-        const std::string output = folder.Write("output.txt", "what an earlier run left");
-        EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs(output, each.command), each.result);
-        EXPECT_EQ(Collected(output), each.collected);
+        EXPECT_EQ(Collect(each.command), each.result);
+        EXPECT_EQ(Collected(), each.collected);
+        m_folder.Write("output.txt", "what an earlier run left");
     }
     close(descriptor);
 }
 
-TEST(posixSpawnUtils, MakesTheOutputWithItsMode)
+TEST_F(posixSpawnUtilsTest, CompressesNothing_WhenTheCommandCouldNotRun)
 {
-    const TemporaryFolder folder;
-    const std::string output = folder.Path() + "/output.txt";
-    umask(0002);
-    EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs(output, "stat -c %a " + output), 0);
-    EXPECT_EQ(Collected(output), "644\n");
-}
-
-TEST(posixSpawnUtils, ReportsACommandThatCouldNotRun_AndCompressesNothing)
-{
-    const TemporaryFolder folder;
-    const std::string kept = folder.Write("kept.txt", "kept");
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs(kept + "/output.txt", "true"), ENOTDIR);
-    const std::string log = testing::internal::GetCapturedStderr();
-    EXPECT_THAT(log, HasSubstr("CollectEncryptLogs: upload_sys_logs - posix_spawn: ERROR status: 20"));
-    EXPECT_THAT(log, Not(HasSubstr("CompressDiagnosticFile")));
-    EXPECT_EQ(ReadWholeFile(kept), "kept");
-
     // Neither may the child have emptied the output before it turns out that the kernel takes no such command.
+    m_folder.Write("output.txt", "kept");
     const std::string longest = "true " + std::string(128 * 1024 - 6, 'x');
-    EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs(kept, longest + "x"), E2BIG);
-    EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs(kept, {"true\0", 5}), EINVAL);
-    EXPECT_EQ(ReadWholeFile(kept), "kept");
-    EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs(kept, longest), 0);
+    EXPECT_EQ(Collect(longest + "x"), E2BIG);
+    EXPECT_EQ(Collect({"true\0", 5}), EINVAL);
+    EXPECT_EQ(ReadWholeFile(m_output), "kept");
+    EXPECT_EQ(Collect(longest), 0);
 }
 
-TEST(posixSpawnUtils, EndsAtOnce_WhenItCannotWait)
+TEST_F(posixSpawnUtilsTest, LogsEachStage)
 {
-    const TemporaryFolder folder;
-    std::signal(SIGCHLD, SIG_IGN); // the kernel then keeps no outcome
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs(folder.Path() + "/output.txt", "exit 3"), 0);
-    posixSpawnUtils::GetInstance().CompressDiagnosticFile("x");
-    posixSpawnUtils::GetInstance().TarDiagnosticFiles("x");
-    const std::string log = testing::internal::GetCapturedStderr();
-    for (const char* line : {"CollectEncryptLogs: upload_sys_logs - Child status: ERROR\n",
-                             "CompressDiagnosticFile: upload_sys_logs - CompressDiagnosticFile Child status: ERROR\n",
-                             "TarDiagnosticFiles: TarDiagnosticFiles Child status: ERROR\n"}) {
-        EXPECT_THAT(log, HasSubstr(line));
+    const std::string named = m_folder.Path() + "/a b.txt";
+    EXPECT_THAT(LinesOf([&] { EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs(named, "exit 2"), 512); }),
+                ElementsAre("3 posixSpawnUtils: posixSpawnUtils::posixSpawnUtils - START",
+                            "3 CollectEncryptLogs: CollectSysLogs - command: exit 2",
+                            "3 CollectEncryptLogs: upload_sys_logs - testpoint #1",
+                            "3 CollectEncryptLogs: upload_sys_logs - testpoint #2",
+                            "3 CollectEncryptLogs: upload_sys_logs - testpoint #3",
+                            "3 CollectEncryptLogs: upload_sys_logs - Child pid: PID",
+                            "3 CollectEncryptLogs: upload_sys_logs - Child status: 2",
+                            "3 CollectEncryptLogs: upload_sys_logs - Child is done, status: 512",
+                            "3 CollectEncryptLogs: upload_sys_logs - Child is done, clean exit: PID",
+                            "3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile - START",
+                            "3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile filename: "
+                            "compress-diag-file.sh " +
+                                named,
+                            "3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile - Child pid: PID",
+                            "3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile - Child status: 2",
+                            "3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile - Child is done, clean "
+                            "exit: PID"));
+    EXPECT_TRUE(std::filesystem::exists(named)) << "the name went to the script unquoted";
+    EXPECT_THAT(LinesOf([&] { posixSpawnUtils::GetInstance().TarDiagnosticFiles("x"); }),
+                ElementsAre("3 TarDiagnosticFiles: TarDiagnosticFiles - START",
+                            "3 TarDiagnosticFiles: TarDiagnosticFiles filename: tar-compress-diag-files.sh x",
+                            "3 TarDiagnosticFiles: upload_sys_logs CompressDiagnosticFile - Child pid: PID",
+                            "3 TarDiagnosticFiles: TarDiagnosticFiles - Child status: 1",
+                            "3 TarDiagnosticFiles: TarDiagnosticFiles - Child is done, clean exit: PID"));
+    const struct
+    {
+        std::function<void()> operation;
+        const char* lastLine;
+    } failures[] = {
+        {[&] { EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs("/dev/null/x", "true"), ENOTDIR); },
+         "3 CollectEncryptLogs: upload_sys_logs - posix_spawn: ERROR status: 20"},
+        {[&] {
+             std::signal(SIGCHLD, SIG_IGN); // the kernel keeps no outcome then
+             EXPECT_EQ(Collect("exit 3"), 0);
+         },
+         "3 CollectEncryptLogs: upload_sys_logs - Child status: ERROR"},
+        {[&] { posixSpawnUtils::GetInstance().CompressDiagnosticFile("x"); },
+         "3 CompressDiagnosticFile: upload_sys_logs - CompressDiagnosticFile Child status: ERROR"},
+        {[&] { posixSpawnUtils::GetInstance().TarDiagnosticFiles("x"); },
+         "3 TarDiagnosticFiles: TarDiagnosticFiles Child status: ERROR"},
+    };
+    for (const auto& each : failures) {
+        EXPECT_EQ(LinesOf(each.operation).back(), each.lastLine);
     }
-    EXPECT_THAT(log, Not(HasSubstr("Child is done")));
-    EXPECT_THAT(log, Not(HasSubstr("filename: compress-diag-file.sh " + folder.Path())));
-}
-
-TEST(posixSpawnUtils, LogsEachStage)
-{
-    const TemporaryFolder folder;
-    testing::internal::CaptureStderr();
-    posixSpawnUtils::GetInstance().CollectEncryptLogs(folder.Path() + "/a b.txt", "exit 2");
-    posixSpawnUtils::GetInstance().TarDiagnosticFiles("");
-    const std::string log = testing::internal::GetCapturedStderr();
-
-    std::size_t at = 0;
-    for (const std::string line :
-         {"posixSpawnUtils: posixSpawnUtils::posixSpawnUtils - START",
-          "CollectEncryptLogs: CollectSysLogs - command: exit 2", "upload_sys_logs - testpoint #1",
-          "upload_sys_logs - testpoint #2", "upload_sys_logs - testpoint #3",
-          "upload_sys_logs - Child pid: ", "upload_sys_logs - Child status: 2",
-          "upload_sys_logs - Child is done, status: 512", "upload_sys_logs - Child is done, clean exit: ",
-          "CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile - START",
-          "upload_sys_logs CompressDiagnosticFile filename: compress-diag-file.sh ",
-          "upload_sys_logs CompressDiagnosticFile - Child pid: ",
-          "upload_sys_logs CompressDiagnosticFile - Child status: ",
-          "upload_sys_logs CompressDiagnosticFile - Child is done, clean exit: ",
-          "TarDiagnosticFiles: TarDiagnosticFiles - START", "TarDiagnosticFiles filename: tar-compress-diag-files.sh ",
-          "TarDiagnosticFiles: upload_sys_logs CompressDiagnosticFile - Child pid: ",
-          "TarDiagnosticFiles - Child status: ", "TarDiagnosticFiles - Child is done, clean exit: "}) {
-        const std::size_t found = log.find(line, at);
-        ASSERT_NE(found, std::string::npos) << line << "\nin\n" << log;
-        at = found + line.size();
-    }
-    EXPECT_TRUE(std::filesystem::exists(folder.Path() + "/a b.txt")) << "the name went to the script unquoted";
 }

@@ -95,7 +95,6 @@ TEST(RetryPolicy, Decides)
         {"zero in the table", 503, {}, {kGivesUp}, [](S& s) { s.m_RetryBackoffSeconds = {0, 5}; }},
         {"behaviour not honoured", 503, {{kBehavior, "exponential"}}, {{50000, 50000}, {7, 7}, kGivesUp},
          [](S& s) { s.m_HonourRetryBehavior = false; s.m_RetryBackoffSeconds = {50000, 7}; }},
-        {"again and again", 503, {{kAfter, "100"}}, {{70, 130}, {70, 130}}},
         {"date", 503, {{kAfter, "Fri, 15 Jan 2027 08:00:00 GMT"}}, {{10, 20}}},
         {"name in another case", 503, {{"retry-after", "7"}}, {{10, 20}}},
         {"zero", 503, {{kAfter, "0"}}, {kGivesUp}},
@@ -134,12 +133,12 @@ TEST(RetryPolicy, DecidesOnRateLimits)
         {"count is not read", 429, {some, {kCount, "0"}, {kAfter, "10"}}, {{10, 13}}, {}, 99},
         {"no time, and no default for it", 429, {none, {kBehavior, "constant"}}, {kGivesUp}},
         {"remaining not told, count", 429, {{kCount, "2"}, {kAfter, "10"}}, {{10, 13}, {10, 13}, kGivesUp}},
-        {"no headers", 429, {}, {kGivesUp}},
         {"switched off", 429, {none, in100}, {kGivesUp}, [](S& s) { s.m_HandleRateLimit = false; }},
         {"is a server error too, count allows", 503, {none, in100, {kAfter, "20"}}, {{20, 26}}, serverError},
         {"is a server error too, count forbids", 503, {none, in100, {kCount, "0"}}, {{100, 130}}, serverError},
         {"beyond 2038", 429, {none, {kReset, "2500000100"}}, {{100, 130}}, {}, 0, 2500000000},
         {"beyond 2106", 429, {none, {kReset, "4294967295"}, {kAfter, "10"}}, {{10, 13}}, {}, 0, 4294967296},
+        {"within 32 bits", 429, {{kAfter, "4294967295"}}, {{kMax, kMax}}, [](S& s) { s.m_MaximumSleep = kMax; }},
         {"far ahead", 429, {none, {kReset, "4294967295"}}, {{43200, 56160}}, {}, 0, 0},
     });
 }
@@ -151,14 +150,6 @@ TEST(RetryPolicy, ForgetsTheRateLimitOfAnEarlierResponse)
     RetryPolicy policy(S::WithBackoff(), [] { return 0; });
     EXPECT_EQ(policy.Decide(Response(429, {{kAfter, "100"}}), kNow).seconds, 100U);
     EXPECT_EQ(policy.Decide(Response(503, {{kAfter, "100"}}), kNow).seconds, 70U);
-}
-
-TEST(RetryPolicy, StaysWithin32Bits)
-{
-    S settings = S::WithBackoff();
-    settings.m_MaximumSleep = kMax;
-    RetryPolicy policy(settings, [] { return RAND_MAX; });
-    EXPECT_EQ(policy.Decide(Response(429, {{kAfter, "4294967295"}}), kNow).seconds, kMax);
 }
 
 TEST(RetryPolicy, ConvertsWholeNumbersOnly)
