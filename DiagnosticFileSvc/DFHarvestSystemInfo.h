@@ -36,7 +36,7 @@ public:
 
     /**
      * Runs a site-scan command and uploads its output by itself. Answers with 400, or what the upload came to; that
-     * answer goes to whoever asked for a collection or a scan last, so nothing else is to be asked for meanwhile.
+     * answer goes to whoever asked for a collection or a scan last, so ask for nothing else meanwhile.
      */
     void CollectWifiSiteScan(const std::string& command, Answer* onDone);
 

@@ -24,7 +24,7 @@ std::string LoadProductJwt(JwtUtils::QuillaneTokens& tokens)
             tokens.Validate();
         }
     } catch (const std::exception& error) {
-        // The token itself is loaded by then.
+        // The token itself has been loaded before.
         LogLine(s_log, LogLevel::Error, __func__, "The time stamp of the product Jwt is not usable: ", error.what());
     }
     LogProgress(s_log, __func__, "LoadProductJwt - START");

@@ -22,7 +22,7 @@ std::string ManufacturingData(const char* name, const char* missing)
     const auto value = MfgData::Get(name);
     if (!value) {
         LogLine(s_log, LogLevel::Error, "LoadMetadata", "LoadMetadata", missing);
-        // Without running static destructors under the feet of the other tasks.
+        // Without static destructors: the other tasks still use what those destroy.
         _exit(1);
     }
     return *value;

@@ -42,7 +42,7 @@ public:
      *         also when the file is too large or not the JSON form of the tokens: the message is then empty, but JWTs
      *         and times are those from before. IsValid tells that they are not the file's.
      * @throws std::invalid_argument, std::out_of_range when the access token's expiration time is not a number, or not
-     *         one of a time (see ParseTime), or its file is too large. All else is loaded by then, and the object is
+     *         one of a time (see ParseTime), or its file is too large. All else has been loaded, and the object is
      *         valid; the access token counts as having expired at the epoch.
      */
     bool ReadFile(const std::string& path);

@@ -14,7 +14,7 @@ using TimePoint = std::chrono::time_point<std::chrono::system_clock, std::chrono
 /** How long before it expires a token should be refreshed, in seconds. */
 inline constexpr std::uint32_t kRefreshMargin = 300;
 
-/** Whole seconds since the epoch, what is over cut off. */
+/** Whole seconds since the epoch, rounded towards it. */
 std::int64_t ToSeconds(TimePoint time);
 
 /** That many seconds since the epoch, or the nearest time that a TimePoint holds. */
@@ -38,7 +38,7 @@ TimePoint ParseTime(const std::string& text);
  * Seconds from now until a token should be refreshed that expires then: the whole seconds until then less the margin,
  * 0 when the margin has begun or the token has expired.
  *
- * The whole seconds until then count as a number of 32 bits: what is over (136 years) is lost, deliberate. @{
+ * The whole seconds until then count as a number of 32 bits: what exceeds it (136 years) is lost, deliberate. @{
  */
 std::uint32_t RefreshDelay(TimePoint expiration, TimePoint now);
 std::uint32_t RefreshDelay(std::int64_t expirationSeconds, std::int64_t nowSeconds);

@@ -28,8 +28,8 @@ StdioFile OpenForReading(const std::string& path);
 /**
  * Appends the rest of the file to the content. Blocks.
  *
- * @throws std::system_error when reading fails, or when the content has become larger than maxSize, by one byte. What
- *         has been read is in the content by then.
+ * @throws std::system_error when reading fails, or when the content has become larger than maxSize, by one byte. The
+ *         content then holds what has been read.
  */
 void ReadAll(std::FILE* file, std::string& content, std::size_t maxSize = kMaxFileSize);
 } // namespace Files

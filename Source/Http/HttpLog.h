@@ -4,6 +4,6 @@
 
 namespace Http
 {
-/** The level of what is of use only when a single exchange is followed step by step. */
+/** The level of lines that help only who follows a single exchange step by step. */
 constexpr int kMostDetailedLevel = 7;
 } // namespace Http

@@ -33,14 +33,14 @@ struct RetryState
     bool rateLimited = false;
 };
 
-/** What is to be done after a response. */
+/** What to do after a response. */
 struct RetryDecision
 {
     enum class Action
     {
         Finished, ///< the response is the result; nothing is amiss, or retries are switched off
         GiveUp,   ///< the response is the result: the request failed
-        Retry,    ///< the request is to be sent again
+        Retry,    ///< send the request again
     };
 
     Action action = Action::Finished;
@@ -71,9 +71,9 @@ public:
     /**
      * Reads the headers by which a server steers retries.
      *
-     * @param retryValue set to the seconds that the headers ask for, if they do
+     * @param retryValue set to the seconds that the headers ask for, if any
      * @param exhausted  set when no further retry is allowed
-     * @param behavior   set to what the server asked for, where its wish is read
+     * @param behavior   set to what the server asks for, if its header is read
      * @return whether the headers alone determined the wait
      */
     bool HandleRetryHeaders(const HSMResponse& response, std::int64_t now, std::uint32_t& retryValue, bool& exhausted,

@@ -14,7 +14,7 @@ namespace Http
  * A libcurl easy handle, with the options that hold for every exchange, and the way of a body through it in either
  * direction.
  *
- * The environment's proxy variables have no say. Only http and https are spoken, in HTTP/1.1, which hands on header
+ * The environment's proxy variables are ignored. Only http and https are spoken, in HTTP/1.1, which keeps header
  * names as the server wrote them; at most 10 redirects are followed; certificates are verified unless that is switched
  * off.
  *

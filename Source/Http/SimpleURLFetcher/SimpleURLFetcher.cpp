@@ -241,7 +241,7 @@ HSMResponse SimpleURLFetcher::DoSendREceive_()
             }
             retriesLeft -= retriesLeft > 0 ? 1 : 0;
         }
-        // Asked for no time as well: whoever wants no further exchange must be heard between any two of them.
+        // Called for 0 seconds, too: a cancellation must be seen between any two exchanges.
         if (!m_sleeper(std::max(seconds, 0))) {
             break;
         }

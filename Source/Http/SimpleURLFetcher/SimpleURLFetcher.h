@@ -20,7 +20,7 @@ namespace Http
 class SimpleURLFetcher
 {
 public:
-    /** Waits for so many seconds (0 or more); returns false when there is to be no further exchange. */
+    /** Waits for so many seconds (0 or more); false ends the exchanges. */
     using Sleeper = std::function<bool(int seconds)>;
 
     SimpleURLFetcher();
