@@ -98,6 +98,7 @@ void AddressFilter::Append(std::string_view line, std::size_t begin, std::size_t
 {
     std::size_t copied = begin;
     std::size_t sequenceEnd = 0;
+    std::size_t runEnd = begin;
     Text text;
     for (std::size_t at = begin; at < end;) {
         if (kBetween(line[at])) {
@@ -109,7 +110,7 @@ void AddressFilter::Append(std::string_view line, std::size_t begin, std::size_t
             continue;
         }
         const bool beginsWord = at == 0 || at == sequenceEnd || !kWord(line[at - 1]);
-        const std::size_t next = AddressAt(line, at, end, beginsWord, text);
+        const std::size_t next = AddressAt(line, at, end, beginsWord, runEnd, text);
         if (text) {
             out.append(line, copied, at - copied);
             out += *text;
@@ -121,14 +122,10 @@ void AddressFilter::Append(std::string_view line, std::size_t begin, std::size_t
     out.append(line, copied, end - copied);
 }
 
-/** Sets `text` if an address begins at `begin`. Returns where to look on. */
+/** Sets `text` if an address begins at `begin`, and `runEnd` if it is before that. Returns where to look on. */
 std::size_t AddressFilter::AddressAt(std::string_view line, std::size_t begin, std::size_t end, bool beginsWord,
-                                     Text& text) const
+                                     std::size_t& runEnd, Text& text) const
 {
-    std::size_t runEnd = begin;
-    while (runEnd < end && kRun(line[runEnd])) {
-        ++runEnd;
-    }
     std::size_t wordEnd = begin;
     while (wordEnd < end && kWord(line[wordEnd])) {
         ++wordEnd;
@@ -142,6 +139,11 @@ std::size_t AddressFilter::AddressAt(std::string_view line, std::size_t begin, s
             text = std::string(line.substr(begin, macBegin - begin)) + OfMac(mac);
             return macBegin + mac.size();
         }
+    }
+    // Once for each run: for each of its words it would take quadratic time.
+    runEnd = std::max(runEnd, begin);
+    while (runEnd < end && kRun(line[runEnd])) {
+        ++runEnd;
     }
     std::size_t addressEnd = runEnd;
     while (addressEnd > begin && !kHex(line[addressEnd - 1]) &&

@@ -47,26 +47,31 @@ void LiteralFilter::Add(std::size_t number, const RequiredLists& required)
     Lead& lead = m_leads[number];
     std::size_t count = 0;
     for (auto list = required.begin(); list != required.end() && count < kMaxLists; ++list) {
-        std::vector<std::uint16_t> literals;
-        for (const std::string& text : list->texts) {
-            literals.push_back(NumberOf(text));
+        std::vector<Wanted> texts;
+        for (const RequiredText& text : list->texts) {
+            texts.push_back(WantedOf(text));
         }
-        if (std::find(literals.begin(), literals.end(), kNone) != literals.end()) {
+        if (std::any_of(texts.begin(), texts.end(), [](const Wanted& text) { return text.literal == kNone; })) {
             continue;
         }
         m_without[count].reset(number);
-        for (const std::uint16_t literal : literals) {
-            m_literals[literal].lists[count].set(number);
+        for (const Wanted& text : texts) {
+            m_literals[text.literal].lists[count].set(number);
         }
         ++count;
-        const bool hasByte = std::any_of(literals.begin(), literals.end(), [this](auto i) { return IsByte(i); });
-        if (list == required.begin() && !hasByte && list->before != kUnbounded) {
-            for (const std::uint16_t literal : literals) {
-                m_literals[literal].begun.set(number, list->before == 0);
+        const bool hasByte =
+            std::any_of(texts.begin(), texts.end(), [this](const Wanted& text) { return IsByte(text.literal); });
+        if (list == required.begin() && !hasByte) {
+            for (const Wanted& text : texts) {
+                m_literals[text.literal].led.set(number);
             }
-            lead = {std::move(literals), list->before, {}};
-        } else if (!lead.literals.empty() && list->order > required.front().order) {
-            lead.behind.push_back(std::move(literals));
+            for (const Wanted& text : texts) {
+                lead.before = std::max(lead.before, text.before);
+                lead.isExact = (lead.isExact || lead.texts.empty()) && text.isFixed;
+                lead.texts.push_back(text);
+            }
+        } else if (!lead.texts.empty() && list->order > required.front().order) {
+            lead.behind.push_back(std::move(texts));
         }
     }
 }
@@ -116,6 +121,20 @@ std::uint16_t LiteralFilter::NumberOf(char c)
     return m_singles.back();
 }
 
+LiteralFilter::Wanted LiteralFilter::WantedOf(const RequiredText& text)
+{
+    const auto isSame = [&text](const Around& known) {
+        return known.previous == text.previous && known.prefix == text.prefix && known.next == text.next;
+    };
+    auto around = std::find_if(m_around.begin(), m_around.end(), isSame);
+    if (around == m_around.end()) {
+        m_around.push_back({text.previous, text.prefix, text.next});
+        around = m_around.end() - 1;
+    }
+    return {NumberOf(text.text), static_cast<std::uint16_t>(around - m_around.begin()), text.isFixed,
+            BoundedSum(text.before, text.prefix.any() && !text.isFixed ? 1 : 0)};
+}
+
 std::uint32_t LiteralFilter::HashOf(std::string_view text) const
 {
     std::uint32_t hash = 0;
@@ -158,7 +177,7 @@ void LiteralFilter::Compare(std::string_view text, std::size_t at, std::uint32_t
     for (std::uint16_t i = m_first[Place(hash)]; i != kNone; i = m_literals[i].next) {
         Literal& literal = m_literals[i];
         const std::size_t size = literal.text.size();
-        if (size > text.size() - at) {
+        if (size > text.size() - at || m_bytes[Index(text[at + size - 1])].folded != literal.text.back()) {
             continue;
         }
         std::size_t same = 0;
@@ -169,9 +188,7 @@ void LiteralFilter::Compare(std::string_view text, std::size_t at, std::uint32_t
             continue;
         }
         literal.last = at;
-        if (literal.begun.any()) {
-            m_hits.push_back({at, i});
-        }
+        m_hits.push_back({at, i});
         if (literal.first == kNowhere) {
             literal.first = at;
             m_found.push_back(i);
@@ -196,45 +213,78 @@ LiteralFilter::Patterns LiteralFilter::CanMatch(std::size_t from) const
     return patterns;
 }
 
-std::size_t LiteralFilter::FirstPlace(std::size_t number) const
+std::size_t LiteralFilter::NextPlace(std::size_t number, std::size_t from)
 {
     const Lead& lead = m_leads[number];
-    if (lead.literals.empty()) {
-        return 0;
+    if (lead.texts.empty()) {
+        return from;
     }
     std::size_t first = kNowhere;
-    for (const std::uint16_t i : lead.literals) {
-        first = std::min(first, m_literals[i].first);
+    // A text that is found behind another one may tell a place before that one's.
+    const auto isNear = [&](const Hit& hit) { return first == kNowhere || hit.place <= BoundedSum(first, lead.before); };
+    for (auto hit = HitsFrom(from); hit != m_hits.cend() && isNear(*hit); ++hit) {
+        if (m_literals[hit->literal].led[number]) {
+            first = std::min(first, BeginOf(lead, *hit, from));
+        }
     }
-    const auto isThere = [this, first](const auto& literals) { return HasOneOf(literals, first); };
-    if (!std::all_of(lead.behind.begin(), lead.behind.end(), isThere)) {
-        return kNowhere;
-    }
-    return first - std::min(first, lead.before);
+    const auto isThere = [&](const auto& list) { return HasOneOf(list, first); };
+    return first != kNowhere && std::all_of(lead.behind.begin(), lead.behind.end(), isThere) ? first : kNowhere;
 }
 
-std::size_t LiteralFilter::NextPlace(std::size_t number, std::size_t from) const
+std::vector<LiteralFilter::Hit>::const_iterator LiteralFilter::HitsFrom(std::size_t from) const
 {
     const auto isBefore = [](const Hit& hit, std::size_t place) { return hit.place < place; };
-    const auto next = std::lower_bound(m_hits.begin(), m_hits.end(), from, isBefore);
-    const auto begins = [this, number](const Hit& hit) { return m_literals[hit.literal].begun[number]; };
-    const auto hit = std::find_if(next, m_hits.end(), begins);
-    return hit == m_hits.end() ? kNowhere : hit->place;
+    return std::lower_bound(m_hits.begin(), m_hits.end(), from, isBefore);
 }
 
-bool LiteralFilter::HasOneOf(const std::vector<std::uint16_t>& literals, std::size_t from) const
+/** The first place from `from` on at which a match can begin that holds this literal, or kNowhere. */
+std::size_t LiteralFilter::BeginOf(const Lead& lead, const Hit& hit, std::size_t from)
+{
+    std::size_t first = kNowhere;
+    for (const Wanted& text : lead.texts) {
+        if (text.literal != hit.literal || !IsAt(hit.place, text)) {
+            continue;
+        }
+        const std::size_t space = hit.place - from;
+        if (!text.isFixed) {
+            first = std::min(first, hit.place - std::min(space, text.before));
+        } else if (text.before <= space) {
+            const bool takesPrefix = text.before < space && m_around[text.around].prefix[Index(m_text[hit.place - 1])];
+            first = std::min(first, hit.place - text.before - (takesPrefix ? 1 : 0));
+        }
+    }
+    return first;
+}
+
+/** Of a literal that stands at this place: whether what is around it is as it is wanted. */
+bool LiteralFilter::IsAt(std::size_t place, const Wanted& wanted)
+{
+    Around& around = m_around[wanted.around];
+    if (place > 0 && !around.previous[Index(m_text[place - 1])]) {
+        return false;
+    }
+    if (!around.table) {
+        around.table = std::make_unique<ContinuationTable>(around.next);
+    }
+    return around.table->Allows(m_text.substr(place + m_literals[wanted.literal].text.size()));
+}
+
+bool LiteralFilter::HasOneOf(const std::vector<Wanted>& list, std::size_t from)
 {
     std::uint32_t bits = 0;
-    for (const std::uint16_t i : literals) {
-        const Literal& literal = m_literals[i];
-        if (IsByte(i)) {
+    for (const Wanted& wanted : list) {
+        const Literal& literal = m_literals[wanted.literal];
+        if (IsByte(wanted.literal)) {
             bits |= m_bytes[Index(literal.text.front())].bit;
         } else if (literal.first != kNowhere && literal.last >= from) {
-            return true;
+            const auto isIt = [&](const Hit& hit) { return hit.literal == wanted.literal && IsAt(hit.place, wanted); };
+            if (std::any_of(HitsFrom(from), m_hits.cend(), isIt)) {
+                return true;
+            }
         }
     }
     const auto isOne = [this, bits](char c) { return (m_bytes[Index(c)].bit & bits) != 0; };
-    return std::any_of(m_text.begin() + static_cast<std::ptrdiff_t>(from), m_text.end(), isOne);
+    return bits != 0 && std::any_of(m_text.begin() + static_cast<std::ptrdiff_t>(from), m_text.end(), isOne);
 }
 
 } // namespace DiagSeal

@@ -6,6 +6,7 @@
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,18 +39,15 @@ public:
     /** What can match in the text that was scanned last, from this place on. */
     Patterns CanMatch(std::size_t from) const;
 
-    /** Before this place no match of the pattern begins; kNowhere if none does at all. For a pattern that can match in
-     * the whole of the text: a closer look. */
-    std::size_t FirstPlace(std::size_t number) const;
+    /** The first place from `from` on where a match of the pattern can begin, or kNowhere: a closer look, for a pattern
+     * that can match in the text. */
+    std::size_t NextPlace(std::size_t number, std::size_t from);
 
-    /** Whether all matches of a pattern begin with a text that is looked for. */
+    /** Whether a match can begin at these places only, and not behind one before the next. */
     bool HasExactPlaces(std::size_t number) const
     {
-        return !m_leads[number].literals.empty() && m_leads[number].before == 0;
+        return m_leads[number].isExact;
     }
-
-    /** Of a pattern whose places are exact, the next one from `from` on, or kNowhere. */
-    std::size_t NextPlace(std::size_t number, std::size_t from) const;
 
 private:
     static constexpr std::size_t kMaxLists = 3; // for each pattern: the more, the fewer searches are in vain
@@ -62,18 +60,37 @@ private:
     {
         std::string text;
         std::array<Patterns, kMaxLists> lists{}; ///< the patterns in whose list it is
-        Patterns begun{};                        ///< the patterns whose matches begin with a text of its list
+        Patterns led{};                          ///< the patterns that it leads to
         std::size_t first = kNowhere;            ///< where it was found
         std::size_t last = 0;
         std::uint16_t next = kNone; ///< with the same place in m_first
     };
 
-    /** Of a pattern, the literals that tell where a match can begin. */
+    /** A literal as one pattern requires it. */
+    struct Wanted
+    {
+        std::uint16_t literal;
+        std::uint16_t around; ///< the number of what is around it
+        bool isFixed;
+        std::size_t before;
+    };
+
+    /** Of a pattern, the texts that tell where a match can begin. */
     struct Lead
     {
-        std::vector<std::uint16_t> literals;
-        std::size_t before = 0;                         ///< bytes
-        std::vector<std::vector<std::uint16_t>> behind; ///< lists of which a literal has to follow
+        std::vector<Wanted> texts;
+        std::size_t before = 0; ///< bytes, at most
+        bool isExact = false;   ///< each text tells the place exactly
+        std::vector<std::vector<Wanted>> behind; ///< lists of which a text has to follow
+    };
+
+    /** What stands around a literal. */
+    struct Around
+    {
+        ByteSet previous;
+        ByteSet prefix;
+        Continuation next;
+        std::unique_ptr<ContinuationTable> table{}; ///< made when it is needed first
     };
 
     struct Hit
@@ -91,9 +108,13 @@ private:
 
     std::uint16_t NumberOf(const std::string& text);
     std::uint16_t NumberOf(char c);
+    Wanted WantedOf(const RequiredText& text);
     std::uint32_t HashOf(std::string_view text) const;
     bool IsByte(std::uint16_t literal) const { return m_literals[literal].text.size() == 1; }
-    bool HasOneOf(const std::vector<std::uint16_t>& literals, std::size_t from) const;
+    bool IsAt(std::size_t place, const Wanted& wanted);
+    std::size_t BeginOf(const Lead& lead, const Hit& hit, std::size_t from);
+    bool HasOneOf(const std::vector<Wanted>& list, std::size_t from);
+    std::vector<Hit>::const_iterator HitsFrom(std::size_t from) const;
     void Compare(std::string_view text, std::size_t at, std::uint32_t hash);
 
     std::array<Byte, 256> m_bytes;
@@ -103,7 +124,8 @@ private:
     std::vector<std::uint16_t> m_singles; ///< literals of one byte, by bit
     std::string_view m_text;
     std::vector<std::uint16_t> m_found;
-    std::vector<Hit> m_hits;                     ///< of the literals that begin matches, in the order of the text
+    std::vector<Hit> m_hits;                     ///< in the order of the text
+    std::vector<Around> m_around;
     std::vector<Lead> m_leads;                   ///< by pattern
     std::array<Patterns, kMaxLists> m_without{}; ///< patterns that have no such list
 };

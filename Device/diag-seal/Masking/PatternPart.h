@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace DiagSeal
@@ -19,16 +18,27 @@ struct PatternPart
     RequiredLists required{};      ///< if the part is not exact
     std::size_t size = kUnbounded; ///< bytes of a match, at most
     bool repeats = false;          ///< it matches what it says, once or more often
+    bool mayBeEmpty = true;
+    bool isFixed = false;              ///< all matches have this size
+    std::optional<ByteSet> assertion{}; ///< it is "\b", "^" or one of these or a byte: what can stand behind it
+    ByteSet first = ByteSet().set();   ///< with which a match begins
+    ByteSet bytes = ByteSet().set();   ///< that a match holds
 };
+
+/** The set, and each letter in the other case. Beyond ASCII, one byte stands for all. */
+ByteSet WithBothCases(ByteSet bytes);
 
 /** A part that matches this text. */
 PatternPart PartOfText(std::string text);
 
-/** A part that matches one byte, of which nothing else is known. */
-PatternPart PartOfOneByte();
+/** A part that matches one byte of the set. */
+PatternPart PartOfOneByte(const ByteSet& bytes);
+
+/** A part that matches at the beginning of the text, and behind these bytes. */
+PatternPart AssertionPart(const ByteSet& behind);
 
 /** The part, or nothing. */
-PatternPart OptionalPart(const PatternPart& part);
+PatternPart OptionalPart(PatternPart part);
 
 /** The part, once or more often. */
 PatternPart RepeatedPart(PatternPart part);
@@ -44,16 +54,20 @@ class PatternSequence
 {
 public:
     void Add(PatternPart part);
-
-    /** The same as for a part that matches this text, but cheaper. */
-    void AddText(std::string_view text);
-
     PatternPart Finish();
 
 private:
-    PatternPart m_all{std::vector<std::string>{}, {}, 0}; ///< its exact texts are m_run until Finish
-    std::vector<std::string> m_run{""};                   ///< what the parts that were added last match together
-    std::size_t m_before = 0;                             ///< bytes of the sequence before that, at most
+    void AddBytes(PatternPart part);
+    void Precede(RequiredTexts& list) const;
+    void Widen();
+    RequiredTexts TakeRun();
+
+    PatternPart m_all = PartOfText("");
+    std::vector<std::string> m_run{""}; ///< what the parts that were added last match together
+    ByteSet m_previous = ByteSet().set(); ///< what can stand before that
+    ByteSet m_prefix;                     ///< what belongs to the match if it stands before that
+    std::size_t m_before = 0;           ///< bytes of the sequence before that, at most
+    bool m_isFixed = true;              ///< exactly
     std::size_t m_order = 0;
 };
 

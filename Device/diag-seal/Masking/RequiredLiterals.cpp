@@ -4,7 +4,6 @@
 #include "PatternPart.h"
 
 #include <algorithm>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -30,6 +29,38 @@ bool IsPlain(char c)
 bool IsRepetition(char c)
 {
     return c == '*' || c == '+' || c == '?' || c == '{';
+}
+
+bool IsBlank(char c)
+{
+    return c == ' ' || c == '\t' || c == '\n' || c == '\f' || c == '\r';
+}
+
+bool IsWordOrLine(char c)
+{
+    return IsWord(c) || c == '_';
+}
+
+ByteSet BytesOf(bool (*predicate)(char))
+{
+    ByteSet bytes;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] = predicate(static_cast<char>(i));
+    }
+    return bytes;
+}
+
+/** The class "[a-z]". */
+ByteSet Range(char first, char last)
+{
+    if (first == '\\' || last == '\\') {
+        throw Unknown();
+    }
+    ByteSet bytes;
+    for (std::size_t i = static_cast<unsigned char>(first); i <= static_cast<unsigned char>(last); ++i) {
+        bytes.set(i);
+    }
+    return bytes;
 }
 
 /** As letters match in either case. Beyond ASCII that is not a matter of one bit. */
@@ -87,11 +118,7 @@ private:
     {
         PatternSequence sequence;
         while (!m_rest.empty() && m_rest.front() != '|' && m_rest.front() != ')') {
-            if (const std::string text = TakePlain(); !text.empty()) {
-                sequence.AddText(text);
-            } else {
-                sequence.Add(ReadRepeated());
-            }
+            sequence.Add(ReadRepeated());
         }
         return sequence.Finish();
     }
@@ -101,11 +128,13 @@ private:
         PatternPart part = ReadAtom();
         while (!m_rest.empty()) {
             if (Take("?")) {
-                part = OptionalPart(part);
+                part = OptionalPart(std::move(part));
             } else if (Take("*")) {
-                part = PatternPart{};
+                part = OptionalPart(RepeatedPart(std::move(part)));
             } else if (const std::size_t size = CountSize(); size > 0) {
-                part = m_rest[1] == '0' ? PatternPart{} : RepeatedPart(std::move(part));
+                const bool mayBeMissing = m_rest[1] == '0';
+                part = RepeatedPart(std::move(part));
+                part = mayBeMissing ? OptionalPart(std::move(part)) : std::move(part);
                 m_rest.remove_prefix(size);
             } else if (Take("+")) {
                 part = RepeatedPart(std::move(part));
@@ -141,29 +170,24 @@ private:
             case '\\':
                 return ReadEscape();
             case '.':
-                return PartOfOneByte();
+                return PartOfOneByte(ByteSet().set());
             case '^':
+                return AssertionPart({});
             case '$':
                 return PartOfText("");
             default:
-                return PartOfText(std::string(1, Folded(c)));
+                return ReadPlain(c);
         }
     }
 
-    /** The characters up to the next one that may be special or is repeated; may be none. */
-    std::string TakePlain()
+    /** The characters up to the next one that is special or repeated. */
+    PatternPart ReadPlain(char first)
     {
-        std::string text;
-        while (!m_rest.empty() && IsPlain(m_rest.front()) && (m_rest.size() == 1 || !IsRepetition(m_rest[1]))) {
+        std::string text(1, Folded(first));
+        while (m_rest.size() > 1 && IsPlain(m_rest.front()) && !IsRepetition(m_rest[1])) {
             text += Folded(TakeAny());
         }
-        return text;
-    }
-
-    PatternPart ReadEscape()
-    {
-        std::optional<std::string> text = TakeEscape();
-        return text ? PartOfText(*std::move(text)) : PartOfOneByte();
+        return PartOfText(std::move(text));
     }
 
     PatternPart ReadGroup()
@@ -194,55 +218,68 @@ private:
 
     PatternPart ReadClass()
     {
-        bool isSmall = !Take("^");
+        const bool isNegated = Take("^");
+        bool isSmall = !isNegated;
+        ByteSet bytes;
         std::vector<std::string> texts;
         for (bool isFirst = true; isFirst || !Take("]"); isFirst = false) {
             const char c = TakeAny();
             if (c == '[' && !m_rest.empty() && m_rest.front() == ':') {
                 throw Unknown();
             }
-            const std::optional<std::string> text = c == '\\' ? TakeEscape() : std::string(1, c);
+            const PatternPart part = c == '\\' ? ReadEscape() : PartOfText(std::string(1, c));
+            bytes |= c == '\\' ? part.bytes : ByteSet().set(static_cast<unsigned char>(c));
             const bool isRange = m_rest.size() > 1 && m_rest.front() == '-' && m_rest[1] != ']';
-            isSmall = isSmall && text && !isRange && texts.size() < kMaxClass;
+            isSmall = isSmall && part.exact && !isRange && texts.size() < kMaxClass;
             if (isRange) {
                 TakeAny();
-                if (TakeAny() == '\\') {
-                    TakeEscape();
-                }
+                bytes |= Range(c, TakeAny());
             } else if (isSmall) {
-                texts.push_back(text->empty() ? *text : std::string(1, Folded(text->front())));
+                const std::string& text = part.exact->front();
+                texts.emplace_back(text.empty() ? 0 : 1, text.empty() ? ' ' : Folded(text.front()));
             }
         }
-        return isSmall ? PatternPart{std::move(texts), {}, 1} : PartOfOneByte();
+        PatternPart part = PartOfOneByte(isNegated ? ~bytes : WithBothCases(bytes));
+        if (isSmall) {
+            part.exact = std::move(texts);
+        }
+        return part;
     }
 
-    /** The text that it matches, or none for one byte of many. */
-    std::optional<std::string> TakeEscape()
+    PatternPart ReadEscape()
     {
         const char c = TakeAny();
         if (!IsWord(c)) {
-            return std::string(1, Folded(c));
+            return PartOfText(std::string(1, Folded(c)));
         }
         switch (c) {
             case 't':
-                return "\t";
+                return PartOfText("\t");
             case 'n':
-                return "\n";
+                return PartOfText("\n");
             case 'r':
-                return "\r";
-            case 's':
-                return " ";
+                return PartOfText("\r");
+            case 's': {
+                PatternPart part = PartOfText(" ");
+                part.first = part.bytes = BytesOf(IsBlank);
+                return part;
+            }
             case 'b':
+                return AssertionPart(~BytesOf(IsWordOrLine));
             case 'B':
             case 'A':
             case 'z':
-                return "";
+                return PartOfText("");
             case 'd':
+                return PartOfOneByte(BytesOf(IsDigit));
             case 'D':
+                return PartOfOneByte(~BytesOf(IsDigit));
             case 'S':
+                return PartOfOneByte(~BytesOf(IsBlank));
             case 'w':
+                return PartOfOneByte(BytesOf(IsWordOrLine));
             case 'W':
-                return std::nullopt;
+                return PartOfOneByte(~BytesOf(IsWordOrLine));
             default:
                 throw Unknown();
         }

@@ -13,20 +13,31 @@ namespace
 constexpr std::size_t kLong = 3; // bytes
 constexpr std::size_t kMaxLists = 4;
 
-bool IsEverywhere(const std::string& text)
+bool IsEverywhere(const RequiredText& required)
 {
+    const std::string& text = required.text;
     const bool isLong = text.size() >= kLong && text.find_first_not_of(' ') != std::string::npos;
     return !isLong && std::all_of(text.begin(), text.end(), [](char c) { return c == ' ' || IsWord(c); });
 }
 
 std::size_t ShortestSize(const RequiredTexts& list)
 {
-    const auto isShorter = [](const std::string& a, const std::string& b) { return a.size() < b.size(); };
-    return std::min_element(list.texts.begin(), list.texts.end(), isShorter)->size();
+    const auto isShorter = [](const RequiredText& a, const RequiredText& b) { return a.text.size() < b.text.size(); };
+    return std::min_element(list.texts.begin(), list.texts.end(), isShorter)->text.size();
+}
+
+/** Whether its texts tell where a match begins. */
+bool TellsPlace(const RequiredTexts& list)
+{
+    return ShortestSize(list) >= kLong &&
+           std::all_of(list.texts.begin(), list.texts.end(), [](const RequiredText& text) { return text.isFixed; });
 }
 
 bool IsRarer(const RequiredTexts& a, const RequiredTexts& b)
 {
+    if (TellsPlace(a) != TellsPlace(b)) {
+        return TellsPlace(a);
+    }
     const std::size_t sizeOfA = ShortestSize(a);
     const std::size_t sizeOfB = ShortestSize(b);
     return sizeOfA != sizeOfB ? sizeOfA > sizeOfB : a.texts.size() < b.texts.size();
@@ -34,33 +45,45 @@ bool IsRarer(const RequiredTexts& a, const RequiredTexts& b)
 
 bool Holds(const std::string& text, const std::string& part)
 {
-    return part.size() <= text.size() && text.find(part) != std::string::npos;
+    return text.find(part) != std::string::npos;
 }
 
 /** Whether each of the list's texts holds one of the other's. */
 bool Implies(const RequiredTexts& list, const RequiredTexts& other)
 {
-    return std::all_of(list.texts.begin(), list.texts.end(), [&other](const std::string& text) {
+    return std::all_of(list.texts.begin(), list.texts.end(), [&other](const RequiredText& text) {
         return std::any_of(other.texts.begin(), other.texts.end(),
-                           [&text](const std::string& part) { return Holds(text, part); });
+                           [&text](const RequiredText& part) { return Holds(text.text, part.text); });
     });
+}
+
+/** Whether it may stand anywhere. */
+bool IsFreeText(const RequiredText& required)
+{
+    return required.previous.all() && required.next.AllowsAnything();
 }
 
 RequiredTexts WithoutLonger(const RequiredTexts& list)
 {
-    RequiredTexts simple{{}, list.before, list.order};
+    RequiredTexts simple{{}, list.order};
     std::size_t moved = 0; // bytes of a text before the one that it holds, at most
-    for (const std::string& text : list.texts) {
-        const auto isHeld = [&text](const std::string& other) {
-            return (other.size() < text.size() || &other < &text) && Holds(text, other);
+    std::size_t before = 0;
+    for (const RequiredText& text : list.texts) {
+        const auto isHeld = [&text](const RequiredText& other) {
+            const bool isShorter = other.text.size() < text.text.size() && IsFreeText(other);
+            return Holds(text.text, other.text) && (isShorter || (other == text && &other < &text));
         };
         if (std::any_of(list.texts.begin(), list.texts.end(), isHeld)) {
-            moved = std::max(moved, text.size());
+            moved = std::max(moved, text.text.size());
+            before = std::max(before, text.before);
         } else {
             simple.texts.push_back(text);
         }
     }
-    simple.before = BoundedSum(list.before, moved);
+    for (RequiredText& text : simple.texts) {
+        text.isFixed = text.isFixed && moved == 0;
+        text.before = moved == 0 ? text.before : BoundedSum(std::max(text.before, before), moved);
+    }
     return simple;
 }
 
@@ -87,7 +110,7 @@ RequiredLists RequiredByEither(const RequiredLists& a, const RequiredLists& b)
         const RequiredTexts& one = a[std::min(i, a.size() - 1)];
         const RequiredTexts& other = b[std::min(i, b.size() - 1)];
         if (one.texts.size() + other.texts.size() <= kMaxTexts) {
-            lists.push_back({one.texts, std::max(one.before, other.before), 0});
+            lists.push_back({one.texts, 0});
             lists.back().texts.insert(lists.back().texts.end(), other.texts.begin(), other.texts.end());
         }
     }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Continuation.h"
+
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -10,15 +12,27 @@ namespace DiagSeal
 /** A distance or a size that has no bound. */
 constexpr std::size_t kUnbounded = static_cast<std::size_t>(-1);
 
-/**
- * Texts of which each match of a pattern holds one. Letters are small and match in either case; a blank is any white
- * space.
- */
+/** Letters are small and match in either case; a blank is any white space. */
+struct RequiredText
+{
+    std::string text;
+    std::size_t before = kUnbounded;   ///< bytes of the match before the text, at most
+    bool isFixed = false;              ///< `before` is exact, but for the prefix
+    ByteSet previous = ByteSet().set(); ///< the byte before the text, if there is one, is one of these
+    ByteSet prefix{};                  ///< one of these belongs to the match if it stands before the text
+    Continuation next{};               ///< what follows it
+
+    bool operator==(const RequiredText& other) const
+    {
+        return text == other.text && previous == other.previous && prefix == other.prefix && next == other.next;
+    }
+};
+
+/** Texts of which each match of a pattern holds one. */
 struct RequiredTexts
 {
-    std::vector<std::string> texts;
-    std::size_t before = kUnbounded; ///< bytes of the match before the text, at most
-    std::size_t order = 0;           ///< the text begins behind those of lists of a lower order
+    std::vector<RequiredText> texts;
+    std::size_t order = 0; ///< the text begins behind those of lists of a lower order
 };
 
 using RequiredLists = std::vector<RequiredTexts>;
@@ -30,7 +44,7 @@ constexpr std::size_t kMaxTexts = 48;
  * are neither letter, digit nor blank. */
 void AddIfRare(RequiredTexts list, RequiredLists& lists);
 
-/** The four lists that are found least often, that one first. */
+/** Four lists: first those that tell where a match begins, then those that are found least often. */
 RequiredLists Rarest(RequiredLists lists);
 
 /** What is required if one of two parts of a pattern matches. */

@@ -9,7 +9,7 @@ namespace DiagSeal
 namespace
 {
 
-constexpr std::size_t kShort = 48; // bytes
+constexpr std::size_t kShort = 256; // bytes
 
 bool IsNameCharacter(char c)
 {
@@ -99,9 +99,11 @@ bool RuleSearch::FindAt(std::string_view line, std::size_t place)
     if (!m_expression) {
         Compile();
     }
-    // With groups, RE2 needs no automaton, but ten times as long for each byte.
-    const bool isShort = line.size() - place <= kShort;
-    return Match(line, place, RE2::ANCHOR_START, isShort ? 1 + m_expression->NumberOfCapturingGroups() : 1);
+    // With groups, RE2 takes longer for each byte, but Explain need not ask again. Most attempts end as the last one did.
+    const bool withGroups = m_hasMatched && line.size() - place <= kShort && m_rule.name != kKeep;
+    m_hasMatched =
+        Match(line, place, RE2::ANCHOR_START, withGroups ? 1 + m_expression->NumberOfCapturingGroups() : 1);
+    return m_hasMatched;
 }
 
 bool RuleSearch::Match(std::string_view line, std::size_t begin, RE2::Anchor anchor, int count)

@@ -82,6 +82,7 @@ private:
     std::array<re2::StringPiece, 1 + kMaxGroups> m_groups; ///< of the match, if they are known
     bool m_knowsGroups = false;
     bool m_isCut = false;
+    bool m_hasMatched = true; ///< FindAt, the last time
 };
 
 } // namespace DiagSeal

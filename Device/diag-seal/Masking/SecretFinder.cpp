@@ -12,7 +12,6 @@ namespace
 
 constexpr std::string_view kWhen = "when";
 constexpr int kMaxSize = 10000;                                  // of all patterns, in RE2's instructions: 300 KiB
-constexpr std::size_t kMaxSearched = 3 << 17;                    // bytes of lines, with the same automata
 constexpr std::size_t kMaxAttempts = 8;                          // of a rule on one line
 constexpr std::size_t kMaxSearchedTwice = std::size_t{4} * 1024; // bytes of one line
 
@@ -82,43 +81,33 @@ void SecretFinder::Begin(std::string_view line, std::size_t from)
     if (rules.none()) { // most lines
         return;
     }
-    m_searched += line.size() - from;
-    if (m_searched > kMaxSearched) {
-        m_searched = 0; // RE2's automata only grow, each line may add to them
-        std::for_each(m_entries.begin(), m_entries.end(), [](Entry& entry) { entry.search.Forget(); });
-        std::for_each(m_sections.begin(), m_sections.end(), [](Section& section) { section.expression.reset(); });
-    }
     for (std::size_t i = rules._Find_first(); i < m_entries.size(); i = rules._Find_next(i)) {
-        if (FindFirst(i, from)) {
+        m_entries[i].attempts = 0;
+        if (Find(i, from)) {
             m_matching.push_back(&m_entries[i]);
         }
     }
 }
 
-/** Finds a rule's first match in the line. */
-bool SecretFinder::FindFirst(std::size_t number, std::size_t from)
-{
-    m_entries[number].attempts = 0;
-    const std::size_t first = m_filter.FirstPlace(number);
-    return first != LiteralFilter::kNowhere && Find(number, std::max(from, first));
-}
-
 /**
- * Tries each place where a match can begin: most names stand in a line without a value, which is soon seen. Each
- * attempt may go to the end of the line, so there is a bound; then one search takes the rest.
+ * Finds the next match of a rule. Tries each place where one can begin: most names stand in a line without a value, which
+ * is soon seen. Each attempt may go to the end of the line, so there is a bound; then one search takes the rest.
  */
 bool SecretFinder::Find(std::size_t number, std::size_t from)
 {
     Entry& entry = m_entries[number];
-    while (m_filter.HasExactPlaces(number) && entry.attempts < kMaxAttempts) {
+    for (;; ++entry.attempts, ++from) {
         from = m_filter.NextPlace(number, from);
-        if (from == LiteralFilter::kNowhere || entry.search.FindAt(m_line, from)) {
-            return from != LiteralFilter::kNowhere;
+        if (from == LiteralFilter::kNowhere) {
+            return false;
         }
-        ++entry.attempts;
-        ++from;
+        if (!m_filter.HasExactPlaces(number) || entry.attempts == kMaxAttempts) {
+            return entry.search.Find(m_line, from);
+        }
+        if (entry.search.FindAt(m_line, from)) {
+            return true;
+        }
     }
-    return entry.search.Find(m_line, from);
 }
 
 bool SecretFinder::Next(std::size_t from, FoundSecret& found)

@@ -66,7 +66,6 @@ private:
 
     void CheckAll();
     bool IsNeeded(Section& section);
-    bool FindFirst(std::size_t number, std::size_t from);
     bool FindAgain(std::size_t number, std::size_t from);
     bool Find(std::size_t number, std::size_t from);
 
