@@ -28,6 +28,7 @@ void Continuation::AddStep(const Step& step)
     if (m_isClosed || step.bytes.none()) {
         return;
     }
+    m_steps.reserve(kMaxSteps);
     m_steps.push_back(step);
     m_isClosed = step.repeats && step.bytes.count() >= kWide;
 }

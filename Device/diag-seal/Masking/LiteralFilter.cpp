@@ -126,12 +126,10 @@ LiteralFilter::Wanted LiteralFilter::WantedOf(const RequiredText& text)
     const auto isSame = [&text](const Around& known) {
         return known.previous == text.previous && known.prefix == text.prefix && known.next == text.next;
     };
-    auto around = std::find_if(m_around.begin(), m_around.end(), isSame);
-    if (around == m_around.end()) {
+    if (m_around.empty() || !isSame(m_around.back())) { // as a rule, it is the same for all of a list
         m_around.push_back({text.previous, text.prefix, text.next});
-        around = m_around.end() - 1;
     }
-    return {NumberOf(text.text), static_cast<std::uint16_t>(around - m_around.begin()), text.isFixed,
+    return {NumberOf(text.text), static_cast<std::uint16_t>(m_around.size() - 1), text.isFixed,
             BoundedSum(text.before, text.prefix.any() && !text.isFixed ? 1 : 0)};
 }
 
@@ -221,7 +219,9 @@ std::size_t LiteralFilter::NextPlace(std::size_t number, std::size_t from)
     }
     std::size_t first = kNowhere;
     // A text that is found behind another one may tell a place before that one's.
-    const auto isNear = [&](const Hit& hit) { return first == kNowhere || hit.place <= BoundedSum(first, lead.before); };
+    const auto isNear = [&](const Hit& hit) {
+        return first == kNowhere || hit.place <= BoundedSum(first, lead.before);
+    };
     for (auto hit = HitsFrom(from); hit != m_hits.cend() && isNear(*hit); ++hit) {
         if (m_literals[hit->literal].led[number]) {
             first = std::min(first, BeginOf(lead, *hit, from));

@@ -44,10 +44,7 @@ public:
     std::size_t NextPlace(std::size_t number, std::size_t from);
 
     /** Whether a match can begin at these places only, and not behind one before the next. */
-    bool HasExactPlaces(std::size_t number) const
-    {
-        return m_leads[number].isExact;
-    }
+    bool HasExactPlaces(std::size_t number) const { return m_leads[number].isExact; }
 
 private:
     static constexpr std::size_t kMaxLists = 3; // for each pattern: the more, the fewer searches are in vain
@@ -79,8 +76,8 @@ private:
     struct Lead
     {
         std::vector<Wanted> texts;
-        std::size_t before = 0; ///< bytes, at most
-        bool isExact = false;   ///< each text tells the place exactly
+        std::size_t before = 0;                  ///< bytes, at most
+        bool isExact = false;                    ///< each text tells the place exactly
         std::vector<std::vector<Wanted>> behind; ///< lists of which a text has to follow
     };
 
@@ -124,7 +121,7 @@ private:
     std::vector<std::uint16_t> m_singles; ///< literals of one byte, by bit
     std::string_view m_text;
     std::vector<std::uint16_t> m_found;
-    std::vector<Hit> m_hits;                     ///< in the order of the text
+    std::vector<Hit> m_hits; ///< in the order of the text
     std::vector<Around> m_around;
     std::vector<Lead> m_leads;                   ///< by pattern
     std::array<Patterns, kMaxLists> m_without{}; ///< patterns that have no such list

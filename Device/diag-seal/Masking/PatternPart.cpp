@@ -49,16 +49,24 @@ void Close(RequiredTexts& list)
 
 } // namespace
 
-ByteSet WithBothCases(ByteSet bytes)
+ByteSet BytesOf(bool (*predicate)(char))
 {
-    if ((bytes >> 0x80).any()) {
-        bytes |= ByteSet().set() << 0x80;
-    }
-    for (std::size_t c = 'a'; c <= 'z'; ++c) {
-        const bool isThere = bytes[c] || bytes[c ^ 0x20];
-        bytes[c] = bytes[c ^ 0x20] = isThere;
+    ByteSet bytes;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] = predicate(static_cast<char>(i));
     }
     return bytes;
+}
+
+ByteSet WithBothCases(ByteSet bytes)
+{
+    static const ByteSet kBeyondAscii = ByteSet().set() << 0x80;
+    static const ByteSet kUpper = BytesOf([](char c) { return c >= 'A' && c <= 'Z'; });
+    static const ByteSet kLower = kUpper << 0x20;
+    if ((bytes & kBeyondAscii).any()) {
+        bytes |= kBeyondAscii;
+    }
+    return bytes | (bytes & kUpper) << 0x20 | (bytes & kLower) >> 0x20;
 }
 
 PatternPart PartOfText(std::string text)
@@ -68,14 +76,15 @@ PatternPart PartOfText(std::string text)
     part.isFixed = true;
     part.mayBeEmpty = text.empty();
     part.bytes.reset();
-    part.first.reset();
     for (const char c : text) {
         part.bytes.set(static_cast<unsigned char>(c));
-        if (part.first.none()) {
-            part.first = WithBothCases(part.bytes);
-        }
     }
     part.bytes = WithBothCases(part.bytes);
+    part.first.reset();
+    if (!text.empty()) {
+        part.first =
+            text.size() == 1 ? part.bytes : WithBothCases(ByteSet().set(static_cast<unsigned char>(text.front())));
+    }
     part.exact.emplace().push_back(std::move(text));
     return part;
 }

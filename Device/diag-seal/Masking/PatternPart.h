@@ -19,11 +19,14 @@ struct PatternPart
     std::size_t size = kUnbounded; ///< bytes of a match, at most
     bool repeats = false;          ///< it matches what it says, once or more often
     bool mayBeEmpty = true;
-    bool isFixed = false;              ///< all matches have this size
+    bool isFixed = false;               ///< all matches have this size
     std::optional<ByteSet> assertion{}; ///< it is "\b", "^" or one of these or a byte: what can stand behind it
-    ByteSet first = ByteSet().set();   ///< with which a match begins
-    ByteSet bytes = ByteSet().set();   ///< that a match holds
+    ByteSet first = ByteSet().set();    ///< with which a match begins
+    ByteSet bytes = ByteSet().set();    ///< that a match holds
 };
+
+/** The bytes of which the predicate holds. */
+ByteSet BytesOf(bool (*predicate)(char));
 
 /** The set, and each letter in the other case. Beyond ASCII, one byte stands for all. */
 ByteSet WithBothCases(ByteSet bytes);
@@ -63,11 +66,11 @@ private:
     RequiredTexts TakeRun();
 
     PatternPart m_all = PartOfText("");
-    std::vector<std::string> m_run{""}; ///< what the parts that were added last match together
+    std::vector<std::string> m_run{""};   ///< what the parts that were added last match together
     ByteSet m_previous = ByteSet().set(); ///< what can stand before that
     ByteSet m_prefix;                     ///< what belongs to the match if it stands before that
-    std::size_t m_before = 0;           ///< bytes of the sequence before that, at most
-    bool m_isFixed = true;              ///< exactly
+    std::size_t m_before = 0;             ///< bytes of the sequence before that, at most
+    bool m_isFixed = true;                ///< exactly
     std::size_t m_order = 0;
 };
 

@@ -41,13 +41,29 @@ bool IsWordOrLine(char c)
     return IsWord(c) || c == '_';
 }
 
-ByteSet BytesOf(bool (*predicate)(char))
+/** The class that an escape such as "\d" stands for. */
+const ByteSet& ClassOf(char escape)
 {
-    ByteSet bytes;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        bytes[i] = predicate(static_cast<char>(i));
+    static const ByteSet kDigits = BytesOf(IsDigit);
+    static const ByteSet kNoDigits = ~kDigits;
+    static const ByteSet kBlanks = BytesOf(IsBlank);
+    static const ByteSet kNoBlanks = ~kBlanks;
+    static const ByteSet kWords = BytesOf(IsWordOrLine);
+    static const ByteSet kNoWords = ~kWords;
+    switch (escape) {
+        case 'd':
+            return kDigits;
+        case 'D':
+            return kNoDigits;
+        case 's':
+            return kBlanks;
+        case 'S':
+            return kNoBlanks;
+        case 'w':
+            return kWords;
+        default:
+            return kNoWords;
     }
-    return bytes;
 }
 
 /** The class "[a-z]". */
@@ -227,16 +243,21 @@ private:
             if (c == '[' && !m_rest.empty() && m_rest.front() == ':') {
                 throw Unknown();
             }
-            const PatternPart part = c == '\\' ? ReadEscape() : PartOfText(std::string(1, c));
-            bytes |= c == '\\' ? part.bytes : ByteSet().set(static_cast<unsigned char>(c));
+            std::string text(1, c);
+            if (c == '\\') {
+                PatternPart part = ReadEscape();
+                bytes |= part.bytes;
+                text = part.exact ? part.exact->front() : "";
+            } else {
+                bytes.set(static_cast<unsigned char>(c));
+            }
             const bool isRange = m_rest.size() > 1 && m_rest.front() == '-' && m_rest[1] != ']';
-            isSmall = isSmall && part.exact && !isRange && texts.size() < kMaxClass;
+            isSmall = isSmall && !text.empty() && !isRange && texts.size() < kMaxClass;
             if (isRange) {
                 TakeAny();
                 bytes |= Range(c, TakeAny());
             } else if (isSmall) {
-                const std::string& text = part.exact->front();
-                texts.emplace_back(text.empty() ? 0 : 1, text.empty() ? ' ' : Folded(text.front()));
+                texts.emplace_back(1, Folded(text.front()));
             }
         }
         PatternPart part = PartOfOneByte(isNegated ? ~bytes : WithBothCases(bytes));
@@ -261,25 +282,21 @@ private:
                 return PartOfText("\r");
             case 's': {
                 PatternPart part = PartOfText(" ");
-                part.first = part.bytes = BytesOf(IsBlank);
+                part.first = part.bytes = ClassOf(c);
                 return part;
             }
             case 'b':
-                return AssertionPart(~BytesOf(IsWordOrLine));
+                return AssertionPart(ClassOf('W'));
             case 'B':
             case 'A':
             case 'z':
                 return PartOfText("");
             case 'd':
-                return PartOfOneByte(BytesOf(IsDigit));
             case 'D':
-                return PartOfOneByte(~BytesOf(IsDigit));
             case 'S':
-                return PartOfOneByte(~BytesOf(IsBlank));
             case 'w':
-                return PartOfOneByte(BytesOf(IsWordOrLine));
             case 'W':
-                return PartOfOneByte(~BytesOf(IsWordOrLine));
+                return PartOfOneByte(ClassOf(c));
             default:
                 throw Unknown();
         }

@@ -103,14 +103,15 @@ RequiredLists Rarest(RequiredLists lists)
     return lists;
 }
 
-RequiredLists RequiredByEither(const RequiredLists& a, const RequiredLists& b)
+RequiredLists RequiredByEither(RequiredLists a, RequiredLists b)
 {
+    RequiredLists& longer = a.size() < b.size() ? b : a;
+    RequiredLists& shorter = a.size() < b.size() ? a : b;
     RequiredLists lists;
-    for (std::size_t i = 0; !a.empty() && !b.empty() && i < std::max(a.size(), b.size()); ++i) {
-        const RequiredTexts& one = a[std::min(i, a.size() - 1)];
-        const RequiredTexts& other = b[std::min(i, b.size() - 1)];
-        if (one.texts.size() + other.texts.size() <= kMaxTexts) {
-            lists.push_back({one.texts, 0});
+    for (std::size_t i = 0; !shorter.empty() && i < longer.size(); ++i) {
+        const RequiredTexts& other = shorter[std::min(i, shorter.size() - 1)];
+        if (longer[i].texts.size() + other.texts.size() <= kMaxTexts) {
+            lists.push_back({std::move(longer[i].texts), 0});
             lists.back().texts.insert(lists.back().texts.end(), other.texts.begin(), other.texts.end());
         }
     }

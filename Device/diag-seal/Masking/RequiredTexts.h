@@ -16,11 +16,11 @@ constexpr std::size_t kUnbounded = static_cast<std::size_t>(-1);
 struct RequiredText
 {
     std::string text;
-    std::size_t before = kUnbounded;   ///< bytes of the match before the text, at most
-    bool isFixed = false;              ///< `before` is exact, but for the prefix
+    std::size_t before = kUnbounded;    ///< bytes of the match before the text, at most
+    bool isFixed = false;               ///< `before` is exact, but for the prefix
     ByteSet previous = ByteSet().set(); ///< the byte before the text, if there is one, is one of these
-    ByteSet prefix{};                  ///< one of these belongs to the match if it stands before the text
-    Continuation next{};               ///< what follows it
+    ByteSet prefix{};                   ///< one of these belongs to the match if it stands before the text
+    Continuation next{};                ///< what follows it
 
     bool operator==(const RequiredText& other) const
     {
@@ -48,7 +48,7 @@ void AddIfRare(RequiredTexts list, RequiredLists& lists);
 RequiredLists Rarest(RequiredLists lists);
 
 /** What is required if one of two parts of a pattern matches. */
-RequiredLists RequiredByEither(const RequiredLists& a, const RequiredLists& b);
+RequiredLists RequiredByEither(RequiredLists a, RequiredLists b);
 
 /** Leaves out what says nothing new: a list if one before it implies it, and a text that holds another one. */
 RequiredLists WithoutRedundant(const RequiredLists& lists);

@@ -99,10 +99,10 @@ bool RuleSearch::FindAt(std::string_view line, std::size_t place)
     if (!m_expression) {
         Compile();
     }
-    // With groups, RE2 takes longer for each byte, but Explain need not ask again. Most attempts end as the last one did.
+    // With groups, RE2 takes longer for each byte, but Explain need not ask again. Most attempts end as the last one
+    // did.
     const bool withGroups = m_hasMatched && line.size() - place <= kShort && m_rule.name != kKeep;
-    m_hasMatched =
-        Match(line, place, RE2::ANCHOR_START, withGroups ? 1 + m_expression->NumberOfCapturingGroups() : 1);
+    m_hasMatched = Match(line, place, RE2::ANCHOR_START, withGroups ? 1 + m_expression->NumberOfCapturingGroups() : 1);
     return m_hasMatched;
 }
 

@@ -33,7 +33,7 @@ struct FoundSecret
  * Searches lines for the matches of one rule, in linear time.
  *
  * Its pattern is compiled when it is needed first: most rules are not needed in a run. It takes 20 KiB at first and
- * more with each line that is unlike those before, until Forget(). Not thread-safe.
+ * more with each line that is unlike those before, up to a bound that PatternOptions sets. Not thread-safe.
  */
 class RuleSearch
 {
@@ -44,9 +44,6 @@ public:
 
     /** The size of the pattern, in RE2's instructions. Throws RuleError if it cannot be used. */
     int Check();
-
-    /** Gives the memory back. The match that was found last is forgotten. */
-    void Forget() { m_expression.reset(); }
 
     /** Finds the leftmost match of the line that begins at `from` or behind it. */
     bool Find(std::string_view line, std::size_t from);

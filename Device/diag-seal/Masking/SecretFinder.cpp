@@ -90,8 +90,8 @@ void SecretFinder::Begin(std::string_view line, std::size_t from)
 }
 
 /**
- * Finds the next match of a rule. Tries each place where one can begin: most names stand in a line without a value, which
- * is soon seen. Each attempt may go to the end of the line, so there is a bound; then one search takes the rest.
+ * Finds the next match of a rule. Tries each place where one can begin: most names stand in a line without a value,
+ * which is soon seen. Each attempt may go to the end of the line, so there is a bound; then one search takes the rest.
  */
 bool SecretFinder::Find(std::size_t number, std::size_t from)
 {
