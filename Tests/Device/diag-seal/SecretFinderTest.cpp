@@ -112,8 +112,10 @@ TEST(SecretFinder, FindsWhatRe2FindsRuleByRule)
         {"a a:(?:b=)+c\nb (?:\\s|_)pin\\b\nc tab\tx\nd end$|^begin\ne (?P<value>\\w+)@(?U:.+)!",
          {"a:b=b=c", "a:c", " pin ", "_pin", "pinx", "tab\tx", "tab x", "end", "begin", "joe@here!"}},
         // What stands before a name and behind it.
-        {"a (?:^|\\s)+key\nb (?:\\b|_)(?:\\b|[ac-z\\d_])pin\nc (?:\\b|-)abc[^a-z\\t]*\\d?=\nd (?-i:[a-z]Foo)x+\\s*:",
-         {"  key", "a key", "_apin", "__pin", "-abc12=", "abc \t=", "zFooxx :", "ZFoox:", "xfoox:"}},
+        {"a (?:^|\\s)+key\nb (?:\\b|_)(?:\\b|[ac-z\\d_])pin\nc (?:\\b|-)abc[^a-z\\t]*\\d?=\nd "
+         "(?-i:[a-z]Foo[^q]x+)\\s*:\n"
+         "e low|\\w\\w\\w\\wowx",
+         {"  key", "a key", "_apin", "__pin", "-abc12=", "abc \t=", "zFooQxx :", "ZFooqx:", "xfoox:", "x12lowx"}},
         // What the reader of patterns does not know.
         {"a \\pLtau\nb \\x41bc=\nc [[:digit:]]oo:\nd \\Qa.b\\E\ne \xe9t\xe9",
          {"xtau", "abc=", "1oo:", "a.b", "aXb", "\xc9t\xe9", "\xe9t\xc9", "1tau"}},
