@@ -1,11 +1,11 @@
 #include "CliClientMT.h"
 
-#include <exception>
-#include <utility>
-
 #include "CliServer.h"
 #include "CommandWords.h"
 #include "DPrint.h"
+
+#include <exception>
+#include <utility>
 
 namespace
 {

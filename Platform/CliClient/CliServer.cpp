@@ -1,19 +1,14 @@
 #include "CliServer.h"
 
-#include <sys/epoll.h>
-#include <sys/socket.h>
-#include <sys/timerfd.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <limits>
-#include <stdexcept>
-#include <system_error>
-#include <utility>
-
 #include "CommandWords.h"
 #include "DPrint.h"
 #include "UnixSocket.h"
+
+#include <unistd.h>
+
+#include <limits>
+#include <stdexcept>
+#include <utility>
 
 namespace
 {
@@ -23,11 +18,7 @@ using State = CliConnection::State;
 const DPrint s_log("CliClient");
 
 constexpr std::size_t kMaxTools = 8;
-constexpr std::size_t kMaxAskedByOneTool = 16;
-
-constexpr std::uint64_t kListenerToken = 0;
-constexpr std::uint64_t kAcceptLaterToken = 1;
-constexpr std::uint64_t kFirstToolToken = 2;
+constexpr std::size_t kMaxWaitingOfATool = 16;
 
 State SendEvent(CliConnection& connection, Event event)
 {
@@ -46,31 +37,31 @@ State SendEvent(CliConnection& connection, Event event)
 } // namespace
 
 CliServer::CliServer(const std::string& clientName)
-    : APTask("CliClient", 0, NOT_REALTIME, -1),
-      m_path(std::string(CliWire::kSocketFolder) + "/" + clientName + CliWire::kSocketSuffix),
-      m_nextTool(kFirstToolToken)
+    : CTask("CliClient", false, NOT_REALTIME, -1),
+      m_path(std::string(CliWire::kSocketFolder) + "/" + clientName + CliWire::kSocketSuffix)
 {}
 
 CliServer::~CliServer()
 {
-    Stop();
+    m_loop.Stop();
+    Join();
     Close();
 }
 
 void CliServer::Open()
 {
     if (m_path.find('/', sizeof CliWire::kSocketFolder) != std::string::npos) {
+        m_loop.Stop();
         throw std::runtime_error("a '/' in the client name of " + m_path);
     }
     try {
-        m_acceptLater = FileDescriptor(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
-        m_poller = std::make_unique<ReadinessPoller>(ReadinessPoller::Notify(this, this, &CliServer::OnReady));
-        m_listener = UnixSocket::Listen(m_path);
-        if (!m_acceptLater || !m_poller->Watch(m_listener, kListenerToken, EPOLLIN)) {
-            throw std::system_error(errno, std::generic_category(), m_path);
-        }
+        m_acceptor.emplace(
+            m_loop.Context(), UnixSocket::Listen(m_path), [this](FileDescriptor socket) { OnTool(std::move(socket)); },
+            [](const std::string& reason) { s_log.LogWarning("cannot accept a tool: %s", reason.c_str()); });
+        m_acceptor->Open();
         Start();
     } catch (const std::runtime_error&) {
+        m_loop.Stop();
         Close();
         throw;
     }
@@ -78,10 +69,21 @@ void CliServer::Open()
 
 void CliServer::Close()
 {
-    m_poller.reset();
-    if (m_listener) {
+    if (m_acceptor) {
         ::unlink(m_path.c_str());
-        m_listener.Reset();
+        m_acceptor.reset();
+    }
+}
+
+void CliServer::ThreadBody()
+{
+    for (bool hasEnded = false; !hasEnded;) {
+        try {
+            m_loop.Run();
+            hasEnded = true;
+        } catch (const std::exception& error) {
+            s_log.Log(1, "%s: a handler ended with an exception: %s", TaskName().c_str(), error.what());
+        }
     }
 }
 
@@ -106,50 +108,20 @@ void CliServer::OnSendToAll(const std::string& text)
     }
 }
 
-void CliServer::OnReady(std::uint64_t token, std::uint32_t events)
+void CliServer::OnTool(FileDescriptor socket)
 {
-    if (token == kListenerToken || token == kAcceptLaterToken) {
-        AcceptTools();
+    if (m_tools.size() == kMaxTools) {
+        CliConnection refused(std::move(socket));
+        SendEvent(refused, {Event::Kind::Error, 0, "too many tools are connected", {}});
         return;
     }
-    const auto tool = m_tools.find(token);
-    if (tool != m_tools.end()) {
-        Settle(tool, Serve(tool, events));
-    }
+    Settle(m_tools.try_emplace(++m_lastTool, m_loop, std::move(socket)).first, State::Open);
 }
 
-void CliServer::AcceptTools()
-{
-    while (true) {
-        FileDescriptor socket(::accept4(m_listener.Get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
-        if (!socket && errno != EINTR && errno != ECONNABORTED) {
-            break;
-        }
-        if (socket && m_tools.size() < kMaxTools) {
-            const auto tool = m_tools.try_emplace(m_nextTool++, std::move(socket)).first;
-            Settle(tool, State::Open);
-        } else if (socket) {
-            CliConnection refused(std::move(socket));
-            SendEvent(refused, {Event::Kind::Error, 0, "too many tools are connected", {}});
-        }
-    }
-    if (errno == EAGAIN) {
-        m_poller->Watch(m_listener, kListenerToken, EPOLLIN);
-        return;
-    }
-    // Out of descriptors: the tool that waits keeps the listener ready, and would keep this task busy.
-    s_log.LogWarning("cannot accept a tool: %s", std::generic_category().message(errno).c_str());
-    itimerspec oneSecond{};
-    oneSecond.it_value.tv_sec = 1;
-    ::timerfd_settime(m_acceptLater.Get(), 0, &oneSecond, nullptr);
-    m_poller->Watch(m_acceptLater, kAcceptLaterToken, EPOLLIN);
-}
-
-State CliServer::Serve(Tools::iterator tool, std::uint32_t events)
+State CliServer::Serve(Tools::iterator tool)
 {
     CliConnection& connection = tool->second.connection;
-    if (connection.Flush() == State::Lost ||
-        ((events & ~static_cast<std::uint32_t>(EPOLLOUT)) != 0 && connection.Receive() == State::Lost)) {
+    if (connection.Flush() == State::Lost || connection.Receive() == State::Lost) {
         return State::Lost;
     }
     while (const std::optional<std::string> line = connection.Requests().Next()) {
@@ -195,24 +167,24 @@ State CliServer::Run(Tools::iterator tool, const CliWire::Request& request)
     if (!found) {
         return SendEvent(connection, {Event::Kind::UnknownCommand, request.id, "no such command", Commands()});
     }
-    if (tool->second.contexts.size() == kMaxAskedByOneTool) {
+    if (tool->second.contexts.size() == kMaxWaitingOfATool) {
         return SendEvent(connection, {Event::Kind::Failed, request.id, "too many commands wait for their replies", {}});
     }
 
     do {
-        m_nextContext = m_nextContext == std::numeric_limits<int>::max() ? 1 : m_nextContext + 1;
-    } while (m_asked.count(m_nextContext) != 0);
-    m_asked[m_nextContext] = {tool->first, request.id};
-    tool->second.contexts.insert(m_nextContext);
+        m_lastContext = m_lastContext == std::numeric_limits<int>::max() ? 1 : m_lastContext + 1;
+    } while (m_waiting.count(m_lastContext) != 0);
+    m_waiting[m_lastContext] = {tool->first, request.id};
+    tool->second.contexts.insert(m_lastContext);
     words->erase(words->begin(), words->begin() + static_cast<std::ptrdiff_t>(commands[*found].size()));
-    Dispatch(m_registrations[*found], *std::move(words), m_nextContext);
+    Dispatch(m_registrations[*found], *std::move(words), m_lastContext);
     return State::Open;
 }
 
 void CliServer::Dispatch(const Registration& registration, std::vector<std::string> arguments, int context)
 {
-    const CliClientMT::Reply reply(this, this, &CliServer::OnReply);
-    const AsyncCallback<std::string, int> failed(this, this, &CliServer::OnHandlerFailed);
+    const CliClientMT::Reply reply(&m_loop, this, &CliServer::OnReply);
+    const AsyncCallback<std::string, int> failed(&m_loop, this, &CliServer::OnHandlerFailed);
     registration.task->Post([handler = registration.handler, key = registration.key, arguments = std::move(arguments),
                              reply, failed, context] {
         try {
@@ -239,27 +211,30 @@ void CliServer::OnHandlerFailed(std::string reason, int context)
 
 void CliServer::Answer(int context, Event event)
 {
-    const auto asked = m_asked.find(context);
-    if (asked == m_asked.end()) {
+    const auto waiting = m_waiting.find(context);
+    if (waiting == m_waiting.end()) {
         s_log.LogWarning("no tool waits for the reply %d", context);
         return;
     }
-    const auto tool = m_tools.find(asked->second.tool);
-    event.id = asked->second.id;
-    m_asked.erase(asked);
+    const auto tool = m_tools.find(waiting->second.tool);
+    event.id = waiting->second.id;
+    m_waiting.erase(waiting);
     tool->second.contexts.erase(context);
     Settle(tool, SendEvent(tool->second.connection, std::move(event)));
 }
 
 void CliServer::Settle(Tools::iterator tool, State state)
 {
-    const CliConnection& connection = tool->second.connection;
-    const std::uint32_t events = EPOLLIN | (connection.HasBacklog() ? static_cast<std::uint32_t>(EPOLLOUT) : 0U);
-    if (state == State::Open && m_poller->Watch(connection.Socket(), tool->first, events)) {
+    const auto serve = [this, tool] { Settle(tool, Serve(tool)); };
+    if (state == State::Open) {
+        tool->second.watch.Await(DescriptorWatch::For::Reading, serve);
+        if (tool->second.connection.HasBacklog()) {
+            tool->second.watch.Await(DescriptorWatch::For::Writing, serve);
+        }
         return;
     }
     for (const int context : tool->second.contexts) {
-        m_asked.erase(context);
+        m_waiting.erase(context);
     }
     m_tools.erase(tool);
 }

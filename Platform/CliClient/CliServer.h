@@ -1,25 +1,26 @@
 #pragma once
 
+#include "Acceptor.h"
+#include "CTask.h"
+#include "CliClientMT.h"
+#include "CliConnection.h"
+#include "CliWire.h"
+#include "DescriptorWatch.h"
+#include "EventLoop.h"
+#include "FileDescriptor.h"
+
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "APTask.h"
-#include "CliClientMT.h"
-#include "CliConnection.h"
-#include "CliWire.h"
-#include "FileDescriptor.h"
-#include "ReadinessPoller.h"
-
 /**
- * The task behind a CliClientMT: it owns the commands, the connections and the requests that wait for their replies.
- * It waits neither for a tool nor for a handler.
+ * What a CliClientMT does on a thread of its own: it keeps the commands, the tools and the requests that wait for their
+ * replies. It waits neither for a tool nor for a handler.
  */
-class CliServer : public APTask
+class CliServer : private CTask
 {
 public:
     struct Registration
@@ -33,62 +34,64 @@ public:
     explicit CliServer(const std::string& clientName);
     ~CliServer() override;
 
-    /** Listens and starts the task. @throws std::runtime_error with the reason when that is not possible. */
+    /** Listens and starts the thread. @throws std::runtime_error with the reason when that is not possible */
     void Open();
 
-    /** Any thread. */
+    /** Thread-safe. */
     void Register(const Registration& registration)
     {
-        Post([this, registration] { OnRegister(registration); });
+        m_loop.Post([this, registration] { OnRegister(registration); });
     }
+
+    /** Thread-safe. */
     void SendToAll(const std::string& text)
     {
-        Post([this, text] { OnSendToAll(text); });
+        m_loop.Post([this, text] { OnSendToAll(text); });
     }
 
 private:
-    /** One tool. */
     struct Tool
     {
-        explicit Tool(FileDescriptor socket) : connection(std::move(socket)) {}
+        Tool(EventLoop& loop, FileDescriptor socket)
+            : connection(std::move(socket)), watch(loop.Context(), connection.Socket())
+        {}
         CliConnection connection;
+        DescriptorWatch watch;
         /** Of the requests that wait for their replies. */
         std::set<int> contexts;
     };
     using Tools = std::map<std::uint64_t, Tool>;
 
     /** A request that waits for its reply. */
-    struct Asked
+    struct Waiting
     {
         std::uint64_t tool;
         int id;
     };
 
+    void ThreadBody() override;
     void Close();
     void OnRegister(const Registration& registration);
     void OnSendToAll(const std::string& text);
-    void OnReady(std::uint64_t token, std::uint32_t events);
+    void OnTool(FileDescriptor socket);
     void OnReply(std::string text, int context);
     void OnHandlerFailed(std::string reason, int context);
 
-    void AcceptTools();
-    CliConnection::State Serve(Tools::iterator tool, std::uint32_t events);
+    CliConnection::State Serve(Tools::iterator tool);
     CliConnection::State Handle(Tools::iterator tool, const CliWire::Request& request);
     CliConnection::State Run(Tools::iterator tool, const CliWire::Request& request);
     void Dispatch(const Registration& registration, std::vector<std::string> arguments, int context);
     void Answer(int context, CliWire::Event event);
-    /** Brings the poller up to date with an open connection, or closes a lost one. */
+    /** Goes on with a tool that is connected, and forgets one that is lost. */
     void Settle(Tools::iterator tool, CliConnection::State state);
     std::vector<CliWire::Command> Commands() const;
 
     const std::string m_path;
-    FileDescriptor m_listener;
-    /** Runs while the process is out of descriptors and cannot accept. */
-    FileDescriptor m_acceptLater;
+    EventLoop m_loop;
+    std::optional<Acceptor> m_acceptor;
     std::vector<Registration> m_registrations;
     Tools m_tools;
-    std::uint64_t m_nextTool;
-    std::map<int, Asked> m_asked;
-    int m_nextContext = 0;
-    std::unique_ptr<ReadinessPoller> m_poller;
+    std::uint64_t m_lastTool = 0;
+    std::map<int, Waiting> m_waiting;
+    int m_lastContext = 0;
 };

@@ -32,9 +32,9 @@ void LogFailure(const std::exception& error) noexcept
 
 ClientCore::ClientCore(Settings settings)
     : m_settings(std::move(settings)),
-      m_reconnect(m_loop),
-      m_answerAlarm(m_loop),
-      m_finishAlarm(m_loop),
+      m_reconnect(m_loop.Context()),
+      m_answerAlarm(m_loop.Context()),
+      m_finishAlarm(m_loop.Context()),
       m_random(std::random_device()()),
       m_outstanding(m_settings.common.requestLimit)
 {

@@ -10,6 +10,7 @@
 #include <string>
 #include <utility>
 
+#include "Alarm.h"
 #include "EventLoop.h"
 #include "GatrixClient.h"
 #include "GatrixConnection.h"

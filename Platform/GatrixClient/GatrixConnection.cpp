@@ -77,7 +77,7 @@ public:
           m_target(std::move(target)),
           m_observer(&observer),
           m_resolver(m_context),
-          m_limit(loop)
+          m_limit(loop.Context())
     {}
 
     void Start()

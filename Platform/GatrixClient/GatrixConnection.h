@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "Alarm.h"
 #include "EventLoop.h"
 
 namespace Gatrix

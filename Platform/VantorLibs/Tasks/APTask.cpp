@@ -31,7 +31,7 @@ private:
 void NotifyTargetTaskIF::Post(std::function<void()> work)
 {
     // A copy: as soon as the work has run, the task and its queue may be gone.
-    const std::shared_ptr<TaskQueue> queue = Queue();
+    const std::shared_ptr<TaskQueueIF> queue = Queue();
     queue->Push(std::make_unique<ClosureMessage>(std::move(work)));
 }
 
@@ -44,6 +44,11 @@ APTask::APTask(const char* name, unsigned int stackSize, CTask::RealtimeType rea
 APTask::~APTask()
 {
     Stop();
+}
+
+std::shared_ptr<TaskQueueIF> APTask::Queue() const
+{
+    return m_queue;
 }
 
 void APTask::Stop()

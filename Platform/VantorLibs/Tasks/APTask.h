@@ -5,6 +5,8 @@
 #include "CTask.h"
 #include "NotifyTargetTaskIF.h"
 
+class TaskQueue;
+
 /**
  * A task with a message queue: a thread that runs OnEntry and then, one at a time, what callbacks bound to it bring.
  *
@@ -29,7 +31,7 @@ public:
      */
     void Stop();
 
-    const std::shared_ptr<TaskQueue>& Queue() const noexcept override { return m_queue; }
+    std::shared_ptr<TaskQueueIF> Queue() const override;
 
 protected:
     /** Runs first on the task's thread. */

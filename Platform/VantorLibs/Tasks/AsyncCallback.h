@@ -57,17 +57,17 @@ public:
 private:
     struct Target
     {
-        explicit Target(std::shared_ptr<TaskQueue> targetQueue) : queue(std::move(targetQueue)) {}
+        explicit Target(std::shared_ptr<TaskQueueIF> targetQueue) : queue(std::move(targetQueue)) {}
         virtual ~Target() = default;
         virtual void Invoke(std::decay_t<Args>&&... args) const = 0;
 
-        const std::shared_ptr<TaskQueue> queue;
+        const std::shared_ptr<TaskQueueIF> queue;
     };
 
     template <class Object, class... Parameters>
     struct MemberTarget final : Target
     {
-        MemberTarget(std::shared_ptr<TaskQueue> targetQueue, WeakRef<Object> targetObject,
+        MemberTarget(std::shared_ptr<TaskQueueIF> targetQueue, WeakRef<Object> targetObject,
                      void (Object::*targetMember)(Parameters...))
             : Target(std::move(targetQueue)), object(std::move(targetObject)), member(targetMember)
         {}
@@ -86,7 +86,7 @@ private:
     template <class Object, class... Parameters>
     struct OwningTarget final : Target
     {
-        OwningTarget(std::shared_ptr<TaskQueue> targetQueue, std::shared_ptr<Object> targetObject,
+        OwningTarget(std::shared_ptr<TaskQueueIF> targetQueue, std::shared_ptr<Object> targetObject,
                      void (Object::*targetMember)(Parameters...))
             : Target(std::move(targetQueue)), object(std::move(targetObject)), member(targetMember)
         {}

@@ -13,10 +13,10 @@ public:
     /** @param task not owned; used only now, to keep its queue. */
     explicit CallbackConnection(const NotifyTargetTaskIF* task) : m_queue(task->Queue()) {}
 
-    const std::shared_ptr<TaskQueue>& Queue() const noexcept { return m_queue; }
+    const std::shared_ptr<TaskQueueIF>& Queue() const noexcept { return m_queue; }
     const WeakRefAnchor& Anchor() const noexcept { return m_anchor; }
 
 private:
-    std::shared_ptr<TaskQueue> m_queue;
+    std::shared_ptr<TaskQueueIF> m_queue;
     WeakRefAnchor m_anchor;
 };

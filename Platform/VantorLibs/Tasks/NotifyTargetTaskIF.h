@@ -3,7 +3,7 @@
 #include <functional>
 #include <memory>
 
-class TaskQueue;
+class TaskQueueIF;
 
 /** A task as the target of callbacks: what is posted to it runs on its thread, one after another, in order of arrival.
  */
@@ -13,7 +13,7 @@ public:
     virtual ~NotifyTargetTaskIF() = default;
 
     /** The task's queue, for those who bind callbacks to the task. It may be kept longer than the task lives. */
-    virtual const std::shared_ptr<TaskQueue>& Queue() const noexcept = 0;
+    virtual std::shared_ptr<TaskQueueIF> Queue() const = 0;
 
     /** Any thread: runs the work on the task; drops it when the task has been stopped. */
     void Post(std::function<void()> work);

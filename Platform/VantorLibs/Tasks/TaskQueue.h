@@ -23,6 +23,19 @@ private:
     TaskMessage* m_next = nullptr;
 };
 
+/** Takes messages for a task or an event loop, which it may outlive. */
+class TaskQueueIF
+{
+public:
+    virtual ~TaskQueueIF() = default;
+
+    /**
+     * Appends a message; drops it when the receiver has stopped. The caller shares in the ownership of the queue until
+     * this returns: the receiver may be done with the message, and be gone, before that. Thread-safe.
+     */
+    virtual void Push(std::unique_ptr<TaskMessage> message) = 0;
+};
+
 /** Messages in their order of arrival, owned. For the task's thread alone. */
 class TaskMessageList
 {
@@ -46,19 +59,15 @@ private:
  * The first-in first-out queue of a task. It outlives its task for as long as someone holds a callback bound to it;
  * once closed it takes nothing more.
  */
-class TaskQueue
+class TaskQueue final : public TaskQueueIF
 {
 public:
     TaskQueue();
-    ~TaskQueue();
+    ~TaskQueue() override;
     TaskQueue(const TaskQueue&) = delete;
     TaskQueue& operator=(const TaskQueue&) = delete;
 
-    /**
-     * Any thread: appends a message; drops it when the queue is closed. The caller shares in the ownership of the queue
-     * until this returns: the receiver may be done with the message, and with its task, before that.
-     */
-    void Push(std::unique_ptr<TaskMessage> message);
+    void Push(std::unique_ptr<TaskMessage> message) override;
 
     /**
      * The task's thread: sleeps in the kernel until there is a message or the queue is closed, then takes all that

@@ -117,10 +117,11 @@ TEST(Task, StopDropsWhatWaitsAndLetsTheRunningHandlerEnd)
     });
     task.record("never", 1);
     entered.get_future().wait();
+    auto waiting = std::make_shared<int>();
+    const std::weak_ptr<int> dropped = waiting;
+    task.Post([&task, owned = std::move(waiting)] { task.Record("never", 2); });
     std::thread stopper([&task] { task.Stop(); });
-    while (!task.Queue()->IsClosed()) {
-        std::this_thread::yield();
-    }
+    EXPECT_TRUE(WaitUntil([&dropped] { return dropped.expired(); }));
     release.set_value();
     stopper.join();
     EXPECT_TRUE(isFinished);

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+namespace boost::asio
+{
+class io_context;
+}
+
+/** Runs work of an event loop at a time. The loop must outlive it. Not thread-safe: the loop's thread alone may call.
+ */
+class Alarm
+{
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /** @throws std::system_error when the kernel has no descriptor to give */
+    explicit Alarm(boost::asio::io_context& context);
+    ~Alarm();
+    Alarm(const Alarm&) = delete;
+    Alarm& operator=(const Alarm&) = delete;
+
+    /** Runs the work once at that time, in place of what was set before. The work may destroy the alarm. */
+    void Set(Clock::time_point when, std::function<void()> work);
+
+    /** The work that was set will not run. */
+    void Cancel();
+
+private:
+    struct State;
+    static std::shared_ptr<State> MakeState(boost::asio::io_context& context);
+
+    const std::shared_ptr<State> m_state;
+};
