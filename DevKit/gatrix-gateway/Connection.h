@@ -1,42 +1,33 @@
 #pragma once
 
-#include <boost/asio/ip/tcp.hpp>
-
-#include <cstdint>
-#include <memory>
-#include <string>
-
+#include "Alarm.h"
 #include "ClientNumber.h"
 #include "Limits.h"
+#include "WebSocketSession.h"
+
+#include <boost/asio/ip/tcp.hpp>
+
+#include <memory>
+#include <optional>
+#include <string>
 
 namespace GatrixGateway
 {
 
-/** Why the gateway closes a connection (RFC 6455, section 7.4.1, and the IANA registry it opened). */
-enum class CloseCode : std::uint16_t
-{
-    kGoingAway = 1001,
-    kUnsupportedData = 1003,
-    kPolicyViolation = 1008,
-    kInternalError = 1011,
-    kTryAgainLater = 1013,
-};
+using Gatrix::CloseCode;
 
-/**
- * Speaks WebSocket (RFC 6455) with one client. All operations belong to the thread that runs the context. Frames that
- * are too large or no UTF-8 close the connection by themselves (1009, 1007).
- */
-class Connection
+/** The gateway's end of the WebSocket with one client. Not thread-safe: the context's thread alone may call. */
+class Connection final : private Gatrix::WebSocketSession::Owner
 {
 public:
-    /** Called on the context's thread, never from within an operation of the connection. Outlives the connection. */
+    /** Is told what becomes of a connection, never from within one of its operations. It outlives the connection. */
     class Owner
     {
     public:
         virtual void OnFrame(ClientNumber client, const std::string& text) = 0;
         /** The client went, or broke the protocol: no frame will come. OnEnd follows. Not told after Close. */
         virtual void OnLeave(ClientNumber client, const std::string& why) = 0;
-        /** The connection's last call: its socket is closed. */
+        /** The connection's last call, which may destroy it: its socket is closed. */
         virtual void OnEnd(ClientNumber client) = 0;
 
     protected:
@@ -44,29 +35,35 @@ public:
         ~Owner() = default;
     };
 
-    /** Begins the handshake as a server. The first frame must come within the limits' helloTime. */
-    static std::shared_ptr<Connection> Open(boost::asio::ip::tcp::socket socket, ClientNumber client,
-                                            const ConnectionLimits& limits, Owner& owner);
-
-    virtual ~Connection() = default;
-
     /**
-     * Queues a frame. One for a connection that is being closed goes nowhere.
+     * Begins the handshake as a server. The first frame must come within the limits' helloTime.
      *
-     * @return false, and nothing queued, when the queue is full: the client does not read
+     * @throws std::system_error when the kernel does not take the socket
      */
-    virtual bool Send(std::shared_ptr<const std::string> text) = 0;
+    Connection(boost::asio::io_context& context, boost::asio::ip::tcp::socket socket, ClientNumber client,
+               const ConnectionLimits& limits, Owner& owner);
+
+    /** Queues a frame, see WebSocketSession::Send. @return false when the queue is full: the client does not read */
+    bool Send(std::shared_ptr<const std::string> text) { return m_session->Send(std::move(text)); }
 
     /** Whether half of what the queue may hold waits in it. */
-    virtual bool IsHalfFull() const = 0;
+    bool IsHalfFull() const { return m_session->IsHalfFull(); }
 
-    /**
-     * Closes the connection: frames that wait are not sent, frames that arrive are not told. OnEnd follows, at the
-     * latest after the limits' closeTime. Does nothing when it is being closed already.
-     *
-     * @param reason cut to what a close frame holds (123 bytes)
-     */
-    virtual void Close(CloseCode code, const std::string& reason) = 0;
+    /** See WebSocketSession::Close. */
+    void Close(CloseCode code, const std::string& reason);
+
+private:
+    void OnOpen() override;
+    void OnMessage(const std::string& payload, bool isText) override;
+    void OnLeave(std::optional<unsigned> code, const std::string& reason) override;
+    void OnEnd() override;
+
+    const ClientNumber m_client;
+    Owner& m_owner;
+    bool m_isOpen = false;
+    /** Of the time for the first frame. */
+    Alarm m_hello;
+    const std::shared_ptr<Gatrix::WebSocketSession> m_session;
 };
 
 } // namespace GatrixGateway

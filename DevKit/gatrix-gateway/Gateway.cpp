@@ -62,7 +62,7 @@ public:
 private:
     struct Client
     {
-        std::shared_ptr<Connection> connection;
+        std::unique_ptr<Connection> connection;
         LoopbackAcceptor::Seat seat;
         bool isDismissed = false; ///< Its connection is being closed; the router has forgotten it.
     };
@@ -85,14 +85,17 @@ private:
         m_acceptor.reset();
         for (auto& [number, client] : m_clients) {
             client.isDismissed = true;
-            client.connection->Close(CloseCode::kGoingAway, "the gateway ends");
+            client.connection->Close(CloseCode::GoingAway, "the gateway ends");
         }
     }
 
     void Serve(asio::ip::tcp::socket socket, LoopbackAcceptor::Seat seat)
     {
         const ClientNumber number = ++m_lastClient;
-        m_clients[number] = {Connection::Open(std::move(socket), number, m_settings.limits, *this), std::move(seat)};
+        Connection::Owner& owner = *this;
+        m_clients[number] = {
+            std::make_unique<Connection>(m_context, std::move(socket), number, m_settings.limits, owner),
+            std::move(seat)};
     }
 
     void OnFrame(ClientNumber client, const std::string& text) override
@@ -105,12 +108,12 @@ private:
             const std::optional<std::string> violation = effects.violation;
             Apply(std::move(effects));
             if (violation) {
-                Apply(Dismiss(client, CloseCode::kPolicyViolation, *violation));
+                Apply(Dismiss(client, CloseCode::PolicyViolation, *violation));
             }
         } catch (const Gatrix::Wire::FrameError& error) {
-            Apply(Dismiss(client, CloseCode::kPolicyViolation, error.what()));
+            Apply(Dismiss(client, CloseCode::PolicyViolation, error.what()));
         } catch (const std::exception& error) {
-            Apply(Dismiss(client, CloseCode::kInternalError, error.what()));
+            Apply(Dismiss(client, CloseCode::InternalError, error.what()));
         }
     }
 
@@ -155,7 +158,7 @@ private:
         }
         return connection.Send(delivery.text)
                    ? Effects()
-                   : Dismiss(delivery.client, CloseCode::kTryAgainLater, "frames are not read in time");
+                   : Dismiss(delivery.client, CloseCode::TryAgainLater, "frames are not read in time");
     }
 
     Effects Dismiss(ClientNumber number, CloseCode code, const std::string& reason)

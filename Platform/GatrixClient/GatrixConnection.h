@@ -1,36 +1,43 @@
 #pragma once
 
+#include "Alarm.h"
+#include "DescriptorWatch.h"
+#include "EventLoop.h"
+#include "FileDescriptor.h"
+#include "WeakRef.h"
+#include "WebSocketSession.h"
+
+#include <sys/socket.h>
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <deque>
+#include <optional>
 #include <string>
-
-#include "Alarm.h"
-#include "EventLoop.h"
 
 namespace Gatrix
 {
 /**
- * One connection to the gateway, from the look-up of its name to its end: a WebSocket (RFC 6455) on plain TCP, which
- * the kernel's keep-alive watches (tcp(7)). For the loop's thread alone.
+ * One connection to the gateway, from the look-up of its name to its end: a WebSocket (RFC 6455) on plain TCP. Not
+ * thread-safe: the loop's thread alone may call.
  */
-class GatrixConnection
+class GatrixConnection final : private WebSocketSession::Owner
 {
 public:
     /** Bytes of frames that may wait for the gateway to read them. */
     static constexpr std::size_t kMaxWaitingBytes = std::size_t{16} * 1024 * 1024;
 
-    /** Who is told what becomes of the connection. It may destroy the connection then. */
+    /** Who is told what becomes of the connection. */
     class Observer
     {
     public:
         virtual ~Observer() = default;
-        /** The gateway took the connection, and the first frame is written. */
+        /** The gateway took the connection, and the first frame is on its way. */
         virtual void OnUp() = 0;
         /** The payload of a message that the gateway sent; a binary one cannot be a frame of the protocol. */
         virtual void OnMessage(const std::string& payload, bool isText) = 0;
-        /** The connection could not be made, or is at its end; nothing comes after that. */
+        /** The connection could not be made, or is at its end: the observer destroys it. */
         virtual void OnDown(const std::string& reason) = 0;
     };
 
@@ -47,11 +54,6 @@ public:
      */
     GatrixConnection(EventLoop& loop, Observer& observer, Target target);
 
-    /** Ends the connection without a word to the gateway or the observer. */
-    ~GatrixConnection();
-    GatrixConnection(const GatrixConnection&) = delete;
-    GatrixConnection& operator=(const GatrixConnection&) = delete;
-
     /** Sends a frame behind those that still wait; false, and it is not sent, when too many bytes wait already. */
     bool Send(std::string frame);
 
@@ -59,7 +61,34 @@ public:
     void Finish();
 
 private:
-    class Session;
-    const std::shared_ptr<Session> m_session;
+    struct Address
+    {
+        sockaddr_storage bytes;
+        socklen_t size;
+    };
+
+    void LookUp();
+    void TryNextAddress();
+    void OnConnected();
+
+    void OnOpen() override;
+    void OnMessage(const std::string& payload, bool isText) override;
+    void OnLeave(std::optional<unsigned> code, const std::string& reason) override;
+    void OnEnd() override;
+
+    EventLoop& m_loop;
+    Observer& m_observer;
+    const Target m_target;
+    /** Of the time to connect. */
+    Alarm m_limit;
+    /** That were not tried yet. */
+    std::deque<Address> m_addresses;
+    /** Why the latest address did not do. */
+    std::string m_reason;
+    FileDescriptor m_socket;
+    std::optional<DescriptorWatch> m_connecting;
+    std::shared_ptr<WebSocketSession> m_session;
+    bool m_isUp = false;
+    WeakRefAnchor m_anchor;
 };
 } // namespace Gatrix
