@@ -1,3 +1,11 @@
+#include "CliClientMT.h"
+
+#include "APTask.h"
+#include "CliWire.h"
+#include "Deadline.h"
+#include "Sanitized.h"
+#include "UnixSocket.h"
+
 #include <gmock/gmock.h>
 #include <poll.h>
 #include <signal.h>
@@ -10,13 +18,6 @@
 #include <filesystem>
 #include <future>
 #include <stdexcept>
-
-#include "APTask.h"
-#include "CliClientMT.h"
-#include "CliWire.h"
-#include "Deadline.h"
-#include "Sanitized.h"
-#include "UnixSocket.h"
 
 namespace
 {
@@ -32,7 +33,7 @@ constexpr char kSocket[] = "/run/vantor/cli/Service.sock";
 class Tool
 {
 public:
-    Tool() : m_socket(UnixSocket::Connect(kSocket)) { EXPECT_TRUE(m_socket) << "error " << errno; }
+    Tool() { EXPECT_TRUE(m_socket) << "error " << errno; }
 
     void Send(const std::string& bytes) const { EXPECT_TRUE(m_socket.WriteAll(bytes)); }
     void Run(int id, const std::string& line) const { Send(CliWire::Encode(Request{Request::Kind::Run, id, line})); }
@@ -44,41 +45,38 @@ public:
         return Next();
     }
 
-    /** The next event as "kind id text"; "end" when the service closed the connection. */
+    /** The next event as "kind id text", with the help of the commands; "end" when the connection is closed. */
     std::string Next()
     {
         static const char* const kinds[] = {"commands", "reply", "unknown", "failed", "async", "error"};
-        while (true) {
-            if (const auto line = m_lines.Next()) {
-                m_last = CliWire::DecodeEvent(*line).value_or(Event{Event::Kind::Error, -1, "undecodable", {}});
-                return kinds[static_cast<int>(m_last.kind)] + (" " + std::to_string(m_last.id)) + " " + m_last.text;
-            }
-            pollfd ready{m_socket.Get(), POLLIN, 0};
-            if (poll(&ready, 1, 20000) != 1) {
-                return "nothing came";
-            }
+        pollfd ready{m_socket.Get(), POLLIN, 0};
+        std::optional<std::string> line;
+        while (!(line = m_lines.Next())) {
             char chunk[4096];
-            const ssize_t got = recv(m_socket.Get(), chunk, sizeof chunk, 0);
+            const ssize_t got = poll(&ready, 1, 20000) == 1 ? recv(m_socket.Get(), chunk, sizeof chunk, 0) : -1;
             if (got <= 0) {
-                return "end";
+                return got == 0 || errno == ECONNRESET ? "end" : "nothing came";
             }
             m_lines.Append(chunk, static_cast<std::size_t>(got));
         }
+        const Event event = CliWire::DecodeEvent(*line).value_or(Event{Event::Kind::Error, -1, "undecodable", {}});
+        std::string text = kinds[static_cast<int>(event.kind)] + (" " + std::to_string(event.id)) + " " + event.text;
+        for (const CliWire::Command& command : event.commands) {
+            text += "; " + command.help;
+        }
+        return text;
     }
 
-    const std::vector<CliWire::Command>& Commands() const { return m_last.commands; }
-
 private:
-    FileDescriptor m_socket;
+    FileDescriptor m_socket = UnixSocket::Connect(kSocket);
     CliWire::LineCutter m_lines{CliWire::kMaxEventLength};
-    Event m_last;
 };
 
 /** A client whose command line is up. */
-class CliClient : public testing::Test
+class CliClientTest : public testing::Test
 {
 protected:
-    CliClient()
+    CliClientTest()
     {
         signal(SIGPIPE, SIG_IGN);
         task.Start();
@@ -86,16 +84,17 @@ protected:
     }
 
     template <class Handle>
-    void Offer(const std::string& words, std::uint16_t key, Handle handle)
+    void Offer(const std::string& words, Handle handle, std::uint16_t key = 1)
     {
         client->RegisterCLIServerCommands(words, "help of " + words, "", &task, CliClientMT::Handler(handle), key);
     }
 
     void OfferEcho(const std::string& words, std::uint16_t key)
     {
-        Offer(words, key, [](std::uint16_t givenKey, const Words& arguments, const Reply& reply, int context) {
+        const auto echo = [](std::uint16_t givenKey, const Words& arguments, const Reply& reply, int context) {
             reply(std::to_string(givenKey) + testing::PrintToString(arguments), context);
-        });
+        };
+        Offer(words, echo, key);
     }
 
     APTask task{"Handler", 0, CTask::NOT_REALTIME, -1};
@@ -103,33 +102,48 @@ protected:
 };
 } // namespace
 
-TEST_F(CliClient, Command_IsRunWithItsArgumentsAndAnsweredToWhoAsked)
+TEST_F(CliClientTest, Command_IsRunWithItsArgumentsAndAnsweredToWhoAsked)
 {
     OfferEcho("service show", 1);
     OfferEcho("service  show types", 2);
+    OfferEcho("bad", 7);
+    Offer("bad", [](auto...) { throw std::invalid_argument("stoi"); });
+    Offer("worse", [](auto, auto, const Reply& reply, int context) {
+        reply("done", context);
+        throw std::out_of_range("stoi");
+    });
+    Offer("big", [](auto, auto, const Reply& reply, int context) {
+        reply(std::string(CliWire::kMaxEventLength, 'x'), context);
+    });
+    struct Case
+    {
+        std::string line, event;
+    };
+    const Case cases[] = {
+        {"service show 'a b' \"\"", R"(reply 5 1{ "a b", "" })"},
+        {" service show types 9 ", R"(reply 5 2{ "9" })"},
+        {"service show 'a", "failed 5 a quote is not closed"},
+        {"bad", "failed 5 stoi"},
+        {"worse", "reply 5 done"},
+        {"bad", "failed 5 stoi"},
+        {"big", "failed 5 a text of 1048576 bytes is too long for the command line"},
+        {"service",
+         "unknown 5 no such command; help of service show; help of service  show types; help of bad; "
+         "help of worse; help of big"},
+    };
     Tool other;
     Tool tool;
-    tool.Run(5, "service show 'a b' \"\"");
-    EXPECT_EQ(tool.Next(), R"(reply 5 1{ "a b", "" })");
-    tool.Run(6, " service show types 9 ");
-    EXPECT_EQ(tool.Next(), R"(reply 6 2{ "9" })");
-    OfferEcho("service show", 7);
-    tool.Run(7, "service show");
-    EXPECT_EQ(tool.Next(), "reply 7 7{}");
-    tool.Run(8, "service show 'a");
-    EXPECT_EQ(tool.Next(), "failed 8 a quote is not closed");
-
-    other.Run(1, "service");
-    EXPECT_EQ(other.Next(), "unknown 1 no such command");
-    EXPECT_EQ(other.List(2), "commands 2 ");
-    ASSERT_EQ(other.Commands().size(), 2U);
-    EXPECT_EQ(other.Commands()[1].help, "help of service  show types");
+    for (const Case& each : cases) {
+        tool.Run(5, each.line);
+        EXPECT_EQ(tool.Next(), each.event);
+    }
+    EXPECT_THAT(other.List(2), HasSubstr("commands 2 ; help of service show; "));
 }
 
-TEST_F(CliClient, Replies_MayComeLaterInAnyOrderAndOnlyOnce)
+TEST_F(CliClientTest, Replies_MayComeLaterInAnyOrderAndOnlyOnce)
 {
     std::promise<std::pair<Reply, int>> kept;
-    Offer("later", 1, [&kept](auto, auto, const Reply& reply, int context) { kept.set_value({reply, context}); });
+    Offer("later", [&kept](auto, auto, const Reply& reply, int context) { kept.set_value({reply, context}); });
     OfferEcho("now", 2);
     Tool tool;
     tool.Run(1, "later");
@@ -149,37 +163,13 @@ TEST_F(CliClient, Replies_MayComeLaterInAnyOrderAndOnlyOnce)
     reply("too late", context);
 }
 
-TEST_F(CliClient, HandlerThatThrowsOrSaysTooMuch_IsReported)
-{
-    Offer("bad", 1, [](auto...) { throw std::invalid_argument("stoi"); });
-    Offer("worse", 2, [](auto, auto, const Reply& reply, int context) {
-        reply("done", context);
-        throw std::out_of_range("stoi");
-    });
-    Offer("big", 3, [](auto, auto, const Reply& reply, int context) {
-        reply(std::string(CliWire::kMaxEventLength, 'x'), context);
-    });
-    Tool tool;
-    const std::pair<const char*, const char*> cases[] = {
-        {"bad", "failed 1 stoi"},
-        {"worse", "reply 1 done"},
-        {"bad", "failed 1 stoi"},
-        {"big", "failed 1 a text of 1048576 bytes is too long for the command line"},
-    };
-    for (const auto& [command, answer] : cases) {
-        tool.Run(1, command);
-        EXPECT_EQ(tool.Next(), answer) << command;
-    }
-}
-
-TEST_F(CliClient, WhatIsNoRequest_EndsThatConnectionOnly)
+TEST_F(CliClientTest, WhatIsNoRequest_EndsThatConnectionOnly)
 {
     OfferEcho("echo", 1);
     Tool bystander;
     const std::string tooLong = "echo " + std::string(CliWire::kMaxRequestLength, 'x');
-    for (const std::string& bytes :
-         {std::string("hello\n"), std::string("\n"), std::string("\0\n", 2), std::string(10000, '[') + "\n", tooLong,
-          CliWire::Encode(Request{Request::Kind::Run, 1, tooLong})}) {
+    for (const std::string& bytes : {std::string("hello\n"), std::string("\n"), std::string("\0\n", 2), tooLong,
+                                     CliWire::Encode(Request{Request::Kind::Run, 1, tooLong})}) {
         Tool tool;
         tool.Send(bytes);
         EXPECT_THAT(tool.Next(), HasSubstr("error 0 ")) << bytes.substr(0, 20);
@@ -191,7 +181,7 @@ TEST_F(CliClient, WhatIsNoRequest_EndsThatConnectionOnly)
     EXPECT_EQ(bystander.Next(), R"(reply 1 1{ "a" })");
 }
 
-TEST_F(CliClient, ToolThatDoesNotRead_IsDroppedAndOthersAreServed)
+TEST_F(CliClientTest, ToolThatDoesNotRead_IsDroppedAndOthersAreServed)
 {
     Tool sleeper;
     Tool tool;
@@ -210,12 +200,12 @@ TEST_F(CliClient, ToolThatDoesNotRead_IsDroppedAndOthersAreServed)
     EXPECT_EQ(tool.List(2), "commands 2 ");
 }
 
-TEST_F(CliClient, NumbersOfToolsAndOfOpenRequests_AreBounded)
+TEST_F(CliClientTest, NumbersOfToolsAndOfOpenRequests_AreBounded)
 {
-    Offer("silent", 1, [](auto...) {});
+    Offer("silent", [](auto...) {});
     std::vector<Tool> tools(8);
     for (Tool& tool : tools) {
-        EXPECT_EQ(tool.List(), "commands 1 ");
+        EXPECT_EQ(tool.List(), "commands 1 ; help of silent");
     }
     EXPECT_EQ(Tool().Next(), "error 0 too many tools are connected");
     for (int id = 1; id <= 17; ++id) {
@@ -223,10 +213,10 @@ TEST_F(CliClient, NumbersOfToolsAndOfOpenRequests_AreBounded)
     }
     EXPECT_EQ(tools[0].Next(), "failed 17 too many commands wait for their replies");
     tools.pop_back();
-    EXPECT_TRUE(WaitUntil([] { return Tool().List() == "commands 1 "; }));
+    EXPECT_TRUE(WaitUntil([] { return Tool().List() == "commands 1 ; help of silent"; }));
 }
 
-TEST_F(CliClient, ServiceOutOfDescriptors_AcceptsWhenThereAreSomeAgain)
+TEST_F(CliClientTest, ServiceOutOfDescriptors_AcceptsWhenThereAreSomeAgain)
 {
     if (kIsSanitized) {
         GTEST_SKIP() << "the sanitizer needs descriptors itself";
@@ -251,10 +241,10 @@ TEST(CliClientSocket, FileOfADeadProcess_IsReplacedAndThatOfALiveOneIsNot)
 {
     namespace fs = std::filesystem;
     fs::remove_all("/run/vantor");
+    APTask task("Handler", 0, CTask::NOT_REALTIME, -1);
     const pid_t child = fork();
     if (child == 0) {
         umask(0);
-        APTask task("Handler", 0, CTask::NOT_REALTIME, -1);
         CliClientMT client("Service");
         client.Initialize(&task);
         kill(getpid(), SIGKILL);
@@ -263,7 +253,6 @@ TEST(CliClientSocket, FileOfADeadProcess_IsReplacedAndThatOfALiveOneIsNot)
     EXPECT_EQ(fs::status(kSocket).permissions(), fs::perms(0600));
     EXPECT_EQ(fs::status("/run/vantor/cli").permissions(), fs::perms(0700));
 
-    APTask task("Handler", 0, CTask::NOT_REALTIME, -1);
     CliClientMT client("Service");
     client.Initialize(&task);
     Tool tool;

@@ -1,17 +1,16 @@
 #include "DPrint.h"
 
-#include <gtest/gtest.h>
+#include "Sanitized.h"
+#include "TemporaryFolder.h"
+#include "Texts.h"
+
+#include <gmock/gmock.h>
 #include <sys/resource.h>
 
 #include <algorithm>
 #include <regex>
 #include <sstream>
 #include <thread>
-#include <tuple>
-#include <vector>
-
-#include "Sanitized.h"
-#include "TemporaryFolder.h"
 
 namespace
 {
@@ -30,7 +29,7 @@ std::vector<std::string> CapturedLines()
 }
 } // namespace
 
-TEST(DPrint, WritesALineOfEitherForm_AndKeepsItOneLine)
+TEST(DPrint, EitherForm_IsOneLine)
 {
     testing::internal::CaptureStderr();
     s_log.Log(3, "%s: %d of %s\n", "Operation", 1, "them");
@@ -41,23 +40,17 @@ TEST(DPrint, WritesALineOfEitherForm_AndKeepsItOneLine)
     s_log.Log(4, "too much");
     const auto lines = CapturedLines();
 
-    const std::string start = R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z \d+ )";
-    ASSERT_EQ(lines.size(), 3U);
-    EXPECT_TRUE(std::regex_match(lines[0], std::regex(start + "3 Logger: Operation: 1 of them"))) << lines[0];
-    EXPECT_TRUE(std::regex_match(lines[1], std::regex(start + "1 Logger: Operation: text 2"))) << lines[1];
-    const std::regex escaped(start + R"(2 Logger: an answer\\r\\nwith a forged line\\x1b\[2J)");
-    EXPECT_TRUE(std::regex_match(lines[2], escaped)) << lines[2];
+    const std::string expected[] = {"3 Logger: Operation: 1 of them", "1 Logger: Operation: text 2",
+                                    R"(2 Logger: an answer\\r\\nwith a forged line\\x1b\[2J)"};
+    ASSERT_EQ(lines.size(), std::size(expected));
+    for (std::size_t at = 0; at < lines.size(); ++at) {
+        const std::regex pattern(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z \d+ )" + expected[at]);
+        EXPECT_TRUE(std::regex_match(lines[at], pattern)) << lines[at];
+    }
 }
 
-TEST(DPrint, CutsALongLineBetweenCharactersAndEscapes)
+TEST(DPrint, LongLine_IsCutBetweenCharactersAndEscapes)
 {
-    const auto repeated = [](const std::string& text, std::size_t count) {
-        std::string all;
-        for (; count > 0; --count) {
-            all += text;
-        }
-        return all;
-    };
     const std::string e = "\xc3\xa9";
     const std::string kiss = "\xf0\x9f\x98\x98";
     // Beside the level, the names and the operation there is room for 8170 bytes.
@@ -75,10 +68,10 @@ TEST(DPrint, CutsALongLineBetweenCharactersAndEscapes)
         {std::string(8170, 'x') + "\n", std::string(8170, 'x')},
         {std::string(8171, 'x'), std::string(8170, 'x') + "... (1 bytes more)"},
         {std::string(16 << 20, 'x'), std::string(8170, 'x') + "... (16769046 bytes more)"},
-        {std::string(16 << 20, '\x01'), repeated("\\x01", 2042) + "... (16775174 bytes more)"},
-        {"x" + repeated(e, 5000), "x" + repeated(e, 4084) + "... (1832 bytes more)"},
-        {"xxx" + repeated(kiss, 3000), "xxx" + repeated(kiss, 2041) + "... (3836 bytes more)"},
-        {"x" + repeated("\xc2\x9b", 2000), "x" + repeated("\\u009b", 1361) + "... (1278 bytes more)"},
+        {std::string(16 << 20, '\x01'), Repeated("\\x01", 2042) + "... (16775174 bytes more)"},
+        {"x" + Repeated(e, 5000), "x" + Repeated(e, 4084) + "... (1832 bytes more)"},
+        {"xxx" + Repeated(kiss, 3000), "xxx" + Repeated(kiss, 2041) + "... (3836 bytes more)"},
+        {"x" + Repeated("\xc2\x9b", 2000), "x" + Repeated("\\u009b", 1361) + "... (1278 bytes more)"},
         {std::string(8169, 'x') + "\xc3", std::string(8169, 'x') + "... (1 bytes more)"},
     };
     for (const Case& each : cases) {
@@ -117,9 +110,15 @@ TEST(DPrint, HugeText_CostsNoMemory)
     EXPECT_LT(peak() - before, 1024) << "KiB";
 }
 
-TEST(DPrint, TakesThresholdsFromItsFile)
+TEST(DPrint, Thresholds_ComeFromTheFile)
 {
-    const std::tuple<const char*, int, int, bool> cases[] = {
+    struct Case
+    {
+        const char* configuration;
+        int threshold, ofOther;
+        bool isUsable;
+    };
+    const Case cases[] = {
         {R"({"threshold": 1})", 1, 1, true},
         {R"({"loggers": {"Other": 6}})", 3, 6, true},
         {R"({"threshold": 0, "loggers": {"Other": 4, "Unknown": 2}})", 0, 4, true},
@@ -129,19 +128,18 @@ TEST(DPrint, TakesThresholdsFromItsFile)
         {R"({"threshold": )", 3, 3, false},
         {"{}", 3, 3, true},
     };
-    for (const auto& [configuration, threshold, ofOther, isUsable] : cases) {
-        SCOPED_TRACE(configuration);
-        WriteWholeFile("/opt/Vantor/etc/DPrintCfg.json", configuration);
+    for (const Case& each : cases) {
+        WriteWholeFile("/opt/Vantor/etc/DPrintCfg.json", each.configuration);
         testing::internal::CaptureStderr();
         DPrint::Initialize();
         const std::string complaint = testing::internal::GetCapturedStderr();
-        EXPECT_EQ(complaint.find("DPrintCfg.json is not usable") == std::string::npos, isUsable) << complaint;
-        EXPECT_TRUE(s_log.IsLog(threshold) && !s_log.IsLog(threshold + 1));
-        EXPECT_TRUE(s_other.IsLog(ofOther) && !s_other.IsLog(ofOther + 1));
+        EXPECT_EQ(complaint.find("DPrintCfg.json is not usable") == std::string::npos, each.isUsable) << complaint;
+        EXPECT_TRUE(s_log.IsLog(each.threshold) && !s_log.IsLog(each.threshold + 1)) << each.configuration;
+        EXPECT_TRUE(s_other.IsLog(each.ofOther) && !s_other.IsLog(each.ofOther + 1)) << each.configuration;
     }
 }
 
-TEST(DPrint, NeverMixesTheLinesOfThreads)
+TEST(DPrint, LinesOfThreads_AreNeverMixed)
 {
     constexpr std::size_t kLines = 500;
     const std::string longText = "<" + std::string(3000, 'x') + ">";
@@ -159,7 +157,5 @@ TEST(DPrint, NeverMixesTheLinesOfThreads)
     }
     const auto lines = CapturedLines();
     EXPECT_EQ(lines.size(), threads.size() * kLines);
-    for (const auto& line : lines) {
-        ASSERT_EQ(line.substr(line.find('<')), longText);
-    }
+    EXPECT_THAT(lines, testing::Each(testing::EndsWith("Logger: " + longText)));
 }

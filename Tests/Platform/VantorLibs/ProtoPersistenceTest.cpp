@@ -1,19 +1,21 @@
+#include "ProtoPersistenceFactory.h"
+
+#include "TemporaryFolder.h"
+#include "Texts.h"
+
 #include <gmock/gmock.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <atomic>
 #include <filesystem>
-#include <thread>
-
-#include "ProtoPersistenceFactory.h"
-#include "TemporaryFolder.h"
+#include <future>
 
 namespace
 {
 namespace fs = std::filesystem;
+using testing::ElementsAre;
 using testing::HasSubstr;
 
 constexpr char kFolder[] = "/mnt/nv/product-persistence";
@@ -26,38 +28,28 @@ std::shared_ptr<ProtoPersistenceIF> File(const std::string& name = "file.json",
 }
 
 template <class Action>
-std::string ErrorOf(Action action)
+std::string Refusal(Action action)
 {
-    try {
-        action();
-    } catch (const ProtoPersistenceIF::ProtoPersistenceException& error) {
-        return error.what();
-    }
-    return "no exception";
+    return ErrorOf<ProtoPersistenceIF::ProtoPersistenceException>(action);
 }
 
 unsigned ModeOf(const std::string& path)
 {
     return static_cast<unsigned>(fs::status(path).permissions());
 }
-
-std::ptrdiff_t EntriesOf(const std::string& folder)
-{
-    return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
-}
 } // namespace
 
-TEST(ProtoPersistence, StoreLoadRemove)
+TEST(ProtoPersistence, File_IsStoredLoadedAndRemoved)
 {
-    EXPECT_THAT(ErrorOf([] { File()->Load(); }), HasSubstr("No such file or directory"));
+    EXPECT_THAT(Refusal([] { File()->Load(); }), HasSubstr("No such file or directory"));
     WriteWholeFile(std::string(kPath) + ".tmp", "what a power cut left");
     File()->Store("first");
     File()->Store("{\"second\":1}");
     EXPECT_EQ(ReadWholeFile(kPath), "{\"second\":1}");
     EXPECT_EQ(File()->Load(), "{\"second\":1}");
     fs::resize_file(kPath, (16 << 20) + 1);
-    EXPECT_THAT(ErrorOf([] { File()->Load(); }), HasSubstr("File too large"));
-    EXPECT_EQ(EntriesOf(kFolder), 1);
+    EXPECT_THAT(Refusal([] { File()->Load(); }), HasSubstr("File too large"));
+    EXPECT_THAT(NamesIn(kFolder), ElementsAre("file.json"));
     File()->Remove();
     EXPECT_FALSE(fs::exists(kPath));
     File()->Remove();
@@ -76,62 +68,59 @@ TEST(ProtoPersistence, MissingFolders_AreMadeForTheOwnerWhateverTheUmask)
     }
 }
 
-TEST(ProtoPersistence, FailingWrite_LeavesTheOldContentAndNoOtherFile)
+TEST(ProtoPersistence, WriteThatFails_NamesTheReasonAndLeavesTheOldContentAlone)
 {
+    WriteWholeFile("/mnt/nv/plain", "");
+    EXPECT_EQ(Refusal([] { File("f", "plain/")->Store("x"); }),
+              "cannot make the folder of /mnt/nv/plain/f: Not a directory");
+    fs::create_directory_symlink("/usr", "/mnt/nv/read-only");
+    EXPECT_EQ(Refusal([] { File("f", "read-only/a/b")->Store("x"); }),
+              "cannot make the folder of /mnt/nv/read-only/a/b/f: Read-only file system");
+    fs::create_directories("/mnt/nv/folder/f/x");
+    EXPECT_EQ(Refusal([] { File("f", "folder")->Store("x"); }), "cannot write /mnt/nv/folder/f: Is a directory");
+    EXPECT_THAT(NamesIn("/mnt/nv/folder"), ElementsAre("f"));
+    EXPECT_THAT(Refusal([] { File("f", "folder")->Remove(); }), HasSubstr("Is a directory"));
+
     File()->Store("old");
     signal(SIGXFSZ, SIG_IGN);
     const rlimit limit{1000, 1000};
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-    EXPECT_THAT(ErrorOf([] { File()->Store(std::string(5000, 'x')); }), HasSubstr("File too large"));
+    EXPECT_THAT(Refusal([] { File()->Store(std::string(5000, 'x')); }), HasSubstr("File too large"));
     EXPECT_EQ(ReadWholeFile(kPath), "old");
-    EXPECT_EQ(EntriesOf(kFolder), 1);
-}
-
-TEST(ProtoPersistence, PlaceThatCannotBeWritten_IsNamedWithTheReason)
-{
-    WriteWholeFile("/mnt/nv/plain", "");
-    EXPECT_EQ(ErrorOf([] { File("f", "plain/")->Store("x"); }),
-              "cannot make the folder of /mnt/nv/plain/f: Not a directory");
-    fs::create_directory_symlink("/usr", "/mnt/nv/read-only");
-    EXPECT_EQ(ErrorOf([] { File("f", "read-only/a/b")->Store("x"); }),
-              "cannot make the folder of /mnt/nv/read-only/a/b/f: Read-only file system");
-    fs::create_directories("/mnt/nv/folder/f/x");
-    EXPECT_EQ(ErrorOf([] { File("f", "folder")->Store("x"); }), "cannot write /mnt/nv/folder/f: Is a directory");
-    EXPECT_EQ(EntriesOf("/mnt/nv/folder"), 1);
-    EXPECT_THAT(ErrorOf([] { File("f", "folder")->Remove(); }), HasSubstr("Is a directory"));
+    EXPECT_THAT(NamesIn(kFolder), ElementsAre("file.json"));
 }
 
 TEST(ProtoPersistence, NamesThatLeaveTheStorage_AreRefused)
 {
-    const std::pair<std::string, std::string> names[] = {
+    struct Case
+    {
+        std::string name, folder;
+    };
+    const Case cases[] = {
         {"", "a/"},       {".", "a/"},      {"..", "a/"},  {"../x", "a/"}, {"a/b", ""},  {"/etc/x", ""},
         {"x", "/mnt/nv"}, {"x", "../etc/"}, {"x", "a/.."}, {"x", "a//b"},  {"x", "./a"}, {std::string("x\0y", 3), ""},
     };
-    for (const auto& each : names) {
-        EXPECT_THAT(ErrorOf([&each] { File(each.first, each.second); }), HasSubstr("Invalid argument"))
-            << each.second << " " << each.first;
+    for (const Case& each : cases) {
+        EXPECT_THAT(Refusal([&each] { File(each.name, each.folder); }), HasSubstr("Invalid argument"))
+            << each.folder << " " << each.name;
     }
     EXPECT_NO_THROW(File("..x", ""));
 }
 
 TEST(ProtoPersistence, ReadersAndWriters_SeeWholeContents)
 {
-    const auto store = [](char filling) { File()->Store(std::string(20000, filling)); };
-    store('a');
-    std::atomic<int> writing{2};
-    const auto write = [&](char filling) {
+    const auto write = [](char filling) {
         for (int round = 0; round < 200; ++round) {
-            store(filling);
+            File()->Store(std::string(20000, filling));
         }
-        --writing;
     };
-    std::thread one(write, 'a');
-    std::thread two(write, 'b');
-    while (writing > 0) {
+    File()->Store(std::string(20000, 'a'));
+    const auto one = std::async(std::launch::async, write, 'a');
+    const auto two = std::async(std::launch::async, write, 'b');
+    while (one.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
         const std::string content = File()->Load();
         EXPECT_EQ(std::count(content.begin(), content.end(), content[0]), 20000);
     }
-    one.join();
-    two.join();
-    EXPECT_EQ(EntriesOf(kFolder), 1);
+    two.wait();
+    EXPECT_THAT(NamesIn(kFolder), ElementsAre("file.json"));
 }

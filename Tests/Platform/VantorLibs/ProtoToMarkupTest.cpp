@@ -1,8 +1,9 @@
 #include "ProtoToMarkup.h"
 
-#include <gmock/gmock.h>
-
+#include "Texts.h"
 #include "UploadSysInfo.pb.h"
+
+#include <gmock/gmock.h>
 
 namespace
 {
@@ -22,14 +23,9 @@ UploadManifest SampleManifest()
 }
 
 template <class Action>
-std::string ErrorOf(Action action)
+std::string Refusal(Action action)
 {
-    try {
-        action();
-    } catch (const ProtoToMarkup::MarkupError& error) {
-        return error.what();
-    }
-    return "no error";
+    return ErrorOf<ProtoToMarkup::MarkupError>(action);
 }
 } // namespace
 
@@ -56,11 +52,11 @@ TEST(ProtoToMarkup, ToJsonOfAMessageThatIsNotComplete_NamesTheField)
     UploadManifest manifest = SampleManifest();
     manifest.add_item()->set_filename("x");
     testing::internal::CaptureStderr();
-    EXPECT_EQ(ErrorOf([&] { ProtoToMarkup::ToJson(manifest); }),
+    EXPECT_EQ(Refusal([&] { ProtoToMarkup::ToJson(manifest); }),
               "UploadManifest: item[1].type: the required field is missing");
     manifest.mutable_item()->RemoveLast();
     manifest.mutable_item(0)->set_subtype("caf\xe9");
-    EXPECT_EQ(ErrorOf([&] { ProtoToMarkup::ToJson(manifest); }),
+    EXPECT_EQ(Refusal([&] { ProtoToMarkup::ToJson(manifest); }),
               "UploadManifest: item[0].subType: the text is not UTF-8");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
@@ -101,14 +97,18 @@ TEST(ProtoToMarkup, RootOfAnotherName_IsExpectedAndQuoted)
     ProtoToMarkup::FromJson(R"({"type":"TOP","subType":"b"})", item, "Stored");
     EXPECT_EQ(item.subtype(), "b");
     const auto read = [&item] { ProtoToMarkup::FromJson(R"({"UploadTypeItem":{"type":1}})", item, "Stored"); };
-    EXPECT_EQ(ErrorOf(read), "Stored: type: the required field is missing");
+    EXPECT_EQ(Refusal(read), "Stored: type: the required field is missing");
     EXPECT_EQ(item.subtype(), "b");
 }
 
 TEST(ProtoToMarkup, WrongText_IsRefusedWithThePlaceAndTheMessageKept)
 {
     const std::string item = R"({"input":"a","fileType":"TOP","subType":"s","harvestType":0})";
-    const std::pair<std::string, const char*> cases[] = {
+    struct Case
+    {
+        std::string text, reason;
+    };
+    const Case cases[] = {
         {"{", "not JSON: "},
         {"[]", "an object is expected"},
         {R"({"version":"abc"})", "version"},
@@ -133,7 +133,7 @@ TEST(ProtoToMarkup, WrongText_IsRefusedWithThePlaceAndTheMessageKept)
         diagItemConfigList list;
         list.set_version(7);
         testing::internal::CaptureStderr();
-        const std::string error = ErrorOf([&text = text, &list] { ProtoToMarkup::FromJson(text, list); });
+        const std::string error = Refusal([&text = text, &list] { ProtoToMarkup::FromJson(text, list); });
         EXPECT_THAT(error, AllOf(StartsWith("diagItemConfigList: "), HasSubstr(reason), Not(HasSubstr("\n"))))
             << text.substr(0, 100);
         EXPECT_LT(error.size(), 500U);
@@ -142,6 +142,6 @@ TEST(ProtoToMarkup, WrongText_IsRefusedWithThePlaceAndTheMessageKept)
     }
     const std::string both = R"({"upload_enabled":true,"uploadEnabled":true})";
     FeatureFlagConfigMsg flag;
-    EXPECT_EQ(ErrorOf([&] { ProtoToMarkup::FromJson(both, flag); }),
+    EXPECT_EQ(Refusal([&] { ProtoToMarkup::FromJson(both, flag); }),
               "FeatureFlagConfigMsg: upload_enabled: there is a 'uploadEnabled' as well");
 }
