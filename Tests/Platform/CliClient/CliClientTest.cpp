@@ -115,6 +115,9 @@ TEST_F(CliClientTest, Command_IsRunWithItsArgumentsAndAnsweredToWhoAsked)
     Offer("big", [](auto, auto, const Reply& reply, int context) {
         reply(std::string(CliWire::kMaxEventLength, 'x'), context);
     });
+    constexpr char kUnknown[] =
+        "unknown 5 no such command; help of service show; help of service  show types; "
+        "help of bad; help of worse; help of big";
     struct Case
     {
         std::string line, event;
@@ -122,14 +125,15 @@ TEST_F(CliClientTest, Command_IsRunWithItsArgumentsAndAnsweredToWhoAsked)
     const Case cases[] = {
         {"service show 'a b' \"\"", R"(reply 5 1{ "a b", "" })"},
         {" service show types 9 ", R"(reply 5 2{ "9" })"},
+        {"service show x types", R"(reply 5 1{ "x", "types" })"},
+        {"Service show", kUnknown},
+        {"", kUnknown},
         {"service show 'a", "failed 5 a quote is not closed"},
         {"bad", "failed 5 stoi"},
         {"worse", "reply 5 done"},
         {"bad", "failed 5 stoi"},
         {"big", "failed 5 a text of 1048576 bytes is too long for the command line"},
-        {"service",
-         "unknown 5 no such command; help of service show; help of service  show types; help of bad; "
-         "help of worse; help of big"},
+        {"service", kUnknown},
     };
     Tool other;
     Tool tool;

@@ -1,12 +1,12 @@
 #include "GatrixWire.h"
 
+#include "GatrixBody.h"
+#include "ReconnectDelay.h"
+#include "Texts.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <tuple>
-
-#include "GatrixBody.h"
-#include "ReconnectDelay.h"
 
 using namespace Gatrix;
 
@@ -24,26 +24,6 @@ std::string Reread(const std::string& text)
                                    ? (waiting->isRequest ? " > request " : " > answer ") + std::to_string(waiting->id)
                                    : std::string());
     }
-}
-
-/** That many values of a list. */
-std::string Many(std::size_t count)
-{
-    std::string values;
-    for (; count > 1; --count) {
-        values += "1,";
-    }
-    return values + "1";
-}
-
-/** An object of that many members. */
-std::string Crowded(std::size_t count)
-{
-    std::string members;
-    for (; count > 1; --count) {
-        members += "\"" + std::to_string(count) + "\":1,";
-    }
-    return "{" + members + "\"x\":1}";
 }
 
 std::string WithBody(const std::string& body)
@@ -72,66 +52,70 @@ TEST(GatrixWire, EveryFrame_IsWrittenAsItWasRead)
     }
 }
 
-TEST(GatrixWire, Body_IsKeptAsItWasSpeltWithoutWhiteSpace)
+TEST(GatrixWire, Body_IsKeptAsItWasSpelledWithoutWhiteSpace)
 {
-    const std::pair<const char*, const char*> bodies[] = {
+    struct Case
+    {
+        const char *spelled, *kept;
+    };
+    const Case bodies[] = {
         {" { \"b\" :\t1 ,\r\n\"a\": [ ] } ", R"({"b":1,"a":[]})"},
         {R"(" a\n\"b \\")", R"(" a\n\"b \\")"},
         {"\"\xc3\xa9 } \\/\"", "\"\xc3\xa9 } \\/\""},
         {"[0, -0, 0.1, 1E5, 1e-05, 123456789012345678901234567890]",
          "[0,-0,0.1,1E5,1e-05,123456789012345678901234567890]"},
     };
-    for (const auto& [spelt, kept] : bodies) {
-        EXPECT_EQ(Reread(WithBody(spelt)), WithBody(kept));
+    for (const auto& [spelled, kept] : bodies) {
+        EXPECT_EQ(Reread(WithBody(spelled)), WithBody(kept));
     }
     EXPECT_EQ(Reread(WithBody(std::string(255, '[') + std::string(255, ']'))).size(), 540U);
 }
 
 TEST(GatrixWire, TextThatIsNoFrame_IsRefusedWithAReason)
 {
-    const std::pair<std::string, std::string> cases[] = {
+    struct Case
+    {
+        std::string text, reason;
+    };
+    const Case cases[] = {
         {"[]", "not a JSON object"},
         {R"({"op":"answer,"id":1})", "not a JSON object"},
         {"\xef\xbb\xbf{}", "not a JSON object"},
         {std::string("{\"op\":\"answer\",\"id\":1}\0", 23), "not a JSON object"},
         {R"({"op":"answer","id":1}})", "not a JSON object"},
-        {R"(/**/{"op":"answer","id":1})", "not a JSON object"},
-        {Crowded(64), R"("op" must be a text)"},
-        {Crowded(65), "not a JSON object"},
+        {"{" + Repeated("\"a\":1,", 62) + R"("b":1,"op":1})", R"("a": there is a second one)"},
+        {"{" + Repeated("\"a\":1,", 63) + R"("b":1,"op":1})", "not a JSON object"},
         {R"({"op":"answer","op":"answer","id":1})", R"("op": there is a second one)"},
         {R"({"op":"answer","id":1,"later":01})", R"(answer: "later": a malformed number at byte 1 > answer 1)"},
         {R"({"op":"answer","id":1,"body":})",
          R"(answer: "body": Line 1, Column 1: Syntax error: value, object or array expected. > answer 1)"},
-        {R"({"op":"ready","endpoints":[)" + Many(4095) + "]}", R"(ready: "endpoints" must be a list of texts)"},
-        {R"({"op":"ready","endpoints":[)" + Many(4096) + "]}",
+        {R"({"op":"ready","endpoints":[1)" + Repeated(",1", 4094) + "]}",
+         R"(ready: "endpoints" must be a list of texts)"},
+        {R"({"op":"ready","endpoints":[1)" + Repeated(",1", 4095) + "]}",
          R"(ready: "endpoints": more than 4096 values at byte 8191)"},
         {WithBody(R"("\ud800")"), R"(answer: "body": half a surrogate pair at byte 7 > answer 1)"},
-        {WithBody("1e400"), R"(answer: "body": Line 1, Column 1: '1e400' is not a number. > answer 1)"},
         {WithBody(std::string(256, '[') + std::string(256, ']')),
          R"(answer: "body": nested in more than 255 levels at byte 255 > answer 1)"},
-        {WithBody("[" + Many(65536) + "]"), R"(answer: "body": more than 65536 values at byte 131071 > answer 1)"},
+        {WithBody("[1" + Repeated(",1", 65535) + "]"),
+         R"(answer: "body": more than 65536 values at byte 131071 > answer 1)"},
         {R"({"body":1,"op":"request","id":2,"body":1})", R"(request: "body": there is a second one > request 2)"},
         {R"({"op":"request","id":2,"method":"PUT"})", R"(request: "method" must be GET or POST > request 2)"},
         {R"({"op":"error","id":3,")" + std::string(200, 'n') + R"(":01})",
          R"(error: ")" + std::string(115, 'n') + " > answer 3"},
         {R"({"op":"answer","id":1,"id":2})", R"(answer: "id": there is a second one)"},
-        {R"({"op":"answer","id":1,"op":"request"})", R"("op": there is a second one)"},
         {R"({"op":["hello"]})", R"("op" must be a text)"},
         {R"({"op":"Hello","client":"a","platform":"p"})", R"("op" is unknown)"},
         {R"({"op":"hello","platform":"p"})", R"(hello: "client" must be a text)"},
         {R"({"op":"interest"})", R"(interest: "endpoints" must be a list of texts)"},
-        {R"({"op":"ready","endpoints":["a",1]})", R"(ready: "endpoints" must be a list of texts)"},
-        {R"({"op":"register","method":"PUT"})", R"(register: "method" must be GET or POST)"},
         {R"({"op":"subscribe","endpoint":"a","version":"1"})", R"(subscribe: "version" must be a number)"},
         {R"({"op":"answer","id":-1})", R"(answer: "id" must be an unsigned number)"},
         {R"({"op":"error","id":1})", R"(error: "error" must be an object > answer 1)"},
         {R"({"op":"error","error":{"message":"m","statusCode":1.5}})", R"(error: "statusCode" must be a number)"},
-        {R"({"op":"error","id":1,"error":{"statusCode":1}})", R"(error: "message" must be a text > answer 1)"},
+        {R"({"op":"ready","endpoints":[],"later":{"a":[1]}})", R"({"endpoints":[],"op":"ready"})"},
     };
-    for (const auto& [text, reason] : cases) {
-        EXPECT_EQ(Reread(text), reason) << text.substr(0, 100);
+    for (const Case& each : cases) {
+        EXPECT_EQ(Reread(each.text), each.reason) << each.text.substr(0, 100);
     }
-    EXPECT_EQ(Reread(R"({"op":"ready","endpoints":[],"later":{"a":[1]}})"), R"({"endpoints":[],"op":"ready"})");
 }
 
 TEST(GatrixWire, WhatIsNoUtf8OrNoNumber_NeverReachesTheWire)
@@ -143,7 +127,11 @@ TEST(GatrixWire, WhatIsNoUtf8OrNoNumber_NeverReachesTheWire)
 
 TEST(GatrixBody, Text_TravelsAsTheValueThatItSpellsOrAsItself)
 {
-    const std::tuple<const char*, const char*, const char*> cases[] = {
+    struct Case
+    {
+        const char *text, *body, *readBack;
+    };
+    const Case cases[] = {
         {R"({"b": [1, "x y"], "a": null})", R"({"b":[1,"x y"],"a":null})", R"({"b":[1,"x y"],"a":null})"},
         {R"("it's \"quoted\"")", R"("it's \"quoted\"")", R"(it's "quoted")"},
         {"plain text\n", R"("plain text\n")", "plain text\n"},

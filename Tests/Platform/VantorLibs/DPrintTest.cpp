@@ -144,9 +144,9 @@ TEST(DPrint, LinesOfThreads_AreNeverMixed)
     constexpr std::size_t kLines = 500;
     const std::string longText = "<" + std::string(3000, 'x') + ">";
     testing::internal::CaptureStderr();
-    std::vector<std::thread> threads(4);
-    for (auto& thread : threads) {
-        thread = std::thread([&longText] {
+    std::vector<std::thread> threads;
+    while (threads.size() < 4) {
+        threads.emplace_back([&longText] {
             for (std::size_t line = 0; line < kLines; ++line) {
                 s_log.Log(1, "%s", longText.c_str());
             }
