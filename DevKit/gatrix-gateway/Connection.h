@@ -16,7 +16,7 @@ namespace GatrixGateway
 
 using Gatrix::CloseCode;
 
-/** The gateway's end of the WebSocket with one client. Not thread-safe: the context's thread alone may call. */
+/** The gateway's end of the WebSocket with one client. Not thread-safe. */
 class Connection final : private Gatrix::WebSocketSession::Owner
 {
 public:

@@ -1,30 +1,30 @@
 #pragma once
 
+#include "AsyncCallback.h"
+#include "Callback.h"
+#include "NotifyTargetTaskIF.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "AsyncCallback.h"
-#include "Callback.h"
-#include "NotifyTargetTaskIF.h"
 
 class CliServer;
 
 /**
  * Offers a service's commands on the product's command line.
  *
- * The commands are reached by tools through a socket of this client's name (see CliWire.h). Tools are served by threads
- * of this library, which sleep while nothing happens; no operation waits for a tool, and no tool for another. Up to 8
- * tools may be connected, with 16 commands each that wait for their replies; a tool that does not read what it is sent
- * is disconnected.
+ * Tools reach the commands through a socket of this client's name (see CliWire.h). A thread of this library serves
+ * them; it sleeps while nothing happens. No operation waits for a tool, and no tool for another. Up to 8 tools may be
+ * connected, with 16 commands each that wait for their replies. A tool that does not read what it is sent is
+ * disconnected.
  */
 class CliClientMT
 {
 public:
     /**
      * Answers one command: the text, and the integer that the handler was given with it. To be invoked once, at once or
-     * later, from any thread; later invocations, and those after the tool has gone, do nothing.
+     * later. Later invocations, and those after the tool has gone, do nothing. Thread-safe.
      */
     using Reply = AsyncCallback<std::string, int>;
 
@@ -51,8 +51,8 @@ public:
     void Initialize(NotifyTargetTaskIF* task);
 
     /**
-     * Any thread, before or after Initialize: adds a command. A command of the same words is replaced. What cannot be
-     * called (no words, no handler, no task) is logged at level 1 and dropped.
+     * Adds a command, before or after Initialize. A command of the same words is replaced. What cannot be called (no
+     * words, no handler, no task) is logged at level 1 and dropped. Thread-safe.
      *
      * @param words   the command's words, separated by blanks. A command line calls the longest command that it
      *                begins with.
@@ -65,7 +65,7 @@ public:
     void RegisterCLIServerCommands(const std::string& words, const std::string& help, const std::string& usage,
                                    NotifyTargetTaskIF* task, Handler handler, std::uint16_t key);
 
-    /** Any thread: shows a line on every connected tool. */
+    /** Shows a line on every connected tool. Thread-safe. */
     void SendAsyncResponse(const std::string& text);
 
 private:

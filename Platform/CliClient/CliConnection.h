@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstddef>
-#include <string>
-
 #include "CliWire.h"
 #include "FileDescriptor.h"
 
-/** The service's end of a connection to one tool. Nothing here waits; the owner says when to try again. */
+#include <cstddef>
+#include <string>
+
+/** The service's end of a connection to one tool. The owner says when to try again. Not thread-safe. */
 class CliConnection
 {
 public:

@@ -4,13 +4,13 @@
 #include <string>
 #include <vector>
 
-/** The words that command lines are made of. Pure functions. */
+/** The words that command lines are made of. Thread-safe. */
 namespace CommandWords
 {
 /**
- * The words of a command line. Blanks and tabs part them. What stands between single quotes is taken as it is; between
- * double quotes a backslash takes a double quote or a backslash as it is; elsewhere it takes any character as it is.
- * Quoted and plain pieces without a blank in between are one word.
+ * The words of a command line, separated by blanks and tabs. What stands between single quotes is taken as it is.
+ * Between double quotes, a backslash takes a double quote or a backslash as it is; elsewhere it takes any character as
+ * it is. Quoted and plain pieces without a blank in between are one word.
  *
  * @return nothing when a quote is not closed, or the line ends in a backslash
  */

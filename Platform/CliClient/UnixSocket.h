@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "FileDescriptor.h"
+
+#include <string>
 
 /** Unix-domain stream sockets, see unix(7). Every descriptor is non-blocking and close-on-exec. */
 namespace UnixSocket

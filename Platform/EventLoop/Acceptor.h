@@ -9,8 +9,7 @@
 
 /**
  * Accepts the clients of a listening socket, between Open and Close. When descriptors or memory run out, clients wait;
- * it tries again each second. The loop must outlive it. Not thread-safe: the loop's thread alone may call, but for
- * construction and the first Open.
+ * it tries again each second. The loop must outlive it. Not thread-safe.
  */
 class Acceptor
 {

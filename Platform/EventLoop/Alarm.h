@@ -9,8 +9,7 @@ namespace boost::asio
 class io_context;
 }
 
-/** Runs work of an event loop at a time. The loop must outlive it. Not thread-safe: the loop's thread alone may call.
- */
+/** Runs work of an event loop at a time. The loop must outlive it. Not thread-safe. */
 class Alarm
 {
 public:

@@ -10,10 +10,7 @@ namespace boost::asio
 class io_context;
 }
 
-/**
- * Runs work of an event loop when a descriptor is ready. Loop and descriptor must outlive it. Not thread-safe: the
- * loop's thread alone may call.
- */
+/** Runs work of an event loop when a descriptor is ready. Loop and descriptor must outlive it. Not thread-safe. */
 class DescriptorWatch
 {
 public:

@@ -1,5 +1,14 @@
 #pragma once
 
+#include "Alarm.h"
+#include "EventLoop.h"
+#include "GatrixClient.h"
+#include "GatrixConnection.h"
+#include "GatrixResponder.h"
+#include "GatrixWire.h"
+#include "OutstandingRequests.h"
+#include "ReconnectDelay.h"
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -10,20 +19,11 @@
 #include <string>
 #include <utility>
 
-#include "Alarm.h"
-#include "EventLoop.h"
-#include "GatrixClient.h"
-#include "GatrixConnection.h"
-#include "GatrixResponder.h"
-#include "GatrixWire.h"
-#include "OutstandingRequests.h"
-#include "ReconnectDelay.h"
-
 namespace Gatrix
 {
 /**
  * What a client does on its own thread: it keeps a connection, and knows what was offered on it and who waits for what.
- * Operations are for that thread alone, that is for work given to Post, unless they say otherwise.
+ * Not thread-safe: but for Post, operations are for work given to Post.
  */
 class ClientCore : public std::enable_shared_from_this<ClientCore>, private GatrixConnection::Observer
 {
@@ -60,7 +60,7 @@ public:
     /** The body of the thread: returns after Stop. Nothing that is thrown within leaves it. */
     void Run();
 
-    /** Any thread: has the work done on the client's thread, in the order of the calls. */
+    /** Has the work done on the client's thread, in the order of the calls. Thread-safe. */
     void Post(std::function<void(ClientCore&)> work);
 
     /** Refuses all that is in flight, sends what waits, as far as there is time, closes, and lets Run return. */

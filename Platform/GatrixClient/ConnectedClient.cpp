@@ -1,8 +1,8 @@
 #include "ConnectedClient.h"
 
-#include <utility>
-
 #include "DPrint.h"
+
+#include <utility>
 
 namespace Gatrix
 {

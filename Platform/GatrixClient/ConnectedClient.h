@@ -1,10 +1,10 @@
 #pragma once
 
-#include <memory>
-#include <thread>
-
 #include "ClientCore.h"
 #include "GatrixClientIF.h"
+
+#include <memory>
+#include <thread>
 
 namespace Gatrix
 {

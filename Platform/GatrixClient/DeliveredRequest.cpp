@@ -1,10 +1,10 @@
 #include "DeliveredRequest.h"
 
-#include <exception>
-#include <utility>
-
 #include "DPrint.h"
 #include "FittingReply.h"
+
+#include <exception>
+#include <utility>
 
 namespace Gatrix
 {

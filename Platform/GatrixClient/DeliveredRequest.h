@@ -1,10 +1,10 @@
 #pragma once
 
-#include <atomic>
-#include <memory>
-
 #include "ClientCore.h"
 #include "GatrixResponder.h"
+
+#include <atomic>
+#include <memory>
 
 namespace Gatrix
 {

@@ -1,13 +1,13 @@
 #include "FittingReply.h"
 
+#include "ProtoToMarkup.h"
+#include "Utf8Text.h"
+
 #include <algorithm>
 #include <limits>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "ProtoToMarkup.h"
-#include "Utf8Text.h"
 
 namespace
 {

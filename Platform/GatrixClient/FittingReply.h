@@ -1,9 +1,9 @@
 #pragma once
 
-#include <cstdint>
-
 #include "Gatrix.pb.h"
 #include "GatrixWire.h"
+
+#include <cstdint>
 
 /**
  * Replies as a frame can carry them, whatever texts a handler puts into them: bytes that are not UTF-8 become U+FFFD,

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <optional>
-#include <string>
-
 #include "AsyncCallback.h"
 #include "Gatrix.pb.h"
 #include "ProtoToMarkup.h"
 
-/** How messages and texts become the JSON bodies of frames, and back. Any thread may call. */
+#include <optional>
+#include <string>
+
+/** How messages and texts become the JSON bodies of frames, and back. Thread-safe. */
 namespace Gatrix
 {
 /** An error of that status and text. */

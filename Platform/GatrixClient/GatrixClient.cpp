@@ -1,8 +1,8 @@
 #include "GatrixClient.h"
 
-#include <utility>
-
 #include "ConnectedClient.h"
+
+#include <utility>
 
 namespace Gatrix
 {

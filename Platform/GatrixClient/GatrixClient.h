@@ -1,13 +1,13 @@
 #pragma once
 
+#include "AsyncCallback.h"
+#include "GatrixClientIF.h"
+
 #include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
-
-#include "AsyncCallback.h"
-#include "GatrixClientIF.h"
 
 /** What a client can be told about its connection. */
 enum class GATRIX_CLIENT_ERRORS
@@ -35,16 +35,16 @@ public:
     using ErrorCallback = AsyncCallback<const std::string, const GATRIX_CLIENT_ERRORS>;
 
     /**
-     * Any thread: makes a client and begins to connect, on a thread of the client's own, beside one that looks up the
-     * host's name for it; both sleep while nothing happens. A connection that cannot be made or that drops is tried
-     * again for ever, after 0.1 s, then twice as long each time up to 5 s, less a random part of up to a half. The
-     * pauses begin anew after a connection that lasted 10 s or on which all endpoints of interest were ready. A peer
-     * that died without a word is noticed by the kernel's keep-alive (tcp(7)).
+     * Makes a client and begins to connect, on a thread of the client's own, beside one that looks up the host's name
+     * for it. Both sleep while nothing happens. A connection that cannot be made or that drops is tried again for ever,
+     * after 0.1 s, then twice as long each time up to 5 s, less a random part of up to a half. The pauses begin anew
+     * after a connection that lasted 10 s or on which all endpoints of interest were ready. The kernel's keep-alive
+     * notices a peer that died without a word (tcp(7)).
      *
      * The last owner that lets go of the client ends its connection and thread, and waits for that, unless it does so
-     * on that thread: requests still in flight complete through their error callbacks with status 503, and what waits
-     * to be sent is sent, for a second at most. The connection callback is not invoked for that end. A look-up of the
-     * host's name that is under way holds it up; that of "localhost" asks no server.
+     * on that thread. Requests still in flight complete through their error callbacks with status 503. What waits to be
+     * sent is sent, for a second at most. The connection callback is not invoked for that end. A look-up of the host's
+     * name that is under way holds it up; that of "localhost" asks no server. Thread-safe.
      *
      * @param name       of the client, as the gateway shows it
      * @param host, port of the gateway

@@ -1,11 +1,5 @@
 #pragma once
 
-#include <functional>
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "AsyncCallback.h"
 #include "Callback.h"
 #include "Gatrix.pb.h"
@@ -13,14 +7,20 @@
 #include "GatrixMethod.h"
 #include "GatrixResponder.h"
 
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
 namespace Gatrix
 {
 /**
  * A connection to the local API gateway: offers endpoints to the product's other services and asks theirs.
  *
- * Any thread may call any operation; none waits for the gateway. What an operation brings later comes through the
- * callbacks that it was given. Messages travel as JSON, see GatrixWire.h; a body that does not convert to the message
- * expected is refused with status 400 and the converter's reason, and no handler sees it.
+ * No operation waits for the gateway. What an operation brings later comes through the callbacks that it was given.
+ * Messages travel as JSON, see GatrixWire.h. A body that does not convert to the message expected is refused with
+ * status 400 and the converter's reason, and no handler sees it.
  *
  * What is offered, subscribed to or declared of interest holds as long as the connection: it is lost when the
  * connection drops, and does nothing while there is none. Offer it again whenever the connection is reported.
@@ -30,9 +30,9 @@ namespace Gatrix
  * when no answer came within the client's limit, 413 when the request is too large for a frame, 400 when the answer
  * does not convert, and otherwise what the gateway or the handler says. An answer that comes after that is dropped.
  *
- * What is called while connected is sent in the order of the calls. Of that, what is too large or finds 16 MiB waiting,
- * is logged and dropped, but for requests, see above, and answers that are too large: their request is refused with
- * status 413.
+ * What is called while connected is sent in the order of the calls. A frame that is too large, or that would make more
+ * than 16 MiB wait, is logged and dropped. A request gets its error callback instead, and the request of an answer that
+ * is too large is refused with status 413. Thread-safe.
  */
 class GatrixClientIF
 {
@@ -41,9 +41,9 @@ public:
     using ErrorCallback = AsyncCallback<Error>;
 
     /**
-     * What handles POST requests: the request, and two callbacks of which one is to be invoked once, at once or later,
-     * from any thread. The second invocation and later ones are dropped with a log line. When all copies of both are
-     * gone uninvoked, the request is refused with status 500. Texts are made to fit, see Responder.
+     * What handles POST requests: the request, and two callbacks of which one is to be invoked once, at once or later.
+     * The second invocation and later ones are dropped with a log line. When all copies of both are gone uninvoked, the
+     * request is refused with status 500. Texts are made to fit, see Responder. The callbacks are thread-safe.
      */
     template <class Request, class Answer>
     using PostHandler = AsyncCallback<Request, Callback<Answer>, Callback<Error>>;

@@ -20,7 +20,7 @@ namespace Gatrix
 {
 /**
  * One connection to the gateway, from the look-up of its name to its end: a WebSocket (RFC 6455) on plain TCP. Not
- * thread-safe: the loop's thread alone may call.
+ * thread-safe.
  */
 class GatrixConnection final : private WebSocketSession::Owner
 {

@@ -1,22 +1,22 @@
 #pragma once
 
-#include <memory>
-#include <optional>
-#include <string>
-
 #include "Callback.h"
 #include "Gatrix.pb.h"
 #include "GatrixBody.h"
 
+#include <memory>
+#include <optional>
+#include <string>
+
 namespace Gatrix
 {
 /**
- * What answers one delivered request, once, from any thread; a later attempt is dropped with a log line, and so is an
- * answer when the connection that brought the request has dropped. Destroyed unanswered, it refuses the request with
- * status 500, so that no requester waits for ever. It may outlive the client.
+ * What answers one delivered request, once. A later attempt is dropped with a log line, and so is an answer when the
+ * connection that brought the request has dropped. Destroyed unanswered, it refuses the request with status 500, so
+ * that no requester waits for ever. It may outlive the client.
  *
  * Texts in the answer or error that are not UTF-8 are repaired, and the longest are cut where the frame would be too
- * large; what is cut says how many bytes are missing.
+ * large; what is cut says how many bytes are missing. Thread-safe.
  */
 class Responder
 {

@@ -1,13 +1,13 @@
 #include "GatrixWire.h"
 
+#include "JsonText.h"
+#include "Utf8Text.h"
+
 #include <algorithm>
 #include <cmath>
 #include <iterator>
 #include <set>
 #include <utility>
-
-#include "JsonText.h"
-#include "Utf8Text.h"
 
 namespace
 {
@@ -52,13 +52,13 @@ public:
             return Wire::Interest{Endpoints()};
         }
         if (op == "register") {
-            return Wire::Register{AskedBy(), Text("endpoint"), Version(), Text("group")};
+            return Wire::Register{HandledMethod(), Text("endpoint"), Version(), Text("group")};
         }
         if (op == "subscribe") {
             return Wire::Subscribe{Text("endpoint"), Version()};
         }
         if (op == "request") {
-            return Wire::Request{Id(), AskedBy(), Text("endpoint"), Version(), m_body};
+            return Wire::Request{Id(), HandledMethod(), Text("endpoint"), Version(), m_body};
         }
         if (op == "answer") {
             return Wire::Answer{Id(), m_body};
@@ -127,7 +127,7 @@ private:
         return endpoints;
     }
 
-    Method AskedBy() const
+    Method HandledMethod() const
     {
         const Json::Value& name = m_known["method"];
         Require(name == "GET" || name == "POST", "method", "GET or POST");

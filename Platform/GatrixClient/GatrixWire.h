@@ -1,5 +1,7 @@
 #pragma once
 
+#include "GatrixMethod.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -8,11 +10,9 @@
 #include <variant>
 #include <vector>
 
-#include "GatrixMethod.h"
-
 /**
  * The frames between the gateway and its clients, as they stand in docs/gateway.md: WebSocket text frames (RFC 6455),
- * one JSON object (RFC 8259) each. Any thread may call.
+ * one JSON object (RFC 8259) each. Thread-safe.
  */
 namespace Gatrix::Wire
 {
@@ -52,7 +52,7 @@ struct Subscribe
     double version = 0;
 };
 
-/** To the gateway, with the asking client's number; to the handler, with the gateway's. */
+/** To the gateway, with the requester's number; to the handler, with the gateway's. */
 struct Request
 {
     std::uint64_t id = 0;
@@ -63,7 +63,7 @@ struct Request
     std::optional<std::string> body;
 };
 
-/** What a handler answers, with the number of the request as it was delivered; then with the asking client's. */
+/** What a handler answers, with the number of the request as it was delivered; then with the requester's. */
 struct Answer
 {
     std::uint64_t id = 0;
@@ -118,7 +118,7 @@ public:
         : std::runtime_error(reason), m_exchange(exchange)
     {}
 
-    /** Nothing when nobody waits, or the frame does not tell who. */
+    /** Nothing when nobody waits, or the frame does not say who. */
     const std::optional<Exchange>& GetExchange() const noexcept { return m_exchange; }
 
 private:

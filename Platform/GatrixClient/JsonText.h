@@ -1,14 +1,14 @@
 #pragma once
 
+#include "GatrixWire.h"
+#include "StrictJson.h"
+
 #include <json/json.h>
 
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "GatrixWire.h"
-#include "StrictJson.h"
 
 /** JSON texts (RFC 8259) on their way into and out of frames. Thread-safe. */
 namespace Gatrix::JsonText

@@ -1,14 +1,14 @@
 #pragma once
 
+#include "AsyncCallback.h"
+#include "Gatrix.pb.h"
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
 #include <string>
-
-#include "AsyncCallback.h"
-#include "Gatrix.pb.h"
 
 namespace Gatrix
 {
@@ -21,7 +21,7 @@ struct OutstandingRequest
     AsyncCallback<Error> onError;
 };
 
-/** The requests of a client that wait for their answers, each with the same time limit. For one thread at a time. */
+/** The requests of a client that wait for their answers, each with the same time limit. Not thread-safe. */
 class OutstandingRequests
 {
 public:

@@ -19,8 +19,8 @@ namespace Gatrix
 {
 /**
  * One end of a WebSocket (RFC 6455) on a TCP connection, which the kernel's keep-alive watches (tcp(7)). Frames that
- * are larger than Wire::kMaxFrameBytes or no UTF-8 close the connection by themselves (1009, 1007). Not thread-safe:
- * the loop's thread alone may call.
+ * are larger than Wire::kMaxFrameBytes or no UTF-8 close the connection by themselves (1009, 1007). Not
+ * thread-safe.
  */
 class WebSocketSession
 {

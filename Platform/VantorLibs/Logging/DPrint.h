@@ -20,7 +20,7 @@
  * log is always one line. From the level on it has at most 8 KiB as it is written; then it says how many bytes are
  * missing. A longer text costs no memory beside the caller's.
  *
- * Every operation may be called from any thread; none throws for a failure to write.
+ * No operation throws for a failure to write. Thread-safe.
  */
 class DPrint
 {

@@ -1,10 +1,10 @@
 #include "LineBuffer.h"
 
+#include "Utf8Text.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <memory>
-
-#include "Utf8Text.h"
 
 namespace
 {

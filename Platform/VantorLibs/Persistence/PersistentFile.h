@@ -1,10 +1,10 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "FileDescriptor.h"
 #include "ProtoPersistenceIF.h"
+
+#include <string>
+#include <vector>
 
 /** A file below /mnt/nv/ that is replaced as a whole. */
 class PersistentFile : public ProtoPersistenceIF

@@ -1,12 +1,12 @@
 #include "ProtoPersistenceFactory.h"
 
+#include "PersistentFile.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <system_error>
 #include <utility>
 #include <vector>
-
-#include "PersistentFile.h"
 
 namespace
 {

@@ -1,16 +1,16 @@
 #pragma once
 
+#include "ProtoPersistenceIF.h"
+
 #include <memory>
 #include <string>
-
-#include "ProtoPersistenceIF.h"
 
 /** Makes the objects through which services keep messages in non-volatile storage. */
 class ProtoPersistenceFactory
 {
 public:
     /**
-     * Any thread; touches no file yet.
+     * The object for one file. No file is touched yet. Thread-safe.
      *
      * @param fileName  the name of the file, without folders
      * @param directory its folder, relative to /mnt/nv/, with or without a "/" at its end; empty for /mnt/nv/ itself

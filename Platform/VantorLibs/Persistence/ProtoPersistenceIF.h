@@ -6,8 +6,8 @@
 /**
  * The text form of one message in non-volatile storage.
  *
- * Any thread may call; operations of one process on the same file do not run into each other. Other processes see
- * either the old or the new content, never a part of one.
+ * Operations of one process on the same file wait for each other. Other processes see either the old or the new
+ * content, never a part of one. Thread-safe.
  */
 class ProtoPersistenceIF
 {
@@ -22,16 +22,17 @@ public:
     virtual ~ProtoPersistenceIF() = default;
 
     /**
-     * Replaces the content. When it returns, the new content is on the storage medium; when it throws, the old content
-     * is untouched and nothing else is left behind. (If the medium fails in the very last step, after the new content
-     * took its place, it throws as well.) Missing folders are made, for their owner only, as is the file.
+     * Replaces the content. When it returns, the new content is on the storage medium. When it throws, the old content
+     * is untouched and nothing else is left behind, with one exception: the medium may fail in the very last step,
+     * after the new content took its place. Missing folders are made, for their owner only, as is the file. Blocks.
+     *
      * @throws ProtoPersistenceException
      */
     virtual void Store(const std::string& text) = 0;
 
-    /** @return the content. @throws ProtoPersistenceException for none, more than 16 MiB, or what cannot be read. */
+    /** The content. @throws ProtoPersistenceException for none, more than 16 MiB, or what cannot be read */
     virtual std::string Load() = 0;
 
-    /** Removes the content; there may be none. @throws ProtoPersistenceException when it cannot be removed. */
+    /** Removes the content; there may be none. @throws ProtoPersistenceException when it cannot be removed */
     virtual void Remove() = 0;
 };

@@ -11,8 +11,8 @@ class Descriptor;
 namespace GroupedFields
 {
 /**
- * The binary form with the values of each field side by side, in nested messages too. An enumeration number that the
- * schema does not declare, which a message keeps behind its declared fields, so joins its list. Where the field is no
+ * The binary form with the values of each field side by side, in nested messages too. A message keeps an enumeration
+ * number that the schema does not declare behind its declared fields; here it joins its list. Where the field is no
  * list, only its first value stays. Packed lists of enumerations, which no schema here has, are left as they are.
  * Thread-safe.
  */

@@ -1,5 +1,11 @@
 #include "ProtoToMarkup.h"
 
+#include "GroupedFields.h"
+#include "JsonShape.h"
+#include "StrictJson.h"
+#include "StringUtils.h"
+#include "Utf8Text.h"
+
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
 #include <google/protobuf/util/json_util.h>
@@ -10,12 +16,6 @@
 #include <algorithm>
 #include <memory>
 #include <vector>
-
-#include "GroupedFields.h"
-#include "JsonShape.h"
-#include "StrictJson.h"
-#include "StringUtils.h"
-#include "Utf8Text.h"
 
 namespace
 {

@@ -9,11 +9,11 @@ class Message;
 }
 
 /**
- * Converts messages to their JSON form (RFC 8259, in UTF-8) and back. Any thread may call; nothing is logged here.
+ * Converts messages to their JSON form (RFC 8259, in UTF-8) and back. Nothing is logged here.
  *
  * Members carry the field names exactly as the schema declares them. Enumeration values are written by name, 64-bit
  * integers as texts (a JSON number does not hold them), bytes in base64, otherwise as in protobuf's JSON mapping. The
- * form comes bare, { fields }, or under a root that names the message: { "UploadRequest": { fields } }.
+ * form comes bare, { fields }, or under a root that names the message: { "UploadRequest": { fields } }. Thread-safe.
  */
 class ProtoToMarkup
 {

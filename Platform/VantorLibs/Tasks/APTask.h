@@ -1,9 +1,9 @@
 #pragma once
 
-#include <memory>
-
 #include "CTask.h"
 #include "NotifyTargetTaskIF.h"
+
+#include <memory>
 
 class TaskQueue;
 
@@ -24,17 +24,17 @@ public:
     ~APTask() override;
 
     /**
-     * Ends the task: what waits in its queue is dropped, what is posted later does nothing. Called from another thread
-     * it returns when the handler that was running has returned; called from a handler it returns at once, and the
-     * thread ends after that handler. A handler that waits in APTaskManager::JoinAllTasks waits no longer. Stopped
-     * before its start, the task runs nothing, not even OnEntry.
+     * Ends the task: what waits in its queue is dropped, what is posted later does nothing. Called from a handler, it
+     * returns at once, and the thread ends after that handler. A handler that waits in APTaskManager::JoinAllTasks
+     * waits no longer. Stopped before its start, the task runs nothing, not even OnEntry. Called from another thread,
+     * it waits for the handler that runs. Blocks.
      */
     void Stop();
 
     std::shared_ptr<TaskQueueIF> Queue() const override;
 
 protected:
-    /** Runs first on the task's thread. */
+    /** Called before any handler. Runs on the task's thread. */
     virtual void OnEntry() {}
 
 private:

@@ -14,13 +14,13 @@ public:
     APTaskManager(const APTaskManager&) = delete;
     APTaskManager& operator=(const APTaskManager&) = delete;
 
-    /** Any thread, before StartAllTasks: the task is not owned and must outlive the manager's JoinAllTasks. */
+    /** To be called before StartAllTasks. The task is not owned and must outlive JoinAllTasks. Thread-safe. */
     void AddTask(APTask* task);
 
     /** Starts the added tasks in order of addition. */
     void StartAllTasks();
 
-    /** Blocks while any started task runs; called by a task, until that is stopped at the latest. */
+    /** Returns when no started task runs any more; called by a task, when that is stopped at the latest. Blocks. */
     void JoinAllTasks();
 
 protected:

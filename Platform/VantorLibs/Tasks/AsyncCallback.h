@@ -1,21 +1,21 @@
 #pragma once
 
-#include <memory>
-#include <tuple>
-#include <type_traits>
-#include <utility>
-
 #include "CallbackConnection.h"
 #include "NotifyTargetTaskIF.h"
 #include "TaskQueue.h"
 #include "WeakRef.h"
 
+#include <memory>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
 /**
  * A call to another task: bound to a member function and to the task that owns it.
  *
- * Invoking it, from any thread, posts a copy of the arguments to the task and returns; the member runs later on the
- * task's thread, after everything posted before. When the task has been stopped, or was stopped before the turn came,
- * it does nothing; so does an empty callback. Copies are cheap and stay bound to the same target.
+ * Invoking it posts a copy of the arguments to the task and returns. The member runs later on the task's thread, after
+ * everything posted before. When the task is stopped before its turn comes, it does nothing; so does an empty callback.
+ * Copies are cheap and stay bound to the same target. Invoking is thread-safe.
  */
 template <typename... Args>
 class AsyncCallback

@@ -1,5 +1,7 @@
 #include "CTask.h"
 
+#include "DPrint.h"
+
 #include <pthread.h>
 #include <sched.h>
 #include <sys/resource.h>
@@ -12,8 +14,6 @@
 #include <mutex>
 #include <system_error>
 #include <thread>
-
-#include "DPrint.h"
 
 namespace
 {

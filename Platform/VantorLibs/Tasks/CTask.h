@@ -6,9 +6,9 @@
 /**
  * A thread with a name: the base of everything in the process that runs on its own.
  *
- * A task may be destroyed from anywhere, its own body included: destroyed by another thread, the destructor waits until
- * the body has returned (a derived class whose body uses members waits earlier, in its own destructor); destroyed
- * within its own body, it leaves the thread to end by itself, and the body must not touch the object any more.
+ * A task may be destroyed from anywhere. On another thread, the destructor waits until the body has returned; a derived
+ * class whose body uses members waits earlier, in its own destructor. Within its own body, the thread is left to end by
+ * itself, and the body must not touch the object any more.
  */
 class CTask
 {
@@ -34,18 +34,19 @@ public:
     CTask& operator=(const CTask&) = delete;
 
     /**
-     * Starts the thread, which runs the body once. Any thread may call; a second call does nothing.
-     * @throws std::system_error when the kernel has no thread to give.
+     * Starts the thread, which runs the body once. A second call does nothing. Thread-safe.
+     *
+     * @throws std::system_error when the kernel has no thread to give
      */
     void Start();
 
-    /** Waits until the body has returned; returns at once if the task was never started or the caller is its body. */
+    /** Waits until the body has returned; not when the task was never started or the caller is its body. Blocks. */
     void Join();
 
-    /** As Join, but called in the body of another task it also returns when that one's waits are interrupted. */
+    /** As Join, but in the body of another task it also returns when that one's waits are interrupted. Blocks. */
     void JoinOrInterrupt();
 
-    /** Any thread: ends the JoinOrInterrupt that this task's body is in, and those to come. */
+    /** Ends the JoinOrInterrupt that this task's body is in, and those to come. Thread-safe. */
     void InterruptWaits();
 
     const std::string& TaskName() const noexcept { return m_name; }

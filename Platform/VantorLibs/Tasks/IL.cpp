@@ -1,11 +1,11 @@
 #include "IL.h"
 
+#include "APTask.h"
+#include "DPrint.h"
+
 #include <memory>
 #include <mutex>
 #include <vector>
-
-#include "APTask.h"
-#include "DPrint.h"
 
 namespace
 {

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <string>
-
 #include "NotifyTargetTaskIF.h"
+
+#include <string>
 
 /** Ready-made tasks for parts of a service that need a thread to be called on, but no task class of their own. */
 namespace IL
 {
 /**
- * Any thread: creates a task and starts it. It lives until the process ends and is never deleted.
+ * Creates a task and starts it. It lives until the process ends and is never deleted. Thread-safe.
  *
  * @param name  the task's name
  * @param group free text that tells people whom the task serves; written to the log with the name, empty for none

@@ -15,6 +15,6 @@ public:
     /** The task's queue, for those who bind callbacks to the task. It may be kept longer than the task lives. */
     virtual std::shared_ptr<TaskQueueIF> Queue() const = 0;
 
-    /** Any thread: runs the work on the task; drops it when the task has been stopped. */
+    /** Runs the work on the task; drops it when the task has been stopped. Thread-safe. */
     void Post(std::function<void()> work);
 };

@@ -4,7 +4,7 @@
 
 namespace
 {
-/** Not a message: a place in memory of its own. */
+/** Never run, only compared by its address. */
 class Mark final : public TaskMessage
 {
 public:
@@ -80,7 +80,8 @@ TaskMessageList TaskQueue::WaitForMessages()
         if (latest != nullptr) {
             return TaskMessageList(latest);
         }
-        while (sem_wait(&m_wake) != 0) { // a signal handler ran
+        // A signal handler may end the wait early.
+        while (sem_wait(&m_wake) != 0) {
         }
     }
 }

@@ -14,7 +14,7 @@ public:
     TaskMessage(const TaskMessage&) = delete;
     TaskMessage& operator=(const TaskMessage&) = delete;
 
-    /** Called on the task's thread, at most once. */
+    /** Called once at most. Runs on the task's thread. */
     virtual void Run() = 0;
 
 private:
@@ -36,7 +36,7 @@ public:
     virtual void Push(std::unique_ptr<TaskMessage> message) = 0;
 };
 
-/** Messages in their order of arrival, owned. For the task's thread alone. */
+/** Messages in their order of arrival, owned. Not thread-safe. */
 class TaskMessageList
 {
 public:
@@ -70,12 +70,12 @@ public:
     void Push(std::unique_ptr<TaskMessage> message) override;
 
     /**
-     * The task's thread: sleeps in the kernel until there is a message or the queue is closed, then takes all that
-     * waited. An empty list means closed.
+     * Sleeps in the kernel until there is a message or the queue is closed, then takes all that waited. An empty list
+     * means closed. Runs on the task's thread. Blocks.
      */
     TaskMessageList WaitForMessages();
 
-    /** Any thread: drops what waits, refuses what comes, and wakes the task. */
+    /** Drops what waits, refuses what comes, and wakes the task. Thread-safe. */
     void Close();
 
     bool IsClosed() const noexcept;

@@ -2,7 +2,7 @@
 
 #include <string>
 
-/** Base64 in the padded standard alphabet, RFC 4648 section 4. Any thread may call. */
+/** Base64 in the padded standard alphabet, RFC 4648 section 4. Thread-safe. */
 class Base64Encoder
 {
 public:

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-/** Owns one open descriptor and closes it at the end of its scope. Belongs to one thread at a time. */
+/** Owns one open descriptor and closes it at the end of its scope. Not thread-safe. */
 class FileDescriptor
 {
 public:
@@ -19,8 +19,10 @@ public:
     explicit operator bool() const noexcept { return m_descriptor >= 0; }
     int Get() const noexcept { return m_descriptor; }
 
-    /** Closes the descriptor now; false, with errno set, when close(2) reports a write that failed late. Otherwise
-     *  errno is left as it was. */
+    /**
+     * Closes the descriptor now. False, with errno set, when close(2) reports a write that failed late. Otherwise errno
+     * is left as it was.
+     */
     bool Reset() noexcept;
 
     /** Gives the descriptor away; the caller closes it. */

@@ -8,8 +8,8 @@ class MfgData
 {
 public:
     /**
-     * The value of that name; none when the file or the name is missing. Any thread may call. Each call reads the
-     * file, so that a service which was started before the partition was mounted finds the data later.
+     * The value of that name; none when the file or the name is missing. Each call reads the file, so that a service
+     * which was started before the partition was mounted finds the data later. Thread-safe.
      */
     static std::optional<std::string> Get(const std::string& name);
 };

@@ -1,12 +1,12 @@
 #include "NameValueFile.h"
 
-#include <json/json.h>
-
-#include <cstddef>
-
 #include "DPrint.h"
 #include "StrictJson.h"
 #include "SystemUtils.h"
+
+#include <json/json.h>
+
+#include <cstddef>
 
 namespace
 {

@@ -11,7 +11,7 @@
  *
  * Nothing here throws for what a file holds: a file that is missing, unreadable, too large or not a JSON object acts as
  * one without names; null, a list or an object acts as an absent value. Each such miss is logged at level 2.
- * The file is read once, by the constructor. Afterwards any thread may ask.
+ * The file is read once, by the constructor. Thread-safe.
  */
 class NameValueFile
 {
@@ -29,6 +29,6 @@ public:
 
 private:
     const std::string m_path;
-    /** Without a text: the name is in the file, its value not one to give back. */
+    /** No text for a name whose value is null, a list or an object. */
     std::map<std::string, std::optional<std::string>> m_values;
 };

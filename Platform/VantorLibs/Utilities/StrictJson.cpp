@@ -1,14 +1,14 @@
 #include "StrictJson.h"
 
+#include "StringUtils.h"
+#include "Utf8Text.h"
+
 #include <json/json.h>
 
 #include <algorithm>
 #include <cctype>
 #include <memory>
 #include <string>
-
-#include "StringUtils.h"
-#include "Utf8Text.h"
 
 namespace
 {

@@ -8,18 +8,22 @@
 #include <string>
 #include <type_traits>
 
-/** Operations on texts. Any thread may call; none depends on the process's locale. */
+/** Operations on texts. None depends on the process's locale. Thread-safe. */
 namespace StringUtils
 {
-/** The text with every occurrence of `from` replaced, left to right; what `to` brings in is not searched again. An
- *  empty `from` occurs nowhere. */
+/**
+ * The text with every occurrence of `from` replaced, left to right. What `to` brings in is not searched again. An empty
+ * `from` occurs nowhere.
+ */
 std::string FindReplace(std::string text, const std::string& from, const std::string& to);
 
 /** The text without the ASCII white space at both its ends. */
 std::string trim(std::string text);
 
-/** One JSON object (RFC 8259) on one line, members in order of their names, in ASCII: other characters as \u escapes,
- *  bytes that are not UTF-8 as U+FFFD. */
+/**
+ * One JSON object (RFC 8259) on one line, members in order of their names, in ASCII: other characters as \u escapes,
+ * bytes that are not UTF-8 as U+FFFD.
+ */
 std::string ToJson(const std::map<std::string, std::string>& values);
 
 /**

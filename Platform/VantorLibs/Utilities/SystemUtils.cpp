@@ -1,5 +1,8 @@
 #include "SystemUtils.h"
 
+#include "FileDescriptor.h"
+#include "StringUtils.h"
+
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -10,9 +13,6 @@
 #include <mutex>
 #include <stdexcept>
 #include <system_error>
-
-#include "FileDescriptor.h"
-#include "StringUtils.h"
 
 namespace
 {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-/** What a service asks of the system that it runs on. Any thread may call. */
+/** What a service asks of the system that it runs on. Thread-safe. */
 namespace SystemUtils
 {
 /**

@@ -30,6 +30,7 @@ TEST(CommandWords, Split_TakesQuotesAndBackslashes)
         EXPECT_EQ(CommandWords::Split(line), std::nullopt) << line;
     }
     EXPECT_EQ(CommandWords::FindCommand({{}}, {"a"}), std::nullopt);
+    EXPECT_EQ(CommandWords::FindCommand({{"a"}, {"a", "b"}, {"b"}, {"a"}}, {"a", "b", "c"}), 1U);
 }
 
 TEST(CliWire, Texts_ArriveOnOneLine)

@@ -1,11 +1,11 @@
-#include <cstdint>
-#include <optional>
-#include <string>
-
 #include "FuzzCheck.h"
 #include "GatrixBody.h"
 #include "GatrixWire.h"
 #include "Utf8Text.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
 
 using namespace Gatrix;
 

@@ -1,5 +1,11 @@
 #pragma once
 
+#include "APTask.h"
+#include "ConnectedClient.h"
+#include "Deadline.h"
+#include "ScriptedGateway.h"
+#include "UploadSysInfo.pb.h"
+
 #include <gtest/gtest.h>
 
 #include <condition_variable>
@@ -9,12 +15,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "APTask.h"
-#include "ConnectedClient.h"
-#include "Deadline.h"
-#include "ScriptedGateway.h"
-#include "UploadSysInfo.pb.h"
 
 /** A task that takes whatever a client brings, and tells it line by line. */
 class ClientProbe : public APTask
