@@ -1,12 +1,11 @@
 #pragma once
 
+#include "GatrixClientIF.h"
+
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
-
-#include "AsyncCallback.h"
-#include "GatrixClientIF.h"
 
 enum class GATRIX_CLIENT_ERRORS;
 

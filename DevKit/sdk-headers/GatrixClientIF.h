@@ -1,11 +1,10 @@
 #pragma once
 
+#include "Gatrix.pb.h"
+#include "ProductLibraries.h"
+
 #include <string>
 #include <vector>
-
-#include "AsyncCallback.h"
-#include "Callback.h"
-#include "Gatrix.pb.h"
 
 namespace Gatrix
 {

@@ -1,7 +1,0 @@
-#pragma once
-
-class NotifyTargetTaskIF
-{
-public:
-    virtual ~NotifyTargetTaskIF();
-};

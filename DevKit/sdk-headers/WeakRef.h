@@ -1,4 +1,0 @@
-#pragma once
-
-template <class T>
-class WeakRef;
