@@ -1,8 +1,8 @@
 #include "Escape.h"
 
-#include <string_view>
-
 #include "Utf8Text.h"
+
+#include <string_view>
 
 namespace
 {

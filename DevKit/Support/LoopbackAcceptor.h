@@ -1,5 +1,7 @@
 #pragma once
 
+#include "EventLine.h"
+
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 
@@ -7,8 +9,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-
-#include "EventLine.h"
 
 /**
  * Accepts clients on the loopback addresses 127.0.0.1 and, where the machine has it, ::1. Belongs to the thread that

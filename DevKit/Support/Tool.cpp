@@ -1,14 +1,12 @@
 #include "Tool.h"
 
-#include <pthread.h>
-
 #include <CLI/CLI.hpp>
 
+#include <pthread.h>
 #include <csignal>
 #include <exception>
 #include <iostream>
 #include <stdexcept>
-#include <string>
 
 int RunTool(CLI::App& app, int argc, char** argv, const std::function<int()>& run)
 {
@@ -30,6 +28,15 @@ int RunTool(CLI::App& app, int argc, char** argv, const std::function<int()>& ru
     } catch (const std::exception& error) {
         return fail(error.what(), 1);
     }
+}
+
+void AddPortOption(CLI::App& app, std::uint16_t& port, const std::string& help)
+{
+    constexpr int kLargestPort = 65535;
+    app.add_option("--port", port, help)
+        ->check(CLI::Range(0, kLargestPort))
+        ->type_name("PORT")
+        ->capture_default_str();
 }
 
 int ServeUntilSignal(const std::function<std::shared_ptr<void>()>& start)

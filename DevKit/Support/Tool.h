@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace CLI
 {
@@ -18,6 +20,9 @@ class App;
  *         other exception
  */
 int RunTool(CLI::App& app, int argc, char** argv, const std::function<int()>& run);
+
+/** Adds the option "--port" of a TCP port, 0 to 65535, whose default is what `port` is. */
+void AddPortOption(CLI::App& app, std::uint16_t& port, const std::string& help);
 
 /**
  * Serves until SIGINT or SIGTERM. To be called once, before there is any other thread.

@@ -27,7 +27,7 @@ public:
         }
         m_isSpent = m_isSpent || bytes > m_bytes;
         if (m_isSpent) {
-            throw Fault(Outcome::kRefused,
+            throw Fault(Outcome::Refused,
                         "the archive makes more work than is accepted (--max-plain-size lifts the bound)");
         }
         m_bytes -= bytes;

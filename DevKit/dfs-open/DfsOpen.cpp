@@ -6,7 +6,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-
 #include <cerrno>
 #include <memory>
 #include <ostream>

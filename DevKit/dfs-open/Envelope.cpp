@@ -25,14 +25,9 @@ namespace
 using Message = std::unique_ptr<CMS_ContentInfo, OpenSsl::Deleter<CMS_ContentInfo_free>>;
 using Bio = std::unique_ptr<BIO, OpenSsl::Deleter<BIO_free_all>>;
 
-Fault Damaged()
-{
-    return Fault(Outcome::kDamaged, "its encrypted CMS message is damaged or cut short");
-}
-
 Fault Crowded()
 {
-    return Fault(Outcome::kRefused, "its encrypted CMS message names more recipients than are accepted");
+    return Fault(Outcome::Refused, "its encrypted CMS message names more recipients than are accepted");
 }
 
 int CountKeys(CMS_ContentInfo* message)
@@ -55,14 +50,14 @@ void Decrypt(CMS_ContentInfo* message, Bio content, EVP_PKEY* key, const ByteSin
     }
     // Without this flag, which it sets and does nothing else, a wrong key is hidden behind a random content key.
     if (CMS_decrypt(message, nullptr, nullptr, nullptr, nullptr, CMS_DEBUG_DECRYPT) != 1) {
-        throw Damaged();
+        throw DamagedMessage();
     }
     if (CMS_decrypt_set1_pkey(message, key, nullptr) != 1) {
-        throw Fault(Outcome::kDamaged, "does not open with this key");
+        throw Fault(Outcome::Damaged, "does not open with this key");
     }
     const Bio plain(CMS_dataInit(message, content.get()));
     if (!plain) {
-        throw Damaged();
+        throw DamagedMessage();
     }
     static_cast<void>(content.release());
     std::array<char, 65536> buffer;
@@ -71,7 +66,7 @@ void Decrypt(CMS_ContentInfo* message, Bio content, EVP_PKEY* key, const ByteSin
         sink(buffer.data(), static_cast<std::size_t>(got));
     }
     if (got < 0 || BIO_get_cipher_status(plain.get()) <= 0) {
-        throw Damaged();
+        throw DamagedMessage();
     }
 }
 
@@ -126,11 +121,11 @@ void OpenEnvelope(std::string& message, const PrivateKey* key, const ByteSink& s
         throw Crowded();
     }
     if (!IsAesCbc(part(layout.algorithm))) {
-        throw Fault(Outcome::kRefused, "its encrypted CMS message uses another cipher than AES-CBC");
+        throw Fault(Outcome::Refused, "its encrypted CMS message uses another cipher than AES-CBC");
     }
     const Message parsed = ParseWithoutContent(part(layout.recipients), part(layout.cipher));
     if (!parsed || layout.content.size > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-        throw Damaged();
+        throw DamagedMessage();
     }
     if (key == nullptr) {
         return;

@@ -1,7 +1,5 @@
 #include "EnvelopeLayout.h"
 
-#include "Fault.h"
-
 #include <openssl/asn1.h>
 
 #include <cstdint>
@@ -31,7 +29,7 @@ const std::string kEnvelopedData("\x2a\x86\x48\x86\xf7\x0d\x01\x07\x03", 9);
 void Require(bool isGood)
 {
     if (!isGood) {
-        throw Fault(Outcome::kDamaged, "its encrypted CMS message is damaged or cut short");
+        throw DamagedMessage();
     }
 }
 
@@ -54,6 +52,7 @@ public:
         }
         return level.has_value();
     }
+
     void Enter(std::uint8_t identifier) { Require(TryEnter(identifier)); }
 
     /** Goes out of the element, which must end here. */
@@ -77,6 +76,7 @@ public:
         m_position = level->end;
         return content;
     }
+
     Part Take(std::uint8_t identifier)
     {
         const auto content = TryTake(identifier);
@@ -143,7 +143,7 @@ EnvelopeLayout::EnvelopeLayout(std::string& message)
     const bool isContentInfo = reader.TryEnter(kSequence);
     const auto type = reader.TryTake(kObjectIdentifier);
     if (!isContentInfo || !type || message.compare(type->begin, type->size, kEnvelopedData) != 0) {
-        throw Fault(Outcome::kDamaged, "not an encrypted CMS message");
+        throw Fault(Outcome::Damaged, "not an encrypted CMS message");
     }
     reader.Enter(kConstructed0);
     reader.Enter(kSequence);

@@ -1,10 +1,18 @@
 #pragma once
 
+#include "Fault.h"
+
 #include <cstddef>
 #include <string>
 
 namespace DfsOpen
 {
+
+/** What is wrong with a message that is not as RFC 5652 has it. */
+inline Fault DamagedMessage()
+{
+    return Fault(Outcome::Damaged, "its encrypted CMS message is damaged or cut short");
+}
 
 /** Where in a CMS message its parts lie. */
 struct EnvelopeLayout

@@ -63,7 +63,7 @@ private:
         TarMember member;
         bool found = false;
         while (!found && reader.Next(member)) {
-            found = member.name == kManifestName && member.kind == MemberKind::kFile;
+            found = member.name == kManifestName && member.kind == MemberKind::File;
         }
         if (!found) {
             Blame(std::string("the archive has no manifest, ") + kManifestName);
@@ -116,7 +116,7 @@ private:
             if (entry.fileName.empty()) {
                 item.text = "the manifest names no file for it";
             } else if (!IsPlainFileName(entry.fileName)) {
-                item.outcome = Outcome::kRefused;
+                item.outcome = Outcome::Refused;
                 item.text = "its name is not that of a plain file";
             } else {
                 m_itemOfName.emplace(entry.fileName, m_report.items.size());
@@ -142,11 +142,11 @@ private:
         bool manifestSeen = false;
         bool leftOutSeen = false;
         while (reader.Next(member)) {
-            if (member.kind == MemberKind::kHardLink && member.linkTarget == member.name &&
+            if (member.kind == MemberKind::HardLink && member.linkTarget == member.name &&
                 m_digestOfName.count(ItemName(member.name)) > 0) {
                 continue; // so tar stores a file that it was given twice
             }
-            if (member.kind != MemberKind::kFile) {
+            if (member.kind != MemberKind::File) {
                 Refuse(member, "it is a link, a folder or a device");
             } else if (member.name == kManifestName && !manifestSeen) {
                 manifestSeen = true;
@@ -169,7 +169,7 @@ private:
         if (seen != m_digestOfName.end()) {
             if (DigestOfMember(reader, m_limits) != seen->second) {
                 Item& item = Unlisted(name);
-                item.outcome = Outcome::kRefused;
+                item.outcome = Outcome::Refused;
                 item.text = "another member has the same name";
             }
             return;
@@ -181,7 +181,7 @@ private:
         try {
             m_digestOfName.emplace(name, IsWanted(name) ? Open(reader, item) : Pass(reader, item));
         } catch (const ArchiveError&) {
-            item.outcome = Outcome::kDamaged;
+            item.outcome = Outcome::Damaged;
             item.text = "cut short: the archive cannot be read further";
             throw;
         }
@@ -196,7 +196,7 @@ private:
     /** Leaves the item as it is. @return its digest */
     std::string Pass(TarReader& reader, Item& item) const
     {
-        item.outcome = Outcome::kSealed;
+        item.outcome = Outcome::Sealed;
         item.text.clear();
         return DigestOfMember(reader, m_limits);
     }
@@ -217,14 +217,14 @@ private:
         };
         std::string digest = OpenItem(reader, m_key, m_limits, m_budget, write, item);
         try {
-            if (item.outcome == Outcome::kWhole) {
+            if (item.outcome == Outcome::Whole) {
                 begin(); // a command may have printed nothing
             }
             if (isBegun) {
-                m_output.End(item.outcome == Outcome::kWhole);
+                m_output.End(item.outcome == Outcome::Whole);
             }
         } catch (const Fault& fault) {
-            item.outcome = item.outcome == Outcome::kWhole ? fault.GetOutcome() : item.outcome;
+            item.outcome = item.outcome == Outcome::Whole ? fault.GetOutcome() : item.outcome;
             item.text += (item.text.empty() ? "" : "; ") + std::string(fault.what());
         }
         return digest;

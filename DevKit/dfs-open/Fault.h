@@ -11,11 +11,11 @@ namespace DfsOpen
 /** What became of an item. */
 enum class Outcome
 {
-    kWhole,   ///< Opened to its last byte, checksums verified.
-    kSealed,  ///< Nothing is wrong as far as can be seen: there is no key, or nobody asked for it.
-    kDamaged, ///< It is not, or not wholly, what the device sent, or the key is not the right one.
-    kRefused, ///< It may be whole, but is beyond a bound, not to be trusted, or cannot be stored.
-    kMissing, ///< It is not in the archive.
+    Whole,   ///< Opened to its last byte, checksums verified.
+    Sealed,  ///< Nothing is wrong as far as can be seen: there is no key, or nobody asked for it.
+    Damaged, ///< It is not, or not wholly, what the device sent, or the key is not the right one.
+    Refused, ///< It may be whole, but is beyond a bound, not to be trusted, or cannot be stored.
+    Missing, ///< It is not in the archive.
 };
 
 /** Why an item is not whole, in words for the user. */

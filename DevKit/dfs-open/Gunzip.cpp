@@ -9,13 +9,9 @@
 namespace DfsOpen
 {
 
-namespace
-{
-
-constexpr int kGzipOnly = 16; // added to the window size, it has zlib take the gzip format and no other
+// Added to the window size: zlib takes the gzip format and no other.
+constexpr int kGzipOnly = 16;
 constexpr std::size_t kOutputChunk = std::size_t{64} * 1024;
-
-} // namespace
 
 struct Gunzip::Inflater
 {
@@ -73,7 +69,7 @@ void Gunzip::Feed(const char* data, std::size_t size)
             // A fault in the ten bytes that every gzip member begins with means that this is something else.
             constexpr uLong kFixedHeader = 10;
             const bool neverGzip = !m_memberEnded && stream.total_in <= kFixedHeader;
-            throw Fault(Outcome::kDamaged, neverGzip ? m_words.notGzip : m_words.damaged);
+            throw Fault(Outcome::Damaged, neverGzip ? m_words.notGzip : m_words.damaged);
         }
     }
 }
@@ -81,14 +77,14 @@ void Gunzip::Feed(const char* data, std::size_t size)
 void Gunzip::Finish() const
 {
     if (!m_isFed || m_insideMember) {
-        throw Fault(Outcome::kDamaged, m_isFed ? m_words.truncated : m_words.notGzip);
+        throw Fault(Outcome::Damaged, m_isFed ? m_words.truncated : m_words.notGzip);
     }
 }
 
 void Gunzip::Deliver(const char* data, std::size_t size)
 {
     if (size > m_limit - m_produced) {
-        throw Fault(Outcome::kRefused, m_words.tooLarge);
+        throw Fault(Outcome::Refused, m_words.tooLarge);
     }
     m_budget.Spend(size);
     if (size > 0) {

@@ -35,8 +35,6 @@ public:
      */
     Gunzip(const Words& words, ByteSink sink, std::uint64_t limit, Budget& budget);
     ~Gunzip();
-    Gunzip(const Gunzip&) = delete;
-    Gunzip& operator=(const Gunzip&) = delete;
 
     /** Unpacks the next bytes, less than 4 GiB. @throws Fault, the sink's among them; then nothing more may be fed */
     void Feed(const char* data, std::size_t size);

@@ -10,17 +10,12 @@
 namespace DfsOpen
 {
 
-namespace
-{
-
 constexpr const char* kTooLarge = "its encrypted message is larger than is accepted";
 constexpr Gunzip::Words kOuterWords = {"not a gzip file", "its compression is damaged", "its compression is cut short",
                                        kTooLarge};
 constexpr Gunzip::Words kInnerWords = {"decrypted to something that is not gzip", "decrypted to damaged content",
                                        "decrypted to content that is cut short",
                                        "larger than is accepted (--max-plain-size raises the bound)"};
-
-} // namespace
 
 bool IsPlainFileName(const std::string& name)
 {
@@ -59,26 +54,26 @@ std::string OpenItem(TarReader& reader, const PrivateKey* key, const Limits& lim
     item.storedSize = storedSize;
     try {
         if (!isAll) {
-            throw Fault(Outcome::kRefused, kTooLarge);
+            throw Fault(Outcome::Refused, kTooLarge);
         }
         if (fault) {
             throw Fault(*fault);
         }
         outer.Finish();
         if (message.empty()) {
-            throw Fault(Outcome::kDamaged, "empty: its encryption wrote nothing");
+            throw Fault(Outcome::Damaged, "empty: its encryption wrote nothing");
         }
         OpenEnvelope(message, key, [&inner](const char* data, std::size_t size) { inner.Feed(data, size); });
         if (key != nullptr) {
             inner.Finish();
         }
-        item.outcome = key != nullptr ? Outcome::kWhole : Outcome::kSealed;
+        item.outcome = key != nullptr ? Outcome::Whole : Outcome::Sealed;
         item.text.clear();
     } catch (const Fault& found) {
         item.outcome = found.GetOutcome();
         item.text = found.what();
     }
-    if (item.outcome == Outcome::kWhole || inner.Produced() > 0) {
+    if (item.outcome == Outcome::Whole || inner.Produced() > 0) {
         item.plainSize = inner.Produced();
     }
     return digest.Finish();

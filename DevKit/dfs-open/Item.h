@@ -18,13 +18,13 @@ struct Item
 {
     ManifestEntry entry;
     bool isListed = true; ///< In the manifest; otherwise a member that the manifest does not know.
-    Outcome outcome = Outcome::kMissing;
+    Outcome outcome = Outcome::Missing;
     std::string text = "not in the archive"; ///< What is wrong, for the user; empty when nothing is.
     std::optional<std::uint64_t> storedSize; ///< Bytes in the archive.
     std::optional<std::uint64_t> plainSize;  ///< Bytes given to the sink; none when nothing could be decrypted.
 
     /** Whether nothing is known to be wrong. */
-    bool IsSound() const { return isListed && (outcome == Outcome::kWhole || outcome == Outcome::kSealed); }
+    bool IsSound() const { return isListed && (outcome == Outcome::Whole || outcome == Outcome::Sealed); }
 };
 
 /**

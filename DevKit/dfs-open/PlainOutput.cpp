@@ -5,7 +5,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
 #include <cerrno>
 #include <ostream>
 #include <system_error>
@@ -28,7 +27,7 @@ std::invalid_argument Failure(const std::string& what)
 void Require(bool isStored)
 {
     if (!isStored) {
-        throw Fault(Outcome::kRefused, Failure("not written").what());
+        throw Fault(Outcome::Refused, Failure("not written").what());
     }
 }
 
@@ -41,7 +40,7 @@ void StreamOutput::Write(const char* data, std::size_t size)
 {
     m_stream.write(data, static_cast<std::streamsize>(size));
     if (!m_stream.good()) {
-        throw Fault(Outcome::kRefused, "not written: the output is closed");
+        throw Fault(Outcome::Refused, "not written: the output is closed");
     }
 }
 
@@ -89,7 +88,7 @@ void FolderOutput::End(bool isWhole)
         unlinkat(m_folder.Get(), m_name.c_str(), 0);
     }
     if (!problem.empty()) {
-        throw Fault(Outcome::kRefused, problem);
+        throw Fault(Outcome::Refused, problem);
     }
 }
 

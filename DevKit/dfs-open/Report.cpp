@@ -12,7 +12,6 @@ namespace DfsOpen
 namespace
 {
 
-/** A row of the table. */
 struct Row
 {
     std::string item, type, subType, stored, plain, state;
@@ -73,7 +72,7 @@ void Print(const ArchiveReport& report, std::ostream& out)
         out << ", " << count([](const Item& item) { return !item.IsSound(); })
             << " missing, damaged or not accounted for; " << report.faults.size()
             << (report.faults.size() == 1 ? " fault" : " faults") << " of the archive itself\n";
-    } else if (count([](const Item& item) { return item.outcome == Outcome::kSealed; }) > 0) {
+    } else if (count([](const Item& item) { return item.outcome == Outcome::Sealed; }) > 0) {
         out << ", all sealed: only their key shows whether they are whole\n";
     } else {
         out << ", all whole\n";
@@ -90,7 +89,7 @@ bool PrintFaults(const ArchiveReport& report, const std::string& subType, std::o
     for (const Item& item : report.items) {
         if (item.isListed && item.entry.subType == subType) {
             isFound = true;
-            if (item.outcome != Outcome::kWhole) {
+            if (item.outcome != Outcome::Whole) {
                 isWhole = false;
                 err << "dfs-open: " << Escape::Name(item.entry.fileName) << ": " << State(item) << '\n';
             }

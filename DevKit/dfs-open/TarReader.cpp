@@ -4,8 +4,8 @@
 
 #include <archive.h>
 #include <archive_entry.h>
-#include <unistd.h>
 
+#include <unistd.h>
 #include <array>
 #include <cerrno>
 #include <limits>
@@ -16,9 +16,6 @@
 namespace DfsOpen
 {
 
-namespace
-{
-
 // gzip unpacks one such piece to 1 MiB at the most, which is held in memory.
 constexpr std::size_t kInputChunk = 1024;
 // What libarchive may read for one header, or between two pieces of content: it keeps a list of what it finds there.
@@ -27,8 +24,6 @@ constexpr std::size_t kOutputChunk = std::size_t{64} * 1024;
 
 constexpr Gunzip::Words kWords = {"it is not a gzip file", "its compressed data is damaged", "it is cut short",
                                   "it is too large"};
-
-} // namespace
 
 /** The unpacked bytes of the file as libarchive asks for them. */
 struct TarReader::Source
@@ -42,8 +37,6 @@ struct TarReader::Source
               std::numeric_limits<std::uint64_t>::max(), archiveBudget)
     {}
     ~Source() { archive_read_free(reader); }
-    Source(const Source&) = delete;
-    Source& operator=(const Source&) = delete;
 
     /** Unpacks until there is something; false when there will be no more: the file ends, or has a fault. */
     bool Fill()
@@ -155,10 +148,10 @@ bool TarReader::Next(TarMember& member)
     member = TarMember();
     member.name = name != nullptr ? name : "";
     if (target != nullptr) {
-        member.kind = MemberKind::kHardLink;
+        member.kind = MemberKind::HardLink;
         member.linkTarget = target;
     } else if (archive_entry_filetype(entry) == AE_IFREG) {
-        member.kind = MemberKind::kFile;
+        member.kind = MemberKind::File;
     }
     return true;
 }

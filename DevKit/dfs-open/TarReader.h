@@ -20,15 +20,15 @@ public:
 
 enum class MemberKind
 {
-    kFile,
-    kHardLink,
-    kOther, ///< Symbolic link, folder, device, pipe and so on.
+    File,
+    HardLink,
+    Other, ///< Symbolic link, folder, device, pipe and so on.
 };
 
 struct TarMember
 {
     std::string name; ///< As the archive has it, whatever that is.
-    MemberKind kind = MemberKind::kOther;
+    MemberKind kind = MemberKind::Other;
     std::string linkTarget; ///< Of a hard link.
 };
 
@@ -45,8 +45,6 @@ public:
      */
     TarReader(int descriptor, const Limits& limits, Budget& budget);
     ~TarReader();
-    TarReader(const TarReader&) = delete;
-    TarReader& operator=(const TarReader&) = delete;
 
     /**
      * Moves on to the next member; false after the last one, when the file proved whole to its end.

@@ -13,27 +13,23 @@ int main(int argc, char** argv)
     app.footer(
         "Exit status: 0 all is whole, 1 something is missing, damaged, refused or not in the manifest (with\n"
         "--cat: of what was asked for), 2 wrong usage, or a file that cannot be opened.");
-    const auto set = [](std::optional<std::string>& option) {
-        return [&option](const std::string& value) { option = value; };
-    };
     app.add_option("ARCHIVE", options.archive)->required();
     CLI::Option* const key =
-        app.add_option_function<std::string>("--key", set(options.key),
-                                             "the private key, in PEM form, that belongs to the device's certificate")
+        app.add_option("--key", options.key, "the private key, in PEM form, that belongs to the device's certificate")
             ->type_name("KEY");
     CLI::Option* const list =
         app.add_flag("--list", "show the items (the default); with a key each is opened to see whether it is whole");
     CLI::Option* const extract =
-        app.add_option_function<std::string>("--extract", set(options.folder),
-                                             "write every item's plain content into DIR, which is made if need be;\n"
-                                             "a file that is there already is never overwritten; what is left of a\n"
-                                             "damaged item is NAME.damaged")
+        app.add_option("--extract", options.folder,
+                       "write every item's plain content into DIR, which is made if need be;\n"
+                       "a file that is there already is never overwritten; what is left of a\n"
+                       "damaged item is NAME.damaged")
             ->type_name("DIR")
             ->needs(key)
             ->excludes(list);
-    app.add_option_function<std::string>("--cat", set(options.subType),
-                                         "write the plain content of the items with this sub-type to standard\n"
-                                         "output, in the order in which the archive holds them")
+    app.add_option("--cat", options.subType,
+                   "write the plain content of the items with this sub-type to standard\n"
+                   "output, in the order in which the archive holds them")
         ->type_name("SUBTYPE")
         ->needs(key)
         ->excludes(list)

@@ -31,8 +31,6 @@ struct CloudServer::Implementation
     }
 
     ~Implementation() { Stop(); }
-    Implementation(const Implementation&) = delete;
-    Implementation& operator=(const Implementation&) = delete;
 
     void Stop()
     {

@@ -39,7 +39,7 @@ struct CloudSettings
  * on this server. POST to that takes the archive if its Content-MD5 is right. Both forms of request target, a server's
  * and a proxy's, are understood. An upload may be repeated: the later archive replaces the earlier one.
  *
- * It has one thread. Every operation may be called by any thread.
+ * It has a thread of its own. Thread-safe.
  */
 class CloudServer
 {
@@ -47,10 +47,7 @@ public:
     /** Listens and serves from here on. @throws std::system_error when the port or the folder cannot be had */
     explicit CloudServer(CloudSettings settings);
 
-    /** Stops. */
     ~CloudServer();
-    CloudServer(const CloudServer&) = delete;
-    CloudServer& operator=(const CloudServer&) = delete;
 
     /** Ends all connections, whatever they are doing. */
     void Stop();

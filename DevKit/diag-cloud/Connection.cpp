@@ -4,14 +4,8 @@
 
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/write.hpp>
-#include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/core/tcp_stream.hpp>
-#include <boost/beast/http/buffer_body.hpp>
-#include <boost/beast/http/error.hpp>
-#include <boost/beast/http/parser.hpp>
-#include <boost/beast/http/read.hpp>
-#include <boost/beast/http/string_body.hpp>
-#include <boost/beast/http/write.hpp>
+#include <boost/beast/core.hpp>
+#include <boost/beast/http.hpp>
 
 #include <algorithm>
 #include <array>
@@ -32,15 +26,15 @@ namespace beast = boost::beast;
 namespace http = boost::beast::http;
 using asio::ip::tcp;
 
-constexpr std::uint32_t kHeaderLimit = 64 * 1024; // tokens are long
+// Tokens are long.
+constexpr std::uint32_t kHeaderLimit = 64 * 1024;
 constexpr std::size_t kBodyChunk = std::size_t{64} * 1024;
 constexpr std::uint64_t kLongestDrain = std::uint64_t{64} * 1024 * 1024;
 constexpr std::chrono::seconds kDrainTime{2};
-constexpr std::chrono::seconds kIdleTime{60};  // for a whole header to arrive, from the last answer on
-constexpr std::chrono::seconds kStallTime{30}; // for the next bytes of a body to arrive or to leave
-constexpr int kBadRequest = 400;
-constexpr int kTooLarge = 413;
-constexpr int kHeaderTooLarge = 431;
+// From one answer until the whole header of the next request has arrived.
+constexpr std::chrono::seconds kIdleTime{60};
+// Until the next bytes of a body have arrived, or an answer is sent.
+constexpr std::chrono::seconds kStallTime{30};
 
 std::string Serialize(const Outcome& answer, bool keepAlive, bool withBody)
 {
@@ -64,9 +58,9 @@ std::string Serialize(const Outcome& answer, bool keepAlive, bool withBody)
 int StatusOf(beast::error_code error)
 {
     if (error == http::error::body_limit) {
-        return kTooLarge;
+        return 413;
     }
-    return error == http::error::header_limit ? kHeaderTooLarge : kBadRequest;
+    return error == http::error::header_limit ? 431 : 400;
 }
 
 bool IsProtocolError(beast::error_code error)
@@ -75,7 +69,7 @@ bool IsProtocolError(beast::error_code error)
            error != http::error::end_of_stream && error != http::error::partial_message;
 }
 
-/** The operation that waits keeps the session alive; without one it is gone, and its socket is closed. */
+/** The operation that waits keeps the session alive; without one the session ends and closes its socket. */
 class Session : public std::enable_shared_from_this<Session>
 {
     using Step = void (Session::*)(beast::error_code error);
@@ -96,7 +90,8 @@ public:
           m_maxBodySize(maxBodySize)
     {
         m_stream.socket().set_option(tcp::no_delay(true));
-        m_buffer.reserve(kBodyChunk); // or it is filled by a few hundred bytes at a time
+        // Otherwise Beast fills it by a few hundred bytes at a time.
+        m_buffer.reserve(kBodyChunk);
     }
 
     void ReadHeader()
@@ -123,11 +118,10 @@ private:
         for (const auto& field : request) {
             headers.emplace(field.name_string(), field.value());
         }
-        const bool continues = beast::iequals(request[http::field::expect], "100-continue");
         m_exchange.emplace(m_cloud, std::string(request.method_string()), std::string(request.target()),
                            std::move(headers));
-        m_bodySize = 0;
-        if (continues && m_exchange->Scripted().resetAfterRequestBytes != std::uint64_t{0}) {
+        const bool isAwaited = beast::iequals(request[http::field::expect], "100-continue");
+        if (isAwaited && m_exchange->Scripted().resetAfterRequestBytes != std::uint64_t{0}) {
             m_text = "HTTP/1.1 100 Continue\r\n\r\n";
             Write(&Session::ReadBody);
         } else {
@@ -139,7 +133,7 @@ private:
     {
         const std::uint64_t wanted =
             m_exchange->Scripted().resetAfterRequestBytes.value_or(std::numeric_limits<std::uint64_t>::max()) -
-            m_bodySize;
+            m_exchange->BodySize();
         if (error || m_parser->is_done() || wanted == 0) {
             OnBodyEnd(error);
             return;
@@ -152,9 +146,7 @@ private:
 
     void OnBody(beast::error_code error)
     {
-        const std::size_t got = m_wanted - m_parser->get().body().size;
-        m_exchange->Receive(m_chunk.data(), got);
-        m_bodySize += got;
+        m_exchange->Receive(m_chunk.data(), m_wanted - m_parser->get().body().size);
         ReadBody(error == http::error::need_buffer ? beast::error_code() : error);
     }
 
@@ -166,7 +158,8 @@ private:
         } else if (error) {
             m_exchange->Lose("no answer: the request did not arrive whole");
         } else if (m_exchange->Scripted().resetAfterRequestBytes) {
-            m_exchange->Lose("connection reset after " + std::to_string(m_bodySize) + " bytes of the body (scripted)");
+            m_exchange->Lose("connection reset after " + std::to_string(m_exchange->BodySize()) +
+                             " bytes of the body (scripted)");
             Reset({});
         } else {
             m_answer = m_exchange->Finish();
@@ -175,7 +168,6 @@ private:
         }
     }
 
-    /** Gives the client what the outcome says. */
     void Answer(beast::error_code /*error*/)
     {
         if (m_answer.hang) {
@@ -251,11 +243,13 @@ private:
     std::optional<http::request_parser<http::buffer_body>> m_parser;
     std::optional<Exchange> m_exchange;
     std::array<char, kBodyChunk> m_chunk;
-    std::size_t m_wanted = 0;     ///< Of the chunk.
-    std::uint64_t m_bodySize = 0; ///< That has arrived.
+    /** Bytes that the chunk was given to take. */
+    std::size_t m_wanted = 0;
     Outcome m_answer;
-    std::string m_text;                                               ///< That is being sent.
-    std::uint64_t m_left = std::numeric_limits<std::uint64_t>::max(); ///< Bytes to discard.
+    /** What is being sent. */
+    std::string m_text;
+    /** Bytes to discard. */
+    std::uint64_t m_left = std::numeric_limits<std::uint64_t>::max();
 };
 
 } // namespace

@@ -14,13 +14,8 @@ namespace DiagCloud
 namespace
 {
 
+
 constexpr std::size_t kLongestText = std::size_t{1024} * 1024;
-constexpr int kOk = 200;
-constexpr int kBadRequest = 400;
-constexpr int kNotFound = 404;
-constexpr int kMethodNotAllowed = 405;
-constexpr int kTooLarge = 413;
-constexpr int kServerError = 500;
 
 /** What is wrong with an archive's Content-MD5; empty when nothing is. @param md5 the archive's, in hexadecimal */
 std::string FindMd5Fault(const Headers& headers, const std::string& md5)
@@ -49,9 +44,9 @@ Exchange::Exchange(Cloud& cloud, std::string method, std::string target, Headers
     m_request.target = std::move(target);
     m_request.headers = std::move(headers);
     m_request.arrival = std::chrono::steady_clock::now();
-    if (m_route.kind == RequestKind::kMetadata) {
+    if (m_route.kind == RequestKind::Metadata) {
         m_request.productId = m_route.id;
-    } else if (m_route.kind == RequestKind::kArchive) {
+    } else if (m_route.kind == RequestKind::Archive) {
         m_request.archiveId = m_route.id;
         m_metadata = m_cloud.store.FindMetadata(m_route.id);
         m_request.productId = ProductIdOf(m_metadata.value_or(""));
@@ -61,7 +56,7 @@ Exchange::Exchange(Cloud& cloud, std::string method, std::string target, Headers
 void Exchange::Receive(const char* data, std::size_t size)
 {
     m_request.bodySize += size;
-    if (m_route.kind != RequestKind::kArchive) {
+    if (m_route.kind != RequestKind::Archive) {
         m_request.body.append(data, std::min(size, kLongestText - m_request.body.size()));
         return;
     }
@@ -81,7 +76,7 @@ void Exchange::Receive(const char* data, std::size_t size)
 Outcome Exchange::Finish()
 {
     m_request.complete = true;
-    if (m_route.kind == RequestKind::kArchive) {
+    if (m_route.kind == RequestKind::Archive) {
         m_request.md5Fault = FindMd5Fault(m_request.headers, m_md5.Finish());
     }
     if (m_outcome.IsInsteadOfTheRequest()) {
@@ -118,47 +113,47 @@ void Exchange::Lose(const std::string& reason)
 void Exchange::Decide()
 {
     try {
-        if (m_route.kind == RequestKind::kMetadata) {
+        if (m_route.kind == RequestKind::Metadata) {
             TakeMetadata();
-        } else if (m_route.kind == RequestKind::kArchive) {
+        } else if (m_route.kind == RequestKind::Archive) {
             TakeArchive();
         } else if (m_route.pathKnown) {
-            Refuse(kMethodNotAllowed, "only POST is possible here");
+            Refuse(405, "only POST is possible here");
             m_outcome.headers["Allow"] = "POST";
         } else {
-            Refuse(kNotFound, "there is no such path");
+            Refuse(404, "there is no such path");
         }
     } catch (const std::exception& error) {
-        Refuse(kServerError, error.what());
+        Refuse(500, error.what());
     }
 }
 
 void Exchange::TakeMetadata()
 {
     if (m_request.bodySize > kLongestText) {
-        return Refuse(kTooLarge, "the metadata is too large");
+        return Refuse(413, "the metadata is too large");
     }
     const std::string fault = FindMetadataFault(m_request.body, m_route.id);
     if (!fault.empty()) {
-        return Refuse(kBadRequest, fault);
+        return Refuse(400, fault);
     }
     m_request.archiveId = m_cloud.store.AddMetadata(m_request.body);
     m_remark = "announces archive " + m_request.archiveId;
     Json::Value body;
     body["uploadUrl"] = m_cloud.baseUrl + "/archives/" + m_request.archiveId;
-    m_outcome.SetAnswer(kOk, body);
+    m_outcome.SetAnswer(200, body);
 }
 
 void Exchange::TakeArchive()
 {
     if (!m_metadata) {
-        return Refuse(kNotFound, "no metadata announced this archive");
+        return Refuse(404, "no metadata announced this archive");
     }
     if (!m_request.md5Fault.empty()) {
-        return Refuse(kBadRequest, m_request.md5Fault);
+        return Refuse(400, m_request.md5Fault);
     }
     if (!m_storeFault.empty()) {
-        return Refuse(kServerError, m_storeFault);
+        return Refuse(500, m_storeFault);
     }
     if (!m_archive) { // none yet when the archive is empty
         m_archive = m_cloud.store.AddArchive(m_route.id);
@@ -168,7 +163,7 @@ void Exchange::TakeArchive()
     Json::Value body;
     body["archive"] = m_route.id;
     body["size"] = Json::Value::UInt64(m_request.bodySize);
-    m_outcome.SetAnswer(kOk, body);
+    m_outcome.SetAnswer(200, body);
 }
 
 void Exchange::Refuse(int status, const std::string& reason)

@@ -39,6 +39,9 @@ public:
     /** Takes the next bytes of the body. */
     void Receive(const char* data, std::size_t size);
 
+    /** Bytes of the body that have arrived. */
+    std::uint64_t BodySize() const { return m_request.bodySize; }
+
     /** The body is complete: has the request's effect and records it. @return the answer, its status set or hanging */
     Outcome Finish();
 

@@ -4,7 +4,7 @@
 
 #include <json/json.h>
 
-#include <array>
+#include <regex>
 
 namespace DiagCloud
 {
@@ -12,22 +12,13 @@ namespace DiagCloud
 namespace
 {
 
-constexpr std::array<const char*, 6> kTexts = {"productName",     "productId", "productType",
-                                               "softwareVersion", "fileType",  "uploadTimeStamp"};
+constexpr const char* kTexts[] = {"productName",     "productId", "productType",
+                                  "softwareVersion", "fileType",  "uploadTimeStamp"};
 
 bool IsTimeStamp(const std::string& text)
 {
-    static const std::string kForm = "dddd-dd-ddTdd:dd:ddZ";
-    if (text.size() != kForm.size()) {
-        return false;
-    }
-    for (std::size_t index = 0; index < kForm.size(); ++index) {
-        const bool digit = text[index] >= '0' && text[index] <= '9';
-        if (kForm[index] == 'd' ? !digit : text[index] != kForm[index]) {
-            return false;
-        }
-    }
-    return true;
+    static const std::regex kForm("\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\dZ");
+    return std::regex_match(text, kForm);
 }
 
 std::string FindItemsFault(const Json::Value& items)

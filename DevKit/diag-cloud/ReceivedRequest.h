@@ -2,7 +2,7 @@
 
 #include "Route.h"
 
-#include <strings.h>
+#include <boost/beast/core/string.hpp>
 
 #include <chrono>
 #include <cstdint>
@@ -12,20 +12,14 @@
 namespace DiagCloud
 {
 
-/** Compares names of header fields (RFC 9110, section 5.1). */
-struct LessIgnoringCase
-{
-    bool operator()(const std::string& a, const std::string& b) const { return strcasecmp(a.c_str(), b.c_str()) < 0; }
-};
-
-/** HTTP header fields, the first of each name. */
-using Headers = std::map<std::string, std::string, LessIgnoringCase>;
+/** HTTP header fields, the first of each name in whatever case (RFC 9110, section 5.1). */
+using Headers = std::map<std::string, std::string, boost::beast::iless>;
 
 /** A request that the cloud took in, and what it made of it. */
 struct ReceivedRequest
 {
     std::size_t number = 0; ///< Counted from 1 in the order in which the answers were decided.
-    RequestKind kind = RequestKind::kOther;
+    RequestKind kind = RequestKind::Other;
     std::string method;
     std::string target; ///< As it was sent: in absolute form when the cloud was used as a proxy.
     Headers headers;

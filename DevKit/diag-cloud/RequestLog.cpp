@@ -20,18 +20,18 @@ std::string Summary(const ReceivedRequest& request)
 {
     std::string line = "#" + std::to_string(request.number) + " ";
     switch (request.kind) {
-        case RequestKind::kMetadata:
+        case RequestKind::Metadata:
             line += "metadata";
             break;
-        case RequestKind::kArchive:
+        case RequestKind::Archive:
             line += "archive " + Printable(request.archiveId);
             break;
-        case RequestKind::kOther:
+        case RequestKind::Other:
             line += Printable(request.method) + " " + Printable(request.target);
             break;
     }
     line += ", " + std::to_string(request.bodySize) + (request.complete ? " bytes" : " bytes, then broken off");
-    if (request.kind == RequestKind::kArchive && request.complete) {
+    if (request.kind == RequestKind::Archive && request.complete) {
         line += ", " + (request.md5Fault.empty() ? "Content-MD5 matches" : request.md5Fault);
     }
     line += ", product " + (request.productId.empty() ? "unknown" : Printable(request.productId));

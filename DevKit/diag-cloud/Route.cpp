@@ -34,10 +34,10 @@ Route FindRoute(const std::string& method, const std::string& target)
 {
     const std::string path = PathOf(target);
     Route route;
-    RequestKind kind = RequestKind::kMetadata;
+    RequestKind kind = RequestKind::Metadata;
     route.id = Between(path, "/senders/", "/metadata");
     if (route.id.empty()) {
-        kind = RequestKind::kArchive;
+        kind = RequestKind::Archive;
         route.id = Between(path, "/archives/", "");
     }
     route.pathKnown = !route.id.empty();

@@ -7,16 +7,16 @@ namespace DiagCloud
 
 enum class RequestKind
 {
-    kMetadata, ///< POST to "/senders/" product id "/metadata".
-    kArchive,  ///< POST to "/archives/" archive id.
-    kOther,
+    Metadata, ///< POST to "/senders/" product id "/metadata".
+    Archive,  ///< POST to "/archives/" archive id.
+    Other,
 };
 
 /** What a request line asks for. */
 struct Route
 {
-    RequestKind kind = RequestKind::kOther;
-    std::string id;         ///< The product's for kMetadata, the archive's for kArchive.
+    RequestKind kind = RequestKind::Other;
+    std::string id;         ///< The product's for Metadata, the archive's for Archive.
     bool pathKnown = false; ///< The path is one of the two, whatever the method.
 };
 

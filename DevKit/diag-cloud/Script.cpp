@@ -5,6 +5,7 @@
 #include <json/json.h>
 
 #include <algorithm>
+#include <set>
 #include <stdexcept>
 
 namespace DiagCloud
@@ -13,21 +14,25 @@ namespace DiagCloud
 namespace
 {
 
-constexpr int kLowestStatus = 200;
-constexpr int kHighestStatus = 599;
-constexpr int kNoContent = 204;
-constexpr int kNotModified = 304;
 constexpr std::uint64_t kLongestDelayMs = std::uint64_t{3600} * 1000;
 constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 40U;
 constexpr std::uint64_t kMostRepeats = std::uint64_t{1000} * 1000;
+const std::set<std::string> kMembers = {
+    "match", "status", "headers", "body", "delayMs", "resetAfterBytes", "resetAfterRequestBytes", "hang", "repeat"};
 
 [[noreturn]] void Refuse(const std::string& what)
 {
     throw std::invalid_argument(what);
 }
 
-std::uint64_t Number(const Json::Value& value, const std::string& name, std::uint64_t least, std::uint64_t most)
+/** The number that a member has; none when there is no such member. */
+std::optional<std::uint64_t> Number(const Json::Value& outcome, const std::string& name, std::uint64_t least,
+                                    std::uint64_t most)
 {
+    if (!outcome.isMember(name)) {
+        return std::nullopt;
+    }
+    const Json::Value& value = outcome[name];
     if (!value.isUInt64() || value.asUInt64() < least || value.asUInt64() > most) {
         Refuse("\"" + name + "\" must be a whole number from " + std::to_string(least) + " to " + std::to_string(most));
     }
@@ -36,26 +41,24 @@ std::uint64_t Number(const Json::Value& value, const std::string& name, std::uin
 
 std::optional<RequestKind> Match(const Json::Value& value)
 {
-    const std::string text = value.isString() ? value.asString() : "";
-    if (text == "metadata") {
-        return RequestKind::kMetadata;
+    if (value == "metadata") {
+        return RequestKind::Metadata;
     }
-    if (text == "archive") {
-        return RequestKind::kArchive;
+    if (value == "archive") {
+        return RequestKind::Archive;
     }
-    if (text != "any") {
+    if (value != "any") {
         Refuse("\"match\" must be \"metadata\", \"archive\" or \"any\"");
     }
     return std::nullopt;
 }
 
+/** Whether the text can be the name of a header field (RFC 9110, section 5.6.2). */
 bool IsToken(const std::string& text)
 {
-    static const std::string kMarks = "!#$%&'*+-.^_`|~";
-    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
-        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-               kMarks.find(c) != std::string::npos;
-    });
+    constexpr const char* kCharacters =
+        "!#$%&'*+-.^_`|~0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+    return !text.empty() && text.find_first_not_of(kCharacters) == std::string::npos;
 }
 
 bool IsFieldValue(const std::string& text)
@@ -78,47 +81,38 @@ Headers Fields(const Json::Value& value)
     return headers;
 }
 
-void SetMember(Outcome& outcome, const std::string& name, const Json::Value& value)
-{
-    if (name == "match") {
-        outcome.match = Match(value);
-    } else if (name == "status") {
-        outcome.status = static_cast<int>(Number(value, name, kLowestStatus, kHighestStatus));
-    } else if (name == "headers") {
-        outcome.headers = Fields(value);
-    } else if (name == "delayMs") {
-        outcome.delay = std::chrono::milliseconds(Number(value, name, 0, kLongestDelayMs));
-    } else if (name == "resetAfterBytes") {
-        outcome.resetAfterBytes = Number(value, name, 0, kMostBytes);
-    } else if (name == "resetAfterRequestBytes") {
-        outcome.resetAfterRequestBytes = Number(value, name, 0, kMostBytes);
-    } else if (name == "hang") {
-        if (!value.isBool()) {
-            Refuse("\"hang\" must be true or false");
-        }
-        outcome.hang = value.asBool();
-    } else if (name == "repeat") {
-        const bool forever = value.isString() && value.asString() == "forever";
-        outcome.repeat = forever ? Outcome::kForever : static_cast<std::uint32_t>(Number(value, name, 1, kMostRepeats));
-    } else if (name != "body") {
-        Refuse("there is no member \"" + name + "\"");
-    }
-}
-
 Outcome ParseOutcome(const Json::Value& value)
 {
     if (!value.isObject()) {
         Refuse("it must be an object");
     }
-    Outcome outcome;
     for (const std::string& name : value.getMemberNames()) {
-        SetMember(outcome, name, value[name]);
+        if (kMembers.count(name) == 0) {
+            Refuse("there is no member \"" + name + "\"");
+        }
     }
+    Outcome outcome;
+    outcome.match = Match(value.get("match", "any"));
+    outcome.status = Number(value, "status", 200, 599);
+    outcome.headers = Fields(value.get("headers", Json::objectValue));
+    outcome.delay = std::chrono::milliseconds(Number(value, "delayMs", 0, kLongestDelayMs).value_or(0));
+    outcome.resetAfterBytes = Number(value, "resetAfterBytes", 0, kMostBytes);
+    outcome.resetAfterRequestBytes = Number(value, "resetAfterRequestBytes", 0, kMostBytes);
+    if (value.get("repeat", 1) == "forever") {
+        outcome.repeat = Outcome::kForever;
+    } else {
+        outcome.repeat = static_cast<std::uint32_t>(Number(value, "repeat", 1, kMostRepeats).value_or(1));
+    }
+    const Json::Value hang = value.get("hang", false);
+    if (!hang.isBool()) {
+        Refuse("\"hang\" must be true or false");
+    }
+    outcome.hang = hang.asBool();
+
     if (!outcome.status && (value.isMember("headers") || value.isMember("body"))) {
         Refuse("\"headers\" and \"body\" need a \"status\"");
     }
-    const int status = outcome.status.value_or(0);
-    if ((status == kNoContent || status == kNotModified) && value.isMember("body")) {
+    if ((outcome.status == 204 || outcome.status == 304) && value.isMember("body")) {
         Refuse("an answer of status 204 or 304 has no \"body\"");
     }
     const bool isAnswered = outcome.status || outcome.resetAfterBytes;
@@ -126,7 +120,7 @@ Outcome ParseOutcome(const Json::Value& value)
         Refuse("\"hang\", \"resetAfterRequestBytes\" and an answer exclude each other");
     }
     if (value.isMember("body")) {
-        outcome.SetAnswer(status, value["body"]);
+        outcome.SetAnswer(*outcome.status, value["body"]);
     }
     return outcome;
 }

@@ -2,8 +2,6 @@
 
 #include <fcntl.h>
 #include <unistd.h>
-
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +9,7 @@
 #include <filesystem>
 #include <iomanip>
 #include <random>
+#include <regex>
 #include <sstream>
 #include <system_error>
 
@@ -44,10 +43,8 @@ std::string NewId()
 /** Ids become file names, and come back in the paths of requests. */
 bool IsId(const std::string& text)
 {
-    constexpr std::size_t kLongest = 64;
-    return !text.empty() && text.size() <= kLongest && std::all_of(text.begin(), text.end(), [](char c) {
-        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '-';
-    });
+    static const std::regex kForm("[0-9A-Za-z-]{1,64}");
+    return std::regex_match(text, kForm);
 }
 
 } // namespace

@@ -20,8 +20,6 @@ public:
     /** @throws std::system_error when no file can be made in the folder */
     IncomingFile(const std::string& folder, const std::string& name);
     ~IncomingFile();
-    IncomingFile(const IncomingFile&) = delete;
-    IncomingFile& operator=(const IncomingFile&) = delete;
 
     /** Appends. @throws std::system_error */
     void Write(std::string_view bytes);

@@ -3,10 +3,9 @@
 #include "Script.h"
 #include "Tool.h"
 
-#include <fcntl.h>
-
 #include <CLI/CLI.hpp>
 
+#include <fcntl.h>
 #include <iostream>
 #include <stdexcept>
 
@@ -31,7 +30,6 @@ std::vector<DiagCloud::Outcome> ReadScript(const std::string& path)
 
 int main(int argc, char** argv)
 {
-    constexpr int kLargestPort = 65535;
     constexpr std::uint64_t kLargestBody = std::uint64_t{1} << 40U;
     DiagCloud::CloudSettings settings;
     settings.port = 8888;
@@ -45,10 +43,7 @@ int main(int argc, char** argv)
         "archives, stores them and prints a line for each request. Listens on 127.0.0.1 and ::1 only. Ends on SIGINT\n"
         "or SIGTERM.",
         "diag-cloud");
-    app.add_option("--port", settings.port, "port to listen on; 0 takes any")
-        ->check(CLI::Range(0, kLargestPort))
-        ->type_name("PORT")
-        ->capture_default_str();
+    AddPortOption(app, settings.port, "port to listen on; 0 takes any");
     app.add_option("--store", settings.storeFolder, "where metadata and archives are stored; made if it is not there")
         ->type_name("DIR")
         ->capture_default_str();

@@ -1,5 +1,10 @@
 #include "Gateway.h"
 
+#include "Connection.h"
+#include "GatrixWire.h"
+#include "LoopbackAcceptor.h"
+#include "Router.h"
+
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
 
@@ -10,26 +15,15 @@
 #include <thread>
 #include <utility>
 
-#include "Connection.h"
-#include "GatrixWire.h"
-#include "LoopbackAcceptor.h"
-#include "Router.h"
-
 namespace GatrixGateway
-{
-
-namespace
 {
 
 namespace asio = boost::asio;
 
 constexpr std::size_t kLongestLine = 400;
 constexpr std::size_t kLongestFrameLine = 4000;
-constexpr int kUnavailable = 503;
 
-} // namespace
-
-/** All but construction and Stop runs on the one thread. */
+/** All but construction and Stop runs on the gateway's thread. */
 class Gateway::Implementation final : public Connection::Owner
 {
 public:
@@ -45,8 +39,6 @@ public:
     }
 
     ~Implementation() { Stop(); }
-    Implementation(const Implementation&) = delete;
-    Implementation& operator=(const Implementation&) = delete;
 
     void Stop()
     {
@@ -104,12 +96,7 @@ private:
             PrintFrame(client, " > ", text);
         }
         try {
-            Effects effects = m_router.Take(client, Gatrix::Wire::Parse(text));
-            const std::optional<std::string> violation = effects.violation;
-            Apply(std::move(effects));
-            if (violation) {
-                Apply(Dismiss(client, CloseCode::PolicyViolation, *violation));
-            }
+            Apply(m_router.Take(client, Gatrix::Wire::Parse(text)));
         } catch (const Gatrix::Wire::FrameError& error) {
             Apply(Dismiss(client, CloseCode::PolicyViolation, error.what()));
         } catch (const std::exception& error) {
@@ -140,7 +127,7 @@ private:
         }
     }
 
-    /** Sends a frame, and tells what comes of it. */
+    /** Sends a frame. @return what comes of that */
     Effects Deliver(const Delivery& delivery)
     {
         const auto client = m_clients.find(delivery.client);
@@ -148,10 +135,9 @@ private:
             return {};
         }
         Connection& connection = *client->second.connection;
-        // Those who ask cannot bring a handler down: its queue keeps room for what is no request.
+        // Requesters cannot bring a handler down: its queue keeps room for what is no request.
         if (delivery.request && connection.IsHalfFull()) {
-            return m_router.Refuse(*delivery.request, kUnavailable,
-                                   "the handler does not keep up with requests such as");
+            return m_router.Refuse(*delivery.request, 503, "the handler does not keep up with requests such as");
         }
         if (m_settings.verbose) {
             PrintFrame(delivery.client, " < ", *delivery.text);

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "EventLine.h"
+#include "Limits.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
-
-#include "EventLine.h"
-#include "Limits.h"
 
 namespace GatrixGateway
 {
@@ -25,7 +25,7 @@ struct GatewaySettings
  * The reference gateway: passes requests, answers and notifications between the services of a machine that connect to
  * it by WebSocket. The wire is written in docs/gateway.md.
  *
- * It has one thread. Every operation may be called by any thread.
+ * It has a thread of its own. Thread-safe.
  */
 class Gateway
 {
@@ -33,13 +33,9 @@ public:
     /** Listens and serves from here on. @throws std::system_error when the port cannot be had */
     explicit Gateway(GatewaySettings settings);
 
-    /** Stops. */
     ~Gateway();
-    Gateway(const Gateway&) = delete;
-    Gateway& operator=(const Gateway&) = delete;
 
-    /** Closes all connections (code 1001) and returns when they are closed; that takes the limits' closeTime at most.
-     */
+    /** Closes all connections (code 1001), and returns when they are closed: after the limits' closeTime at most. */
     void Stop();
 
     std::uint16_t Port() const;

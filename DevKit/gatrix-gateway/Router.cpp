@@ -1,12 +1,12 @@
 #include "Router.h"
 
-#include <algorithm>
-#include <type_traits>
-#include <utility>
-
 #include "EventLine.h"
 #include "Limits.h"
 #include "Utf8Text.h"
+
+#include <algorithm>
+#include <type_traits>
+#include <utility>
 
 namespace GatrixGateway
 {
@@ -15,11 +15,6 @@ namespace
 {
 
 namespace Wire = Gatrix::Wire;
-
-constexpr int kNotFound = 404;
-constexpr int kTooLarge = 413;
-constexpr int kTooMany = 429;
-constexpr int kUnavailable = 503;
 
 std::string KeyOf(Gatrix::Method method, const std::string& endpoint)
 {
@@ -48,22 +43,25 @@ std::shared_ptr<const std::string> TextOf(const Wire::Frame& frame)
     return text.size() > Wire::kMaxFrameBytes ? nullptr : std::make_shared<const std::string>(std::move(text));
 }
 
-std::optional<std::string> ProblemOf(const std::string& endpoint)
+void RequireLength(const std::string& endpoint)
 {
     if (endpoint.size() > kMaxEndpointBytes) {
-        return "an endpoint has more than " + std::to_string(kMaxEndpointBytes) + " bytes";
+        throw Wire::FrameError("an endpoint has more than " + std::to_string(kMaxEndpointBytes) + " bytes");
     }
-    return std::nullopt;
 }
 
-/** Adds one of a client's endpoints; false when it has as many as it may. */
-bool Add(std::set<std::string>& endpoints, const std::string& endpoint)
+Wire::FrameError TooMany(const std::string& what)
+{
+    return Wire::FrameError("more than " + std::to_string(kMaxEndpointsOfAClient) + " " + what);
+}
+
+/** Adds one of a client's endpoints. @throws FrameError when the client has as many as it may */
+void Add(std::set<std::string>& endpoints, const std::string& endpoint, const std::string& what)
 {
     if (endpoints.size() >= kMaxEndpointsOfAClient && endpoints.count(endpoint) == 0) {
-        return false;
+        throw TooMany(what);
     }
     endpoints.insert(endpoint);
-    return true;
 }
 
 void Remove(std::vector<ClientNumber>& clients, ClientNumber client)
@@ -71,29 +69,22 @@ void Remove(std::vector<ClientNumber>& clients, ClientNumber client)
     clients.erase(std::remove(clients.begin(), clients.end(), client), clients.end());
 }
 
-std::string TooMany(const std::string& what)
-{
-    return "more than " + std::to_string(kMaxEndpointsOfAClient) + " " + what;
-}
-
 } // namespace
 
 Effects Router::Take(ClientNumber client, Wire::Frame frame)
 {
-    Effects effects;
     if (m_clients.count(client) == 0 && !std::holds_alternative<Wire::Hello>(frame)) {
-        effects.violation = "the first frame must be hello";
-    } else {
-        std::visit([&](auto& content) { On(client, std::move(content), effects); }, frame);
+        throw Wire::FrameError("the first frame must be hello");
     }
+    Effects effects;
+    std::visit([&](auto& content) { On(client, std::move(content), effects); }, frame);
     return effects;
 }
 
 Effects Router::Refuse(std::uint64_t request, int statusCode, const std::string& reason)
 {
     Effects effects;
-    const auto found = m_requests.find(request);
-    if (found != m_requests.end()) {
+    if (const auto found = m_requests.find(request); found != m_requests.end()) {
         const OpenRequest open = Close(found);
         Reject(open, statusCode, reason + " " + open.named, effects);
     }
@@ -109,7 +100,7 @@ Effects Router::Drop(ClientNumber client)
             m_requests.erase(current);
         } else if (current->second.handler == client) {
             const OpenRequest open = Close(current);
-            Reject(open, kUnavailable, "the handler went away before it answered " + open.named, effects);
+            Reject(open, 503, "the handler went away before it answered " + open.named, effects);
         }
     }
     std::set<std::string> lost;
@@ -146,35 +137,23 @@ void Router::On(ClientNumber client, const Wire::Hello& hello, Effects& effects)
 void Router::On(ClientNumber client, const Wire::Interest& interest, Effects& effects)
 {
     if (interest.endpoints.size() > kMaxEndpointsOfAClient) {
-        effects.violation = TooMany("endpoints of interest");
-        return;
+        throw TooMany("endpoints of interest");
     }
-    for (const std::string& endpoint : interest.endpoints) {
-        if ((effects.violation = ProblemOf(endpoint))) {
-            return;
-        }
-    }
-    // Whatever the client is told of them later must fit a frame: the one that names them all, in its longer form.
+    std::for_each(interest.endpoints.begin(), interest.endpoints.end(), RequireLength);
+    // The longest frame that the client can be sent about them.
     if (!TextOf(Wire::NotReady{interest.endpoints})) {
-        effects.violation = "the endpoints of interest do not fit a frame";
-        return;
+        throw Wire::FrameError("the endpoints of interest do not fit a frame");
     }
     m_clients[client].interest = interest.endpoints;
-    m_clients[client].isReady = false;
     TellReady(client, effects);
 }
 
 void Router::On(ClientNumber client, const Wire::Register& registration, Effects& effects)
 {
-    if ((effects.violation = ProblemOf(registration.endpoint))) {
-        return;
-    }
+    RequireLength(registration.endpoint);
     const std::string key = KeyOf(registration.method, registration.endpoint);
     const bool isFirst = !HasHandler(registration.endpoint);
-    if (!Add(m_clients[client].handled, key)) {
-        effects.violation = TooMany("registrations");
-        return;
-    }
+    Add(m_clients[client].handled, key, "registrations");
     std::vector<ClientNumber>& handlers = m_handlers[key];
     const bool isInstead = !handlers.empty() && handlers.back() != client;
     effects.lines.push_back(Label(client) + " handles " + key +
@@ -189,13 +168,8 @@ void Router::On(ClientNumber client, const Wire::Register& registration, Effects
 
 void Router::On(ClientNumber client, const Wire::Subscribe& subscription, Effects& effects)
 {
-    if ((effects.violation = ProblemOf(subscription.endpoint))) {
-        return;
-    }
-    if (!Add(m_clients[client].subscriptions, subscription.endpoint)) {
-        effects.violation = TooMany("subscriptions");
-        return;
-    }
+    RequireLength(subscription.endpoint);
+    Add(m_clients[client].subscriptions, subscription.endpoint, "subscriptions");
     effects.lines.push_back(Label(client) + " subscribes to " + subscription.endpoint);
 }
 
@@ -204,17 +178,17 @@ void Router::On(ClientNumber client, Wire::Request request, Effects& effects)
     OpenRequest open{client, request.id, 0, Named(request.method, request.endpoint)};
     const auto handlers = m_handlers.find(KeyOf(request.method, request.endpoint));
     if (handlers == m_handlers.end()) {
-        Reject(open, kNotFound, "nobody handles " + open.named, effects);
+        Reject(open, 404, "nobody handles " + open.named, effects);
         return;
     }
     if (m_clients[client].openRequests >= kMaxOpenRequestsOfAClient) {
-        Reject(open, kTooMany, "too many requests without an answer: not delivered: " + open.named, effects);
+        Reject(open, 429, "too many requests without an answer: not delivered: " + open.named, effects);
         return;
     }
     request.id = m_lastRequest + 1;
     const auto text = TextOf(request);
     if (!text) {
-        Reject(open, kTooLarge, "too large for a frame to the handler of " + open.named, effects);
+        Reject(open, 413, "too large for a frame to the handler of " + open.named, effects);
         return;
     }
     open.handler = handlers->second.back();
@@ -237,7 +211,7 @@ void Router::On(ClientNumber client, Outcome outcome, Effects& effects)
     outcome.id = open.requestersId;
     const auto text = TextOf(outcome);
     if (!text) {
-        Reject(open, kTooLarge, "too large for a frame: the answer to " + open.named, effects);
+        Reject(open, 413, "too large for a frame: the answer to " + open.named, effects);
         return;
     }
     if constexpr (std::is_same_v<Outcome, Wire::Refusal>) {
@@ -262,14 +236,14 @@ void Router::On(ClientNumber client, const Wire::Notify& notification, Effects& 
     }
 }
 
-void Router::On(ClientNumber /*client*/, const Wire::Ready& /*ready*/, Effects& effects)
+void Router::On(ClientNumber /*client*/, const Wire::Ready& /*ready*/, Effects& /*effects*/)
 {
-    effects.violation = "ready is for the gateway to send";
+    throw Wire::FrameError("ready is for the gateway to send");
 }
 
-void Router::On(ClientNumber /*client*/, const Wire::NotReady& /*notReady*/, Effects& effects)
+void Router::On(ClientNumber /*client*/, const Wire::NotReady& /*notReady*/, Effects& /*effects*/)
 {
-    effects.violation = "notReady is for the gateway to send";
+    throw Wire::FrameError("notReady is for the gateway to send");
 }
 
 bool Router::HasHandler(const std::string& endpoint) const

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "ClientNumber.h"
+#include "GatrixWire.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -8,9 +11,6 @@
 #include <set>
 #include <string>
 #include <vector>
-
-#include "ClientNumber.h"
-#include "GatrixWire.h"
 
 namespace GatrixGateway
 {
@@ -29,8 +29,6 @@ struct Effects
 {
     std::vector<Delivery> deliveries; ///< To be sent in this order.
     std::vector<std::string> lines;   ///< For the log; may hold anything that clients send.
-    /** Why the client that sent the frame must be dropped and its connection closed; none if it may stay. */
-    std::optional<std::string> violation;
 };
 
 /**
@@ -40,7 +38,12 @@ struct Effects
 class Router
 {
 public:
-    /** Takes a frame that a client sent. The first one of a client must be its hello. */
+    /**
+     * Takes a frame that a client sent.
+     *
+     * @throws Gatrix::Wire::FrameError when the client may not send it, and must be dropped: its first frame is no
+     * hello, it is beyond its bounds, or the frame is one for the gateway to send
+     */
     Effects Take(ClientNumber client, Gatrix::Wire::Frame frame);
 
     /**

@@ -1,15 +1,14 @@
+#include "Gateway.h"
+#include "GatrixWire.h"
+#include "Tool.h"
+
 #include <CLI/CLI.hpp>
 
 #include <iostream>
 #include <memory>
 
-#include "Gateway.h"
-#include "GatrixWire.h"
-#include "Tool.h"
-
 int main(int argc, char** argv)
 {
-    constexpr int kLargestPort = 65535;
     GatrixGateway::GatewaySettings settings;
     settings.port = Gatrix::Wire::kPort;
     settings.writer = [](const std::string& line) { std::cout << line << std::endl; };
@@ -19,10 +18,7 @@ int main(int argc, char** argv)
         "services that connect to it by WebSocket, and prints a line for each client that comes or goes, each\n"
         "registration and each refusal. Listens on 127.0.0.1 and ::1 only. Ends on SIGINT or SIGTERM.",
         "gatrix-gateway");
-    app.add_option("--port", settings.port, "port to listen on; 0 takes any")
-        ->check(CLI::Range(0, kLargestPort))
-        ->type_name("PORT")
-        ->capture_default_str();
+    AddPortOption(app, settings.port, "port to listen on; 0 takes any");
     app.add_flag("--verbose", settings.verbose,
                  "print each frame too: \">\" marks what a client sent, \"<\" what it was sent");
 

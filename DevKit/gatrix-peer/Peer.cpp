@@ -1,13 +1,13 @@
 #include "Peer.h"
 
+#include "Escape.h"
+#include "GatrixClient.h"
+
 #include <fstream>
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
-
-#include "Escape.h"
-#include "GatrixClient.h"
 
 namespace
 {

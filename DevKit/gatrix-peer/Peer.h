@@ -1,17 +1,17 @@
 #pragma once
 
+#include "APTask.h"
+#include "Callback.h"
+#include "DeviceManager.pb.h"
+#include "GatrixClientIF.h"
+#include "UploadSysInfo.pb.h"
+
 #include <chrono>
 #include <cstdint>
 #include <future>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "APTask.h"
-#include "Callback.h"
-#include "DeviceManager.pb.h"
-#include "GatrixClientIF.h"
-#include "UploadSysInfo.pb.h"
 
 /** What a peer does. */
 struct PeerOptions

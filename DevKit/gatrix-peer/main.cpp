@@ -1,11 +1,10 @@
-#include <unistd.h>
+#include "Peer.h"
+#include "Tool.h"
 
 #include <CLI/CLI.hpp>
 
+#include <unistd.h>
 #include <iostream>
-
-#include "Peer.h"
-#include "Tool.h"
 
 namespace
 {

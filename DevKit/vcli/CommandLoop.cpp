@@ -1,17 +1,16 @@
 #include "CommandLoop.h"
 
+#include "CliWire.h"
+#include "CommandWords.h"
+#include "Console.h"
+
 #include <poll.h>
 #include <unistd.h>
-
 #include <array>
 #include <iostream>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "CliWire.h"
-#include "CommandWords.h"
-#include "Console.h"
 
 namespace
 {

@@ -1,15 +1,15 @@
 #include "Console.h"
 
+#include "CommandWords.h"
+#include "Escape.h"
+#include "UnixSocket.h"
+
 #include <cerrno>
 #include <filesystem>
 #include <iostream>
 #include <set>
 #include <system_error>
 #include <utility>
-
-#include "CommandWords.h"
-#include "Escape.h"
-#include "UnixSocket.h"
 
 namespace
 {

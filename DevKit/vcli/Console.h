@@ -1,14 +1,14 @@
 #pragma once
 
+#include "CliWire.h"
+#include "Options.h"
+#include "ServiceLink.h"
+
 #include <functional>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "CliWire.h"
-#include "Options.h"
-#include "ServiceLink.h"
 
 /**
  * Runs commands on the services of this machine. Replies and lines of services go to standard output, what is wrong to

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "CliWire.h"
+#include "FileDescriptor.h"
+
 #include <chrono>
 #include <optional>
 #include <string>
-
-#include "CliWire.h"
-#include "FileDescriptor.h"
 
 /** The tool's end of a connection to one service. */
 class ServiceLink

@@ -1,11 +1,11 @@
-#include <CLI/CLI.hpp>
-
-#include <stdexcept>
-
 #include "CommandLoop.h"
 #include "Console.h"
 #include "Options.h"
 #include "Tool.h"
+
+#include <CLI/CLI.hpp>
+
+#include <stdexcept>
 
 namespace
 {

@@ -77,13 +77,13 @@ TEST_F(DFUploadDiagnosticFilesTest, ReportsWhatTheCloudSays)
         std::vector<Outcome> script;
         Answer answer;
     } cases[] = {
-        {m_archive, {Answering(RequestKind::kMetadata, 200, "<html>")}, {"<html>", 200}},
-        {m_archive, {Answering(RequestKind::kMetadata, 401, "")}, {"", 401}},
-        {m_archive, {Answering(RequestKind::kMetadata, 200, std::string(2000, '['))}, {std::string(2000, '['), 200}},
+        {m_archive, {Answering(RequestKind::Metadata, 200, "<html>")}, {"<html>", 200}},
+        {m_archive, {Answering(RequestKind::Metadata, 401, "")}, {"", 401}},
+        {m_archive, {Answering(RequestKind::Metadata, 200, std::string(2000, '['))}, {std::string(2000, '['), 200}},
         {m_archive,
-         {Answering(RequestKind::kMetadata, 200, longest), Answering(RequestKind::kArchive, 403, "no")},
+         {Answering(RequestKind::Metadata, 200, longest), Answering(RequestKind::Archive, 403, "no")},
          {"no", 403}},
-        {empty, {Answering(RequestKind::kArchive, 201, R"({"ok":1})")}, {R"({"ok":1})", 201}},
+        {empty, {Answering(RequestKind::Archive, 201, R"({"ok":1})")}, {R"({"ok":1})", 201}},
         {m_folder.Path() + "/none", {}, unreadable},
         {m_folder.Path(), {}, unreadable},
     };

@@ -45,7 +45,7 @@ ArrivedUpload LatestUpload(const DiagCloud::CloudServer& cloud)
 {
     ArrivedUpload upload;
     for (const auto& request : cloud.Requests()) {
-        if (request.kind == DiagCloud::RequestKind::kMetadata) {
+        if (request.kind == DiagCloud::RequestKind::Metadata) {
             upload.metadata = request.body;
         } else if (!request.archivePath.empty()) {
             upload.archivePath = request.archivePath;

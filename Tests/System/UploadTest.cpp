@@ -118,7 +118,7 @@ TEST_F(Upload, LeavesSecretsOnTheDevice)
     // What the service itself logs is in the system log by the next upload: its token, and a cloud's answer.
     Outcome answer;
     answer.status = 403;
-    answer.match = RequestKind::kMetadata;
+    answer.match = RequestKind::Metadata;
     answer.body =
         R"({"uploadUrl":"http://127.0.0.1:8888/upload?id=7&X-Amz-Signature=)" + signature + R"(","token":"eyJhbGci"})";
     const CloudServer cloud(CloudOnItsPort({answer}));

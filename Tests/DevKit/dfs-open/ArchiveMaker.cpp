@@ -1,13 +1,13 @@
 #include "ArchiveMaker.h"
 
+#include "Sanitized.h"
+
 #include <archive.h>
 #include <gtest/gtest.h>
 
 #include <iomanip>
 #include <numeric>
 #include <sstream>
-
-#include "Sanitized.h"
 
 ArchiveMaker::ArchiveMaker(const std::string& kind)
 {

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "ChildProcess.h"
+#include "TemporaryFolder.h"
+
 #include <archive_entry.h>
 
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "ChildProcess.h"
-#include "TemporaryFolder.h"
 
 /** One member of a tar file, whatever its name and type. */
 struct Member

@@ -1,10 +1,10 @@
+#include "ArchiveMaker.h"
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <random>
-
-#include "ArchiveMaker.h"
 
 namespace
 {

@@ -1,11 +1,10 @@
+#include "ArchiveMaker.h"
 #include "DfsOpen.h"
 
 #include <gmock/gmock.h>
 
 #include <functional>
 #include <sstream>
-
-#include "ArchiveMaker.h"
 
 namespace
 {

@@ -1,10 +1,10 @@
-#include <gmock/gmock.h>
-
-#include <future>
-
 #include "Deadline.h"
 #include "Script.h"
 #include "TestCloud.h"
+
+#include <gmock/gmock.h>
+
+#include <future>
 
 namespace
 {

@@ -1,10 +1,9 @@
 #include "Script.h"
+#include "TestCloud.h"
 
 #include <gmock/gmock.h>
 
 #include <stdexcept>
-
-#include "TestCloud.h"
 
 namespace
 {

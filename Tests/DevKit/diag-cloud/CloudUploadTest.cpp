@@ -1,8 +1,8 @@
+#include "TestCloud.h"
+
 #include <gmock/gmock.h>
 
 #include <system_error>
-
-#include "TestCloud.h"
 
 namespace
 {

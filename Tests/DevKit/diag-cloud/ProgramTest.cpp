@@ -1,10 +1,10 @@
-#include <gmock/gmock.h>
-#include <signal.h>
-
-#include <algorithm>
-
 #include "ChildProcess.h"
 #include "TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <signal.h>
+#include <algorithm>
 
 using testing::HasSubstr;
 

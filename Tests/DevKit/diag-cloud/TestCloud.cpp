@@ -1,16 +1,16 @@
 #include "TestCloud.h"
 
-#include <arpa/inet.h>
+#include "ChildProcess.h"
+#include "Deadline.h"
+
 #include <gtest/gtest.h>
+
+#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
-
 #include <cerrno>
 #include <filesystem>
 #include <regex>
-
-#include "ChildProcess.h"
-#include "Deadline.h"
 
 const std::string TestCloud::kMetadata =
     R"({"productName":"","productId":"GUID-1","productType":"t","softwareVersion":"1.0","fileType":"f",)"

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "CloudServer.h"
 #include "FileDescriptor.h"
 #include "TemporaryFolder.h"
+
+#include <string>
+#include <vector>
 
 /** What an HTTP client got. */
 struct Reply

@@ -1,10 +1,10 @@
+#include "Gateway.h"
+#include "TestClient.h"
+
 #include <gmock/gmock.h>
 
 #include <atomic>
 #include <thread>
-
-#include "Gateway.h"
-#include "TestClient.h"
 
 namespace
 {

@@ -1,13 +1,13 @@
 #include "Gateway.h"
 
+#include "TestClient.h"
+
 #include <gmock/gmock.h>
 
 #include <future>
 #include <memory>
 #include <system_error>
 #include <vector>
-
-#include "TestClient.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
-#include <signal.h>
-
 #include "ChildProcess.h"
 #include "TestClient.h"
+
+#include <signal.h>
 
 TEST(Program, Gateway_PrintsWhatHappensAndEndsOnASignal)
 {

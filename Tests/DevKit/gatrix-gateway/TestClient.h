@@ -1,11 +1,11 @@
 #pragma once
 
+#include "GatrixWire.h"
+#include "WebSocketPeer.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
-
-#include "GatrixWire.h"
-#include "WebSocketPeer.h"
 
 /** A service's end of the wire. */
 class TestClient : public WebSocketPeer

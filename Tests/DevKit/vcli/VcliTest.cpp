@@ -1,13 +1,3 @@
-#include <fcntl.h>
-#include <gmock/gmock.h>
-#include <signal.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <tuple>
-
 #include "APTask.h"
 #include "ChildProcess.h"
 #include "CliClientMT.h"
@@ -16,6 +6,16 @@
 #include "FileDescriptor.h"
 #include "TemporaryFolder.h"
 #include "UnixSocket.h"
+
+#include <gmock/gmock.h>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <tuple>
 
 namespace
 {
