@@ -7,14 +7,11 @@
 struct evp_md_st;
 struct evp_md_ctx_st;
 
-/** Computes a digest piece by piece. Not thread-safe. */
+/** Computes a message digest piece by piece. Not thread-safe. */
 class Digest
 {
 public:
-    /**
-     * @param kind such as EVP_md5() or EVP_sha256()
-     * @throws std::runtime_error when the cryptographic library does not offer it
-     */
+    /** @param kind such as EVP_md5() @throws std::runtime_error when OpenSSL does not offer it */
     explicit Digest(const evp_md_st* kind);
 
     void Update(const char* data, std::size_t size);

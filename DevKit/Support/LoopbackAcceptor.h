@@ -11,20 +11,19 @@
 #include <memory>
 
 /**
- * Accepts clients on the loopback addresses 127.0.0.1 and, where the machine has it, ::1. Belongs to the thread that
- * runs the context.
+ * Accepts clients on the loopback addresses 127.0.0.1 and, where the machine has it, ::1. Only the thread that runs the
+ * context may use it. Not thread-safe.
  */
 class LoopbackAcceptor
 {
 public:
-    /** A client's place among those that are served; at its end another client may come. */
+    /** A client's place among those that are served. When it is given up, another client is accepted. */
     using Seat = std::shared_ptr<void>;
     /** Takes a client; an exception turns it away. */
     using Serve = std::function<void(boost::asio::ip::tcp::socket socket, Seat seat)>;
 
     /**
-     * Listens from here on.
-     *
+     * Listens.
      * @param port 0 for any that is free
      * @param seats clients at a time; others wait in the listening sockets' queues
      * @param print takes a line when clients have to wait or are turned away

@@ -30,11 +30,11 @@ int RunTool(CLI::App& app, int argc, char** argv, const std::function<int()>& ru
     }
 }
 
-void AddPortOption(CLI::App& app, std::uint16_t& port, const std::string& help)
+void AddPortOption(CLI::App& app, std::uint16_t& port, int lowest, const std::string& help)
 {
     constexpr int kLargestPort = 65535;
     app.add_option("--port", port, help)
-        ->check(CLI::Range(0, kLargestPort))
+        ->check(CLI::Range(lowest, kLargestPort))
         ->type_name("PORT")
         ->capture_default_str();
 }

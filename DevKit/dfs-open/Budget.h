@@ -16,7 +16,7 @@ public:
         : m_bytes(limits.totalSize), m_seconds(limits.processorSeconds), m_start(std::clock())
     {}
 
-    /** Takes off the bytes that a layer works on. @throws Fault, for good, once bytes or processor time are used up */
+    /** Takes off the bytes that a layer works on. @throws Fault each time, once bytes or processor time are used up */
     void Spend(std::uint64_t bytes)
     {
         constexpr std::uint64_t kClockStep = std::uint64_t{64} * 1024;

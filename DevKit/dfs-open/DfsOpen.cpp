@@ -20,7 +20,7 @@ namespace
 
 FileDescriptor OpenArchive(const std::string& path)
 {
-    // A named pipe must not keep the program waiting: what is opened is looked at first.
+    // Opening a named pipe must not block.
     FileDescriptor archive(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (!archive) {
         throw std::invalid_argument("cannot open " + path + ": " + std::generic_category().message(errno));

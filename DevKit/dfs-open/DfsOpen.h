@@ -20,8 +20,7 @@ struct Options
 };
 
 /**
- * Does what the options ask for. What is sound is delivered whatever else is not.
- *
+ * Does what the options ask for. What is sound is delivered, whatever else is not.
  * @param out takes the table, or the content of a sub-type
  * @param err takes, with a sub-type, what was found wrong
  * @return whether nothing is missing or damaged in what was asked for

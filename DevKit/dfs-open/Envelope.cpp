@@ -48,7 +48,7 @@ void Decrypt(CMS_ContentInfo* message, Bio content, EVP_PKEY* key, const ByteSin
     if (CountKeys(message) > kMostRecipients) {
         throw Crowded();
     }
-    // Without this flag, which it sets and does nothing else, a wrong key is hidden behind a random content key.
+    // This call only sets the flag. Without it, a random content key would hide that the key is wrong.
     if (CMS_decrypt(message, nullptr, nullptr, nullptr, nullptr, CMS_DEBUG_DECRYPT) != 1) {
         throw DamagedMessage();
     }

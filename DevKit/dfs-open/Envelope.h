@@ -10,11 +10,11 @@ struct evp_pkey_st;
 namespace DfsOpen
 {
 
-/** A private key read from a PEM file; a key that is itself encrypted has its pass phrase asked for on the terminal. */
+/** A private key from a PEM file. For one that is itself encrypted, the pass phrase is asked for on the terminal. */
 class PrivateKey
 {
 public:
-    /** @throws std::invalid_argument with a text for the user when the file cannot be read or holds no private key. */
+    /** @throws std::invalid_argument when the file cannot be read or holds no private key */
     explicit PrivateKey(const std::string& path);
 
     evp_pkey_st* Get() const { return m_key.get(); }
@@ -23,18 +23,16 @@ private:
     std::shared_ptr<evp_pkey_st> m_key;
 };
 
-/** How many keys the recipients may have, and how many bytes may describe them: devices name one recipient. */
+/** How many keys the recipients may have, and how many bytes may describe them. Devices name one recipient. */
 constexpr int kMostRecipients = 16;
 constexpr std::size_t kLongestRecipients = std::size_t{64} * 1024;
 
 /**
  * Opens one CMS EnvelopedData message (RFC 5652, section 6) in DER or in the indefinite-length form that a streamed
- * encryption writes. Recipients of two kinds have a private key: those of key transport (RSA) and of key agreement
- * (elliptic curves). The cipher must be AES in CBC mode (RFC 3565), which is all that devices use.
+ * encryption writes. The key may be one of key transport (RSA) or of key agreement (elliptic curves). The cipher must
+ * be AES in CBC mode (RFC 3565), which is all that devices use.
  *
- * EnvelopedData carries no proof of its integrity: no fault says only that the end of the message decrypted to proper
- * padding, and what reaches the sink must be verified by its reader.
- *
+ * EnvelopedData carries no proof of its integrity: whoever reads the sink must verify what reached it.
  * @param message the whole message, which is used up
  * @param key the recipient's key; without one the message is only looked at
  * @throws Fault, the sink's among them

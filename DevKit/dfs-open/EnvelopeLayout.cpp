@@ -33,7 +33,7 @@ void Require(bool isGood)
     }
 }
 
-/** Goes through elements in BER. */
+/** Goes through elements in BER (ITU-T X.690). */
 class BerReader
 {
 public:
@@ -119,7 +119,7 @@ private:
     std::size_t m_position = 0;
 };
 
-/** Takes an octet string that may come in pieces; those are moved to where the first one is. */
+/** Takes an octet string. Its pieces, if it comes in such, are moved to where the first one is. */
 EnvelopeLayout::Part TakeContent(BerReader& reader, std::string& message)
 {
     if (const auto whole = reader.TryTake(kPrimitive0)) {
@@ -159,7 +159,8 @@ EnvelopeLayout::EnvelopeLayout(std::string& message)
     cipher.size = reader.Position() - cipher.begin;
     content = TakeContent(reader, message);
     reader.Leave();
-    reader.TryTake(kConstructed1); // attributes, which are not encrypted
+    // Attributes, which are not encrypted.
+    reader.TryTake(kConstructed1);
     reader.Leave();
     reader.Leave();
     reader.Leave();

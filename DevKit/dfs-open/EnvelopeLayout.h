@@ -24,11 +24,9 @@ struct EnvelopeLayout
     };
 
     /**
-     * Finds the parts of a message with EnvelopedData as RFC 5652, section 6.1 has it, in DER or in the
-     * indefinite-length form that a streamed encryption writes. What is inside a part is not looked at.
-     *
-     * @param message its encrypted content is moved together into one piece
-     * @throws Fault when it is no such message, ends too early, something follows it, or it is wrong inside
+     * Finds the parts of EnvelopedData (RFC 5652, section 6.1), but does not look into them.
+     * @param message pieces of its encrypted content are joined in place
+     * @throws Fault when it is no such message, is malformed, ends too early, or something follows it
      */
     explicit EnvelopeLayout(std::string& message);
 

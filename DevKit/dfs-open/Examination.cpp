@@ -90,7 +90,8 @@ private:
 
     void TellLeftOut(TarReader& reader)
     {
-        constexpr std::size_t kLongestLine = 2 * Escape::kLongestName; // Behind the name are its size and the reason.
+        // Behind the name are its size and the reason.
+        constexpr std::size_t kLongestLine = 2 * Escape::kLongestName;
         std::string text;
         const bool isWhole = ReadText(reader, text);
         std::istringstream lines(text);
@@ -144,7 +145,8 @@ private:
         while (reader.Next(member)) {
             if (member.kind == MemberKind::HardLink && member.linkTarget == member.name &&
                 m_digestOfName.count(ItemName(member.name)) > 0) {
-                continue; // so tar stores a file that it was given twice
+                // So tar stores a file that it was given twice.
+                continue;
             }
             if (member.kind != MemberKind::File) {
                 Refuse(member, "it is a link, a folder or a device");
@@ -218,7 +220,8 @@ private:
         std::string digest = OpenItem(reader, m_key, m_limits, m_budget, write, item);
         try {
             if (item.outcome == Outcome::Whole) {
-                begin(); // a command may have printed nothing
+                // A command may have printed nothing.
+                begin();
             }
             if (isBegun) {
                 m_output.End(item.outcome == Outcome::Whole);

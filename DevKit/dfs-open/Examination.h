@@ -14,7 +14,7 @@ struct ArchiveReport
 {
     /** In the manifest's order, then members that it does not list in the archive's. */
     std::vector<Item> items;
-    /** What else is wrong, in words for the user. Names in it are escaped. */
+    /** What else is wrong, in words for the user, with escaped names. */
     std::vector<std::string> faults;
 
     /** Whether nothing is missing, damaged, refused or unlisted. */
@@ -22,10 +22,8 @@ struct ArchiveReport
 };
 
 /**
- * Goes through an archive: reads its manifest, opens the items that the output wants, in the archive's order, and
- * notes for each what it found. A member that the manifest does not list is opened like the others, so that nothing in
- * the archive is lost, but is a fault.
- *
+ * Reads an archive's manifest, and opens the items that the output wants, in the archive's order. A member that the
+ * manifest does not list is a fault, but is opened like the others, so that nothing is lost.
  * @param descriptor an open regular file
  * @param key the recipient's key; without one no plain content is read
  */

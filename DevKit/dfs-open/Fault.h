@@ -13,8 +13,8 @@ enum class Outcome
 {
     Whole,   ///< Opened to its last byte, checksums verified.
     Sealed,  ///< Nothing is wrong as far as can be seen: there is no key, or nobody asked for it.
-    Damaged, ///< It is not, or not wholly, what the device sent, or the key is not the right one.
-    Refused, ///< It may be whole, but is beyond a bound, not to be trusted, or cannot be stored.
+    Damaged, ///< It is not what the device sent, or not all of it, or the key is not the right one.
+    Refused, ///< It may be whole, but is beyond a bound, not trusted, or cannot be stored.
     Missing, ///< It is not in the archive.
 };
 

@@ -11,11 +11,8 @@ namespace DfsOpen
 {
 
 /**
- * Unpacks a gzip stream (RFC 1952; several gzip members in a row are one stream) as it arrives, and verifies the
- * checksum and the length at its end. Not thread-safe.
- *
- * libarchive's gzip filter does not look at the checksum, which is the only sign of damage that an item carries: this
- * uses zlib instead.
+ * Unpacks a gzip stream (RFC 1952, one or more members) as it arrives, and verifies its checksums. libarchive's filter
+ * does not verify them, and they are the only sign of damage that an item carries. Not thread-safe.
  */
 class Gunzip
 {
@@ -29,17 +26,14 @@ public:
         const char* tooLarge;  ///< More comes out than the limit allows.
     };
 
-    /**
-     * @param limit of the bytes that come out
-     * @param budget what goes in and comes out is taken off it; must outlive this
-     */
+    /** @param limit bytes that may come out @param budget what goes in and comes out is taken off; must outlive this */
     Gunzip(const Words& words, ByteSink sink, std::uint64_t limit, Budget& budget);
     ~Gunzip();
 
-    /** Unpacks the next bytes, less than 4 GiB. @throws Fault, the sink's among them; then nothing more may be fed */
+    /** Unpacks the next bytes, less than 4 GiB. @throws Fault, or what the sink throws; then nothing may be fed */
     void Feed(const char* data, std::size_t size);
 
-    /** Tells that all data was fed. @throws Fault unless it was one or more whole gzip members */
+    /** Ends the stream. @throws Fault unless it was one or more whole gzip members */
     void Finish() const;
 
     /** Bytes given to the sink so far. */

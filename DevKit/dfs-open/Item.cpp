@@ -48,7 +48,8 @@ std::string OpenItem(TarReader& reader, const PrivateKey* key, const Limits& lim
                 outer.Feed(data, size);
             }
         } catch (const Fault& found) {
-            fault = found; // the digest is of all
+            // The digest is of all bytes: the reading goes on.
+            fault = found;
         }
     });
     item.storedSize = storedSize;

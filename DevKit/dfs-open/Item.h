@@ -27,19 +27,13 @@ struct Item
     bool IsSound() const { return isListed && (outcome == Outcome::Whole || outcome == Outcome::Sealed); }
 };
 
-/**
- * Whether the text may name a file: not empty, at most 255 bytes, no "/", no control character, not "." or "..".
- * Such a name stays in the folder in which it is used.
- */
+/** Whether the text names a file of the folder in which it is used: 1 to 255 bytes, no "/", no control character. */
 bool IsPlainFileName(const std::string& name);
 
 /**
- * Opens the reader's current member layer by layer: gzip, CMS, gzip, and gives the plain content to the sink as it
- * appears. What is found wrong, by the sink too, becomes the item's outcome; it may be found after the sink was given
- * content.
- *
- * @param key the recipient's key; without one the item is looked at as far as possible
- * @param budget of the archive
+ * Opens the reader's current member layer by layer: gzip, CMS, gzip. The sink gets the plain content as it appears, and
+ * what turns out wrong, even after that, becomes the item's outcome.
+ * @param key the recipient's key; without one the item is opened as far as possible
  * @return the SHA-256 digest of the bytes in the archive
  * @throws ArchiveError when the archive ends or proves damaged in the member; the sink was given nothing
  */

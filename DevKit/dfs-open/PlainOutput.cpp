@@ -15,10 +15,11 @@ namespace DfsOpen
 namespace
 {
 
-constexpr mode_t kFolderMode = 0700; // diagnostic files are a customer's
+// Diagnostic files are a customer's.
+constexpr mode_t kFolderMode = 0700;
 constexpr mode_t kFileMode = 0600;
 
-/** With errno's text. */
+/** Adds errno's text. */
 std::invalid_argument Failure(const std::string& what)
 {
     return std::invalid_argument(what + ": " + std::generic_category().message(errno));
@@ -80,7 +81,7 @@ void FolderOutput::End(bool isWhole)
 {
     std::string problem = m_file.Reset() ? "" : Failure("not written").what();
     if (!isWhole || !problem.empty()) {
-        // A link is never made over a file that is there already, as a renamed file would be.
+        // Unlike rename(2), this never replaces a file that is there already.
         const std::string remains = m_name + ".damaged";
         if (!m_isEmpty && linkat(m_folder.Get(), m_name.c_str(), m_folder.Get(), remains.c_str(), 0) != 0) {
             problem = Failure("its remains cannot be kept as " + remains).what();

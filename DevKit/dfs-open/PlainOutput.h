@@ -10,10 +10,7 @@
 namespace DfsOpen
 {
 
-/**
- * Where the plain content of items goes, one item after another; by itself, nowhere: items are only opened to see
- * whether they are whole. Not thread-safe.
- */
+/** Takes the plain content of items, one after another. This one keeps nothing of it. Not thread-safe. */
 class PlainOutput
 {
 public:
@@ -22,16 +19,16 @@ public:
     PlainOutput(const PlainOutput&) = delete;
     PlainOutput& operator=(const PlainOutput&) = delete;
 
-    /** Whether the item is asked for; one that is not stays unopened. */
+    /** Whether the item is to be opened. */
     virtual bool Wants(const ManifestEntry& /*entry*/) const { return true; }
 
-    /** Begins an item whose file name is that of a plain file. @throws Fault when that is not possible */
+    /** Begins an item; its name is that of a plain file. @throws Fault when that is not possible */
     virtual void Begin(const ManifestEntry& /*entry*/) {}
 
     /** Takes the item's next bytes. @throws Fault when that is not possible */
     virtual void Write(const char* /*data*/, std::size_t /*size*/) {}
 
-    /** Ends an item that was begun, and was whole or not. @throws Fault when its content is not safely stored */
+    /** Ends the item. @throws Fault when its content is not safely stored */
     virtual void End(bool /*isWhole*/) {}
 };
 
@@ -51,17 +48,13 @@ private:
 };
 
 /**
- * Writes every item to a file of its name in a folder. A file that is there already is never touched, nor is anything
- * outside the folder. What could be read of an item that is not whole is kept under its name followed by ".damaged".
+ * Writes every item to a file of its name in a folder, and touches no file that is there already. What could be read of
+ * an item that is not whole is kept under its name followed by ".damaged".
  */
 class FolderOutput : public PlainOutput
 {
 public:
-    /**
-     * Makes the folder if there is none; its parent must exist.
-     *
-     * @throws std::invalid_argument with a text for the user when that is not possible
-     */
+    /** Makes the folder if there is none. @throws std::invalid_argument when that is not possible */
     explicit FolderOutput(const std::string& path);
 
     void Begin(const ManifestEntry& entry) override;

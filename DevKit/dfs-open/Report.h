@@ -15,7 +15,6 @@ void Print(const ArchiveReport& report, std::ostream& out);
 
 /**
  * Writes the archive's own faults and those of the items with the sub-type.
- *
  * @return whether there are such items, and all of them are whole
  */
 bool PrintFaults(const ArchiveReport& report, const std::string& subType, std::ostream& err);

@@ -18,7 +18,7 @@ namespace DfsOpen
 
 // gzip unpacks one such piece to 1 MiB at the most, which is held in memory.
 constexpr std::size_t kInputChunk = 1024;
-// What libarchive may read for one header, or between two pieces of content: it keeps a list of what it finds there.
+// What libarchive may read for one header, or between two pieces of content: it keeps what it finds there in memory.
 constexpr std::size_t kLongestHeader = std::size_t{2} * 1024 * 1024;
 constexpr std::size_t kOutputChunk = std::size_t{64} * 1024;
 
@@ -70,7 +70,7 @@ struct TarReader::Source
         }
     }
 
-    /** Why libarchive could not go on: what is wrong with the file beneath it, if anything is, says it best. */
+    /** Libarchive could not go on: what is wrong with the file beneath it, if anything is, is the better reason. */
     [[noreturn]] void Fail()
     {
         Finish();
@@ -170,7 +170,8 @@ bool TarReader::Read(std::uint64_t limit, const ByteSink& sink)
         }
         m_source->overhead = 0;
         try {
-            m_source->budget.Spend(static_cast<std::uint64_t>(got)); // a sparse file's holes are unpacked from nothing
+            // A sparse file's holes cost the file beneath nothing.
+            m_source->budget.Spend(static_cast<std::uint64_t>(got));
         } catch (const Fault& fault) {
             throw ArchiveError(fault.what());
         }

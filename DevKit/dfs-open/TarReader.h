@@ -27,7 +27,7 @@ enum class MemberKind
 
 struct TarMember
 {
-    std::string name; ///< As the archive has it, whatever that is.
+    std::string name; ///< As the archive has it.
     MemberKind kind = MemberKind::Other;
     std::string linkTarget; ///< Of a hard link.
 };
@@ -37,8 +37,7 @@ class TarReader
 {
 public:
     /**
-     * @param descriptor an open regular file, read from its beginning; stays the caller's, whose use of it must wait
-     *     until this reader is gone
+     * @param descriptor an open regular file, which is the reader's as long as it lives, and the caller's again then
      * @param limits of these, the number of members
      * @param budget what is read is taken off it; must outlive this
      * @throws ArchiveError when the file does not begin as such an archive
@@ -47,15 +46,13 @@ public:
     ~TarReader();
 
     /**
-     * Moves on to the next member; false after the last one, when the file proved whole to its end.
-     *
+     * Moves on to the next member; false after the last one, when the file has proved whole to its end.
      * @throws ArchiveError when the file is damaged, cut short or beyond the limits
      */
     bool Next(TarMember& member);
 
     /**
      * Gives the current member's content to the sink, up to the piece that passes the limit.
-     *
      * @return whether that was all
      * @throws ArchiveError as Next
      * @throws what the sink throws; the next member can be read all the same

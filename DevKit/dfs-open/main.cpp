@@ -19,14 +19,13 @@ int main(int argc, char** argv)
             ->type_name("KEY");
     CLI::Option* const list =
         app.add_flag("--list", "show the items (the default); with a key each is opened to see whether it is whole");
-    CLI::Option* const extract =
-        app.add_option("--extract", options.folder,
-                       "write every item's plain content into DIR, which is made if need be;\n"
-                       "a file that is there already is never overwritten; what is left of a\n"
-                       "damaged item is NAME.damaged")
-            ->type_name("DIR")
-            ->needs(key)
-            ->excludes(list);
+    CLI::Option* const extract = app.add_option("--extract", options.folder,
+                                                "write every item's plain content into DIR, which is made if need be;\n"
+                                                "a file that is there already is never overwritten; what is left of a\n"
+                                                "damaged item is NAME.damaged")
+                                     ->type_name("DIR")
+                                     ->needs(key)
+                                     ->excludes(list);
     app.add_option("--cat", options.subType,
                    "write the plain content of the items with this sub-type to standard\n"
                    "output, in the order in which the archive holds them")

@@ -39,7 +39,8 @@ struct CloudServer::Implementation
             context->stop();
             thread.join();
             acceptor.reset();
-            context.reset(); // and with it the connections, whose operations it owns
+            // The connections end with it: it owns their operations.
+            context.reset();
         }
     }
 

@@ -16,20 +16,14 @@ namespace DiagCloud
 
 struct CloudSettings
 {
-    /** TCP port on 127.0.0.1 and ::1; 0 for any. */
-    std::uint16_t port = 0;
-    /** Where what is sent is stored: ID-metadata.json and ID.tar.gz. Made if it is not there. */
-    std::string storeFolder;
+    std::uint16_t port = 0;  ///< TCP port on 127.0.0.1 and ::1; 0 for any.
+    std::string storeFolder; ///< Where ID-metadata.json and ID.tar.gz are stored. Made if it is not there.
     /** What shall happen to the requests, in their order; then the ordinary behaviour follows. */
     std::vector<Outcome> script;
-    /** Bytes of a request's body; more is answered with status 413. */
-    std::uint64_t maxBodySize = std::uint64_t{1} << 30U;
-    /** Clients served at a time; others wait to be accepted. */
-    std::size_t maxConnections = 64;
-    /** Whether requests are kept for Requests and WaitForRequest. */
-    bool keepRequests = true;
-    /** Takes a line for each request; may be empty. */
-    LineWriter writer;
+    std::uint64_t maxBodySize = std::uint64_t{1} << 30U; ///< In bytes; a larger body is answered with status 413.
+    std::size_t maxConnections = 64;                     ///< At a time; other clients wait to be accepted.
+    bool keepRequests = true;                            ///< For Requests and WaitForRequest.
+    LineWriter writer;                                   ///< Takes a line for each request; may be empty.
 };
 
 /**
@@ -37,19 +31,18 @@ struct CloudSettings
  *
  * POST to "/senders/PRODUCT/metadata" takes a metadata record and answers with the "uploadUrl" of an archive, which is
  * on this server. POST to that takes the archive if its Content-MD5 is right. Both forms of request target, a server's
- * and a proxy's, are understood. An upload may be repeated: the later archive replaces the earlier one.
- *
- * It has a thread of its own. Thread-safe.
+ * and a proxy's, are understood. An upload may be repeated: the later archive replaces the earlier one. It has
+ * a thread of its own. Thread-safe.
  */
 class CloudServer
 {
 public:
-    /** Listens and serves from here on. @throws std::system_error when the port or the folder cannot be had */
+    /** Listens and serves. @throws std::system_error when the port or the folder cannot be had */
     explicit CloudServer(CloudSettings settings);
 
     ~CloudServer();
 
-    /** Ends all connections, whatever they are doing. */
+    /** Ends all connections at once. Blocks. */
     void Stop();
 
     std::uint16_t Port() const;
@@ -57,12 +50,13 @@ public:
     /** "http://localhost:" and the port. */
     std::string Url() const;
 
-    /** The requests so far. */
+    /** Those so far, in the order in which the answers were decided. */
     std::vector<ReceivedRequest> Requests() const;
 
     /**
-     * The request of that number, counted from 1 in the order in which the answers were decided; waits for it if need
-     * be. An answer that is delayed or cut off is decided before that. None when the time is up.
+     * Waits for the request of that number, counted from 1 in that order. The answer is decided before it is delayed or
+     * cut off. Blocks.
+     * @return none when the time is up
      */
     std::optional<ReceivedRequest> WaitForRequest(std::size_t number, std::chrono::milliseconds timeout) const;
 

@@ -10,13 +10,12 @@ namespace DiagCloud
 struct Cloud;
 
 /**
- * Speaks HTTP/1.1 (RFC 9112) with one client: reads requests, lets an Exchange decide on each, and gives the client the
- * outcome. Begins here, and goes on in the socket's context until the client is gone, stalls or breaks the protocol.
- *
+ * Speaks HTTP/1.1 (RFC 9112) with one client: reads requests, lets an Exchange decide on each, and sends the outcome.
+ * It begins here, and goes on in the socket's context until the client is gone, stalls or breaks the protocol.
  * @param seat kept until then
  * @param cloud must outlive the context
  * @param maxBodySize bytes of a request's body
- * @throws boost::system::system_error when the socket is no good
+ * @throws boost::system::system_error when the socket is unusable
  */
 void Serve(boost::asio::ip::tcp::socket socket, LoopbackAcceptor::Seat seat, Cloud& cloud, std::uint64_t maxBodySize);
 

@@ -14,7 +14,6 @@ namespace DiagCloud
 namespace
 {
 
-
 constexpr std::size_t kLongestText = std::size_t{1024} * 1024;
 
 /** What is wrong with an archive's Content-MD5; empty when nothing is. @param md5 the archive's, in hexadecimal */
@@ -155,7 +154,8 @@ void Exchange::TakeArchive()
     if (!m_storeFault.empty()) {
         return Refuse(500, m_storeFault);
     }
-    if (!m_archive) { // none yet when the archive is empty
+    if (!m_archive) {
+        // The archive is empty.
         m_archive = m_cloud.store.AddArchive(m_route.id);
     }
     m_request.archivePath = m_archive->Complete();
@@ -168,7 +168,8 @@ void Exchange::TakeArchive()
 
 void Exchange::Refuse(int status, const std::string& reason)
 {
-    m_archive.reset(); // Whoever is told of the refusal finds nothing stored.
+    // A client that is told of the refusal finds nothing stored.
+    m_archive.reset();
     m_remark = reason;
     m_outcome.Refuse(status, reason);
 }

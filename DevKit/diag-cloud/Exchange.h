@@ -14,7 +14,7 @@
 namespace DiagCloud
 {
 
-/** What all exchanges of a server share. */
+/** What the exchanges of a server share. */
 struct Cloud
 {
     Script script;
@@ -24,16 +24,16 @@ struct Cloud
 };
 
 /**
- * One request and what comes of it: the cloud's ordinary behaviour, or what the script has for it. Knows nothing of how
- * bytes travel. Not thread-safe; ends by Finish or by Lose.
+ * One request and what comes of it: the cloud's ordinary behaviour, or what the script has for it. It ends by Finish or
+ * by Lose. Not thread-safe.
  */
 class Exchange
 {
 public:
-    /** Takes a request's header in; the script's outcome for it is chosen here. */
+    /** Takes a request's header, and the script's outcome for it. */
     Exchange(Cloud& cloud, std::string method, std::string target, Headers headers);
 
-    /** What the script has for the request; as an Outcome is made, when it has nothing. */
+    /** What the script has for the request; an Outcome that changes nothing when it has nothing. */
     const Outcome& Scripted() const { return m_outcome; }
 
     /** Takes the next bytes of the body. */
@@ -42,10 +42,10 @@ public:
     /** Bytes of the body that have arrived. */
     std::uint64_t BodySize() const { return m_request.bodySize; }
 
-    /** The body is complete: has the request's effect and records it. @return the answer, its status set or hanging */
+    /** Ends a request whose body is complete: has its effect, and records it. @return the answer, or that it hangs */
     Outcome Finish();
 
-    /** The request never became complete, or is dropped: records it with the reason. */
+    /** Ends a request that did not become complete, or is dropped: records it with the reason. */
     void Lose(const std::string& reason);
 
 private:

@@ -6,11 +6,9 @@ namespace DiagCloud
 {
 
 /**
- * Looks at the record that announces an archive: a JSON object with the texts "productName", "productId",
- * "productType", "softwareVersion", "fileType" and "uploadTimeStamp" (UTC, as 2026-11-15T03:04:05Z), and, if there are
- * any, "uploadedItems", objects with "type" (the name or the number of a kind of file) and "subType", and "version",
- * a number. Other members are let pass.
- *
+ * Judges the record that announces an archive: a JSON object with the texts "productName", "productId", "productType",
+ * "softwareVersion", "fileType" and "uploadTimeStamp" (UTC, as 2026-11-15T03:04:05Z). It may have "uploadedItems",
+ * objects with "type" (the name or the number of a kind of file) and "subType"; "version", a number; and other members.
  * @param productId the product's id in the request's path, which the record must repeat
  * @return what is wrong with it, for its sender; empty when nothing is
  */

@@ -13,15 +13,14 @@
 namespace DiagCloud
 {
 
-/** Numbers, records and prints the requests. Any thread may call. */
+/** Numbers, records and prints the requests. Thread-safe. */
 class RequestLog
 {
 public:
-    /** @param keep whether requests are kept for Requests and WaitFor @param writer takes a line for each; may be empty
-     */
+    /** @param keep the requests, for Requests and WaitFor @param writer takes a line for each; may be empty */
     RequestLog(bool keep, LineWriter writer);
 
-    /** Adds a request, whose number is set here; remark ends its line. */
+    /** Gives the request its number; the remark ends its line. */
     void Add(ReceivedRequest request, const std::string& remark);
 
     /** Prints a line that is about no request. */
@@ -29,7 +28,7 @@ public:
 
     std::vector<ReceivedRequest> Requests() const;
 
-    /** The request of that number, counted from 1, waiting for it if need be; none when the time is up. */
+    /** The request of that number, counted from 1; none when it does not come in time. Blocks. */
     std::optional<ReceivedRequest> WaitFor(std::size_t number, std::chrono::milliseconds timeout) const;
 
 private:

@@ -20,10 +20,7 @@ struct Route
     bool pathKnown = false; ///< The path is one of the two, whatever the method.
 };
 
-/**
- * Reads a request line's method and target, in origin form or, as a proxy is sent it, in absolute form (RFC 9112,
- * section 3.2); the host is not looked at.
- */
+/** Reads a method and a target in origin form or, as proxies get it, in absolute form (RFC 9112, section 3.2). */
 Route FindRoute(const std::string& method, const std::string& target);
 
 } // namespace DiagCloud

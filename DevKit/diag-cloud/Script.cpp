@@ -56,8 +56,7 @@ std::optional<RequestKind> Match(const Json::Value& value)
 /** Whether the text can be the name of a header field (RFC 9110, section 5.6.2). */
 bool IsToken(const std::string& text)
 {
-    constexpr const char* kCharacters =
-        "!#$%&'*+-.^_`|~0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+    constexpr const char* kCharacters = "!#$%&'*+-.^_`|~0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
     return !text.empty() && text.find_first_not_of(kCharacters) == std::string::npos;
 }
 

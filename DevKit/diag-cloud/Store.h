@@ -11,8 +11,8 @@ namespace DiagCloud
 {
 
 /**
- * A file that appears in the store under its name only once it is complete, in place of an earlier one of that name.
- * Until then it has another name, and if it is not completed it is removed. Not thread-safe.
+ * A file that gets its name once it is complete, in place of an earlier one of that name. A file that is not completed
+ * is removed. Not thread-safe.
  */
 class IncomingFile
 {
@@ -24,7 +24,7 @@ public:
     /** Appends. @throws std::system_error */
     void Write(std::string_view bytes);
 
-    /** Gives the file its name, and returns the path. @throws std::system_error when it could not be written whole */
+    /** Gives the file its name. @return the path @throws std::system_error when it could not be written whole */
     std::string Complete();
 
 private:
@@ -33,14 +33,14 @@ private:
     FileDescriptor m_file;
 };
 
-/** The folder in which the cloud keeps what it is sent: ID-metadata.json and ID.tar.gz. Not thread-safe. */
+/** The folder with what the cloud was sent: ID-metadata.json and ID.tar.gz. Not thread-safe. */
 class Store
 {
 public:
-    /** Makes the folder if there is none. @throws std::system_error when that is not possible */
+    /** Makes the folder if there is none. @throws std::system_error */
     explicit Store(std::string folder);
 
-    /** Stores a metadata record and returns the id of the archive that it announces. @throws std::system_error */
+    /** Stores a metadata record. @return the id of the archive that it announces @throws std::system_error */
     std::string AddMetadata(const std::string& text);
 
     /** The metadata record that announced the archive; none when nothing did. */

@@ -43,7 +43,7 @@ int main(int argc, char** argv)
         "archives, stores them and prints a line for each request. Listens on 127.0.0.1 and ::1 only. Ends on SIGINT\n"
         "or SIGTERM.",
         "diag-cloud");
-    AddPortOption(app, settings.port, "port to listen on; 0 takes any");
+    AddPortOption(app, settings.port, 0, "port to listen on; 0 takes any");
     app.add_option("--store", settings.storeFolder, "where metadata and archives are stored; made if it is not there")
         ->type_name("DIR")
         ->capture_default_str();

@@ -12,25 +12,20 @@ namespace GatrixGateway
 
 struct GatewaySettings
 {
-    /** TCP port on 127.0.0.1 and ::1; 0 for any. */
-    std::uint16_t port = 0;
-    /** Takes a line for each event of interest; may be empty. Called on the gateway's thread. */
-    LineWriter writer;
-    /** Whether each frame is a line too. */
-    bool verbose = false;
+    std::uint16_t port = 0; ///< TCP port on 127.0.0.1 and ::1; 0 for any.
+    LineWriter writer;      ///< Takes a line for each event of interest, on the gateway's thread; may be empty.
+    bool verbose = false;   ///< Whether each frame is a line too.
     ConnectionLimits limits;
 };
 
 /**
  * The reference gateway: passes requests, answers and notifications between the services of a machine that connect to
- * it by WebSocket. The wire is written in docs/gateway.md.
- *
- * It has a thread of its own. Thread-safe.
+ * it by WebSocket, as docs/gateway.md describes. It has a thread of its own. Thread-safe.
  */
 class Gateway
 {
 public:
-    /** Listens and serves from here on. @throws std::system_error when the port cannot be had */
+    /** Listens and serves. @throws std::system_error when the port cannot be had */
     explicit Gateway(GatewaySettings settings);
 
     ~Gateway();

@@ -9,6 +9,9 @@
 #include <stdexcept>
 #include <utility>
 
+namespace GatrixPeer
+{
+
 namespace
 {
 constexpr char kUploadEndpoint[] = "/dfservice/upload";
@@ -29,7 +32,7 @@ void Say(const Parts&... parts)
 }
 } // namespace
 
-Peer::Peer(PeerOptions options) : APTask("gatrix-peer", 0, CTask::NOT_REALTIME, -1), m_options(std::move(options))
+Peer::Peer(Options options) : APTask("gatrix-peer", 0, CTask::NOT_REALTIME, -1), m_options(std::move(options))
 {
     std::ofstream note(kNoteFile);
     note << "A note that gatrix-peer left on the device.\n" << std::flush;
@@ -67,19 +70,19 @@ void Peer::ConnectionCB(bool isConnected)
         return;
     }
     Say("connected to the gateway, offers ", kSystemInfoEndpoint, ", ", kNoteEndpoint, " and ", kStateEndpoint);
-    using DFSCommonPB::FilepathResponseMsg;
-    using DFSCommonPB::PayloadResponseMsg;
-    using Gatrix::GatrixClientIF;
-    m_gatrix->RegisterGetHandler(
-        kSystemInfoEndpoint,
-        GatrixClientIF::GetHandler<DeviceManagerPb::DeviceInfo>(this, this, &Peer::HandleSystemInfo), kGroup);
-    m_gatrix->RegisterGetHandler(
-        kNoteEndpoint, GatrixClientIF::GetHandler<FilepathResponseMsg>(this, this, &Peer::HandleNote), kGroup);
-    m_gatrix->RegisterGetHandler(
-        kStateEndpoint, GatrixClientIF::GetHandler<PayloadResponseMsg>(this, this, &Peer::HandleState), kGroup);
+    Offer(kSystemInfoEndpoint, &Peer::HandleSystemInfo);
+    Offer(kNoteEndpoint, &Peer::HandleNote);
+    Offer(kStateEndpoint, &Peer::HandleState);
+    using EndpointsCallback = Gatrix::GatrixClientIF::EndpointsCallback;
     m_gatrix->RegisterEndpointsOfInterest({kUploadEndpoint, kRegistrationEndpoint},
-                                          GatrixClientIF::EndpointsCallback(this, this, &Peer::ReadyCB),
-                                          GatrixClientIF::EndpointsCallback(this, this, &Peer::NotReadyCB));
+                                          EndpointsCallback(this, this, &Peer::ReadyCB),
+                                          EndpointsCallback(this, this, &Peer::NotReadyCB));
+}
+
+template <class Answer>
+void Peer::Offer(const char* endpoint, Handler<Answer> handler)
+{
+    m_gatrix->RegisterGetHandler(endpoint, Gatrix::GatrixClientIF::GetHandler<Answer>(this, this, handler), kGroup);
 }
 
 void Peer::ReadyCB(const std::vector<std::string>& /*endpoints*/)
@@ -94,8 +97,7 @@ void Peer::NotReadyCB(const std::vector<std::string>& endpoints)
     Say("nobody handles ", endpoints.empty() ? "the service's endpoints" : endpoints.front(), " any more");
 }
 
-void Peer::HandleSystemInfo(const Callback<DeviceManagerPb::DeviceInfo>& onAnswer,
-                            const Callback<Gatrix::Error>& /*onError*/)
+void Peer::HandleSystemInfo(const Callback<DeviceManagerPb::DeviceInfo>& onAnswer, const RefusalCallback& /*onError*/)
 {
     DeviceManagerPb::DeviceInfo info;
     info.set_name("Kitchen");
@@ -105,8 +107,7 @@ void Peer::HandleSystemInfo(const Callback<DeviceManagerPb::DeviceInfo>& onAnswe
     onAnswer(info);
 }
 
-void Peer::HandleNote(const Callback<DFSCommonPB::FilepathResponseMsg>& onAnswer,
-                      const Callback<Gatrix::Error>& /*onError*/)
+void Peer::HandleNote(const Callback<DFSCommonPB::FilepathResponseMsg>& onAnswer, const RefusalCallback& /*onError*/)
 {
     Say("was asked for ", kNoteEndpoint, ", answers with the path ", kNoteFile);
     DFSCommonPB::FilepathResponseMsg answer;
@@ -114,8 +115,7 @@ void Peer::HandleNote(const Callback<DFSCommonPB::FilepathResponseMsg>& onAnswer
     onAnswer(answer);
 }
 
-void Peer::HandleState(const Callback<DFSCommonPB::PayloadResponseMsg>& onAnswer,
-                       const Callback<Gatrix::Error>& /*onError*/)
+void Peer::HandleState(const Callback<DFSCommonPB::PayloadResponseMsg>& onAnswer, const RefusalCallback& /*onError*/)
 {
     Say("was asked for ", kStateEndpoint, ", answers with the payload ", m_options.payload);
     DFSCommonPB::PayloadResponseMsg answer;
@@ -175,3 +175,5 @@ void Peer::UploadErrorCB(const Gatrix::Error& error)
     Say("upload refused: ", error.statuscode(), ' ', error.message());
     m_answer.set_value(false);
 }
+
+} // namespace GatrixPeer

@@ -8,9 +8,9 @@
 
 namespace
 {
-int Run(const PeerOptions& options)
+int Run(const GatrixPeer::Options& options)
 {
-    Peer peer(options);
+    GatrixPeer::Peer peer(options);
     if (!peer.WaitUntilReady()) {
         std::cerr << "gatrix-peer: the gateway or the diagnostic-file service did not come in time" << std::endl;
         return 3;
@@ -31,9 +31,8 @@ std::string FindTypeFault(const std::string& name)
 
 int main(int argc, char** argv)
 {
-    constexpr int kLargestPort = 65535;
     constexpr int kMostSeconds = 3600;
-    PeerOptions options;
+    GatrixPeer::Options options;
     DFSCommonPB::UploadRequest& upload = options.upload;
     int timeout = static_cast<int>(options.timeout.count());
     CLI::App app(
@@ -69,10 +68,7 @@ int main(int argc, char** argv)
         ->type_name("TEXT")
         ->capture_default_str();
     app.add_flag("--stay", options.isStaying, "go on offering the endpoints after the answer");
-    app.add_option("--port", options.port, "of the gateway, on this machine")
-        ->check(CLI::Range(1, kLargestPort))
-        ->type_name("PORT")
-        ->capture_default_str();
+    AddPortOption(app, options.port, 1, "of the gateway, on this machine");
     app.add_option("--timeout", timeout,
                    "how long to wait for the gateway and the service; the upload itself may take an hour")
         ->check(CLI::Range(1, kMostSeconds))

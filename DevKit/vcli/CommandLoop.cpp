@@ -12,18 +12,21 @@
 #include <string>
 #include <vector>
 
+namespace Vcli
+{
+
 namespace
 {
-/** Reads lines; while it waits for one, what services send is shown. */
+/** Reads lines, and meanwhile shows what services send. */
 class LineReader
 {
 public:
     LineReader(Console& console, bool isPrompted) : m_console(console), m_isPrompted(isPrompted) {}
 
-    /** The next line; nothing at the end of the input. The last line may lack its line feed. */
+    /** None at the end of the input. The last line may lack its line feed. */
     std::optional<std::string> Next()
     {
-        // Some of it may have been read with the last reply: poll would not tell.
+        // What was read with the last reply does not wake poll.
         m_console.ShowArrived();
         ShowPrompt();
         while (true) {
@@ -109,3 +112,5 @@ ExitStatus RunCommandLoop(const Options& options)
     }
     return first;
 }
+
+} // namespace Vcli

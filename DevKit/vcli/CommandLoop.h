@@ -2,5 +2,10 @@
 
 #include "Options.h"
 
-/** Runs the commands that come line by line on standard input, to its end or to "quit". Returns the first failure. */
+namespace Vcli
+{
+
+/** Runs the commands on standard input, one a line, to its end or to "quit". @return the first failure */
 ExitStatus RunCommandLoop(const Options& options);
+
+} // namespace Vcli

@@ -11,6 +11,9 @@
 #include <system_error>
 #include <utility>
 
+namespace Vcli
+{
+
 namespace
 {
 using CliWire::Event;
@@ -168,12 +171,11 @@ ExitStatus Console::RunOn(ServiceLink& link, const std::string& line)
     const auto deadline = ReplyDeadline();
     link.Send({CliWire::Request::Kind::Run, id, line}, deadline);
     const auto event = Await(link, AnswerTo(id), deadline);
-    if (!event && !link.IsOpen()) {
-        return Complain(ExitStatus::ServiceGone, link.Name() + " closed the connection before it replied");
-    }
     if (!event) {
-        return Complain(ExitStatus::NoReply,
-                        link.Name() + " sent no reply within " + std::to_string(m_options.timeout.count()) + " s");
+        const std::string time = std::to_string(m_options.timeout.count());
+        return link.IsOpen()
+                   ? Complain(ExitStatus::NoReply, link.Name() + " sent no reply within " + time + " s")
+                   : Complain(ExitStatus::ServiceGone, link.Name() + " closed the connection before it replied");
     }
     switch (event->kind) {
         case Event::Kind::Reply:
@@ -190,12 +192,11 @@ ExitStatus Console::AwaitOutcome(ServiceLink& link)
 {
     const auto isOutcome = [](const Event& event) { return event.kind == Event::Kind::Async; };
     const auto event = Await(link, isOutcome, ServiceLink::Clock::now() + m_options.waitTimeout);
-    if (!event && !link.IsOpen()) {
-        return Complain(ExitStatus::ServiceGone, link.Name() + " closed the connection before it told the outcome");
-    }
     if (!event) {
-        return Complain(ExitStatus::NoOutcome,
-                        "the outcome did not come within " + std::to_string(m_options.waitTimeout.count()) + " s");
+        const std::string time = std::to_string(m_options.waitTimeout.count());
+        return link.IsOpen() ? Complain(ExitStatus::NoOutcome, "the outcome did not come within " + time + " s")
+                             : Complain(ExitStatus::ServiceGone,
+                                        link.Name() + " closed the connection before it told the outcome");
     }
     Print(event->text);
     return ExitStatus::Done;
@@ -259,3 +260,5 @@ bool Console::IsToWait(const std::string& reply) const
         reply.size() >= mark.size() && reply.compare(reply.size() - mark.size(), mark.size(), mark) == 0;
     return m_options.isWaiting.value_or(isTriggered && !m_isPrompted);
 }
+
+} // namespace Vcli

@@ -10,17 +10,20 @@
 #include <string>
 #include <vector>
 
+namespace Vcli
+{
+
 /**
- * Runs commands on the services of this machine. Replies and lines of services go to standard output, what is wrong to
- * standard error. Connections are kept from one command to the next.
+ * Runs commands on the services of this machine. What they send goes to standard output, what is wrong to standard
+ * error. Connections are kept from one command to the next. Not thread-safe.
  */
 class Console
 {
 public:
-    /** @param isPrompted somebody sits at a prompt */
+    /** @param isPrompted whether somebody sits at a prompt */
     Console(const Options& options, bool isPrompted);
 
-    /** Runs one command to its reply and, as the options say, to its outcome. */
+    /** Runs a command to its reply and, as the options say, to its outcome. Blocks. */
     ExitStatus Run(const std::vector<std::string>& words);
 
     /** Prints what services have sent by themselves, and drops connections that were closed. */
@@ -35,11 +38,11 @@ private:
 
     /** Connects to the services that are not connected yet. */
     void Connect();
-    /** What the services offer, by service; those that do not say so in time are complained of. */
+    /** What the services offer. A service that does not tell in time is complained of, and missing. */
     Offers AskForCommands();
     ExitStatus RunOn(ServiceLink& link, const std::string& line);
     ExitStatus AwaitOutcome(ServiceLink& link);
-    /** Waits for an event of the kind, until the deadline or the link's end; prints those that come before it. */
+    /** Waits for such an event, until the deadline or the link's end. Prints those that come before it. */
     static std::optional<CliWire::Event> Await(ServiceLink& link,
                                                const std::function<bool(const CliWire::Event&)>& isAwaited,
                                                ServiceLink::Clock::time_point deadline);
@@ -52,3 +55,5 @@ private:
     Links m_links;
     int m_lastId = 0;
 };
+
+} // namespace Vcli

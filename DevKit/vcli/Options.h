@@ -3,6 +3,9 @@
 #include <chrono>
 #include <optional>
 
+namespace Vcli
+{
+
 /** How vcli ends; with several commands, as the first of them that failed. */
 enum class ExitStatus
 {
@@ -16,14 +19,14 @@ enum class ExitStatus
     NoOutcome = 7,
 };
 
-/** How long vcli waits, and for what. */
+/** How long to wait, and for what. */
 struct Options
 {
     std::chrono::seconds timeout{5};
-    /**
-     * Whether to wait, after a command's reply, for the line that tells its outcome. If it is not said: if the reply
-     * ends in "Triggered" and nobody sits at a prompt, where the line shows when it comes.
-     */
+    /** Whether to wait for the outcome after a reply; by default, if the reply ends in "Triggered", and not at a
+     * prompt. */
     std::optional<bool> isWaiting;
     std::chrono::seconds waitTimeout{15 * 60};
 };
+
+} // namespace Vcli

@@ -8,9 +8,12 @@
 #include <cstdint>
 #include <utility>
 
+namespace Vcli
+{
+
 namespace
 {
-/** In milliseconds; poll(2) is called again when it is over too soon. */
+/** In milliseconds. */
 constexpr std::int64_t kLongestPoll = 1000000;
 
 /** Whether the descriptor became ready in time. */
@@ -68,3 +71,5 @@ std::optional<CliWire::Event> ServiceLink::Next(Clock::time_point deadline)
     }
     return std::nullopt;
 }
+
+} // namespace Vcli

@@ -7,6 +7,9 @@
 #include <optional>
 #include <string>
 
+namespace Vcli
+{
+
 /** The tool's end of a connection to one service. */
 class ServiceLink
 {
@@ -19,16 +22,12 @@ public:
     const std::string& Name() const noexcept { return m_name; }
     int Descriptor() const noexcept { return m_socket.Get(); }
 
-    /** False once the service has closed the connection, sent what is no event, or not taken a request in time. */
+    /** False once the service has closed the connection, sent what is no event, or not read a request in time. */
     bool IsOpen() const noexcept { return m_isOpen; }
 
     void Send(const CliWire::Request& request, Clock::time_point deadline);
 
-    /**
-     * Waits for the next event; with a deadline that has passed, only looks whether there is one.
-     *
-     * @return nothing when the time is up, or the link is no longer open
-     */
+    /** Waits for the next event. @return none at the deadline, or when the link is no longer open */
     std::optional<CliWire::Event> Next(Clock::time_point deadline);
 
 private:
@@ -37,3 +36,5 @@ private:
     bool m_isOpen = true;
     CliWire::LineCutter m_lines{CliWire::kMaxEventLength};
 };
+
+} // namespace Vcli

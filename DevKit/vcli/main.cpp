@@ -28,7 +28,7 @@ Words may be quoted as in a shell. Exit status, with several commands that of th
 int main(int argc, char** argv)
 {
     constexpr int kMostSeconds = 7 * 24 * 3600;
-    Options options;
+    Vcli::Options options;
     int timeout = static_cast<int>(options.timeout.count());
     int waitTimeout = 0;
     CLI::App app(
@@ -62,6 +62,7 @@ int main(int argc, char** argv)
         } else if (!noWait->empty()) {
             options.isWaiting = false;
         }
-        return static_cast<int>(words.empty() ? RunCommandLoop(options) : Console(options, false).Run(words));
+        return static_cast<int>(words.empty() ? Vcli::RunCommandLoop(options)
+                                              : Vcli::Console(options, false).Run(words));
     });
 }

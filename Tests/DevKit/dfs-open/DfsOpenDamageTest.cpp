@@ -23,12 +23,6 @@ std::string Half(const std::string& data)
 {
     return data.substr(0, data.size() / 2);
 }
-
-/** An archive of one item, byte by byte. */
-std::string OneItem(const ArchiveMaker& maker)
-{
-    return ReadWholeFile(maker.Write({maker.Manifest({{"log", "l"}}), {"log.gz", maker.Seal(kLog)}}));
-}
 } // namespace
 
 TEST(DfsOpenDamage, DamagedItem_IsNamedAndTheOthersAreExtracted)
@@ -40,15 +34,11 @@ TEST(DfsOpenDamage, DamagedItem_IsNamedAndTheOthersAreExtracted)
     const std::string packed = maker.Gzip(plain);
     const std::string message = maker.Encrypt(packed);
     const std::string sealed = maker.Gzip(message);
-    const std::string noMessage = maker.Filter("openssl cms -data_create -binary -outform DER", plain);
-    const std::string crc = "decrypted to damaged content";
+    const std::string data = maker.Filter("openssl cms -data_create -binary -outform DER", plain);
     std::string tooLong = message;
     tooLong.replace(message.find("\x31\x82") + 1, 3, "\x82\xff\xff");
     const ArchiveMaker other;
-    std::string crowd;
-    for (int recipient = 0; recipient < 17; ++recipient) {
-        crowd += "certificate.pem ";
-    }
+    const std::string crowd = other.Encrypt(packed, "-aes-256-cbc", Repeat(17, "certificate.pem "));
     const struct
     {
         const char* what;
@@ -58,23 +48,22 @@ TEST(DfsOpenDamage, DamagedItem_IsNamedAndTheOthersAreExtracted)
     } cases[] = {
         {"nothing", "", "not a gzip file"},
         {"gzip cut", Half(sealed), "its compression is cut short"},
-        {"gzip magic only", sealed.substr(0, 1), "its compression is cut short"},
         {"gzip wrong inside", Flip(sealed, sealed.size() / 2), "its compression is damaged"},
         {"gzip and more", sealed + "more", "its compression is damaged"},
         {"no message", maker.Gzip(""), "empty: its encryption wrote nothing"},
         {"not encrypted", maker.Gzip(plain), "not an encrypted CMS message"},
-        {"other CMS type", maker.Gzip(noMessage), "not an encrypted CMS message"},
+        {"other CMS type", maker.Gzip(data), "not an encrypted CMS message"},
         {"message cut", maker.Gzip(Half(message)), "message is damaged or cut short"},
         {"message and more", maker.Gzip(message + "more"), "message is damaged or cut short"},
         {"part too long", maker.Gzip(tooLong), "message is damaged or cut short"},
-        {"ciphertext wrong", maker.Gzip(Flip(message, message.size() / 2)), crc, true},
+        {"ciphertext wrong", maker.Gzip(Flip(message, message.size() / 2)), "decrypted to damaged content", true},
         {"other recipient", other.Seal(plain), "does not open with this key"},
-        {"17 recipients", maker.Gzip(other.Encrypt(packed, "-aes-256-cbc", crowd)),
-         "more recipients than are accepted"},
+        {"17 recipients", maker.Gzip(crowd), "more recipients than are accepted"},
         {"other cipher", maker.Gzip(maker.Encrypt(packed, "-des3")), "another cipher than AES-CBC"},
         {"not compressed", maker.Gzip(maker.Encrypt(plain)), "decrypted to something that is not gzip"},
         {"output cut", maker.Gzip(maker.Encrypt(Half(packed))), "decrypted to content that is cut short", true},
-        {"output wrong", maker.Gzip(maker.Encrypt(Flip(packed, packed.size() - 1))), crc, true},
+        {"output wrong", maker.Gzip(maker.Encrypt(Flip(packed, packed.size() - 1))), "decrypted to damaged content",
+         true},
     };
     const Member manifest = maker.Manifest({{"bad", "b"}, {"good", "g"}});
     const Member good = {"good.gz", maker.Seal(kLog)};
@@ -96,10 +85,10 @@ TEST(DfsOpenDamage, DamagedItem_IsNamedAndTheOthersAreExtracted)
 TEST(DfsOpenDamage, FaultyArchive_IsToldAndItsItemIsExtracted)
 {
     const ArchiveMaker maker;
-    const std::string whole = OneItem(maker);
     const Member item = {"log.gz", maker.Seal(kLog)};
     const std::string name = "dfs_uploadmanifest.json";
     const auto bytesOf = [&maker](const std::vector<Member>& members) { return ReadWholeFile(maker.Write(members)); };
+    const std::string whole = bytesOf({maker.Manifest({{"log", "l"}}), item});
     const std::string damaged = "the archive cannot be read to its end: ";
     const std::pair<std::string, std::string> cases[] = {
         {bytesOf({maker.Manifest({{"log", "l"}, {"absent", "a"}}), item}), "missing: not in the archive"},
@@ -120,29 +109,5 @@ TEST(DfsOpenDamage, FaultyArchive_IsToldAndItsItemIsExtracted)
         EXPECT_EQ(result.status, 1) << expected;
         EXPECT_THAT(result.output, HasSubstr(expected));
         EXPECT_EQ(ReadWholeFile(folder.Path() + "/out/log"), kLog) << expected;
-    }
-}
-
-TEST(DfsOpenDamage, ChangedArchive_NeverYieldsChangedContent)
-{
-    const ArchiveMaker maker;
-    const std::string bytes = OneItem(maker);
-    const std::string tar = maker.Filter("gzip -dc", bytes);
-    std::mt19937 random(7);
-    std::vector<std::string> changed;
-    for (std::size_t step = 1; step < 50; ++step) {
-        changed.push_back(bytes.substr(0, bytes.size() * step / 50));
-        changed.push_back(Flip(bytes, random() % bytes.size()));
-        // Behind the archive's own checksum too: here every layer beneath sees the damage.
-        changed.push_back(maker.Gzip(Flip(tar, random() % tar.size())));
-    }
-    for (const std::string& content : changed) {
-        const TemporaryFolder folder;
-        const std::string out = folder.Path() + "/out";
-        const Finished result = maker.Open(folder.Write("changed", content), {"--extract", out});
-        EXPECT_TRUE(result.status == 0 || result.status == 1) << result.output;
-        if (result.status == 0 || fs::exists(out + "/log")) {
-            EXPECT_EQ(ReadWholeFile(out + "/log"), kLog);
-        }
     }
 }

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <functional>
 #include <sstream>
 
@@ -12,15 +13,6 @@ using testing::HasSubstr;
 
 const std::string kLog = "a line of the log\n";
 constexpr std::size_t kManyTimes = 2000000;
-
-std::string Repeat(std::size_t count, const std::string& text)
-{
-    std::string all;
-    for (std::size_t index = 0; index < count; ++index) {
-        all += text;
-    }
-    return all;
-}
 
 /** An element in DER. */
 std::string Element(char identifier, const std::string& content)
@@ -50,7 +42,7 @@ struct Message
     std::string begin;
     std::string recipients;
     std::string cipher;
-    std::string content; //!< Ends its EncryptedContentInfo.
+    std::string content; ///< Ends its EncryptedContentInfo.
     const std::string ends = std::string(6, '\0');
 };
 } // namespace
@@ -110,30 +102,51 @@ TEST(DfsOpenHostile, Archive_StaysWithinMemoryAndSaysWhatIsWrong)
     }
 }
 
-TEST(DfsOpenHostile, WorkBehindFewBytes_IsBounded)
+TEST(DfsOpenHostile, Bombs_EndAtTheBounds)
 {
+    using DfsOpen::Limits;
     const ArchiveMaker maker;
+    const Member manifest = maker.Manifest({{"bomb", "bomb"}, {"second", "second"}});
+    const std::string bomb = maker.Seal(std::string(1000000, '\0'));
+    const std::string two = ReadWholeFile(maker.Write({manifest, {"bomb.gz", bomb}, {"second.gz", bomb}}));
     const std::string holes = maker.SparseHeader("log.gz", 79 * DfsOpen::kMebibyte, false) + std::string(512, 'x');
-    const std::string nothing = maker.Gzip("");
     const std::string moreOfMap = Repeat(42, ("00000000001" + std::string(1, '\0'))) + '\1' + std::string(7, '\0');
-    const TemporaryFolder folder;
+    const std::string nothing = maker.Gzip("");
     const struct
     {
         std::string archive;
-        std::uint64_t limit;
+        std::uint64_t Limits::*limit;
+        std::uint64_t value;
         std::string expected;
     } cases[] = {
-        {maker.Gzip(holes), DfsOpen::kMebibyte, "the archive makes more work than is accepted"},
-        {Repeat(10000, nothing), nothing.size() * 9000, "the archive makes more work than is accepted"},
-        {maker.Gzip(maker.SparseHeader("log.gz", 1000, true) + Repeat(8000, moreOfMap)), DfsOpen::Limits().totalSize,
+        {two, &Limits::plainSize, 999999, "larger than is accepted"},
+        {two, &Limits::totalSize, 1000001, "the archive makes more work than is accepted"},
+        {two, &Limits::processorSeconds, 0, "the archive makes more work than is accepted"},
+        {two, &Limits::sealedSize, bomb.size() / 2, "larger than is accepted"},
+        {two, &Limits::members, 2, "it has more than 2 members"},
+        {two, &Limits::manifestSize, manifest.content.size() - 1, "the manifest is larger than is accepted"},
+        {maker.Gzip(holes), &Limits::totalSize, DfsOpen::kMebibyte, "makes more work than is accepted"},
+        {Repeat(10000, nothing), &Limits::totalSize, nothing.size() * 9000,
+         "cannot be read to its end: the archive makes more work than is accepted"},
+        {maker.Gzip(maker.SparseHeader("log.gz", 1000, true) + Repeat(8000, moreOfMap)), &Limits::members, 2000,
          "it has a header that is larger than is accepted"},
     };
-    for (const auto& [archive, limit, expected] : cases) {
+    const TemporaryFolder folder;
+    for (const auto& [archive, limit, value, expected] : cases) {
         DfsOpen::Options options;
         options.archive = folder.Write("archive", archive);
-        options.limits.totalSize = limit;
+        options.key = maker.Path("key.pem");
+        options.limits.*limit = value;
         std::ostringstream out;
-        DfsOpen::Run(options, out, out);
-        EXPECT_THAT(out.str(), HasSubstr(expected));
+        EXPECT_FALSE(DfsOpen::Run(options, out, out)) << expected << " at " << value;
+        EXPECT_THAT(out.str(), HasSubstr(expected)) << value;
     }
+    EXPECT_EQ(maker.Open(folder.Write("two", two), {"--max-plain-size", "999999"}).status, 1);
+    Limits lifted;
+    lifted.Lift(1);
+    EXPECT_GT(std::min(lifted.totalSize, lifted.processorSeconds), Limits().totalSize * 1000);
+
+    // What the device sends at the most is no bomb.
+    const std::string most = maker.Seal(std::string(65 * DfsOpen::kMebibyte, '\0'));
+    EXPECT_EQ(maker.Open(maker.Write({manifest, {"bomb.gz", most}, {"second.gz", bomb}})).status, 0);
 }

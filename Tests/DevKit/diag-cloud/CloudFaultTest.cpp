@@ -18,7 +18,11 @@ TEST(CloudFault, BrokenHttp_IsAnsweredAndTheConnectionEnded)
     settings.maxBodySize = 1000;
     const TestCloud cloud({}, settings);
     const std::string chunked = "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n";
-    const std::pair<std::string, std::string> cases[] = {
+    const struct
+    {
+        std::string request;
+        std::string status;
+    } cases[] = {
         {"garbage\r\n\r\n", "400 "},
         {chunked + "xyz\r\n", "400 "},
         {"GET / HTTP/1.1\r\nX: " + std::string(70000, 'x') + "\r\n\r\n", "431 "},
@@ -27,9 +31,9 @@ TEST(CloudFault, BrokenHttp_IsAnsweredAndTheConnectionEnded)
         {"GET / HTTP/1.1\r\nConnection: close\r\nX: " + std::string(60000, 'x') + "\r\n\r\n", "404 "},
         {"POST / HTTP/1.1\r\nContent-Length: 1000\r\nConnection: close\r\n\r\n" + std::string(1000, 'x'), "404 "},
     };
-    for (const auto& [request, answer] : cases) {
-        const std::string read = RawClient(cloud, request).ReadAll();
-        EXPECT_THAT(read, AllOf(StartsWith("HTTP/1.1 " + answer), Not(HasSubstr("RESET")))) << request.substr(0, 60);
+    for (const auto& [request, status] : cases) {
+        const std::string answer = RawClient(cloud, request).ReadAll();
+        EXPECT_THAT(answer, AllOf(StartsWith("HTTP/1.1 " + status), Not(HasSubstr("RESET")))) << request.substr(0, 60);
     }
 }
 

@@ -1,34 +1,10 @@
 #include "ChildProcess.h"
-#include "TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 
 #include <signal.h>
-#include <algorithm>
 
 using testing::HasSubstr;
-
-TEST(Program, BadCommandLine_IsRefusedInOneLineWithStatus2)
-{
-    const TemporaryFolder folder;
-    const std::string script = folder.Write("script.json", R"([{"stauts": 503}])");
-    const std::pair<std::vector<std::string>, std::string> cases[] = {
-        {{"--port", "65536"}, "diag-cloud: --port: Value 65536 not in range 0 to 65535; see --help"},
-        {{"--port"}, "--port: 1 required PORT"},
-        {{"--bogus"}, "not expected: --bogus; see --help"},
-        {{"here"}, "not expected: here; see --help"},
-        {{"--script", "none"}, "cannot read the script none"},
-        {{"--script", script}, "outcome 1: there is no member \"stauts\""},
-    };
-    for (auto [words, line] : cases) {
-        words.insert(words.begin(), Program("diag-cloud"));
-        const Finished run = RunProgram(words);
-        EXPECT_EQ(run.status, 2) << line;
-        EXPECT_THAT(run.output, HasSubstr(line));
-        EXPECT_EQ(std::count(run.output.begin(), run.output.end(), '\n'), 1) << run.output;
-    }
-    EXPECT_THAT(RunProgram({Program("diag-cloud"), "-h"}).output, HasSubstr("Usage: diag-cloud [OPTIONS]"));
-}
 
 TEST(Program, DiagCloud_TellsItsPortAndEndsOnASignal)
 {

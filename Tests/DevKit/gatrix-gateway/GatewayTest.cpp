@@ -16,49 +16,31 @@ using GatrixGateway::Gateway;
 using testing::HasSubstr;
 } // namespace
 
-TEST(Gateway, Bodies_TravelAsTheyAre)
+TEST(Gateway, Bodies_TravelAsTheyAreAndInOrder)
 {
     const Gateway gateway({});
     TestClient handler(gateway.Port(), "handler", "::1");
     handler.Handle("/echo");
     TestClient requester(gateway.Port());
     const std::uint64_t id = 18446744073709551615U;
-    std::vector<std::string> bodies(4, '"' + std::string(1000000, 'x') + '"'); // together more than may wait
-    bodies.insert(bodies.end(), {R"({"b":[1.10,1e300,18446744073709551616],"a":{"":null}})", R"("\ud83d\ude00 \u0000")",
-                                 "\"\xC3\xA9\"", "null"});
-    for (const std::string& body : bodies) {
-        requester.Ask(id, "/echo", body);
-        EXPECT_THAT(handler.AnswerWithBody(), HasSubstr("\"body\":" + body));
-        EXPECT_EQ(requester.Read(), Wire::Serialize(Wire::Answer{id, body}));
+    const std::string large = '"' + std::string(1000000, 'x') + '"';
+    const std::string bodies[] = {large, R"({"b":[1.10,1e300,18446744073709551616],"a":{"":null}})",
+                                  R"("\ud83d\ude00 \u0000")", "\"\xC3\xA9\"", "null"};
+    // Three rounds bring more than may wait for the handler at a time.
+    for (int round = 0; round < 3; ++round) {
+        for (const std::string& body : bodies) {
+            requester.Ask(id, "/echo", body);
+        }
+        for (const std::string& body : bodies) {
+            EXPECT_THAT(handler.AnswerWithBody(), HasSubstr("\"body\":" + body));
+        }
+        for (const std::string& body : bodies) {
+            EXPECT_EQ(requester.Read(), Wire::Serialize(Wire::Answer{id, body}));
+        }
     }
     requester.Send(R"({"op":"request","id":1,"method":"GET","endpoint":"/echo","version":1.5})");
     EXPECT_THAT(handler.AnswerWithBody(), AllOf(HasSubstr("\"version\":1.5"), Not(HasSubstr("body"))));
     EXPECT_THAT(requester.Read(), Not(HasSubstr("body")));
-}
-
-TEST(Gateway, TwoHundredClients_AskTheirNeighbours_InOrder)
-{
-    const Gateway gateway({});
-    std::vector<std::unique_ptr<TestClient>> clients(200);
-    for (std::size_t number = 0; number < clients.size(); ++number) {
-        clients[number] = std::make_unique<TestClient>(gateway.Port());
-        clients[number]->Handle(std::to_string(number));
-    }
-    const std::string bodies[] = {"0", "[1]", "2", "\"3\"", "4"};
-    // A row, not a ring: in turn, each has read what it is asked before the next answers it.
-    for (std::size_t asked = 1; asked < clients.size(); ++asked) {
-        for (const std::string& body : bodies) {
-            clients[asked - 1]->Ask(asked, std::to_string(asked), body);
-        }
-    }
-    for (std::size_t asked = 1; asked < clients.size(); ++asked) {
-        for (const std::string& body : bodies) {
-            EXPECT_THAT(clients[asked]->AnswerWithBody(), HasSubstr("\"body\":" + body));
-        }
-        for (const std::string& body : bodies) {
-            EXPECT_EQ(clients[asked - 1]->Read(), Wire::Serialize(Wire::Answer{asked, body}));
-        }
-    }
 }
 
 TEST(Gateway, ClientThatGoes_IsMissedAtOnce)
@@ -68,8 +50,8 @@ TEST(Gateway, ClientThatGoes_IsMissedAtOnce)
     const Gateway gateway(settings);
     TestClient requester(gateway.Port());
     requester.Send(Wire::Interest{{"/here"}});
-    // Nothing, a binary frame, a close frame, the header of a frame that is too large.
-    for (const std::string lastWord : {"", "\x82\x80....", "\x88\x80....", "\x81\xFF\1..........."}) {
+    // Nothing, a binary frame, a close frame, the header of a frame that is too large, a frame that is not masked.
+    for (const std::string lastWord : {"", "\x82\x80....", "\x88\x80....", "\x81\xFF\1...........", "\x81\1x"}) {
         auto handler = std::make_unique<TestClient>(gateway.Port());
         handler->Send(Wire::Register{Gatrix::Method::GET, "/here", 1, "g"});
         EXPECT_THAT(requester.Read(), HasSubstr("\"ready\""));
