@@ -37,7 +37,7 @@ public:
     explicit Peer(Options options);
     ~Peer() override;
 
-    /** Waits, as long as the options say, until the upload is posted. To be called once. Blocks. */
+    /** Waits until the upload is posted. To be called once. Blocks. @return false after the options' timeout */
     bool WaitUntilReady();
 
     /** Waits for the answer to the upload. To be called once. Blocks. @return whether it succeeded */

@@ -10,6 +10,7 @@
 #include <iostream>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Vcli
@@ -21,14 +22,15 @@ namespace
 class LineReader
 {
 public:
-    LineReader(Console& console, bool isPrompted) : m_console(console), m_isPrompted(isPrompted) {}
+    /** @param prompt empty for none */
+    LineReader(Console& console, std::string prompt) : m_console(console), m_prompt(std::move(prompt)) {}
 
     /** None at the end of the input. The last line may lack its line feed. */
     std::optional<std::string> Next()
     {
         // What was read with the last reply does not wake poll.
         m_console.ShowArrived();
-        ShowPrompt();
+        std::cout << m_prompt << std::flush;
         while (true) {
             if (auto line = m_lines.Next()) {
                 return line;
@@ -45,13 +47,6 @@ public:
     }
 
 private:
-    void ShowPrompt() const
-    {
-        if (m_isPrompted) {
-            std::cout << "vcli> " << std::flush;
-        }
-    }
-
     void Wait()
     {
         std::vector<pollfd> watched{{STDIN_FILENO, POLLIN, 0}};
@@ -65,11 +60,9 @@ private:
             Read();
             return;
         }
-        if (m_isPrompted) {
-            std::cout << std::endl;
-        }
+        std::cout << (m_prompt.empty() ? "" : "\n") << std::flush;
         m_console.ShowArrived();
-        ShowPrompt();
+        std::cout << m_prompt << std::flush;
     }
 
     void Read()
@@ -85,7 +78,7 @@ private:
     }
 
     Console& m_console;
-    const bool m_isPrompted;
+    const std::string m_prompt;
     CliWire::LineCutter m_lines{CliWire::kMaxRequestLength};
     bool m_isEnded = false;
 };
@@ -95,7 +88,7 @@ ExitStatus RunCommandLoop(const Options& options)
 {
     const bool isPrompted = ::isatty(STDIN_FILENO) == 1;
     Console console(options, isPrompted);
-    LineReader lines(console, isPrompted);
+    LineReader lines(console, isPrompted ? "vcli> " : "");
     ExitStatus first = ExitStatus::Done;
     while (const auto line = lines.Next()) {
         ExitStatus status = ExitStatus::Done;

@@ -23,8 +23,7 @@ enum class ExitStatus
 struct Options
 {
     std::chrono::seconds timeout{5};
-    /** Whether to wait for the outcome after a reply; by default, if the reply ends in "Triggered", and not at a
-     * prompt. */
+    /** Whether to wait for the outcome after a reply. By default if it ends in "Triggered", but not at a prompt. */
     std::optional<bool> isWaiting;
     std::chrono::seconds waitTimeout{15 * 60};
 };

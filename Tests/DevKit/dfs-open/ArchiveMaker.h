@@ -15,7 +15,7 @@ struct Member
     std::string name;
     std::string content = {};
     unsigned type = AE_IFREG;
-    std::string target = {}; //!< Of a symbolic link; of a regular file: a hard link to it.
+    std::string target = {}; ///< Of a symbolic link; of a regular file: a hard link to it.
 };
 
 std::string Repeat(std::size_t count, const std::string& text);

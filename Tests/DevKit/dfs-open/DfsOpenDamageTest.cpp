@@ -29,7 +29,8 @@ TEST(DfsOpenDamage, DamagedItem_IsNamedAndTheOthersAreExtracted)
 {
     const ArchiveMaker maker;
     std::mt19937 random(1);
-    std::string plain(100000, '\0'); // does not compress, so that its halves are halves of what is packed
+    // Does not compress: its halves are halves of what is packed.
+    std::string plain(100000, '\0');
     std::generate(plain.begin(), plain.end(), [&] { return static_cast<char>(random()); });
     const std::string packed = maker.Gzip(plain);
     const std::string message = maker.Encrypt(packed);
@@ -44,7 +45,7 @@ TEST(DfsOpenDamage, DamagedItem_IsNamedAndTheOthersAreExtracted)
         const char* what;
         std::string content;
         std::string expected;
-        bool remains = false; //!< Part of the content is kept.
+        bool remains = false; ///< Part of the content is kept.
     } cases[] = {
         {"nothing", "", "not a gzip file"},
         {"gzip cut", Half(sealed), "its compression is cut short"},

@@ -19,7 +19,8 @@ TEST(CloudScript, Outcomes_AreTakenInTurnEachByItsKind)
         {"status": 204},
         {"match": "metadata", "status": 500, "repeat": "forever"}])"));
 
-    const std::string url = cloud.Announce(); // the outcome at the head waits for an archive
+    // The outcome at the head waits for an archive.
+    const std::string url = cloud.Announce();
     const Reply unavailable = PostArchive(url);
     EXPECT_EQ(unavailable.status, 503);
     for (const char* part : {"\nRetry-After: 7\r", "\nX-Retry-Count: 2\r", "\nContent-Type: application/json\r"}) {

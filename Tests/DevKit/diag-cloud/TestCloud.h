@@ -10,8 +10,8 @@
 /** What an HTTP client got. */
 struct Reply
 {
-    int status = 0;   //!< HTTP status; 0 when there was no whole answer.
-    std::string text; //!< Header fields and body.
+    int status = 0;   ///< HTTP status; 0 when there was no whole answer.
+    std::string text; ///< Header fields and body.
 };
 
 /** A request by curl(1). */

@@ -18,7 +18,7 @@ TEST(GatewayFault, BadFrame_ClosesTheConnectionWithTheReason)
     const Gateway gateway({});
     const struct
     {
-        std::string name; // of the client's hello, if it says one
+        std::string name; ///< Of the client's hello, if it says one.
         std::string frame;
         std::string end;
     } cases[] = {
@@ -99,7 +99,8 @@ TEST(GatewayFault, ConnectionThatIsLeftOpen_GivesItsPlaceAway)
         WebSocketPeer lingering;
         lingering.Connect(gateway.Port());
         lingering.SendRaw(bytes);
-        TestClient(gateway.Port()).Handle("/next"); // waits for the last place
+        // Waits for the last place.
+        TestClient(gateway.Port()).Handle("/next");
         resident.Handle("/still-here");
     }
 }
