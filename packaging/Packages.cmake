@@ -1,8 +1,10 @@
 # Debian packages of the two components. `./dev package` makes them.
 
+file(STRINGS debian/changelog newest LIMIT_COUNT 1)
+string(REGEX REPLACE ".*\\((.*)\\).*" "\\1" CPACK_PACKAGE_VERSION ${newest})
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS debian/changelog)
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME diagnostic-file-service)
-set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT "Diagnostics <diagnostics@vantor.example>")
 set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/packages)
 set(CPACK_PACKAGING_INSTALL_PREFIX /)

@@ -1,6 +1,6 @@
 #!/bin/sh
 # The service as it is deployed: its packages on a minimal system that systemd has started. Prints a line for each case.
-# For a system that is thrown away. Needs in /suite: see run.
+# Runs in the container of DevKit/box/systemd-box, which lays out /suite.
 
 suite=/suite
 unit=DiagnosticFileService.service
