@@ -54,7 +54,10 @@ brings_all() {
     dfs-open "$archive" --key $key >/tmp/opened || tail -n 5 /tmp/opened
 }
 
-everything() { find /etc /opt /usr /var/lib /mnt/nv /run/vantor ! -path '/var/lib/dpkg/*' ! -path '/var/lib/systemd/*' 2>/dev/null | sort; }
+everything() {
+    find /etc /opt /usr /var/lib /mnt/nv /run/vantor ! -path '/var/lib/dpkg/*' \
+        \( ! -path '/var/lib/systemd/*' -o -path '*/deb-systemd-helper*' \) 2>/dev/null | sort
+}
 
 install_packages() {
     everything >/tmp/everything
@@ -68,7 +71,8 @@ result "install" "$(install_packages)" "dpkg -i, and up on an empty /mnt/nv"
 why=
 systemd-analyze security --offline=yes --threshold=30 --no-pager /lib/systemd/system/$unit >/tmp/exposure 2>&1 ||
     why=$(tail -n 1 /tmp/exposure)
-result "exposure" "$why" "$(sed -n 's/.*Overall exposure level for [^:]*: \([0-9.]*\).*/\1/p' /tmp/exposure), at most 3.0"
+exposure=$(sed -n 's/.*Overall exposure level for [^:]*: \([0-9.]*\).*/\1/p' /tmp/exposure)
+result "exposure" "$why" "$exposure, at most 3.0"
 
 systemd-run --quiet --unit=cloud diag-cloud --store $suite/cloud
 systemd-run --quiet --unit=gateway gatrix-gateway
@@ -78,7 +82,8 @@ await 10 sh -c 'ss -ltn | grep -q :8888 && ss -ltn | grep -q :8084'
 no_certificate() {
     upload 16
     [ "$answer" = "Upload status code = 400" ] || echo "answered $answer"
-    await 5 sh -c "journalctl -q --no-pager | grep 'diag-seal.*certificate $certificate'" || echo "diag-seal tells no reason"
+    await 5 sh -c "journalctl -q --no-pager | grep 'diag-seal.*certificate $certificate'" ||
+        echo "diag-seal tells no reason"
 }
 result "no certificate" "$(no_certificate)" "nothing is sent; diag-seal tells why"
 cp $suite/diag-recipient.pem $certificate
@@ -147,7 +152,8 @@ result "full disk" "$(full_disk)" "answered with 400; complete once there is roo
 
 oom_kills() {
     group=$(property ControlGroup)
-    sed -n 's/^oom_kill //p' "/sys/fs/cgroup$group/memory.events" "/sys/fs/cgroup/memory$group/memory.oom_control" 2>/dev/null
+    sed -n 's/^oom_kill //p' "/sys/fs/cgroup$group/memory.events" \
+        "/sys/fs/cgroup/memory$group/memory.oom_control" 2>/dev/null
 }
 # Four incompressible files that fill the largest archive, and one that it then has no room for.
 largest_archive() {
@@ -156,7 +162,8 @@ largest_archive() {
     list=
     for number in 1 2 3 4 5; do
         head -c $((number == 5 ? 63 << 20 : 79 << 19)) /dev/urandom >/root/large$number
-        list="$list${list:+,}{\"input\":\"/root/large$number\",\"fileType\":\"TOP\",\"subType\":\"large$number\",\"harvestType\":\"EXISTING_FILE\"}"
+        list="$list${list:+,}{\"input\":\"/root/large$number\",\"fileType\":\"TOP\",\"subType\":\"large$number\","
+        list="$list\"harvestType\":\"EXISTING_FILE\"}"
     done
     echo "{\"diagItemConfigList\":{\"version\":1.2,\"item\":[$list]}}" >$registry
     begin_anew
