@@ -1,37 +1,17 @@
 #include "DfsOpen.h"
 
+#include "ArchiveFile.h"
 #include "Examination.h"
-#include "FileDescriptor.h"
 #include "Report.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <cerrno>
 #include <memory>
 #include <ostream>
-#include <stdexcept>
-#include <system_error>
 
 namespace DfsOpen
 {
 
 namespace
 {
-
-FileDescriptor OpenArchive(const std::string& path)
-{
-    // Opening a named pipe must not block.
-    FileDescriptor archive(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    if (!archive) {
-        throw std::invalid_argument("cannot open " + path + ": " + std::generic_category().message(errno));
-    }
-    struct stat status
-    {};
-    if (fstat(archive.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        throw std::invalid_argument(path + " is not a regular file");
-    }
-    return archive;
-}
 
 std::unique_ptr<PlainOutput> MakeOutput(const Options& options, std::ostream& out)
 {

@@ -3,7 +3,9 @@
 #include "CommandWords.h"
 #include "Escape.h"
 #include "UnixSocket.h"
+#include "WaitingLine.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <iostream>
@@ -190,8 +192,18 @@ ExitStatus Console::RunOn(ServiceLink& link, const std::string& line)
 
 ExitStatus Console::AwaitOutcome(ServiceLink& link)
 {
-    const auto isOutcome = [](const Event& event) { return event.kind == Event::Kind::Async; };
-    const auto event = Await(link, isOutcome, ServiceLink::Clock::now() + m_options.waitTimeout);
+    WaitingLine waiting;
+    const auto isOutcome = [&waiting](const Event& event) {
+        waiting.Clear();
+        return event.kind == Event::Kind::Async;
+    };
+    const auto deadline = ServiceLink::Clock::now() + m_options.waitTimeout;
+    std::optional<Event> event;
+    do {
+        event = Await(link, isOutcome, std::min(deadline, ServiceLink::Clock::now() + std::chrono::seconds(1)));
+        waiting.Show();
+    } while (!event && link.IsOpen() && ServiceLink::Clock::now() < deadline);
+    waiting.Clear();
     if (!event) {
         const std::string time = std::to_string(m_options.waitTimeout.count());
         return link.IsOpen() ? Complain(ExitStatus::NoOutcome, "the outcome did not come within " + time + " s")

@@ -18,6 +18,7 @@
 
 namespace
 {
+using testing::ContainsRegex;
 using testing::HasSubstr;
 using Words = std::vector<std::string>;
 
@@ -179,4 +180,9 @@ TEST(Vcli, Terminal_HasAPromptAndShowsOutcomesAsTheyCome)
     ASSERT_TRUE(terminal.WaitForOutput("Upload status code = 200\r\n"));
     keys.WriteAll("quit\n");
     EXPECT_EQ(terminal.WaitForExit(), 0);
+
+    // What is waited for shows on a terminal only: the table above has its cases without one.
+    const std::string wait = Program("vcli") + " --wait=2 service show";
+    EXPECT_THAT(RunProgram({"script", "-qec", wait, "/dev/null"}).output,
+                ContainsRegex("\rwaiting for the outcome, 1 s\r.*\x1b\\[Kvcli: the outcome did not come"));
 }

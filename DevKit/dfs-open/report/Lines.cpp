@@ -1,0 +1,103 @@
+#include "Lines.h"
+
+#include <charconv>
+#include <cmath>
+
+namespace DfsReport
+{
+
+bool Lines::Next(Line& line)
+{
+    if (m_rest.empty()) {
+        return false;
+    }
+    const std::size_t end = m_rest.find('\n');
+    line = {m_rest.substr(0, end), m_next++};
+    m_rest.remove_prefix(end == std::string_view::npos ? m_rest.size() : end + 1);
+    if (!line.text.empty() && line.text.back() == '\r') {
+        line.text.remove_suffix(1);
+    }
+    return true;
+}
+
+std::vector<std::string_view> Words(std::string_view text, std::size_t most)
+{
+    std::vector<std::string_view> words;
+    while (words.size() < most) {
+        const std::size_t begin = text.find_first_not_of(" \t");
+        if (begin == std::string_view::npos) {
+            break;
+        }
+        text.remove_prefix(begin);
+        const std::size_t end = text.find_first_of(" \t");
+        words.push_back(text.substr(0, end));
+        text.remove_prefix(words.back().size());
+    }
+    return words;
+}
+
+std::optional<double> Number(std::string_view word)
+{
+    if (!word.empty() && word.back() == '%') {
+        word.remove_suffix(1);
+    }
+    double number = 0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number, std::chars_format::fixed);
+    if (error != std::errc() || end != word.data() + word.size() || !std::isfinite(number)) {
+        return std::nullopt;
+    }
+    return number;
+}
+
+std::optional<std::uint64_t> Whole(std::string_view word)
+{
+    std::uint64_t number = 0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
+    if (error != std::errc() || end != word.data() + word.size()) {
+        return std::nullopt;
+    }
+    return number;
+}
+
+std::optional<double> Kibibytes(std::string_view word)
+{
+    constexpr double kStep = 1024;
+    if (word.empty()) {
+        return std::nullopt;
+    }
+    double unit = 1;
+    switch (word.back()) {
+        case 'T':
+        case 't':
+            unit *= kStep;
+            [[fallthrough]];
+        case 'G':
+        case 'g':
+            unit *= kStep;
+            [[fallthrough]];
+        case 'M':
+        case 'm':
+            unit *= kStep;
+            [[fallthrough]];
+        case 'K':
+        case 'k':
+            word.remove_suffix(1);
+            break;
+        default:
+            break;
+    }
+    const auto number = Number(word);
+    return number && *number >= 0 ? std::optional(*number * unit) : std::nullopt;
+}
+
+bool StartsWith(std::string_view text, std::string_view beginning)
+{
+    return text.substr(0, beginning.size()) == beginning;
+}
+
+bool Contains(std::string_view text, std::string_view part)
+{
+    return text.find(part) != std::string_view::npos;
+}
+
+} // namespace DfsReport

@@ -1,0 +1,58 @@
+#include <cstdint>
+#include <string>
+
+#include "FactReader.h"
+#include "FuzzCheck.h"
+#include "Page.h"
+#include "Utf8Text.h"
+
+namespace
+{
+std::size_t Count(const std::string& page, const std::string& text)
+{
+    std::size_t count = 0;
+    for (std::size_t at = page.find(text); at != std::string::npos; at = page.find(text, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+/** Within a tag of the templates, nothing from outside ends the value of its attribute. */
+void CheckTags(const std::string& page)
+{
+    for (std::size_t at = page.find('<'); at != std::string::npos; at = page.find('<', at + 1)) {
+        const std::size_t end = page.find('>', at);
+        FUZZ_CHECK(end != std::string::npos);
+        FUZZ_CHECK(Count(page.substr(at, end - at), "\"") % 2 == 0);
+        FUZZ_CHECK(page.find('<', at + 1) > end);
+    }
+}
+} // namespace
+
+/** The first line is the item's name and sub-type; the rest its text. */
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const std::string input(reinterpret_cast<const char*>(data), size);
+    const std::size_t end = std::min(input.find('\n'), input.size());
+    DfsReport::Archive archive;
+    archive.collection.name = input.substr(0, end);
+    archive.collection.documents.resize(1);
+    DfsReport::Document& document = archive.collection.documents.front();
+    document.item.entry = {archive.collection.name, archive.collection.name, archive.collection.name};
+    document.item.outcome = DfsOpen::Outcome::Whole;
+    document.text = input.substr(std::min(end + 1, input.size()));
+    archive.facts = DfsReport::ReadFacts(archive.collection);
+    archive.findings = DfsReport::Find(archive.collection, archive.facts);
+
+    std::string page;
+    DfsReport::WritePage(archive, &archive, [&page](std::string_view bytes) { page += bytes; });
+    FUZZ_CHECK(Utf8Text::IsValid(page));
+    for (const char character : page) {
+        FUZZ_CHECK(static_cast<unsigned char>(character) >= ' ' || character == '\n' || character == '\t');
+    }
+    FUZZ_CHECK(Count(page, "<script") == 1 && Count(page, "<style") == 1);
+    page.erase(page.rfind("<script"));
+    page.erase(0, page.find("</style>"));
+    CheckTags(page);
+    return 0;
+}
