@@ -40,7 +40,11 @@ void AddFileType(DFSCommonPB::UploadRequest& request, int type)
 
 DFCliHandler* DFCliHandler::GetInstance(NotifyTargetTaskIF* task, DFTriggerHandler* triggerHandler)
 {
-    const LogScope scope(s_log, __PRETTY_FUNCTION__, "GetInstance");
+    // As GCC has it in __PRETTY_FUNCTION__; Clang spaces it in another way.
+    constexpr char kSignature[] =
+        "static DiagnosticFileSvc::DFCliHandler* DiagnosticFileSvc::DFCliHandler::GetInstance(NotifyTargetTaskIF*, "
+        "DiagnosticFileSvc::DFTriggerHandler*)";
+    const LogScope scope(s_log, kSignature, "GetInstance");
     static auto* const instance = new DFCliHandler(task, triggerHandler);
     return instance;
 }

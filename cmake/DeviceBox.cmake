@@ -1,9 +1,9 @@
 # The staged root file system of the device, and the box that programs are run in on this machine.
 
 set(DEVICE_ROOT ${CMAKE_BINARY_DIR}/device)
-# Seconds that a test may take. Sanitizers make some ten times as slow.
+# Seconds that a test may take. Sanitizers and emulation make some ten times as slow.
 set(TEST_TIMEOUT 60)
-if(SANITIZE)
+if(SANITIZE OR CMAKE_CROSSCOMPILING)
     set(TEST_TIMEOUT 300)
 endif()
 

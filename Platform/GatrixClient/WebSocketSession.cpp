@@ -288,7 +288,8 @@ private:
         }
     }
 
-    websocket::stream<Socket> m_stream;
+    /** Without compression, which this wire does not use. */
+    websocket::stream<Socket, false> m_stream;
     Alarm m_deadline;
     beast::flat_buffer m_buffer;
     const Limits m_limits;
