@@ -5,8 +5,8 @@
 #include "Filename.h"
 #include "StringUtils.h"
 #include "UploadSysInfo.pb.h"
+#include "WallClock.h"
 
-#include <ctime>
 #include <utility>
 
 namespace DiagnosticFileSvc
@@ -52,7 +52,7 @@ void DFDiagnosticItem::ProcessGXResponse(const std::string& /*response*/)
 
 std::string DFDiagnosticItem::AddDateTimeToFilename(const std::string& outputFilename)
 {
-    return AddDateTimeToFilename(outputFilename, std::time(nullptr));
+    return AddDateTimeToFilename(outputFilename, WallClock::Seconds());
 }
 
 std::string DFDiagnosticItem::AddDateTimeToFilename(const std::string& outputFilename, std::int64_t now)
@@ -62,12 +62,7 @@ std::string DFDiagnosticItem::AddDateTimeToFilename(const std::string& outputFil
         LogLine(s_log, LogLevel::Error, __func__, "Could not extract the filename from the filepath");
         return {};
     }
-    const auto time = static_cast<std::time_t>(now);
-    std::tm utc{};
-    gmtime_r(&time, &utc);
-    char stamp[30];
-    std::strftime(stamp, sizeof stamp, "_%Y%m%d%H%M%S", &utc);
-
+    const std::string stamp = WallClock::Text("_%Y%m%d%H%M%S", now);
     const std::size_t dot = name.rfind('.');
     const bool hasExtension = dot != std::string::npos && dot != 0;
     name.insert(hasExtension ? dot : name.size(), stamp);

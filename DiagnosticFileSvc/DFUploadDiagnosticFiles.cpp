@@ -7,8 +7,8 @@
 #include "DFUploadHeaders.h"
 #include "DFUploadMetadata.h"
 #include "JsonReader.h"
+#include "WallClock.h"
 
-#include <ctime>
 #include <optional>
 #include <utility>
 
@@ -110,7 +110,7 @@ void DFUploadDiagnosticFiles::PostMetadataCB(const DFSCommonPB::UploadTypes& ite
     LogProgress(s_log, __func__, "upload_sys_logs product type: ", product.type);
     LogProgress(s_log, __func__, "upload_sys_logs product id: ", product.id);
     const Http::HeaderMap headers = BuildMetadataPostHeader(m_productTokens);
-    std::string payload = BuildMetadataPayload(product, m_deviceInfo.name(), items, std::time(nullptr));
+    std::string payload = BuildMetadataPayload(product, m_deviceInfo.name(), items, WallClock::Seconds());
     const std::string url =
         std::string(kServiceBase) + kDiagnosticsServiceHost + "/senders/" + product.id + "/metadata";
     LogProgress(s_log, __func__, "upload_sys_logs post metadata url: ", url);

@@ -5,10 +5,9 @@
 #include "MfgData.h"
 #include "NameValueFile.h"
 #include "ProtoToMarkup.h"
+#include "WallClock.h"
 
 #include <unistd.h>
-
-#include <ctime>
 
 namespace DiagnosticFileSvc
 {
@@ -34,16 +33,6 @@ std::string SoftwareVersion()
     return version.Get("short", "1.0.67") + "-" + version.Get("build_number", kFallbackIdentifier) + "+" +
            version.Get("abbrev_commit", kFallbackVersion);
 }
-
-std::string UtcTimeStamp(std::int64_t now)
-{
-    const auto time = static_cast<std::time_t>(now);
-    std::tm utc{};
-    gmtime_r(&time, &utc);
-    char text[30];
-    std::strftime(text, sizeof text, "%FT%TZ", &utc);
-    return text;
-}
 } // namespace
 
 ProductIdentity LoadMetadata()
@@ -67,7 +56,7 @@ std::string BuildMetadataPayload(const ProductIdentity& product, const std::stri
     payload.set_producttype(product.type);
     payload.set_softwareversion(softwareVersion);
     payload.set_filetype(kDiagnosticLabel);
-    payload.set_uploadtimestamp(UtcTimeStamp(now));
+    payload.set_uploadtimestamp(WallClock::Text("%FT%TZ", now));
     *payload.mutable_uploadeditems() = items.uploaditems();
 
     // The record is the inner object of {"MetadataPayload":{...}}.

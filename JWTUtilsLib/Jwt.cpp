@@ -4,8 +4,8 @@
 #include "JsonReader.h"
 #include "JwtAlgorithm.h"
 #include "JwtSignature.h"
+#include "WallClock.h"
 
-#include <chrono>
 #include <limits>
 #include <stdexcept>
 #include <utility>
@@ -160,8 +160,7 @@ std::string Jwt::ConvertSignature(const CryptoKey::PublicKey& key, const std::st
 
 JwtError Jwt::HasExpired(std::int64_t leewaySeconds) const
 {
-    using namespace std::chrono;
-    return HasExpired(leewaySeconds, duration_cast<seconds>(system_clock::now().time_since_epoch()).count());
+    return HasExpired(leewaySeconds, WallClock::Seconds());
 }
 
 JwtError Jwt::HasExpired(std::int64_t leewaySeconds, std::int64_t now) const

@@ -4,6 +4,7 @@
 #include "FileHelpers.h"
 #include "Filename.h"
 #include "ProtoToMarkup.h"
+#include "WallClock.h"
 
 #include <exception>
 #include <stdexcept>
@@ -19,11 +20,6 @@ constexpr char kMessageName[] = "QuillaneTokens";
 constexpr char kTimeStampSuffix[] = ".timestamp";
 constexpr char kRefreshTimeSuffix[] = ".refresh_token";
 constexpr char kNoRefreshToken[] = "MISSING REFRESH TOKEN";
-
-TimePoint Now()
-{
-    return std::chrono::system_clock::now();
-}
 } // namespace
 
 std::string SideFile(const std::string& tokenFile, const std::string& suffix)
@@ -85,7 +81,7 @@ void QuillaneTokens::LoadRefreshTime(const std::string& path)
         return;
     }
     if (text.empty()) {
-        m_refreshTokenExpirationTime = ToSeconds(Now());
+        m_refreshTokenExpirationTime = WallClock::Seconds();
         s_log.Log(1, "%s: Refresh timestamp file not found. Assuming expiration time is now (%s).", kOperation,
                   DateText(m_refreshTokenExpirationTime).c_str());
         return;
@@ -110,7 +106,7 @@ void QuillaneTokens::LoadAccessTime(const std::string& path)
         throw std::invalid_argument("the file is too large");
     }
     if (text.empty()) {
-        const std::int64_t now = ToSeconds(Now());
+        const std::int64_t now = WallClock::Seconds();
         m_accessExpirationTime = FromSeconds(now);
         if (s_log.IsLog(4)) {
             s_log.Log(4, "%s: Timestamp file not found. Assuming expiration time is now (%s).", kOperation,
@@ -144,7 +140,7 @@ bool QuillaneTokens::LoadString(const std::string& json)
     m_isValid = true;
     m_accessToken = Jwt(m_message.access_token());
     m_refreshToken = m_message.has_refresh_token() ? Jwt(m_message.refresh_token()) : Jwt();
-    m_accessExpirationTime = Later(FromSeconds(ToSeconds(Now())), m_message.expires_in());
+    m_accessExpirationTime = Later(FromSeconds(WallClock::Seconds()), m_message.expires_in());
     LogAccessTime(__func__);
     return m_isValid;
 }

@@ -3,6 +3,7 @@
 #include "Jwt.h"
 #include "MorvekJWTUtils.pb.h"
 #include "TokenTimes.h"
+#include "WallClock.h"
 
 #include <cstdint>
 #include <string>
@@ -73,12 +74,12 @@ public:
 
     /** Seconds until the access token should be refreshed, see RefreshDelay; `now` is the system's clock if not given.
      *  @{ */
-    std::uint32_t AccessRefreshDelay() const { return AccessRefreshDelay(std::chrono::system_clock::now()); }
+    std::uint32_t AccessRefreshDelay() const { return AccessRefreshDelay(WallClock::Now()); }
     std::uint32_t AccessRefreshDelay(TimePoint now) const { return RefreshDelay(m_accessExpirationTime, now); }
     /** @} */
 
     /** The same for the refresh token; 0 when there is none. @{ */
-    std::uint32_t RefreshRefreshDelay() const { return RefreshRefreshDelay(std::chrono::system_clock::now()); }
+    std::uint32_t RefreshRefreshDelay() const { return RefreshRefreshDelay(WallClock::Now()); }
     std::uint32_t RefreshRefreshDelay(TimePoint now) const
     {
         return RefreshDelay(m_refreshTokenExpirationTime, ToSeconds(now));

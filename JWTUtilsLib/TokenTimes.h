@@ -1,6 +1,7 @@
 #pragma once
 
-#include <chrono>
+#include "WallClock.h"
+
 #include <cstdint>
 #include <string>
 
@@ -9,7 +10,7 @@
 namespace JwtUtils
 {
 /** Times between the years 1677 and 2262. */
-using TimePoint = std::chrono::time_point<std::chrono::system_clock, std::chrono::nanoseconds>;
+using WallClock::TimePoint;
 
 /** How long before it expires a token should be refreshed, in seconds. */
 inline constexpr std::uint32_t kRefreshMargin = 300;

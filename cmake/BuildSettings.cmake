@@ -15,6 +15,11 @@ add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverl
 # what newer libraries merely discourage is no warning here.
 add_compile_definitions(OPENSSL_API_COMPAT=0x10100000L CURL_DISABLE_DEPRECATION)
 
+# Files beyond 2 GiB, and those of file systems whose inode numbers have 64 bits.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    add_compile_definitions(_FILE_OFFSET_BITS=64)
+endif()
+
 set(SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize= (empty for none)")
 if(SANITIZE)
     add_compile_options(-fsanitize=${SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)

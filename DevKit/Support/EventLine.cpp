@@ -1,20 +1,18 @@
 #include "EventLine.h"
 
+#include "WallClock.h"
+
 #include <chrono>
-#include <ctime>
 #include <iomanip>
 #include <sstream>
 
 std::string TimeOfDay()
 {
-    const auto now = std::chrono::system_clock::now();
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
-    const auto milliseconds =
-        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
-    std::tm utc{};
-    gmtime_r(&seconds, &utc);
+    using namespace std::chrono;
+    const auto now = WallClock::Now().time_since_epoch();
     std::ostringstream text;
-    text << std::put_time(&utc, "%FT%T.") << std::setfill('0') << std::setw(3) << milliseconds << "Z ";
+    text << WallClock::Text("%FT%T.", duration_cast<seconds>(now).count()) << std::setfill('0') << std::setw(3)
+         << duration_cast<milliseconds>(now).count() % 1000 << "Z ";
     return text.str();
 }
 

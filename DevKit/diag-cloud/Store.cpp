@@ -1,11 +1,12 @@
 #include "Store.h"
 
+#include "WallClock.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <iomanip>
 #include <random>
@@ -31,11 +32,8 @@ const std::string kArchiveSuffix = ".tar.gz";
 /** Sorts by time, and does not repeat when the server is started anew on the same folder. */
 std::string NewId()
 {
-    const std::time_t now = std::time(nullptr);
-    std::tm utc{};
-    gmtime_r(&now, &utc);
     std::ostringstream id;
-    id << std::put_time(&utc, "%Y%m%dT%H%M%SZ-") << std::hex << std::setfill('0') << std::setw(8)
+    id << WallClock::Text("%Y%m%dT%H%M%SZ-", WallClock::Seconds()) << std::hex << std::setfill('0') << std::setw(8)
        << std::random_device()();
     return id.str();
 }

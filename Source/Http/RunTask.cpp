@@ -2,6 +2,7 @@
 
 #include "HttpLog.h"
 #include "HttpUrl.h"
+#include "WallClock.h"
 
 #include <sys/types.h>
 
@@ -30,12 +31,6 @@ const char* MethodName(HttpMethod method)
             return "PUT";
     }
     return "";
-}
-
-std::int64_t Now()
-{
-    return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch())
-        .count();
 }
 } // namespace
 
@@ -124,7 +119,7 @@ HSMResponse RunTask::Send()
 
 bool RunTask::CheckIfRetryNeededAndSleep(const HttpRequest& request, const HSMResponse& response, const char* method)
 {
-    const RetryDecision decision = m_policy.Decide(response, Now());
+    const RetryDecision decision = m_policy.Decide(response, WallClock::Seconds());
     switch (decision.action) {
         case RetryDecision::Action::Finished:
             return false;

@@ -3,70 +3,49 @@
 #include "LineBuffer.h"
 #include "StrictJson.h"
 #include "SystemUtils.h"
+#include "WallClock.h"
 
 #include <json/json.h>
-#include <spdlog/pattern_formatter.h>
-#include <spdlog/sinks/base_sink.h>
-#include <spdlog/spdlog.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <map>
-#include <memory>
 #include <mutex>
 #include <set>
 #include <stdexcept>
+#include <string_view>
 
 namespace
 {
 constexpr char kConfigurationFile[] = "/opt/Vantor/etc/DPrintCfg.json";
 constexpr int kDefaultThreshold = 3;
 
-/** Writes each line to standard error with one write(2). */
-class StandardErrorSink final : public spdlog::sinks::base_sink<std::mutex>
-{
-protected:
-    void sink_it_(const spdlog::details::log_msg& message) override
-    {
-        spdlog::memory_buf_t line;
-        formatter_->format(message, line);
-        const char* next = line.data();
-        std::size_t left = line.size();
-        while (left > 0) {
-            const ssize_t written = ::write(STDERR_FILENO, next, left);
-            if (written < 0 && errno != EINTR) {
-                return;
-            }
-            if (written > 0) {
-                next += written;
-                left -= static_cast<std::size_t>(written);
-            }
-        }
-    }
-
-    void flush_() override {}
-};
-
-spdlog::logger& Sink()
-{
-    // Never destroyed: loggers are used until the last static destructor has run.
-    static auto& sink = *new std::shared_ptr<spdlog::logger>([] {
-        auto made = std::make_shared<spdlog::logger>("", std::make_shared<StandardErrorSink>());
-        made->set_formatter(
-            std::make_unique<spdlog::pattern_formatter>("%Y-%m-%dT%H:%M:%S.%eZ %t %v", spdlog::pattern_time_type::utc));
-        made->set_level(spdlog::level::trace);
-        return made;
-    }());
-    return *sink;
-}
-
+/** Writes the line behind the time and the thread, with one write(2). One that cannot be written is dropped. */
 void WriteLine(const std::string& line)
 {
-    Sink().log(spdlog::level::info, spdlog::string_view_t(line));
+    using namespace std::chrono;
+    static std::mutex s_mutex;
+
+    const auto now = WallClock::Now().time_since_epoch();
+    char rest[48];
+    std::snprintf(rest, sizeof rest, ".%03dZ %ld ", static_cast<int>(duration_cast<milliseconds>(now).count() % 1000),
+                  syscall(SYS_gettid));
+    const std::string whole = WallClock::Text("%FT%T", duration_cast<seconds>(now).count()) + rest + line + '\n';
+
+    const std::lock_guard lock(s_mutex);
+    for (std::string_view left = whole; !left.empty();) {
+        const ssize_t written = ::write(STDERR_FILENO, left.data(), left.size());
+        if (written < 0 && errno != EINTR) {
+            return;
+        }
+        left.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+    }
 }
 
 /** @throws std::invalid_argument for null and booleans too, which jsoncpp takes for numbers: they would silence the log
