@@ -19,3 +19,8 @@ extract_packages() {
     mmdebstrap --quiet --variant=extract --architectures="$target_architecture" --include="$(IFS=, && echo "$*")" \
         "$target_suite" "$into" "deb $mirror $target_suite main"
 }
+
+# archive FILE FOLDER: the folder as a part of a root file system that the kernel unpacks at boot.
+archive() {
+    bsdtar --create --format=newc --uid 0 --gid 0 --file=- --directory="$2" . | gzip -1 >"$1"
+}
