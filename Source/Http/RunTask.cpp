@@ -7,7 +7,6 @@
 #include <sys/types.h>
 
 #include <algorithm>
-#include <chrono>
 #include <limits>
 #include <string>
 #include <utility>
