@@ -73,7 +73,6 @@ private:
     std::vector<Entry> m_entries;
     LiteralFilter m_filter;
     std::string_view m_line;
-    std::size_t m_searched = 0;      ///< bytes of lines, since the automata were new
     std::size_t m_searchedTwice = 0; ///< bytes of the line
     std::vector<Entry*> m_matching;  ///< those that have a match in the rest of the line, which is the next one
 };
