@@ -58,18 +58,19 @@ std::string BecomeCommand(const Options& options)
         arguments.push_back(const_cast<char*>(word.c_str()));
     }
     arguments.push_back(nullptr);
+    const auto toolTime = std::chrono::duration_cast<std::chrono::seconds>(options.toolTime);
+    // NOLINTBEGIN(concurrency-mt-unsafe): this process has one thread
+    setenv("DIAG_SEAL_PID", std::to_string(getppid()).c_str(), 1);
+    setenv("DIAG_SEAL_TOOL_SECONDS", std::to_string(toolTime.count()).c_str(), 1);
+    // NOLINTEND(concurrency-mt-unsafe)
     OfferToOomKiller();
+    // From here on, this process may not have the memory for more.
     // RLIMIT_DATA counts what a program can write to; RLIMIT_AS would count the large files and journals it maps as
     // well.
     Limit(RLIMIT_DATA, kMemory);
     Limit(RLIMIT_FSIZE, kFileSize);
     Limit(RLIMIT_CORE, 0);
     Limit(RLIMIT_NPROC, static_cast<rlim_t>(options.processes));
-    const auto toolTime = std::chrono::duration_cast<std::chrono::seconds>(options.toolTime);
-    // NOLINTBEGIN(concurrency-mt-unsafe): this process has one thread
-    setenv("DIAG_SEAL_PID", std::to_string(getppid()).c_str(), 1);
-    setenv("DIAG_SEAL_TOOL_SECONDS", std::to_string(toolTime.count()).c_str(), 1);
-    // NOLINTEND(concurrency-mt-unsafe)
     execvp(arguments.front(), arguments.data());
     return words.front() + ": " + ErrorText();
 }
