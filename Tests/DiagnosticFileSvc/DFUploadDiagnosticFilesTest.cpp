@@ -139,12 +139,13 @@ TEST_F(DFUploadDiagnosticFilesTest, SendsAndLogsWhatIsStated_AndRetriesBothPosts
 {
     DeviceManagerPb::DeviceInfo info;
     info.set_name("Kitchen \xc3\xa9");
-    DFUploadDiagnosticFiles::GetInstance().SetDeviceInfo(info);
+    auto& client = DFUploadDiagnosticFiles::GetInstance();
+    const CapturedLog log;
+    client.SetDeviceInfo(info);
     WriteWholeFile("/mnt/nv/product-persistence/quillane_jwt.json",
                    R"({"access_token":"a.b.c","expires_in":1,"token_type":"bearer"})");
     const std::string busy = Server::Answer(503, "", {{"Retry-After", "1"}});
     const Server cloud({{busy}, {Server::Answer(200, kUploadUrl)}, {busy}, {Server::Answer(201, "{}")}}, 8888);
-    const CapturedLog log;
     EXPECT_EQ(Upload(m_archive), Answer("{}", 201));
     // But for the ends of operations, of which the last comes after the answer; and that the back-off table is used.
     const std::vector<std::string> lines =
