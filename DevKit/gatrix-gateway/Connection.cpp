@@ -10,8 +10,8 @@ Connection::Connection(boost::asio::io_context& context, boost::asio::ip::tcp::s
     : m_client(client),
       m_owner(owner),
       m_hello(context),
-      m_session(Gatrix::WebSocketSession::Open(context, FileDescriptor(socket.release()), std::nullopt,
-                                               {limits.queuedFrames, limits.queuedBytes, limits.closeTime}, *this))
+      m_session(Gatrix::WebSocketSession::Accept(context, FileDescriptor(socket.release()),
+                                                 {limits.queuedFrames, limits.queuedBytes, limits.closeTime}, *this))
 {
     m_hello.Set(Alarm::Clock::now() + limits.helloTime, [this] {
         m_owner.OnLeave(m_client, "no hello in time");

@@ -84,8 +84,8 @@ void GatrixConnection::OnConnected()
     }
     const bool isIPv6 = m_target.host.find(':') != std::string::npos;
     const std::string host = isIPv6 ? "[" + m_target.host + "]" : m_target.host;
-    m_session = WebSocketSession::Open(m_loop.Context(), std::move(m_socket),
-                                       host + ":" + std::to_string(m_target.port), kLimits, *this);
+    m_session = WebSocketSession::Connect(m_loop.Context(), std::move(m_socket),
+                                          host + ":" + std::to_string(m_target.port), kLimits, *this);
 }
 
 void GatrixConnection::OnOpen()

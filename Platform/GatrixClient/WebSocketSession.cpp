@@ -73,6 +73,7 @@ void KeepAlive(const FileDescriptor& socket)
         }
     }
 }
+
 /** Its pending operations keep it alive. Without an owner it is being closed. */
 class Stream final : public WebSocketSession, public std::enable_shared_from_this<Stream>
 {
@@ -96,15 +97,13 @@ public:
         m_stream.text(true);
     }
 
-    void Start(const std::optional<std::string>& host)
+    void Connect(const std::string& host)
     {
-        m_isClient = host.has_value();
-        if (host) {
-            m_stream.async_handshake(*host, "/", Then(&Stream::OnOpen));
-        } else {
-            m_stream.async_accept(Then(&Stream::OnOpen));
-        }
+        m_isClient = true;
+        m_stream.async_handshake(host, "/", Then(&Stream::OnOpen));
     }
+
+    void Accept() { m_stream.async_accept(Then(&Stream::OnOpen)); }
 
     void Detach()
     {
@@ -305,16 +304,35 @@ private:
     bool m_hasEnded = false;
 };
 
-} // namespace
-
-std::shared_ptr<WebSocketSession> WebSocketSession::Open(asio::io_context& context, FileDescriptor socket,
-                                                         const std::optional<std::string>& host, const Limits& limits,
-                                                         Owner& owner)
+std::shared_ptr<Stream> MakeStream(asio::io_context& context, FileDescriptor socket,
+                                   const WebSocketSession::Limits& limits, WebSocketSession::Owner& owner)
 {
     KeepAlive(socket);
     const auto stream = std::make_shared<Stream>(context, socket, limits, owner);
     socket.Release();
-    stream->Start(host);
+    return stream;
+}
+
+std::shared_ptr<WebSocketSession> Detaching(const std::shared_ptr<Stream>& stream)
+{
     return {stream.get(), [stream](WebSocketSession*) { stream->Detach(); }};
+}
+
+} // namespace
+
+std::shared_ptr<WebSocketSession> WebSocketSession::Connect(asio::io_context& context, FileDescriptor socket,
+                                                            const std::string& host, const Limits& limits, Owner& owner)
+{
+    const auto stream = MakeStream(context, std::move(socket), limits, owner);
+    stream->Connect(host);
+    return Detaching(stream);
+}
+
+std::shared_ptr<WebSocketSession> WebSocketSession::Accept(asio::io_context& context, FileDescriptor socket,
+                                                           const Limits& limits, Owner& owner)
+{
+    const auto stream = MakeStream(context, std::move(socket), limits, owner);
+    stream->Accept();
+    return Detaching(stream);
 }
 } // namespace Gatrix

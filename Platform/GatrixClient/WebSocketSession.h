@@ -57,17 +57,20 @@ public:
     };
 
     /**
-     * Begins the handshake. Letting go of the session closes the socket, unless the other side has left: then what it
-     * sent is read first, so that it gets the close frame. The owner is told nothing more.
+     * Begins the handshake as the client's end. Letting go of the session closes the socket, unless the other side has
+     * left: then what it sent is read first, so that it gets the close frame. The owner is told nothing more.
      *
      * @param socket connected
-     * @param host   that a client asks for; nothing for the server's end
+     * @param host   that is asked for
      * @param owner  must outlive the session
      * @throws std::system_error when the kernel does not take the socket
      */
-    static std::shared_ptr<WebSocketSession> Open(boost::asio::io_context& context, FileDescriptor socket,
-                                                  const std::optional<std::string>& host, const Limits& limits,
-                                                  Owner& owner);
+    static std::shared_ptr<WebSocketSession> Connect(boost::asio::io_context& context, FileDescriptor socket,
+                                                     const std::string& host, const Limits& limits, Owner& owner);
+
+    /** The same as the server's end. A function of its own, so that a program of clients only does not hold it. */
+    static std::shared_ptr<WebSocketSession> Accept(boost::asio::io_context& context, FileDescriptor socket,
+                                                    const Limits& limits, Owner& owner);
 
     /**
      * Sends a text behind those that wait, after OnOpen. One for a session that is being closed goes nowhere.
