@@ -4,7 +4,8 @@
 
 #include <json/json.h>
 
-#include <regex>
+#include <algorithm>
+#include <string_view>
 
 namespace DiagCloud
 {
@@ -17,8 +18,9 @@ constexpr const char* kTexts[] = {"productName",     "productId", "productType",
 
 bool IsTimeStamp(const std::string& text)
 {
-    static const std::regex kForm("\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\dZ");
-    return std::regex_match(text, kForm);
+    constexpr std::string_view kForm = "0000-00-00T00:00:00Z";
+    return std::equal(text.begin(), text.end(), kForm.begin(), kForm.end(),
+                      [](char c, char form) { return form == '0' ? c >= '0' && c <= '9' : c == form; });
 }
 
 std::string FindItemsFault(const Json::Value& items)
