@@ -308,7 +308,7 @@ std::shared_ptr<Stream> MakeStream(asio::io_context& context, FileDescriptor soc
                                    const WebSocketSession::Limits& limits, WebSocketSession::Owner& owner)
 {
     KeepAlive(socket);
-    const auto stream = std::make_shared<Stream>(context, socket, limits, owner);
+    auto stream = std::make_shared<Stream>(context, socket, limits, owner);
     socket.Release();
     return stream;
 }

@@ -26,7 +26,7 @@ std::string PolicyHash(std::string_view content)
     std::array<unsigned char, EVP_MAX_MD_SIZE> digest;
     unsigned int size = 0;
     EVP_Digest(content.data(), content.size(), digest.data(), &size, EVP_sha256(), nullptr);
-    std::array<unsigned char, 2 * EVP_MAX_MD_SIZE> text;
+    std::array<unsigned char, std::size_t{2} * EVP_MAX_MD_SIZE> text;
     const int length = EVP_EncodeBlock(text.data(), digest.data(), static_cast<int>(size));
     return "sha256-" + std::string(text.begin(), text.begin() + length);
 }
