@@ -107,7 +107,8 @@ PrivateKey::PrivateKey(const std::string& path)
     }
     m_key.reset(PEM_read_bio_PrivateKey(file.get(), nullptr, nullptr, nullptr), EVP_PKEY_free);
     if (!m_key) {
-        throw std::invalid_argument("the key file " + path + " holds no private key in PEM form that can be read");
+        throw std::invalid_argument("the key file " + path +
+                                    " holds no private key in PEM form, or was encrypted with another pass phrase");
     }
 }
 
