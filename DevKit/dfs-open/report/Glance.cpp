@@ -50,7 +50,7 @@ void SetFindings(View& page, const std::vector<Finding>& findings)
         .Set("more", std::move(more));
 }
 
-/** @param value "?" when it is not known */
+/** @param value nothing when the archive does not tell it */
 View Tile(const std::string& name, Subject subject, const std::string& target, const std::optional<std::string>& value,
           const std::vector<Finding>& findings)
 {
