@@ -1,12 +1,12 @@
 #pragma once
 
-#include "Outcome.h"
-#include "ReceivedRequest.h"
-#include "RequestLog.h"
+#include "Exchange.h"
+#include "LoopbackServer.h"
 
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -45,10 +45,10 @@ public:
     /** Ends all connections at once. Blocks. */
     void Stop();
 
-    std::uint16_t Port() const;
+    std::uint16_t Port() const { return m_port; }
 
     /** "http://localhost:" and the port. */
-    std::string Url() const;
+    std::string Url() const { return m_cloud.baseUrl; }
 
     /** Those so far, in the order in which the answers were decided. */
     std::vector<ReceivedRequest> Requests() const;
@@ -61,9 +61,10 @@ public:
     std::optional<ReceivedRequest> WaitForRequest(std::size_t number, std::chrono::milliseconds timeout) const;
 
 private:
-    struct Implementation;
-
-    std::unique_ptr<Implementation> m_implementation;
+    Cloud m_cloud;
+    std::unique_ptr<LoopbackServer> m_server;
+    const std::uint16_t m_port;
+    std::mutex m_stopMutex;
 };
 
 } // namespace DiagCloud

@@ -2,6 +2,8 @@
 
 #include "Exchange.h"
 
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/core.hpp>
@@ -82,7 +84,7 @@ class Session : public std::enable_shared_from_this<Session>
     }
 
 public:
-    Session(tcp::socket socket, LoopbackAcceptor::Seat seat, Cloud& cloud, std::uint64_t maxBodySize)
+    Session(tcp::socket socket, LoopbackServer::Seat seat, Cloud& cloud, std::uint64_t maxBodySize)
         : m_seat(std::move(seat)),
           m_stream(std::move(socket)),
           m_timer(m_stream.get_executor()),
@@ -234,7 +236,7 @@ private:
         asio::async_write(m_stream, asio::buffer(m_text), Then(next));
     }
 
-    const LoopbackAcceptor::Seat m_seat;
+    const LoopbackServer::Seat m_seat;
     beast::tcp_stream m_stream;
     asio::steady_timer m_timer;
     beast::flat_buffer m_buffer;
@@ -254,9 +256,13 @@ private:
 
 } // namespace
 
-void Serve(tcp::socket socket, LoopbackAcceptor::Seat seat, Cloud& cloud, std::uint64_t maxBodySize)
+void Serve(asio::io_context& context, FileDescriptor socket, LoopbackServer::Seat seat, Cloud& cloud,
+           std::uint64_t maxBodySize)
 {
-    std::make_shared<Session>(std::move(socket), std::move(seat), cloud, maxBodySize)->ReadHeader();
+    // For a connected socket, the version of IP is of no consequence.
+    tcp::socket connected(context, tcp::v4(), socket.Get());
+    socket.Release();
+    std::make_shared<Session>(std::move(connected), std::move(seat), cloud, maxBodySize)->ReadHeader();
 }
 
 } // namespace DiagCloud

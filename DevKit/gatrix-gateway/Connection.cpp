@@ -5,12 +5,12 @@
 namespace GatrixGateway
 {
 
-Connection::Connection(boost::asio::io_context& context, boost::asio::ip::tcp::socket socket, ClientNumber client,
+Connection::Connection(boost::asio::io_context& context, FileDescriptor socket, ClientNumber client,
                        const ConnectionLimits& limits, Owner& owner)
     : m_client(client),
       m_owner(owner),
       m_hello(context),
-      m_session(Gatrix::WebSocketSession::Accept(context, FileDescriptor(socket.release()),
+      m_session(Gatrix::WebSocketSession::Accept(context, std::move(socket),
                                                  {limits.queuedFrames, limits.queuedBytes, limits.closeTime}, *this))
 {
     m_hello.Set(Alarm::Clock::now() + limits.helloTime, [this] {

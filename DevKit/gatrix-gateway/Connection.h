@@ -2,10 +2,9 @@
 
 #include "Alarm.h"
 #include "ClientNumber.h"
+#include "FileDescriptor.h"
 #include "Limits.h"
 #include "WebSocketSession.h"
-
-#include <boost/asio/ip/tcp.hpp>
 
 #include <memory>
 #include <optional>
@@ -40,7 +39,7 @@ public:
      *
      * @throws std::system_error when the kernel does not take the socket
      */
-    Connection(boost::asio::io_context& context, boost::asio::ip::tcp::socket socket, ClientNumber client,
+    Connection(boost::asio::io_context& context, FileDescriptor socket, ClientNumber client,
                const ConnectionLimits& limits, Owner& owner);
 
     /** Queues a frame, see WebSocketSession::Send. @return false when the queue is full: the client does not read */

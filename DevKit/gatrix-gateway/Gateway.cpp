@@ -2,23 +2,16 @@
 
 #include "Connection.h"
 #include "GatrixWire.h"
-#include "LoopbackAcceptor.h"
+#include "LoopbackServer.h"
 #include "Router.h"
-
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/post.hpp>
 
 #include <deque>
 #include <exception>
 #include <map>
-#include <mutex>
-#include <thread>
 #include <utility>
 
 namespace GatrixGateway
 {
-
-namespace asio = boost::asio;
 
 constexpr std::size_t kLongestLine = 400;
 constexpr std::size_t kLongestFrameLine = 4000;
@@ -29,64 +22,45 @@ class Gateway::Implementation final : public Connection::Owner
 public:
     explicit Implementation(GatewaySettings settings)
         : m_settings(std::move(settings)),
-          m_acceptor(std::make_unique<LoopbackAcceptor>(
-              m_context, m_settings.port, m_settings.limits.connections,
-              [this](auto socket, auto seat) { Serve(std::move(socket), std::move(seat)); },
-              [this](const std::string& line) { Print(line); })),
-          m_port(m_acceptor->Port())
+          m_server(
+              m_settings.port, m_settings.limits.connections,
+              [this](FileDescriptor socket, LoopbackServer::Seat seat) { Serve(std::move(socket), std::move(seat)); },
+              [this](const std::string& line) { Print(line); })
     {
-        m_thread = std::thread([this] { Run(); });
+        m_server.Start();
     }
 
     ~Implementation() { Stop(); }
 
     void Stop()
     {
-        const std::lock_guard<std::mutex> lock(m_stopMutex);
-        if (m_thread.joinable()) {
-            asio::post(m_context, [this] { CloseAll(); });
-            m_thread.join();
-        }
+        m_server.Finish([this] { CloseAll(); });
     }
 
-    std::uint16_t Port() const { return m_port; }
+    std::uint16_t Port() const { return m_server.Port(); }
 
 private:
     struct Client
     {
         std::unique_ptr<Connection> connection;
-        LoopbackAcceptor::Seat seat;
+        LoopbackServer::Seat seat;
         bool isDismissed = false; ///< Its connection is being closed; the router has forgotten it.
     };
 
-    /** Ends when nothing is left to wait for. */
-    void Run()
-    {
-        for (bool hasEnded = false; !hasEnded;) {
-            try {
-                m_context.run();
-                hasEnded = true;
-            } catch (const std::exception& error) {
-                Print(std::string("an event is lost: ") + error.what());
-            }
-        }
-    }
-
     void CloseAll()
     {
-        m_acceptor.reset();
         for (auto& [number, client] : m_clients) {
             client.isDismissed = true;
             client.connection->Close(CloseCode::GoingAway, "the gateway ends");
         }
     }
 
-    void Serve(asio::ip::tcp::socket socket, LoopbackAcceptor::Seat seat)
+    void Serve(FileDescriptor socket, LoopbackServer::Seat seat)
     {
         const ClientNumber number = ++m_lastClient;
         Connection::Owner& owner = *this;
         m_clients[number] = {
-            std::make_unique<Connection>(m_context, std::move(socket), number, m_settings.limits, owner),
+            std::make_unique<Connection>(m_server.Context(), std::move(socket), number, m_settings.limits, owner),
             std::move(seat)};
     }
 
@@ -172,14 +146,10 @@ private:
     }
 
     const GatewaySettings m_settings;
-    asio::io_context m_context{1};
-    std::unique_ptr<LoopbackAcceptor> m_acceptor;
-    const std::uint16_t m_port;
+    LoopbackServer m_server;
     std::map<ClientNumber, Client> m_clients;
     ClientNumber m_lastClient = 0;
     Router m_router;
-    std::mutex m_stopMutex;
-    std::thread m_thread;
 };
 
 Gateway::Gateway(GatewaySettings settings) : m_implementation(std::make_unique<Implementation>(std::move(settings))) {}

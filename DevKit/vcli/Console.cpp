@@ -3,7 +3,8 @@
 #include "CommandWords.h"
 #include "Escape.h"
 #include "UnixSocket.h"
-#include "WaitingLine.h"
+
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -192,18 +193,28 @@ ExitStatus Console::RunOn(ServiceLink& link, const std::string& line)
 
 ExitStatus Console::AwaitOutcome(ServiceLink& link)
 {
-    WaitingLine waiting;
-    const auto isOutcome = [&waiting](const Event& event) {
-        waiting.Clear();
+    // Somebody at a terminal sees how long it has been waiting, in a line whose place the next one takes.
+    const auto show = [isTerminal = isatty(STDOUT_FILENO) == 1 && isatty(STDERR_FILENO) == 1](const std::string& line) {
+        if (isTerminal) {
+            std::cerr << '\r' << line << std::flush;
+        }
+    };
+    const std::string nothing = "\x1b[K"; // up to the end of the line: ECMA-48, EL
+    const auto isOutcome = [&](const Event& event) {
+        show(nothing);
         return event.kind == Event::Kind::Async;
     };
-    const auto deadline = ServiceLink::Clock::now() + m_options.waitTimeout;
+    using Clock = ServiceLink::Clock;
+    using std::chrono::seconds;
+    const auto start = Clock::now();
+    const auto deadline = start + m_options.waitTimeout;
     std::optional<Event> event;
-    do {
-        event = Await(link, isOutcome, std::min(deadline, ServiceLink::Clock::now() + std::chrono::seconds(1)));
-        waiting.Show();
-    } while (!event && link.IsOpen() && ServiceLink::Clock::now() < deadline);
-    waiting.Clear();
+    while (!(event = Await(link, isOutcome, std::min(deadline, Clock::now() + seconds(1)))) && link.IsOpen() &&
+           Clock::now() < deadline) {
+        const auto waited = std::chrono::duration_cast<seconds>(Clock::now() - start).count();
+        show("waiting for the outcome, " + std::to_string(waited) + " s");
+    }
+    show(nothing);
     if (!event) {
         const std::string time = std::to_string(m_options.waitTimeout.count());
         return link.IsOpen() ? Complain(ExitStatus::NoOutcome, "the outcome did not come within " + time + " s")
