@@ -1,23 +1,28 @@
 #include "Gateway.h"
 
-#include "Connection.h"
+#include "Alarm.h"
 #include "GatrixWire.h"
 #include "LoopbackServer.h"
 #include "Router.h"
+#include "WebSocketSession.h"
 
 #include <deque>
 #include <exception>
 #include <map>
+#include <optional>
 #include <utility>
 
 namespace GatrixGateway
 {
 
+using Gatrix::CloseCode;
+using Gatrix::WebSocketSession;
+
 constexpr std::size_t kLongestLine = 400;
 constexpr std::size_t kLongestFrameLine = 4000;
 
 /** All but construction and Stop runs on the gateway's thread. */
-class Gateway::Implementation final : public Connection::Owner
+class Gateway::Implementation
 {
 public:
     explicit Implementation(GatewaySettings settings)
@@ -40,52 +45,90 @@ public:
     std::uint16_t Port() const { return m_server.Port(); }
 
 private:
-    struct Client
+    /** One client: its WebSocket, and the time limit of its first frame. */
+    struct Client final : private WebSocketSession::Owner
     {
-        std::unique_ptr<Connection> connection;
-        LoopbackServer::Seat seat;
-        bool isDismissed = false; ///< Its connection is being closed; the router has forgotten it.
+        Client(Implementation& gateway, ClientNumber newNumber, FileDescriptor socket, LoopbackServer::Seat seat)
+            : number(newNumber), hello(gateway.m_server.Context()), m_gateway(gateway), m_seat(std::move(seat))
+        {
+            const ConnectionLimits& limits = gateway.m_settings.limits;
+            session = WebSocketSession::Accept(gateway.m_server.Context(), std::move(socket),
+                                               {limits.queuedFrames, limits.queuedBytes, limits.closeTime}, *this);
+            hello.Set(Alarm::Clock::now() + limits.helloTime, [this] {
+                m_gateway.OnLeave(*this, "no hello in time");
+                OnEnd();
+            });
+        }
+
+        const ClientNumber number;
+        Alarm hello;
+        std::shared_ptr<WebSocketSession> session;
+        bool isDismissed = false; ///< The connection is being closed; the router has forgotten the client.
+
+    private:
+        void OnOpen() override { m_isOpen = true; }
+
+        void OnMessage(const std::string& payload, bool isText) override
+        {
+            hello.Cancel();
+            if (isText) {
+                m_gateway.OnFrame(*this, payload);
+                return;
+            }
+            session->Close(CloseCode::UnsupportedData, "frames are texts");
+            m_gateway.OnLeave(*this, "a frame that is no text");
+        }
+
+        void OnLeave(std::optional<unsigned> code, const std::string& reason) override
+        {
+            if (code) {
+                m_gateway.OnLeave(*this, "closed by the client, code " + std::to_string(*code) +
+                                             (reason.empty() ? "" : " " + reason));
+            } else {
+                m_gateway.OnLeave(*this, m_isOpen ? reason : "no WebSocket handshake: " + reason);
+            }
+        }
+
+        void OnEnd() override { m_gateway.m_clients.erase(number); }
+
+        Implementation& m_gateway;
+        const LoopbackServer::Seat m_seat;
+        bool m_isOpen = false;
     };
 
     void CloseAll()
     {
         for (auto& [number, client] : m_clients) {
-            client.isDismissed = true;
-            client.connection->Close(CloseCode::GoingAway, "the gateway ends");
+            Close(*client, CloseCode::GoingAway, "the gateway ends");
         }
     }
 
     void Serve(FileDescriptor socket, LoopbackServer::Seat seat)
     {
         const ClientNumber number = ++m_lastClient;
-        Connection::Owner& owner = *this;
-        m_clients[number] = {
-            std::make_unique<Connection>(m_server.Context(), std::move(socket), number, m_settings.limits, owner),
-            std::move(seat)};
+        m_clients[number] = std::make_unique<Client>(*this, number, std::move(socket), std::move(seat));
     }
 
-    void OnFrame(ClientNumber client, const std::string& text) override
+    void OnFrame(Client& client, const std::string& text)
     {
         if (m_settings.verbose) {
             PrintFrame(client, " > ", text);
         }
         try {
-            Apply(m_router.Take(client, Gatrix::Wire::Parse(text)));
+            Apply(m_router.Take(client.number, Gatrix::Wire::Parse(text)));
         } catch (const Gatrix::Wire::FrameError& error) {
-            Apply(Dismiss(client, CloseCode::PolicyViolation, error.what()));
+            Apply(Drop(client, CloseCode::PolicyViolation, error.what()));
         } catch (const std::exception& error) {
-            Apply(Dismiss(client, CloseCode::InternalError, error.what()));
+            Apply(Drop(client, CloseCode::InternalError, error.what()));
         }
     }
 
-    void OnLeave(ClientNumber number, const std::string& why) override
+    void OnLeave(Client& client, const std::string& why)
     {
-        Print(m_router.Label(number) + " left: " + why);
-        m_clients[number].isDismissed = true;
-        Apply(m_router.Drop(number));
+        Print(m_router.Label(client.number) + " left: " + why);
+        Dismiss(client);
+        Apply(m_router.Drop(client.number));
     }
-
-    void OnEnd(ClientNumber number) override { m_clients.erase(number); }
 
     void Apply(Effects effects)
     {
@@ -104,38 +147,48 @@ private:
     /** Sends a frame. @return what comes of that */
     Effects Deliver(const Delivery& delivery)
     {
-        const auto client = m_clients.find(delivery.client);
-        if (client == m_clients.end() || client->second.isDismissed) {
+        const auto found = m_clients.find(delivery.client);
+        if (found == m_clients.end() || found->second->isDismissed) {
             return {};
         }
-        Connection& connection = *client->second.connection;
+        Client& client = *found->second;
         // Requesters cannot bring a handler down: its queue keeps room for what is no request.
-        if (delivery.request && connection.IsHalfFull()) {
+        if (delivery.request && client.session->IsHalfFull()) {
             return m_router.Refuse(*delivery.request, 503, "the handler does not keep up with requests such as");
         }
         if (m_settings.verbose) {
-            PrintFrame(delivery.client, " < ", *delivery.text);
+            PrintFrame(client, " < ", *delivery.text);
         }
-        return connection.Send(delivery.text)
+        return client.session->Send(delivery.text)
                    ? Effects()
-                   : Dismiss(delivery.client, CloseCode::TryAgainLater, "frames are not read in time");
+                   : Drop(client, CloseCode::TryAgainLater, "frames are not read in time");
     }
 
-    Effects Dismiss(ClientNumber number, CloseCode code, const std::string& reason)
+    Effects Drop(Client& client, CloseCode code, const std::string& reason)
     {
-        Client& client = m_clients[number];
         if (client.isDismissed) {
             return {};
         }
-        Print(m_router.Label(number) + " is dropped: " + std::to_string(static_cast<int>(code)) + " " + reason);
-        client.isDismissed = true;
-        client.connection->Close(code, reason);
-        return m_router.Drop(number);
+        Print(m_router.Label(client.number) + " is dropped: " + std::to_string(static_cast<int>(code)) + " " + reason);
+        Close(client, code, reason);
+        return m_router.Drop(client.number);
     }
 
-    void PrintFrame(ClientNumber client, const char* direction, const std::string& text) const
+    static void Close(Client& client, CloseCode code, const std::string& reason)
     {
-        Print(m_router.Label(client) + direction + text, kLongestFrameLine);
+        Dismiss(client);
+        client.session->Close(code, reason);
+    }
+
+    static void Dismiss(Client& client)
+    {
+        client.isDismissed = true;
+        client.hello.Cancel();
+    }
+
+    void PrintFrame(const Client& client, const char* direction, const std::string& text) const
+    {
+        Print(m_router.Label(client.number) + direction + text, kLongestFrameLine);
     }
 
     void Print(const std::string& text, std::size_t longest = kLongestLine) const
@@ -147,7 +200,7 @@ private:
 
     const GatewaySettings m_settings;
     LoopbackServer m_server;
-    std::map<ClientNumber, Client> m_clients;
+    std::map<ClientNumber, std::unique_ptr<Client>> m_clients;
     ClientNumber m_lastClient = 0;
     Router m_router;
 };

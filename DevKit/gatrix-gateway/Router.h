@@ -1,6 +1,5 @@
 #pragma once
 
-#include "ClientNumber.h"
 #include "GatrixWire.h"
 
 #include <cstddef>
@@ -14,6 +13,9 @@
 
 namespace GatrixGateway
 {
+
+/** A connection to the gateway, counted from 1 in the order of arrival; never used again. */
+using ClientNumber = std::uint64_t;
 
 /** A frame for a client. */
 struct Delivery
