@@ -3,36 +3,53 @@
 #include "Gatrix.pb.h"
 #include "ProductLibraries.h"
 
+#include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+enum class GATRIX_CLIENT_ERRORS;
+
+/* The gateway's client: GatrixClientIF.h and GatrixClient.h of the product. */
 namespace Gatrix
 {
 class GatrixClientIF
 {
 public:
-    using EndpointsCallback = AsyncCallback<const std::vector<std::string>>;
-    using ErrorCallback = AsyncCallback<Error>;
-    template <class Request, class Answer>
-    using PostHandler = AsyncCallback<Request, Callback<Answer>, Callback<Error>>;
-    template <class Answer>
-    using GetHandler = AsyncCallback<Callback<Answer>, Callback<Error>>;
-
     virtual ~GatrixClientIF();
 
-    void RegisterEndpointsOfInterest(const std::vector<std::string>& endpoints, EndpointsCallback ready,
-                                     EndpointsCallback notReady);
+    using ErrorCallback = AsyncCallback<Error>;
+    using EndpointsCallback = AsyncCallback<const std::vector<std::string>>;
+    template <class Answer>
+    using GetHandler = AsyncCallback<Callback<Answer>, Callback<Error>>;
     template <class Request, class Answer>
-    void RegisterPostHandler(const std::string& endpoint, PostHandler<Request, Answer> handler, double version,
-                             const std::string& group);
+    using PostHandler = AsyncCallback<Request, Callback<Answer>, Callback<Error>>;
+
+    void RegisterEndpointsOfInterest(const std::vector<std::string>&, EndpointsCallback, EndpointsCallback);
+    template <class Request, class Answer>
+    void RegisterPostHandler(const std::string&, PostHandler<Request, Answer>, double, const std::string&);
     template <class Answer>
-    void RegisterGetHandler(const std::string& endpoint, GetHandler<Answer> handler, const std::string& group);
+    void RegisterGetHandler(const std::string&, GetHandler<Answer>, const std::string&);
     template <class Message>
-    void SubscribeToNotification(const std::string& endpoint, AsyncCallback<Message> handler, double version);
+    void SubscribeToNotification(const std::string&, AsyncCallback<Message>, double);
     template <class Answer>
-    void SendGetRequest(const std::string& endpoint, const AsyncCallback<Answer>& onAnswer,
-                        const ErrorCallback& onError);
-    void SendGetRequest(const std::string& endpoint, const std::string& body, double version,
-                        const AsyncCallback<const std::string>& onAnswer, const ErrorCallback& onError);
+    void SendGetRequest(const std::string&, const AsyncCallback<Answer>&, const ErrorCallback&);
+    void SendGetRequest(const std::string&, const std::string&, double, const AsyncCallback<const std::string>&,
+                        const ErrorCallback&);
+};
+
+struct CommonClientCreationInfo
+{
+    CommonClientCreationInfo();
+};
+
+class GatrixClient
+{
+public:
+    static std::shared_ptr<GatrixClientIF> Create(
+        const std::string&, const std::string&, std::uint16_t, const std::string&, const std::string&,
+        AsyncCallback<const bool>, std::optional<AsyncCallback<const std::string, const GATRIX_CLIENT_ERRORS>>,
+        CommonClientCreationInfo);
 };
 } // namespace Gatrix

@@ -12,9 +12,9 @@
 #include <vector>
 
 /*
- * What the service may use of the product's closed libraries: declarations, and no member for our own convenience. Each
- * class or namespace stands for the header of its name. The gateway's client, which needs messages, has its own
- * headers.
+ * What the service may use of the product's closed libraries: declarations by their types, and no member for our own
+ * convenience. Each class or namespace stands for the header of its name. The gateway's client, which needs messages,
+ * has a header of its own.
  */
 
 class NotifyTargetTaskIF
@@ -31,7 +31,7 @@ public:
         NOT_REALTIME = 0,
     };
 
-    CTask(const char* name, bool detached, RealtimeType realtime, int priority);
+    CTask(const char*, bool, RealtimeType, int);
     virtual ~CTask();
     void Start();
 
@@ -42,7 +42,7 @@ protected:
 class APTask : public CTask, public NotifyTargetTaskIF
 {
 public:
-    APTask(const char* name, unsigned int, CTask::RealtimeType realtime, int priority);
+    APTask(const char*, unsigned int, CTask::RealtimeType, int);
     ~APTask() override;
     void Stop();
 
@@ -58,7 +58,7 @@ class APTaskManager
 public:
     APTaskManager();
     virtual ~APTaskManager();
-    void AddTask(APTask* task);
+    void AddTask(APTask*);
     void StartAllTasks();
     void JoinAllTasks();
 
@@ -68,7 +68,7 @@ protected:
 
 namespace IL
 {
-NotifyTargetTaskIF* CreateTask(const std::string& name, const std::string&);
+NotifyTargetTaskIF* CreateTask(const std::string&, const std::string&);
 }
 
 template <class T>
@@ -77,7 +77,7 @@ class WeakRef;
 class CallbackConnection
 {
 public:
-    explicit CallbackConnection(NotifyTargetTaskIF* task);
+    explicit CallbackConnection(NotifyTargetTaskIF*);
     ~CallbackConnection();
 };
 
@@ -86,15 +86,12 @@ class Callback
 {
 public:
     Callback();
-    Callback(const Callback&);
-    Callback& operator=(const Callback&);
-    ~Callback();
 
     template <class Object, class... Parameters>
-    Callback(Object* object, void (Object::*member)(Parameters...));
+    Callback(Object*, void (Object::*)(Parameters...));
 
     explicit operator bool() const;
-    void operator()(Args... args) const;
+    void operator()(Args...) const;
 };
 
 template <typename... Args>
@@ -102,18 +99,14 @@ class AsyncCallback
 {
 public:
     AsyncCallback();
-    AsyncCallback(const AsyncCallback&);
-    AsyncCallback& operator=(const AsyncCallback&);
-    ~AsyncCallback();
+    template <class Object, class... Parameters>
+    AsyncCallback(NotifyTargetTaskIF*, Object*, void (Object::*)(Parameters...));
+    template <class Object, class... Parameters>
+    AsyncCallback(NotifyTargetTaskIF*, std::shared_ptr<Object>, void (Object::*)(Parameters...));
+    template <class Object, class... Parameters>
+    AsyncCallback(const CallbackConnection&, Object*, void (Object::*)(Parameters...));
 
-    template <class Object, class... Parameters>
-    AsyncCallback(NotifyTargetTaskIF* task, Object* object, void (Object::*member)(Parameters...));
-    template <class Object, class... Parameters>
-    AsyncCallback(NotifyTargetTaskIF* task, std::shared_ptr<Object> object, void (Object::*member)(Parameters...));
-    template <class Object, class... Parameters>
-    AsyncCallback(const CallbackConnection& connection, Object* object, void (Object::*member)(Parameters...));
-
-    void operator()(std::decay_t<Args>... args) const;
+    void operator()(std::decay_t<Args>...) const;
 };
 
 class CliClientMT
@@ -122,65 +115,59 @@ public:
     using Reply = AsyncCallback<std::string, int>;
     using Handler = Callback<std::uint16_t, std::vector<std::string>, Reply, int>;
 
-    explicit CliClientMT(const std::string& name);
-    ~CliClientMT();
-    void Initialize(NotifyTargetTaskIF* task);
-    void RegisterCLIServerCommands(const std::string& words, const std::string& help, const std::string& usage,
-                                   NotifyTargetTaskIF* task, Handler handler, std::uint16_t key);
-    void SendAsyncResponse(const std::string& text);
+    explicit CliClientMT(const std::string&);
+    void Initialize(NotifyTargetTaskIF*);
+    void RegisterCLIServerCommands(const std::string&, const std::string&, const std::string&, NotifyTargetTaskIF*,
+                                   Handler, std::uint16_t);
+    void SendAsyncResponse(const std::string&);
 };
 
 class DPrint
 {
 public:
-    explicit DPrint(const char* name);
-    ~DPrint();
+    explicit DPrint(const char*);
 
     static void Initialize();
-    bool IsLog(int level) const;
-    std::ostream& Prefix(std::ostream& stream, int level, const char* functionName) const;
-    void Put(const std::ostringstream& stream) const;
-    void Log(int level, const char* format, ...) const __attribute__((format(printf, 3, 4)));
-    void LogWarning(const char* format, ...) const __attribute__((format(printf, 2, 3)));
+    bool IsLog(int) const;
+    std::ostream& Prefix(std::ostream&, int, const char*) const;
+    void Put(const std::ostringstream&) const;
+    void Log(int, const char*, ...) const __attribute__((format(printf, 3, 4)));
+    void LogWarning(const char*, ...) const __attribute__((format(printf, 2, 3)));
 };
 
 class Base64Encoder
 {
 public:
-    static std::string Decode(const std::string& text);
+    static std::string Decode(const std::string&);
 };
 
 class MfgData
 {
 public:
-    static std::optional<std::string> Get(const std::string& name);
+    static std::optional<std::string> Get(const std::string&);
 };
 
 class NameValueFile
 {
 public:
-    explicit NameValueFile(const std::string& path);
-    ~NameValueFile();
-    std::string Get(const std::string& name, const std::string& defaultValue) const;
+    explicit NameValueFile(const std::string&);
+    std::string Get(const std::string&, const std::string&) const;
 };
 
 class ProtoPersistenceIF
 {
 public:
     class ProtoPersistenceException : public std::exception
-    {
-    public:
-        const char* what() const noexcept override;
-    };
+    {};
 
     virtual ~ProtoPersistenceIF();
-    virtual void Store(const std::string& text) = 0;
+    virtual void Store(const std::string&) = 0;
 };
 
 class ProtoPersistenceFactory
 {
 public:
-    static std::shared_ptr<ProtoPersistenceIF> Create(const std::string& fileName, const std::string& directory);
+    static std::shared_ptr<ProtoPersistenceIF> Create(const std::string&, const std::string&);
 };
 
 namespace google::protobuf
@@ -192,29 +179,26 @@ class ProtoToMarkup
 {
 public:
     class MarkupError : public std::exception
-    {
-    public:
-        const char* what() const noexcept override;
-    };
+    {};
 
-    static std::string ToJson(const google::protobuf::Message& message, bool, bool, bool);
-    static void FromJson(const std::string& text, google::protobuf::Message& message);
-    static void FromJson(const std::string& text, google::protobuf::Message& message, const std::string& rootName);
+    static std::string ToJson(const google::protobuf::Message&, bool, bool, bool);
+    static void FromJson(const std::string&, google::protobuf::Message&);
+    static void FromJson(const std::string&, google::protobuf::Message&, const std::string&);
 };
 
 namespace StringUtils
 {
-std::string FindReplace(std::string text, const std::string& from, const std::string& to);
-std::string trim(std::string text);
-std::string ToJson(const std::map<std::string, std::string>& values);
+std::string FindReplace(std::string, const std::string&, const std::string&);
+std::string trim(std::string);
+std::string ToJson(const std::map<std::string, std::string>&);
 template <class T>
-std::string ToString(const T& value);
+std::string ToString(const T&);
 } // namespace StringUtils
 
 namespace SystemUtils
 {
 void ThereCanBeOnlyOne();
 std::string GetEXE();
-bool Exists(const std::string& path);
-std::string ReadFile(const std::string& path);
+bool Exists(const std::string&);
+std::string ReadFile(const std::string&);
 } // namespace SystemUtils
