@@ -1,20 +1,18 @@
 #include "Digest.h"
 
-#include <openssl/evp.h>
-
 #include <array>
 #include <stdexcept>
 
-Digest::Digest(const evp_md_st* kind) : m_context(EVP_MD_CTX_new(), EVP_MD_CTX_free)
+Digest::Digest(const EVP_MD* kind) : m_context(EVP_MD_CTX_new())
 {
     if (!m_context || EVP_DigestInit_ex(m_context.get(), kind, nullptr) != 1) {
         throw std::runtime_error("the cryptographic library does not offer a digest");
     }
 }
 
-void Digest::Update(const char* data, std::size_t size)
+void Digest::Update(std::string_view bytes)
 {
-    EVP_DigestUpdate(m_context.get(), data, size);
+    EVP_DigestUpdate(m_context.get(), bytes.data(), bytes.size());
 }
 
 std::string Digest::Finish()

@@ -1,24 +1,22 @@
 #pragma once
 
-#include <cstddef>
-#include <memory>
-#include <string>
+#include "OpenSslTypes.h"
 
-struct evp_md_st;
-struct evp_md_ctx_st;
+#include <string>
+#include <string_view>
 
 /** Computes a message digest piece by piece. Not thread-safe. */
 class Digest
 {
 public:
     /** @param kind such as EVP_md5() @throws std::runtime_error when OpenSSL does not offer it */
-    explicit Digest(const evp_md_st* kind);
+    explicit Digest(const EVP_MD* kind);
 
-    void Update(const char* data, std::size_t size);
+    void Update(std::string_view bytes);
 
     /** The digest of everything so far, in lower-case hexadecimal digits. May be called once. */
     std::string Finish();
 
 private:
-    std::shared_ptr<evp_md_ctx_st> m_context;
+    OpenSsl::EvpMdCtxPtr m_context;
 };

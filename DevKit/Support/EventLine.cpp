@@ -2,25 +2,23 @@
 
 #include "WallClock.h"
 
+#include <algorithm>
 #include <chrono>
-#include <iomanip>
-#include <sstream>
 
-std::string TimeOfDay()
+void WriteEvent(const LineWriter& writer, const std::string& text)
 {
-    using namespace std::chrono;
-    const auto now = WallClock::Now().time_since_epoch();
-    std::ostringstream text;
-    text << WallClock::Text("%FT%T.", duration_cast<seconds>(now).count()) << std::setfill('0') << std::setw(3)
-         << duration_cast<milliseconds>(now).count() % 1000 << "Z ";
-    return text.str();
+    if (writer) {
+        using std::chrono::milliseconds;
+        const auto now = std::chrono::duration_cast<milliseconds>(WallClock::Now().time_since_epoch()).count();
+        const std::string thousandths = std::to_string(1000 + now % 1000).substr(1);
+        writer(WallClock::Text("%FT%T.", now / 1000) + thousandths + "Z " + text);
+    }
 }
 
 std::string Printable(const std::string& text, std::size_t longest)
 {
-    std::string printable;
-    for (const char c : text.substr(0, longest)) {
-        printable += c >= ' ' && c <= '~' ? c : '?';
-    }
+    std::string printable = text.substr(0, longest);
+    std::replace_if(
+        printable.begin(), printable.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
     return text.size() > longest ? printable + "..." : printable;
 }

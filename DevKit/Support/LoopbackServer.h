@@ -41,8 +41,6 @@ public:
 
     /** Drops what the context still has to do, and with it the clients that it serves. Blocks. */
     ~LoopbackServer();
-    LoopbackServer(const LoopbackServer&) = delete;
-    LoopbackServer& operator=(const LoopbackServer&) = delete;
 
     /** Starts the thread. To be called once. */
     void Start();

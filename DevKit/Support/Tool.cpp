@@ -1,7 +1,5 @@
 #include "Tool.h"
 
-#include <CLI/CLI.hpp>
-
 #include <pthread.h>
 #include <csignal>
 #include <exception>
@@ -28,15 +26,6 @@ int RunTool(CLI::App& app, int argc, char** argv, const std::function<int()>& ru
     } catch (const std::exception& error) {
         return fail(error.what(), 1);
     }
-}
-
-void AddPortOption(CLI::App& app, std::uint16_t& port, int lowest, const std::string& help)
-{
-    constexpr int kLargestPort = 65535;
-    app.add_option("--port", port, help)
-        ->check(CLI::Range(lowest, kLargestPort))
-        ->type_name("PORT")
-        ->capture_default_str();
 }
 
 int ServeUntilSignal(const std::function<std::shared_ptr<void>()>& start)

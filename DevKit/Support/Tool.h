@@ -1,14 +1,11 @@
 #pragma once
 
+#include <CLI/CLI.hpp>
+
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
-
-namespace CLI
-{
-class App;
-}
 
 /**
  * Parses the command line and runs a tool; an exception becomes a line on standard error. To be called once, by main.
@@ -17,8 +14,16 @@ class App;
  */
 int RunTool(CLI::App& app, int argc, char** argv, const std::function<int()>& run);
 
-/** Adds the option "--port", a TCP port from the lowest to 65535; its default is what `port` is. */
-void AddPortOption(CLI::App& app, std::uint16_t& port, int lowest, const std::string& help);
+constexpr std::uint64_t kLargestPort = 65535;
+
+/** Adds an option for a number from the least to the most; its default is what the value is. @param unit for the help
+ */
+template <class Number>
+void AddNumberOption(CLI::App& app, const std::string& name, Number& value, std::uint64_t least, std::uint64_t most,
+                     const std::string& unit, const std::string& help)
+{
+    app.add_option(name, value, help)->check(CLI::Range(least, most))->type_name(unit)->capture_default_str();
+}
 
 /**
  * Serves until SIGINT or SIGTERM. To be called once, before there is any other thread.

@@ -1,6 +1,5 @@
 #include "DfsOpen.h"
 
-#include "ArchiveFile.h"
 #include "Examination.h"
 #include "Report.h"
 
@@ -29,12 +28,9 @@ std::unique_ptr<PlainOutput> MakeOutput(const Options& options, std::ostream& ou
 bool Run(const Options& options, std::ostream& out, std::ostream& err)
 {
     const FileDescriptor archive = OpenArchive(options.archive);
-    std::unique_ptr<PrivateKey> key;
-    if (options.key) {
-        key = std::make_unique<PrivateKey>(*options.key);
-    }
+    const PrivateKey key = ReadPrivateKey(options.key);
     const std::unique_ptr<PlainOutput> output = MakeOutput(options, out);
-    const ArchiveReport report = Examine(archive.Get(), key.get(), options.limits, *output);
+    const ArchiveReport report = Examine(archive.Get(), key, options.limits, *output);
     if (options.subType) {
         return PrintFaults(report, *options.subType, err);
     }

@@ -63,7 +63,7 @@ void Decrypt(CMS_ContentInfo* message, Bio content, EVP_PKEY* key, const ByteSin
     std::array<char, 65536> buffer;
     int got = 0;
     while ((got = BIO_read(plain.get(), buffer.data(), static_cast<int>(buffer.size()))) > 0) {
-        sink(buffer.data(), static_cast<std::size_t>(got));
+        sink({buffer.data(), static_cast<std::size_t>(got)});
     }
     if (got < 0 || BIO_get_cipher_status(plain.get()) <= 0) {
         throw DamagedMessage();
@@ -99,44 +99,45 @@ Message ParseWithoutContent(std::string_view recipients, std::string_view cipher
 
 } // namespace
 
-PrivateKey::PrivateKey(const std::string& path)
+PrivateKey ReadPrivateKey(const std::optional<std::string>& path)
 {
-    const Bio file(BIO_new_file(path.c_str(), "re"));
-    if (!file) {
-        throw std::invalid_argument("cannot read the key file " + path + ": " + std::generic_category().message(errno));
+    if (!path) {
+        return nullptr;
     }
-    m_key.reset(PEM_read_bio_PrivateKey(file.get(), nullptr, nullptr, nullptr), EVP_PKEY_free);
-    if (!m_key) {
-        throw std::invalid_argument("the key file " + path +
+    const Bio file(BIO_new_file(path->c_str(), "re"));
+    if (!file) {
+        throw std::invalid_argument("cannot read the key file " + *path + ": " +
+                                    std::generic_category().message(errno));
+    }
+    PrivateKey key(PEM_read_bio_PrivateKey(file.get(), nullptr, nullptr, nullptr), EVP_PKEY_free);
+    if (!key) {
+        throw std::invalid_argument("the key file " + *path +
                                     " holds no private key in PEM form, or was encrypted with another pass phrase");
     }
+    return key;
 }
 
-void OpenEnvelope(std::string& message, const PrivateKey* key, const ByteSink& sink)
+void OpenEnvelope(std::string& message, const PrivateKey& key, const ByteSink& sink)
 {
     const EnvelopeLayout layout(message);
-    const auto part = [&message](const EnvelopeLayout::Part& where) {
-        return std::string_view(message).substr(where.begin, where.size);
-    };
-    if (layout.recipients.size + layout.cipher.size > kLongestRecipients) {
+    if (layout.recipients.size() + layout.cipher.size() > kLongestRecipients) {
         throw Crowded();
     }
-    if (!IsAesCbc(part(layout.algorithm))) {
+    if (!IsAesCbc(layout.algorithm)) {
         throw Fault(Outcome::Refused, "its encrypted CMS message uses another cipher than AES-CBC");
     }
-    const Message parsed = ParseWithoutContent(part(layout.recipients), part(layout.cipher));
-    if (!parsed || layout.content.size > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+    const Message parsed = ParseWithoutContent(layout.recipients, layout.cipher);
+    if (!parsed || layout.content.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
         throw DamagedMessage();
     }
     if (key == nullptr) {
         return;
     }
-    const std::string_view encrypted = part(layout.content);
-    Bio content(BIO_new_mem_buf(encrypted.data(), static_cast<int>(encrypted.size())));
+    Bio content(BIO_new_mem_buf(layout.content.data(), static_cast<int>(layout.content.size())));
     if (!content) {
         throw std::bad_alloc();
     }
-    Decrypt(parsed.get(), std::move(content), key->Get(), sink);
+    Decrypt(parsed.get(), std::move(content), key.get(), sink);
 }
 
 } // namespace DfsOpen

@@ -3,6 +3,7 @@
 #include "Fault.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 
 struct evp_pkey_st;
@@ -10,18 +11,15 @@ struct evp_pkey_st;
 namespace DfsOpen
 {
 
-/** A private key from a PEM file. For one that is itself encrypted, the pass phrase is asked for on the terminal. */
-class PrivateKey
-{
-public:
-    /** @throws std::invalid_argument when the file cannot be read or holds no private key */
-    explicit PrivateKey(const std::string& path);
+/** A recipient's private key, of OpenSSL; null for none. */
+using PrivateKey = std::shared_ptr<evp_pkey_st>;
 
-    evp_pkey_st* Get() const { return m_key.get(); }
-
-private:
-    std::shared_ptr<evp_pkey_st> m_key;
-};
+/**
+ * Reads a key in PEM form. For one that is itself encrypted, the pass phrase is asked for on the terminal.
+ * @param path none for no key
+ * @throws std::invalid_argument when the file cannot be read or holds no private key
+ */
+PrivateKey ReadPrivateKey(const std::optional<std::string>& path);
 
 /** How many keys the recipients may have, and how many bytes may describe them. Devices name one recipient. */
 constexpr int kMostRecipients = 16;
@@ -37,6 +35,6 @@ constexpr std::size_t kLongestRecipients = std::size_t{64} * 1024;
  * @param key the recipient's key; without one the message is only looked at
  * @throws Fault, the sink's among them
  */
-void OpenEnvelope(std::string& message, const PrivateKey* key, const ByteSink& sink);
+void OpenEnvelope(std::string& message, const PrivateKey& key, const ByteSink& sink);
 
 } // namespace DfsOpen

@@ -2,7 +2,6 @@
 
 #include <openssl/asn1.h>
 
-#include <cstdint>
 #include <cstring>
 #include <optional>
 #include <vector>
@@ -13,18 +12,14 @@ namespace DfsOpen
 namespace
 {
 
-// Identifier octets, ITU-T X.690, section 8.1.2.
-constexpr std::uint8_t kEndOfContents = 0x00;
-constexpr std::uint8_t kInteger = 0x02;
-constexpr std::uint8_t kOctetString = 0x04;
-constexpr std::uint8_t kObjectIdentifier = 0x06;
-constexpr std::uint8_t kSequence = 0x30;
-constexpr std::uint8_t kSet = 0x31;
-constexpr std::uint8_t kPrimitive0 = 0x80;
-constexpr std::uint8_t kConstructed0 = 0xa0;
-constexpr std::uint8_t kConstructed1 = 0xa1;
+// Identifier octets, ITU-T X.690, section 8.1.2; those of a primitive universal type are OpenSSL's numbers of it.
+constexpr int kSequence = V_ASN1_CONSTRUCTED | V_ASN1_SEQUENCE;
+constexpr int kSet = V_ASN1_CONSTRUCTED | V_ASN1_SET;
+constexpr int kPrimitive0 = V_ASN1_CONTEXT_SPECIFIC;
+constexpr int kConstructed0 = V_ASN1_CONTEXT_SPECIFIC | V_ASN1_CONSTRUCTED;
+constexpr int kConstructed1 = kConstructed0 + 1;
 
-const std::string kEnvelopedData("\x2a\x86\x48\x86\xf7\x0d\x01\x07\x03", 9);
+constexpr std::string_view kEnvelopedData("\x2a\x86\x48\x86\xf7\x0d\x01\x07\x03", 9);
 
 void Require(bool isGood)
 {
@@ -37,14 +32,15 @@ void Require(bool isGood)
 class BerReader
 {
 public:
-    using Part = EnvelopeLayout::Part;
-
-    explicit BerReader(const std::string& data) : m_data(data), m_levels{{data.size(), false}} {}
+    explicit BerReader(std::string_view data) : m_data(data), m_levels{{data.size(), false}} {}
 
     std::size_t Position() const { return m_position; }
 
+    /** What lies between an earlier position and this one. */
+    std::string_view Since(std::size_t begin) const { return m_data.substr(begin, m_position - begin); }
+
     /** Goes into an element of that identifier; false, and stays, when there is none. */
-    bool TryEnter(std::uint8_t identifier)
+    bool TryEnter(int identifier)
     {
         const auto level = Begin(identifier);
         if (level) {
@@ -53,18 +49,18 @@ public:
         return level.has_value();
     }
 
-    void Enter(std::uint8_t identifier) { Require(TryEnter(identifier)); }
+    void Enter(int identifier) { Require(TryEnter(identifier)); }
 
     /** Goes out of the element, which must end here. */
     void Leave()
     {
         const Level level = m_levels.back();
-        Require(level.isIndefinite ? TryTake(kEndOfContents).has_value() : m_position == level.end);
+        Require(level.isIndefinite ? TryTake(V_ASN1_EOC).has_value() : m_position == level.end);
         m_levels.pop_back();
     }
 
     /** Goes past an element of that identifier and of definite length; stays when there is none. @return its content */
-    std::optional<Part> TryTake(std::uint8_t identifier)
+    std::optional<std::string_view> TryTake(int identifier)
     {
         const std::size_t before = m_position;
         const auto level = Begin(identifier);
@@ -72,12 +68,12 @@ public:
             m_position = before;
             return std::nullopt;
         }
-        const Part content{m_position, level->end - m_position};
+        const std::size_t begin = m_position;
         m_position = level->end;
-        return content;
+        return Since(begin);
     }
 
-    Part Take(std::uint8_t identifier)
+    std::string_view Take(int identifier)
     {
         const auto content = TryTake(identifier);
         Require(content.has_value());
@@ -92,7 +88,7 @@ private:
     };
 
     /** Goes to the content of the element. */
-    std::optional<Level> Begin(std::uint8_t identifier)
+    std::optional<Level> Begin(int identifier)
     {
         const std::size_t end = m_levels.back().end;
         const auto* const begin = reinterpret_cast<const unsigned char*>(m_data.data()) + m_position;
@@ -114,25 +110,26 @@ private:
         return Level{isIndefinite ? end : m_position + static_cast<std::size_t>(length), isIndefinite};
     }
 
-    const std::string& m_data;
+    const std::string_view m_data;
     std::vector<Level> m_levels;
     std::size_t m_position = 0;
 };
 
 /** Takes an octet string. Its pieces, if it comes in such, are moved to where the first one is. */
-EnvelopeLayout::Part TakeContent(BerReader& reader, std::string& message)
+std::string_view TakeContent(BerReader& reader, std::string& message)
 {
     if (const auto whole = reader.TryTake(kPrimitive0)) {
         return *whole;
     }
     reader.Enter(kConstructed0);
-    EnvelopeLayout::Part content{reader.Position(), 0};
-    while (const auto piece = reader.TryTake(kOctetString)) {
-        std::memmove(&message[content.begin + content.size], &message[piece->begin], piece->size);
-        content.size += piece->size;
+    const std::size_t begin = reader.Position();
+    std::size_t size = 0;
+    while (const auto piece = reader.TryTake(V_ASN1_OCTET_STRING)) {
+        std::memmove(&message[begin + size], piece->data(), piece->size());
+        size += piece->size();
     }
     reader.Leave();
-    return content;
+    return std::string_view(message).substr(begin, size);
 }
 
 } // namespace
@@ -141,22 +138,22 @@ EnvelopeLayout::EnvelopeLayout(std::string& message)
 {
     BerReader reader(message);
     const bool isContentInfo = reader.TryEnter(kSequence);
-    const auto type = reader.TryTake(kObjectIdentifier);
-    if (!isContentInfo || !type || message.compare(type->begin, type->size, kEnvelopedData) != 0) {
+    const auto type = reader.TryTake(V_ASN1_OBJECT);
+    if (!isContentInfo || type != kEnvelopedData) {
         throw Fault(Outcome::Damaged, "not an encrypted CMS message");
     }
     reader.Enter(kConstructed0);
     reader.Enter(kSequence);
-    recipients.begin = reader.Position();
-    reader.Take(kInteger);
+    const std::size_t recipientsBegin = reader.Position();
+    reader.Take(V_ASN1_INTEGER);
     reader.TryTake(kConstructed0);
     reader.Take(kSet);
-    recipients.size = reader.Position() - recipients.begin;
+    recipients = reader.Since(recipientsBegin);
     reader.Enter(kSequence);
-    cipher.begin = reader.Position();
-    reader.Take(kObjectIdentifier);
+    const std::size_t cipherBegin = reader.Position();
+    reader.Take(V_ASN1_OBJECT);
     algorithm = reader.Take(kSequence);
-    cipher.size = reader.Position() - cipher.begin;
+    cipher = reader.Since(cipherBegin);
     content = TakeContent(reader, message);
     reader.Leave();
     // Attributes, which are not encrypted.

@@ -2,8 +2,8 @@
 
 #include "Fault.h"
 
-#include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace DfsOpen
 {
@@ -14,15 +14,9 @@ inline Fault DamagedMessage()
     return Fault(Outcome::Damaged, "its encrypted CMS message is damaged or cut short");
 }
 
-/** Where in a CMS message its parts lie. */
+/** The parts of a CMS message; they point into it. */
 struct EnvelopeLayout
 {
-    struct Part
-    {
-        std::size_t begin = 0;
-        std::size_t size = 0;
-    };
-
     /**
      * Finds the parts of EnvelopedData (RFC 5652, section 6.1), but does not look into them.
      * @param message pieces of its encrypted content are joined in place
@@ -30,10 +24,10 @@ struct EnvelopeLayout
      */
     explicit EnvelopeLayout(std::string& message);
 
-    Part recipients; ///< Of EnvelopedData: all in front of its EncryptedContentInfo.
-    Part cipher;     ///< Of EncryptedContentInfo: contentType and contentEncryptionAlgorithm.
-    Part algorithm;  ///< Of that: what the AlgorithmIdentifier contains.
-    Part content;    ///< The encrypted content.
+    std::string_view recipients; ///< Of EnvelopedData: all in front of its EncryptedContentInfo.
+    std::string_view cipher;     ///< Of EncryptedContentInfo: contentType and contentEncryptionAlgorithm.
+    std::string_view algorithm;  ///< Of that: what the AlgorithmIdentifier contains.
+    std::string_view content;    ///< The encrypted content.
 };
 
 } // namespace DfsOpen

@@ -33,7 +33,7 @@ std::string ItemName(const std::string& memberName)
 class Walk
 {
 public:
-    Walk(int descriptor, const PrivateKey* key, const Limits& limits, PlainOutput& output)
+    Walk(int descriptor, const PrivateKey& key, const Limits& limits, PlainOutput& output)
         : m_descriptor(descriptor), m_key(key), m_limits(limits), m_budget(limits), m_output(output)
     {}
 
@@ -84,8 +84,7 @@ private:
     /** Returns false when the member is too large; then its beginning is there. */
     bool ReadText(TarReader& reader, std::string& text) const
     {
-        return reader.Read(m_limits.manifestSize,
-                           [&text](const char* data, std::size_t size) { text.append(data, size); });
+        return reader.Read(m_limits.manifestSize, [&text](std::string_view bytes) { text += bytes; });
     }
 
     void TellLeftOut(TarReader& reader)
@@ -129,11 +128,10 @@ private:
     /** An item that the manifest does not list. */
     Item& Unlisted(const std::string& name)
     {
-        Item item;
+        Item& item = m_report.items.emplace_back();
         item.entry.fileName = name;
         item.isListed = false;
-        m_report.items.push_back(item);
-        return m_report.items.back();
+        return item;
     }
 
     void OpenMembers()
@@ -213,9 +211,9 @@ private:
                 isBegun = true;
             }
         };
-        const auto write = [&](const char* data, std::size_t size) {
+        const auto write = [&](std::string_view bytes) {
             begin();
-            m_output.Write(data, size);
+            m_output.Write(bytes);
         };
         std::string digest = OpenItem(reader, m_key, m_limits, m_budget, write, item);
         try {
@@ -248,7 +246,7 @@ private:
     }
 
     int m_descriptor;
-    const PrivateKey* m_key;
+    const PrivateKey& m_key;
     const Limits& m_limits;
     Budget m_budget;
     PlainOutput& m_output;
@@ -264,7 +262,7 @@ bool ArchiveReport::IsSound() const
     return faults.empty() && std::all_of(items.begin(), items.end(), [](const Item& item) { return item.IsSound(); });
 }
 
-ArchiveReport Examine(int descriptor, const PrivateKey* key, const Limits& limits, PlainOutput& output)
+ArchiveReport Examine(int descriptor, const PrivateKey& key, const Limits& limits, PlainOutput& output)
 {
     return Walk(descriptor, key, limits, output).Run();
 }

@@ -27,6 +27,6 @@ struct ArchiveReport
  * @param descriptor an open regular file
  * @param key the recipient's key; without one no plain content is read
  */
-ArchiveReport Examine(int descriptor, const PrivateKey* key, const Limits& limits, PlainOutput& output);
+ArchiveReport Examine(int descriptor, const PrivateKey& key, const Limits& limits, PlainOutput& output);
 
 } // namespace DfsOpen

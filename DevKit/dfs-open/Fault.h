@@ -1,9 +1,9 @@
 #pragma once
 
-#include <cstddef>
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace DfsOpen
 {
@@ -18,6 +18,12 @@ enum class Outcome
     Missing, ///< It is not in the archive.
 };
 
+inline std::string ToText(Outcome outcome)
+{
+    constexpr const char* kNames[] = {"whole", "sealed", "damaged", "refused", "missing"};
+    return kNames[static_cast<std::size_t>(outcome)];
+}
+
 /** Why an item is not whole, in words for the user. */
 class Fault : public std::runtime_error
 {
@@ -31,6 +37,6 @@ private:
 };
 
 /** Takes the next bytes of a stream. Throws a Fault when it can take no more, which ends the stream. */
-using ByteSink = std::function<void(const char* data, std::size_t size)>;
+using ByteSink = std::function<void(std::string_view bytes)>;
 
 } // namespace DfsOpen

@@ -39,13 +39,13 @@ Gunzip::Gunzip(const Words& words, ByteSink sink, std::uint64_t limit, Budget& b
 
 Gunzip::~Gunzip() = default;
 
-void Gunzip::Feed(const char* data, std::size_t size)
+void Gunzip::Feed(std::string_view bytes)
 {
-    m_budget.Spend(size);
-    m_isFed = m_isFed || size > 0;
+    m_budget.Spend(bytes.size());
+    m_isFed = m_isFed || !bytes.empty();
     z_stream& stream = m_inflater->stream;
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data));
-    stream.avail_in = static_cast<uInt>(size);
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
+    stream.avail_in = static_cast<uInt>(bytes.size());
 
     while (stream.avail_in > 0 || stream.avail_out == 0) {
         if (!m_insideMember) {
@@ -58,7 +58,7 @@ void Gunzip::Feed(const char* data, std::size_t size)
         stream.next_out = reinterpret_cast<Bytef*>(m_inflater->output.data());
         stream.avail_out = kOutputChunk;
         const int result = inflate(&stream, Z_NO_FLUSH);
-        Deliver(m_inflater->output.data(), kOutputChunk - stream.avail_out);
+        Deliver({m_inflater->output.data(), kOutputChunk - stream.avail_out});
         if (result == Z_STREAM_END) {
             m_insideMember = false;
             m_memberEnded = true;
@@ -81,16 +81,16 @@ void Gunzip::Finish() const
     }
 }
 
-void Gunzip::Deliver(const char* data, std::size_t size)
+void Gunzip::Deliver(std::string_view bytes)
 {
-    if (size > m_limit - m_produced) {
+    if (bytes.size() > m_limit - m_produced) {
         throw Fault(Outcome::Refused, m_words.tooLarge);
     }
-    m_budget.Spend(size);
-    if (size > 0) {
-        m_sink(data, size);
+    m_budget.Spend(bytes.size());
+    if (!bytes.empty()) {
+        m_sink(bytes);
     }
-    m_produced += size;
+    m_produced += bytes.size();
 }
 
 } // namespace DfsOpen

@@ -3,9 +3,9 @@
 #include "Budget.h"
 #include "Fault.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string_view>
 
 namespace DfsOpen
 {
@@ -31,7 +31,7 @@ public:
     ~Gunzip();
 
     /** Unpacks the next bytes, less than 4 GiB. @throws Fault, or what the sink throws; then nothing may be fed */
-    void Feed(const char* data, std::size_t size);
+    void Feed(std::string_view bytes);
 
     /** Ends the stream. @throws Fault unless it was one or more whole gzip members */
     void Finish() const;
@@ -42,7 +42,7 @@ public:
 private:
     struct Inflater;
 
-    void Deliver(const char* data, std::size_t size);
+    void Deliver(std::string_view bytes);
 
     const Words m_words;
     std::unique_ptr<Inflater> m_inflater;

@@ -3,8 +3,6 @@
 #include "Digest.h"
 #include "Gunzip.h"
 
-#include <openssl/evp.h>
-
 #include <algorithm>
 
 namespace DfsOpen
@@ -20,32 +18,28 @@ constexpr Gunzip::Words kInnerWords = {"decrypted to something that is not gzip"
 bool IsPlainFileName(const std::string& name)
 {
     constexpr std::size_t kLongest = 255;
-    constexpr unsigned char kFirstPrintable = 0x20;
     constexpr unsigned char kDelete = 0x7f;
     return !name.empty() && name.size() <= kLongest && name != "." && name != ".." &&
-           std::none_of(name.begin(), name.end(), [](char character) {
-               const auto byte = static_cast<unsigned char>(character);
-               return byte < kFirstPrintable || byte == kDelete || byte == '/';
-           });
+           std::none_of(name.begin(), name.end(),
+                        [](unsigned char byte) { return byte < ' ' || byte == kDelete || byte == '/'; });
 }
 
-std::string OpenItem(TarReader& reader, const PrivateKey* key, const Limits& limits, Budget& budget,
+std::string OpenItem(TarReader& reader, const PrivateKey& key, const Limits& limits, Budget& budget,
                      const ByteSink& sink, Item& item)
 {
     std::string message;
     Gunzip outer(
-        kOuterWords, [&message](const char* data, std::size_t size) { message.append(data, size); }, limits.sealedSize,
-        budget);
+        kOuterWords, [&message](std::string_view bytes) { message += bytes; }, limits.sealedSize, budget);
     Gunzip inner(kInnerWords, sink, limits.plainSize, budget);
     Digest digest(EVP_sha256());
     std::uint64_t storedSize = 0;
     std::optional<Fault> fault;
-    const bool isAll = reader.Read(limits.sealedSize, [&](const char* data, std::size_t size) {
-        digest.Update(data, size);
-        storedSize += size;
+    const bool isAll = reader.Read(limits.sealedSize, [&](std::string_view bytes) {
+        digest.Update(bytes);
+        storedSize += bytes.size();
         try {
             if (!fault) {
-                outer.Feed(data, size);
+                outer.Feed(bytes);
             }
         } catch (const Fault& found) {
             // The digest is of all bytes: the reading goes on.
@@ -64,7 +58,7 @@ std::string OpenItem(TarReader& reader, const PrivateKey* key, const Limits& lim
         if (message.empty()) {
             throw Fault(Outcome::Damaged, "empty: its encryption wrote nothing");
         }
-        OpenEnvelope(message, key, [&inner](const char* data, std::size_t size) { inner.Feed(data, size); });
+        OpenEnvelope(message, key, [&inner](std::string_view bytes) { inner.Feed(bytes); });
         if (key != nullptr) {
             inner.Finish();
         }
@@ -83,7 +77,7 @@ std::string OpenItem(TarReader& reader, const PrivateKey* key, const Limits& lim
 std::string DigestOfMember(TarReader& reader, const Limits& limits)
 {
     Digest digest(EVP_sha256());
-    reader.Read(limits.sealedSize, [&digest](const char* data, std::size_t size) { digest.Update(data, size); });
+    reader.Read(limits.sealedSize, [&digest](std::string_view bytes) { digest.Update(bytes); });
     return digest.Finish();
 }
 

@@ -37,7 +37,7 @@ bool IsPlainFileName(const std::string& name);
  * @return the SHA-256 digest of the bytes in the archive
  * @throws ArchiveError when the archive ends or proves damaged in the member; the sink was given nothing
  */
-std::string OpenItem(TarReader& reader, const PrivateKey* key, const Limits& limits, Budget& budget,
+std::string OpenItem(TarReader& reader, const PrivateKey& key, const Limits& limits, Budget& budget,
                      const ByteSink& sink, Item& item);
 
 /** Reads the current member only for its SHA-256 digest, at most limits.sealedSize bytes of it. @throws ArchiveError */

@@ -37,10 +37,9 @@ void Require(bool isStored)
 StreamOutput::StreamOutput(std::string subType, std::ostream& stream) : m_subType(std::move(subType)), m_stream(stream)
 {}
 
-void StreamOutput::Write(const char* data, std::size_t size)
+void StreamOutput::Write(std::string_view bytes)
 {
-    m_stream.write(data, static_cast<std::streamsize>(size));
-    if (!m_stream.good()) {
+    if (!(m_stream << bytes)) {
         throw Fault(Outcome::Refused, "not written: the output is closed");
     }
 }
@@ -48,7 +47,7 @@ void StreamOutput::Write(const char* data, std::size_t size)
 void StreamOutput::End(bool /*isWhole*/)
 {
     m_stream.flush();
-    Write("", 0);
+    Write("");
 }
 
 FolderOutput::FolderOutput(const std::string& path)
@@ -71,10 +70,10 @@ void FolderOutput::Begin(const ManifestEntry& entry)
     Require(bool(m_file));
 }
 
-void FolderOutput::Write(const char* data, std::size_t size)
+void FolderOutput::Write(std::string_view bytes)
 {
-    m_isEmpty = m_isEmpty && size == 0;
-    Require(m_file.WriteAll({data, size}));
+    m_isEmpty = m_isEmpty && bytes.empty();
+    Require(m_file.WriteAll(bytes));
 }
 
 void FolderOutput::End(bool isWhole)

@@ -3,9 +3,9 @@
 #include "FileDescriptor.h"
 #include "Manifest.h"
 
-#include <cstddef>
 #include <iosfwd>
 #include <string>
+#include <string_view>
 
 namespace DfsOpen
 {
@@ -14,10 +14,7 @@ namespace DfsOpen
 class PlainOutput
 {
 public:
-    PlainOutput() = default;
     virtual ~PlainOutput() = default;
-    PlainOutput(const PlainOutput&) = delete;
-    PlainOutput& operator=(const PlainOutput&) = delete;
 
     /** Whether the item is to be opened. */
     virtual bool Wants(const ManifestEntry& /*entry*/) const { return true; }
@@ -26,7 +23,7 @@ public:
     virtual void Begin(const ManifestEntry& /*entry*/) {}
 
     /** Takes the item's next bytes. @throws Fault when that is not possible */
-    virtual void Write(const char* /*data*/, std::size_t /*size*/) {}
+    virtual void Write(std::string_view /*bytes*/) {}
 
     /** Ends the item. @throws Fault when its content is not safely stored */
     virtual void End(bool /*isWhole*/) {}
@@ -39,7 +36,7 @@ public:
     StreamOutput(std::string subType, std::ostream& stream);
 
     bool Wants(const ManifestEntry& entry) const override { return entry.subType == m_subType; }
-    void Write(const char* data, std::size_t size) override;
+    void Write(std::string_view bytes) override;
     void End(bool isWhole) override;
 
 private:
@@ -58,7 +55,7 @@ public:
     explicit FolderOutput(const std::string& path);
 
     void Begin(const ManifestEntry& entry) override;
-    void Write(const char* data, std::size_t size) override;
+    void Write(std::string_view bytes) override;
     void End(bool isWhole) override;
 
 private:

@@ -3,6 +3,7 @@
 #include "Escape.h"
 
 #include <algorithm>
+#include <array>
 #include <iomanip>
 #include <ostream>
 
@@ -11,11 +12,6 @@ namespace DfsOpen
 
 namespace
 {
-
-struct Row
-{
-    std::string item, type, subType, stored, plain, state;
-};
 
 std::string Size(const std::optional<std::uint64_t>& size)
 {
@@ -29,30 +25,31 @@ std::string OrDash(const std::string& text)
 
 std::string State(const Item& item)
 {
-    static constexpr const char* kNames[] = {"whole", "sealed", "damaged", "refused", "missing"};
-    return kNames[static_cast<std::size_t>(item.outcome)] + (item.text.empty() ? "" : ": " + Escape::Name(item.text)) +
+    return ToText(item.outcome) + (item.text.empty() ? "" : ": " + Escape::Name(item.text)) +
            (item.isListed ? "" : ", not in the manifest");
 }
 
 void PrintTable(const std::vector<Item>& items, std::ostream& out)
 {
+    using Row = std::array<std::string, 6>;
     std::vector<Row> rows = {{"ITEM", "TYPE", "SUB-TYPE", "STORED", "PLAIN", "STATE"}};
     for (const Item& item : items) {
         rows.push_back({OrDash(item.entry.fileName), OrDash(item.entry.type), OrDash(item.entry.subType),
                         Size(item.storedSize), Size(item.plainSize), State(item)});
     }
-    const auto width = [&rows](std::string Row::*column) {
-        std::size_t most = 0;
-        for (const Row& row : rows) {
-            most = std::max(most, (row.*column).size());
-        }
-        return std::setw(static_cast<int>(most));
-    };
-    const auto item = width(&Row::item), type = width(&Row::type), subType = width(&Row::subType),
-               stored = width(&Row::stored), plain = width(&Row::plain);
+    std::array<std::size_t, 5> widths{};
     for (const Row& row : rows) {
-        out << std::left << item << row.item << "  " << type << row.type << "  " << subType << row.subType << "  "
-            << std::right << stored << row.stored << "  " << plain << row.plain << "  " << row.state << '\n';
+        for (std::size_t column = 0; column < widths.size(); ++column) {
+            widths[column] = std::max(widths[column], row[column].size());
+        }
+    }
+    for (const Row& row : rows) {
+        for (std::size_t column = 0; column < widths.size(); ++column) {
+            const bool isNumber = column >= 3;
+            out << (isNumber ? std::right : std::left) << std::setw(static_cast<int>(widths[column])) << row[column]
+                << "  ";
+        }
+        out << row.back() << '\n';
     }
 }
 

@@ -5,13 +5,14 @@
 #include <archive.h>
 #include <archive_entry.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <array>
 #include <cerrno>
 #include <limits>
 #include <new>
 #include <system_error>
-#include <vector>
 
 namespace DfsOpen
 {
@@ -32,9 +33,8 @@ struct TarReader::Source
         : descriptor(fd),
           budget(archiveBudget),
           gunzip(
-              kWords,
-              [this](const char* data, std::size_t size) { unpacked.insert(unpacked.end(), data, data + size); },
-              std::numeric_limits<std::uint64_t>::max(), archiveBudget)
+              kWords, [this](std::string_view bytes) { unpacked += bytes; }, std::numeric_limits<std::uint64_t>::max(),
+              archiveBudget)
     {}
     ~Source() { archive_read_free(reader); }
 
@@ -49,7 +49,7 @@ struct TarReader::Source
                 if (ended) {
                     gunzip.Finish();
                 } else if (got > 0) {
-                    gunzip.Feed(input.data(), static_cast<std::size_t>(got));
+                    gunzip.Feed({input.data(), static_cast<std::size_t>(got)});
                 } else if (errno != EINTR) {
                     fault = "it cannot be read: " + std::generic_category().message(errno);
                 }
@@ -96,7 +96,7 @@ struct TarReader::Source
     Budget& budget;
     Gunzip gunzip;
     std::array<char, kInputChunk> input{};
-    std::vector<char> unpacked;
+    std::string unpacked;
     std::string fault;
     bool ended = false;
     std::size_t overhead = 0; ///< Bytes read since libarchive last gave a header or content.
@@ -104,6 +104,21 @@ struct TarReader::Source
     archive* reader = archive_read_new();
     archive_entry* entry = nullptr;
 };
+
+FileDescriptor OpenArchive(const std::string& path)
+{
+    // Opening a named pipe must not block.
+    FileDescriptor archive(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!archive) {
+        throw std::invalid_argument("cannot open " + path + ": " + std::generic_category().message(errno));
+    }
+    struct stat status
+    {};
+    if (fstat(archive.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        throw std::invalid_argument(path + " is not a regular file");
+    }
+    return archive;
+}
 
 TarReader::TarReader(int descriptor, const Limits& limits, Budget& budget) : m_memberLimit(limits.members)
 {
@@ -175,7 +190,7 @@ bool TarReader::Read(std::uint64_t limit, const ByteSink& sink)
         } catch (const Fault& fault) {
             throw ArchiveError(fault.what());
         }
-        sink(buffer.data(), static_cast<std::size_t>(got));
+        sink({buffer.data(), static_cast<std::size_t>(got)});
         total += static_cast<std::uint64_t>(got);
     }
     return false;

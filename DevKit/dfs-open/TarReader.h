@@ -2,6 +2,7 @@
 
 #include "Budget.h"
 #include "Fault.h"
+#include "FileDescriptor.h"
 
 #include <cstdint>
 #include <memory>
@@ -10,6 +11,12 @@
 
 namespace DfsOpen
 {
+
+/**
+ * Opens a regular file for reading; never waits for another program.
+ * @throws std::invalid_argument with one line for the user when that is not possible
+ */
+FileDescriptor OpenArchive(const std::string& path);
 
 /** The archive cannot be read any further; the text is for the user. */
 class ArchiveError : public std::runtime_error

@@ -3,8 +3,6 @@
 #include "ReportRun.h"
 #include "Tool.h"
 
-#include <CLI/CLI.hpp>
-
 #include <filesystem>
 #include <iostream>
 

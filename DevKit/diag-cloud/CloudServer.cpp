@@ -24,22 +24,10 @@ CloudServer::CloudServer(CloudSettings settings)
     m_server->Start();
 }
 
-CloudServer::~CloudServer() = default;
-
 void CloudServer::Stop()
 {
     const std::lock_guard<std::mutex> lock(m_stopMutex);
     m_server.reset();
-}
-
-std::vector<ReceivedRequest> CloudServer::Requests() const
-{
-    return m_cloud.log.Requests();
-}
-
-std::optional<ReceivedRequest> CloudServer::WaitForRequest(std::size_t number, std::chrono::milliseconds timeout) const
-{
-    return m_cloud.log.WaitFor(number, timeout);
 }
 
 } // namespace DiagCloud

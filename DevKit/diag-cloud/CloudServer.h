@@ -40,8 +40,6 @@ public:
     /** Listens and serves. @throws std::system_error when the port or the folder cannot be had */
     explicit CloudServer(CloudSettings settings);
 
-    ~CloudServer();
-
     /** Ends all connections at once. Blocks. */
     void Stop();
 
@@ -51,14 +49,17 @@ public:
     std::string Url() const { return m_cloud.baseUrl; }
 
     /** Those so far, in the order in which the answers were decided. */
-    std::vector<ReceivedRequest> Requests() const;
+    std::vector<ReceivedRequest> Requests() const { return m_cloud.log.Requests(); }
 
     /**
      * Waits for the request of that number, counted from 1 in that order. The answer is decided before it is delayed or
      * cut off. Blocks.
      * @return none when the time is up
      */
-    std::optional<ReceivedRequest> WaitForRequest(std::size_t number, std::chrono::milliseconds timeout) const;
+    std::optional<ReceivedRequest> WaitForRequest(std::size_t number, std::chrono::milliseconds timeout) const
+    {
+        return m_cloud.log.WaitFor(number, timeout);
+    }
 
 private:
     Cloud m_cloud;

@@ -148,7 +148,7 @@ private:
 
     void OnBody(beast::error_code error)
     {
-        m_exchange->Receive(m_chunk.data(), m_wanted - m_parser->get().body().size);
+        m_exchange->Receive({m_chunk.data(), m_wanted - m_parser->get().body().size});
         ReadBody(error == http::error::need_buffer ? beast::error_code() : error);
     }
 

@@ -3,9 +3,7 @@
 #include "Metadata.h"
 
 #include <json/json.h>
-#include <openssl/evp.h>
 
-#include <algorithm>
 #include <exception>
 
 namespace DiagCloud
@@ -52,20 +50,20 @@ Exchange::Exchange(Cloud& cloud, std::string method, std::string target, Headers
     }
 }
 
-void Exchange::Receive(const char* data, std::size_t size)
+void Exchange::Receive(std::string_view bytes)
 {
-    m_request.bodySize += size;
+    m_request.bodySize += bytes.size();
     if (m_route.kind != RequestKind::Archive) {
-        m_request.body.append(data, std::min(size, kLongestText - m_request.body.size()));
+        m_request.body += bytes.substr(0, kLongestText - m_request.body.size());
         return;
     }
-    m_md5.Update(data, size);
+    m_md5.Update(bytes);
     if (m_metadata && m_storeFault.empty() && !m_outcome.IsInsteadOfTheRequest()) {
         try {
             if (!m_archive) {
                 m_archive = m_cloud.store.AddArchive(m_route.id);
             }
-            m_archive->Write({data, size});
+            m_archive->Write(bytes);
         } catch (const std::exception& error) {
             m_storeFault = error.what();
         }
@@ -116,7 +114,7 @@ void Exchange::Decide()
             TakeMetadata();
         } else if (m_route.kind == RequestKind::Archive) {
             TakeArchive();
-        } else if (m_route.pathKnown) {
+        } else if (!m_route.id.empty()) {
             Refuse(405, "only POST is possible here");
             m_outcome.headers["Allow"] = "POST";
         } else {

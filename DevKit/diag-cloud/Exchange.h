@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace DiagCloud
 {
@@ -37,7 +38,7 @@ public:
     const Outcome& Scripted() const { return m_outcome; }
 
     /** Takes the next bytes of the body. */
-    void Receive(const char* data, std::size_t size);
+    void Receive(std::string_view bytes);
 
     /** Bytes of the body that have arrived. */
     std::uint64_t BodySize() const { return m_request.bodySize; }

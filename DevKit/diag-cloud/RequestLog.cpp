@@ -19,16 +19,12 @@ const char* DescribeToken(const Headers& headers)
 std::string Summary(const ReceivedRequest& request)
 {
     std::string line = "#" + std::to_string(request.number) + " ";
-    switch (request.kind) {
-        case RequestKind::Metadata:
-            line += "metadata";
-            break;
-        case RequestKind::Archive:
-            line += "archive " + Printable(request.archiveId);
-            break;
-        case RequestKind::Other:
-            line += Printable(request.method) + " " + Printable(request.target);
-            break;
+    if (request.kind == RequestKind::Metadata) {
+        line += "metadata";
+    } else if (request.kind == RequestKind::Archive) {
+        line += "archive " + Printable(request.archiveId);
+    } else {
+        line += Printable(request.method) + " " + Printable(request.target);
     }
     line += ", " + std::to_string(request.bodySize) + (request.complete ? " bytes" : " bytes, then broken off");
     if (request.kind == RequestKind::Archive && request.complete) {
@@ -46,9 +42,7 @@ void RequestLog::Add(ReceivedRequest request, const std::string& remark)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     request.number = ++m_count;
-    if (m_writer) {
-        m_writer(TimeOfDay() + Summary(request) + " -> " + remark);
-    }
+    WriteEvent(m_writer, Summary(request) + " -> " + remark);
     if (m_keep) {
         m_requests.push_back(std::move(request));
     }
@@ -58,9 +52,7 @@ void RequestLog::Add(ReceivedRequest request, const std::string& remark)
 void RequestLog::Print(const std::string& text)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_writer) {
-        m_writer(TimeOfDay() + Printable(text));
-    }
+    WriteEvent(m_writer, Printable(text));
 }
 
 std::vector<ReceivedRequest> RequestLog::Requests() const

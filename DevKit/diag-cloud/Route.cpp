@@ -33,16 +33,12 @@ std::string Between(const std::string& path, const std::string& prefix, const st
 Route FindRoute(const std::string& method, const std::string& target)
 {
     const std::string path = PathOf(target);
-    Route route;
-    RequestKind kind = RequestKind::Metadata;
-    route.id = Between(path, "/senders/", "/metadata");
+    Route route{RequestKind::Metadata, Between(path, "/senders/", "/metadata")};
     if (route.id.empty()) {
-        kind = RequestKind::Archive;
-        route.id = Between(path, "/archives/", "");
+        route = {RequestKind::Archive, Between(path, "/archives/", "")};
     }
-    route.pathKnown = !route.id.empty();
-    if (route.pathKnown && method == "POST") {
-        route.kind = kind;
+    if (route.id.empty() || method != "POST") {
+        route.kind = RequestKind::Other;
     }
     return route;
 }

@@ -16,8 +16,7 @@ enum class RequestKind
 struct Route
 {
     RequestKind kind = RequestKind::Other;
-    std::string id;         ///< The product's for Metadata, the archive's for Archive.
-    bool pathKnown = false; ///< The path is one of the two, whatever the method.
+    std::string id; ///< The product's or the archive's, whatever the method; empty when the path is neither of the two.
 };
 
 /** Reads a method and a target in origin form or, as proxies get it, in absolute form (RFC 9112, section 3.2). */

@@ -20,11 +20,6 @@ constexpr std::uint64_t kMostRepeats = std::uint64_t{1000} * 1000;
 const std::set<std::string> kMembers = {
     "match", "status", "headers", "body", "delayMs", "resetAfterBytes", "resetAfterRequestBytes", "hang", "repeat"};
 
-[[noreturn]] void Refuse(const std::string& what)
-{
-    throw std::invalid_argument(what);
-}
-
 /** The number that a member has; none when there is no such member. */
 std::optional<std::uint64_t> Number(const Json::Value& outcome, const std::string& name, std::uint64_t least,
                                     std::uint64_t most)
@@ -34,7 +29,8 @@ std::optional<std::uint64_t> Number(const Json::Value& outcome, const std::strin
     }
     const Json::Value& value = outcome[name];
     if (!value.isUInt64() || value.asUInt64() < least || value.asUInt64() > most) {
-        Refuse("\"" + name + "\" must be a whole number from " + std::to_string(least) + " to " + std::to_string(most));
+        throw std::invalid_argument("\"" + name + "\" must be a whole number from " + std::to_string(least) + " to " +
+                                    std::to_string(most));
     }
     return value.asUInt64();
 }
@@ -48,7 +44,7 @@ std::optional<RequestKind> Match(const Json::Value& value)
         return RequestKind::Archive;
     }
     if (value != "any") {
-        Refuse("\"match\" must be \"metadata\", \"archive\" or \"any\"");
+        throw std::invalid_argument("\"match\" must be \"metadata\", \"archive\" or \"any\"");
     }
     return std::nullopt;
 }
@@ -68,12 +64,12 @@ bool IsFieldValue(const std::string& text)
 Headers Fields(const Json::Value& value)
 {
     if (!value.isObject()) {
-        Refuse("\"headers\" must be an object");
+        throw std::invalid_argument("\"headers\" must be an object");
     }
     Headers headers;
     for (auto field = value.begin(); field != value.end(); ++field) {
         if (!IsToken(field.name()) || !(field->isString() || field->isIntegral()) || !IsFieldValue(field->asString())) {
-            Refuse("\"headers\" must map field names to values on one line");
+            throw std::invalid_argument("\"headers\" must map field names to values on one line");
         }
         headers.emplace(field.name(), field->asString());
     }
@@ -83,11 +79,11 @@ Headers Fields(const Json::Value& value)
 Outcome ParseOutcome(const Json::Value& value)
 {
     if (!value.isObject()) {
-        Refuse("it must be an object");
+        throw std::invalid_argument("it must be an object");
     }
     for (const std::string& name : value.getMemberNames()) {
         if (kMembers.count(name) == 0) {
-            Refuse("there is no member \"" + name + "\"");
+            throw std::invalid_argument("there is no member \"" + name + "\"");
         }
     }
     Outcome outcome;
@@ -104,19 +100,19 @@ Outcome ParseOutcome(const Json::Value& value)
     }
     const Json::Value hang = value.get("hang", false);
     if (!hang.isBool()) {
-        Refuse("\"hang\" must be true or false");
+        throw std::invalid_argument("\"hang\" must be true or false");
     }
     outcome.hang = hang.asBool();
 
     if (!outcome.status && (value.isMember("headers") || value.isMember("body"))) {
-        Refuse("\"headers\" and \"body\" need a \"status\"");
+        throw std::invalid_argument("\"headers\" and \"body\" need a \"status\"");
     }
     if ((outcome.status == 204 || outcome.status == 304) && value.isMember("body")) {
-        Refuse("an answer of status 204 or 304 has no \"body\"");
+        throw std::invalid_argument("an answer of status 204 or 304 has no \"body\"");
     }
     const bool isAnswered = outcome.status || outcome.resetAfterBytes;
     if (int{isAnswered} + int{outcome.hang} + int{outcome.resetAfterRequestBytes.has_value()} > 1) {
-        Refuse("\"hang\", \"resetAfterRequestBytes\" and an answer exclude each other");
+        throw std::invalid_argument("\"hang\", \"resetAfterRequestBytes\" and an answer exclude each other");
     }
     if (value.isMember("body")) {
         outcome.SetAnswer(*outcome.status, value["body"]);
@@ -132,17 +128,17 @@ std::vector<Outcome> ParseScript(const std::string& text)
     try {
         script = StrictJson::Parse(text);
     } catch (const StrictJson::Error& error) {
-        Refuse(std::string("it is not JSON: ") + error.what());
+        throw std::invalid_argument(std::string("it is not JSON: ") + error.what());
     }
     if (!script.isArray()) {
-        Refuse("it is not a JSON array of outcomes");
+        throw std::invalid_argument("it is not a JSON array of outcomes");
     }
     std::vector<Outcome> outcomes;
     for (const Json::Value& value : script) {
         try {
             outcomes.push_back(ParseOutcome(value));
         } catch (const std::invalid_argument& problem) {
-            Refuse("outcome " + std::to_string(outcomes.size() + 1) + ": " + problem.what());
+            throw std::invalid_argument("outcome " + std::to_string(outcomes.size() + 1) + ": " + problem.what());
         }
     }
     return outcomes;

@@ -3,8 +3,6 @@
 #include "Script.h"
 #include "Tool.h"
 
-#include <CLI/CLI.hpp>
-
 #include <fcntl.h>
 #include <iostream>
 #include <stdexcept>
@@ -43,17 +41,15 @@ int main(int argc, char** argv)
         "archives, stores them and prints a line for each request. Listens on 127.0.0.1 and ::1 only. Ends on SIGINT\n"
         "or SIGTERM.",
         "diag-cloud");
-    AddPortOption(app, settings.port, 0, "port to listen on; 0 takes any");
+    AddNumberOption(app, "--port", settings.port, 0, kLargestPort, "PORT", "port to listen on; 0 takes any");
     app.add_option("--store", settings.storeFolder, "where metadata and archives are stored; made if it is not there")
         ->type_name("DIR")
         ->capture_default_str();
     app.add_option("--script", script,
                    "a JSON array of outcomes that befall the first requests, such as failures that a client retries")
         ->type_name("FILE");
-    app.add_option("--max-body-size", settings.maxBodySize, "largest request body that is accepted")
-        ->check(CLI::Range(std::uint64_t{0}, kLargestBody))
-        ->type_name("BYTES")
-        ->capture_default_str();
+    AddNumberOption(app, "--max-body-size", settings.maxBodySize, 0, kLargestBody, "BYTES",
+                    "largest request body that is accepted");
 
     return RunTool(app, argc, argv, [&] {
         if (!script.empty()) {

@@ -193,9 +193,7 @@ private:
 
     void Print(const std::string& text, std::size_t longest = kLongestLine) const
     {
-        if (m_settings.writer) {
-            m_settings.writer(TimeOfDay() + Printable(text, longest));
-        }
+        WriteEvent(m_settings.writer, Printable(text, longest));
     }
 
     const GatewaySettings m_settings;

@@ -5,6 +5,7 @@
 #include "Utf8Text.h"
 
 #include <algorithm>
+#include <iterator>
 #include <type_traits>
 #include <utility>
 
@@ -103,20 +104,19 @@ Effects Router::Drop(ClientNumber client)
             Reject(open, 503, "the handler went away before it answered " + open.named, effects);
         }
     }
-    std::set<std::string> lost;
+    bool isLoss = false;
     for (const std::string& key : m_clients[client].handled) {
         const auto handlers = m_handlers.find(key);
         Remove(handlers->second, client);
         if (handlers->second.empty()) {
             m_handlers.erase(handlers);
-            lost.insert(key.substr(key.find(' ') + 1));
+            isLoss = true;
         }
     }
-    for (auto endpoint = lost.begin(); endpoint != lost.end();) {
-        endpoint = HasHandler(*endpoint) ? lost.erase(endpoint) : std::next(endpoint);
-    }
     m_clients.erase(client);
-    TellLoss(lost, effects);
+    if (isLoss) {
+        TellChanges(effects);
+    }
     return effects;
 }
 
@@ -145,7 +145,8 @@ void Router::On(ClientNumber client, const Wire::Interest& interest, Effects& ef
         throw Wire::FrameError("the endpoints of interest do not fit a frame");
     }
     m_clients[client].interest = interest.endpoints;
-    TellReady(client, effects);
+    m_clients[client].isReady = false;
+    TellChanges(effects);
 }
 
 void Router::On(ClientNumber client, const Wire::Register& registration, Effects& effects)
@@ -162,7 +163,7 @@ void Router::On(ClientNumber client, const Wire::Register& registration, Effects
     Remove(handlers, client);
     handlers.push_back(client);
     if (isFirst) {
-        TellGain(registration.endpoint, effects);
+        TellChanges(effects);
     }
 }
 
@@ -252,38 +253,21 @@ bool Router::HasHandler(const std::string& endpoint) const
            m_handlers.count(KeyOf(Gatrix::Method::POST, endpoint)) != 0;
 }
 
-void Router::TellGain(const std::string& endpoint, Effects& effects)
-{
-    for (const auto& [number, client] : m_clients) {
-        if (std::find(client.interest.begin(), client.interest.end(), endpoint) != client.interest.end()) {
-            TellReady(number, effects);
-        }
-    }
-}
-
-void Router::TellReady(ClientNumber number, Effects& effects)
-{
-    Client& client = m_clients[number];
-    client.isReady = std::all_of(client.interest.begin(), client.interest.end(),
-                                 [this](const std::string& endpoint) { return HasHandler(endpoint); });
-    if (client.isReady) {
-        effects.lines.push_back(Label(number) + " is ready: " + Listed(client.interest));
-        effects.deliveries.push_back({number, TextOf(Wire::Ready{client.interest}), {}});
-    }
-}
-
-void Router::TellLoss(const std::set<std::string>& lost, Effects& effects)
+void Router::TellChanges(Effects& effects)
 {
     for (auto& [number, client] : m_clients) {
-        std::set<std::string> missed;
-        for (const std::string& endpoint : client.interest) {
-            if (client.isReady && lost.count(endpoint) != 0) {
-                missed.insert(endpoint);
-            }
+        std::set<std::string> missing;
+        std::copy_if(client.interest.begin(), client.interest.end(), std::inserter(missing, missing.end()),
+                     [this](const std::string& endpoint) { return !HasHandler(endpoint); });
+        if (client.isReady == missing.empty()) {
+            continue;
         }
-        if (!missed.empty()) {
-            client.isReady = false;
-            const std::vector<std::string> list(missed.begin(), missed.end());
+        client.isReady = missing.empty();
+        if (client.isReady) {
+            effects.lines.push_back(Label(number) + " is ready: " + Listed(client.interest));
+            effects.deliveries.push_back({number, TextOf(Wire::Ready{client.interest}), {}});
+        } else {
+            const std::vector<std::string> list(missing.begin(), missing.end());
             effects.lines.push_back(Label(number) + " is not ready: nobody handles " + Listed(list));
             effects.deliveries.push_back({number, TextOf(Wire::NotReady{list}), {}});
         }

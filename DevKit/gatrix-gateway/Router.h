@@ -59,7 +59,7 @@ private:
         std::set<std::string> handled; ///< Keys of m_handlers.
         std::set<std::string> subscriptions;
         std::vector<std::string> interest; ///< As the client listed it.
-        bool isReady = false;              ///< All of the interest has a handler.
+        bool isReady = true;               ///< All of the interest has a handler, as far as the client was told.
         std::size_t openRequests = 0;      ///< Of its own.
     };
 
@@ -88,12 +88,8 @@ private:
 
     /** Whether the endpoint has a handler for any method. */
     bool HasHandler(const std::string& endpoint) const;
-    /** An endpoint has got its first handler: tells the clients of which it was the last one missing. */
-    void TellGain(const std::string& endpoint, Effects& effects);
-    /** Endpoints have lost their last handlers: tells the clients that were ready. */
-    void TellLoss(const std::set<std::string>& lost, Effects& effects);
-    /** Tells the client if all that it is interested in has a handler. */
-    void TellReady(ClientNumber client, Effects& effects);
+    /** Tells the clients of which the endpoints of interest now all have a handler, or no longer do. */
+    void TellChanges(Effects& effects);
     /** Removes the request. */
     OpenRequest Close(OpenRequests::iterator request);
     void Reject(const OpenRequest& request, int statusCode, const std::string& message, Effects& effects) const;

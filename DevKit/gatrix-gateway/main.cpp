@@ -2,8 +2,6 @@
 #include "GatrixWire.h"
 #include "Tool.h"
 
-#include <CLI/CLI.hpp>
-
 #include <iostream>
 #include <memory>
 
@@ -18,7 +16,7 @@ int main(int argc, char** argv)
         "services that connect to it by WebSocket, and prints a line for each client that comes or goes, each\n"
         "registration and each refusal. Listens on 127.0.0.1 and ::1 only. Ends on SIGINT or SIGTERM.",
         "gatrix-gateway");
-    AddPortOption(app, settings.port, 0, "port to listen on; 0 takes any");
+    AddNumberOption(app, "--port", settings.port, 0, kLargestPort, "PORT", "port to listen on; 0 takes any");
     app.add_flag("--verbose", settings.verbose,
                  "print each frame too: \">\" marks what a client sent, \"<\" what it was sent");
 

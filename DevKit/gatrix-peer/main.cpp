@@ -1,8 +1,6 @@
 #include "Peer.h"
 #include "Tool.h"
 
-#include <CLI/CLI.hpp>
-
 #include <unistd.h>
 #include <iostream>
 
@@ -20,12 +18,6 @@ int Run(const GatrixPeer::Options& options)
         pause();
     }
     return hasSucceeded ? 0 : 1;
-}
-
-std::string FindTypeFault(const std::string& name)
-{
-    DFSCommonPB::DiagFileType type{};
-    return DFSCommonPB::DiagFileType_Parse(name, &type) ? "" : "there is no file type '" + name + "'";
 }
 } // namespace
 
@@ -48,12 +40,13 @@ int main(int argc, char** argv)
            [&upload](const std::vector<std::string>& names) {
                for (const std::string& name : names) {
                    DFSCommonPB::DiagFileType type{};
-                   DFSCommonPB::DiagFileType_Parse(name, &type);
+                   if (!DFSCommonPB::DiagFileType_Parse(name, &type)) {
+                       throw CLI::ValidationError("--type", "there is no file type '" + name + "'");
+                   }
                    upload.add_filetype(type);
                }
            },
            "what to upload, such as LOGREAD or TOP; may be given several times; everything if not given")
-        ->check(FindTypeFault)
         ->allow_extra_args(false)
         ->type_name("TYPE");
     app.add_option_function<std::string>(
@@ -68,12 +61,9 @@ int main(int argc, char** argv)
         ->type_name("TEXT")
         ->capture_default_str();
     app.add_flag("--stay", options.isStaying, "go on offering the endpoints after the answer");
-    AddPortOption(app, options.port, 1, "of the gateway, on this machine");
-    app.add_option("--timeout", timeout,
-                   "how long to wait for the gateway and the service; the upload itself may take an hour")
-        ->check(CLI::Range(1, kMostSeconds))
-        ->type_name("SECONDS")
-        ->capture_default_str();
+    AddNumberOption(app, "--port", options.port, 1, kLargestPort, "PORT", "of the gateway, on this machine");
+    AddNumberOption(app, "--timeout", timeout, 1, kMostSeconds, "SECONDS",
+                    "how long to wait for the gateway and the service; the upload itself may take an hour");
 
     return RunTool(app, argc, argv, [&] {
         options.timeout = std::chrono::seconds(timeout);

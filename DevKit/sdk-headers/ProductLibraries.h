@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <exception>
-#include <iosfwd>
 #include <map>
 #include <memory>
 #include <optional>
@@ -70,9 +69,6 @@ namespace IL
 {
 NotifyTargetTaskIF* CreateTask(const std::string&, const std::string&);
 }
-
-template <class T>
-class WeakRef;
 
 class CallbackConnection
 {

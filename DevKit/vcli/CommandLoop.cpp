@@ -2,7 +2,6 @@
 
 #include "CliWire.h"
 #include "CommandWords.h"
-#include "Console.h"
 
 #include <poll.h>
 #include <unistd.h>

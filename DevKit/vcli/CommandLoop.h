@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Options.h"
+#include "Console.h"
 
 namespace Vcli
 {

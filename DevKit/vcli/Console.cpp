@@ -20,6 +20,7 @@ namespace Vcli
 namespace
 {
 using CliWire::Event;
+using Clock = ServiceLink::Clock;
 
 ExitStatus Complain(ExitStatus status, const std::string& text)
 {
@@ -204,7 +205,6 @@ ExitStatus Console::AwaitOutcome(ServiceLink& link)
         show(nothing);
         return event.kind == Event::Kind::Async;
     };
-    using Clock = ServiceLink::Clock;
     using std::chrono::seconds;
     const auto start = Clock::now();
     const auto deadline = start + m_options.waitTimeout;
@@ -226,14 +226,14 @@ ExitStatus Console::AwaitOutcome(ServiceLink& link)
 }
 
 std::optional<Event> Console::Await(ServiceLink& link, const std::function<bool(const Event&)>& isAwaited,
-                                    ServiceLink::Clock::time_point deadline)
+                                    Clock::time_point deadline)
 {
     while (auto event = link.Next(deadline)) {
         if (isAwaited(*event)) {
             return event;
         }
         ShowUnasked(link.Name(), *event);
-        if (ServiceLink::Clock::now() >= deadline) {
+        if (Clock::now() >= deadline) {
             break;
         }
     }
@@ -243,13 +243,9 @@ std::optional<Event> Console::Await(ServiceLink& link, const std::function<bool(
 void Console::ShowArrived()
 {
     // A service that talks without pause must not keep the input waiting.
-    const auto deadline = ServiceLink::Clock::now() + std::chrono::seconds(1);
+    const auto deadline = Clock::now() + std::chrono::seconds(1);
     for (auto& [name, link] : m_links) {
-        while (ServiceLink::Clock::now() < deadline) {
-            const auto event = link.Next(ServiceLink::Clock::now());
-            if (!event) {
-                break;
-            }
+        while (const auto event = Clock::now() < deadline ? link.Next(Clock::now()) : std::nullopt) {
             ShowUnasked(name, *event);
         }
     }

@@ -1,9 +1,6 @@
 #include "CommandLoop.h"
 #include "Console.h"
-#include "Options.h"
 #include "Tool.h"
-
-#include <CLI/CLI.hpp>
 
 #include <stdexcept>
 
@@ -38,10 +35,7 @@ int main(int argc, char** argv)
         "vcli");
     app.prefix_command();
     app.footer(kFooter);
-    app.add_option("--timeout", timeout, "how long to wait for a reply")
-        ->check(CLI::Range(1, kMostSeconds))
-        ->type_name("SECONDS")
-        ->capture_default_str();
+    AddNumberOption(app, "--timeout", timeout, 1, kMostSeconds, "SECONDS", "how long to wait for a reply");
     CLI::Option* const wait =
         app.add_flag(
                "--wait{900}", waitTimeout,

@@ -1,13 +1,11 @@
 #include "Collection.h"
 
-#include "ArchiveFile.h"
 #include "Examination.h"
 #include "Markup.h"
 
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cstring>
 #include <filesystem>
 #include <map>
 #include <utility>
@@ -30,17 +28,17 @@ class TextOutput : public DfsOpen::PlainOutput
 public:
     void Begin(const DfsOpen::ManifestEntry& entry) override { m_current = &m_texts[entry.fileName]; }
 
-    void Write(const char* data, std::size_t size) override
+    void Write(std::string_view bytes) override
     {
-        const std::size_t room = std::min({size, kLongestText - m_current->bytes.size(), m_left});
+        const std::string_view room = bytes.substr(0, std::min(kLongestText - m_current->bytes.size(), m_left));
         std::size_t taken = 0;
-        while (taken < room && m_linesLeft > 0) {
-            const void* const end = std::memchr(data + taken, '\n', room - taken);
-            taken = end == nullptr ? room : static_cast<std::size_t>(static_cast<const char*>(end) - data) + 1;
-            m_linesLeft -= end == nullptr ? 0 : 1;
+        while (taken < room.size() && m_linesLeft > 0) {
+            const std::size_t end = room.find('\n', taken);
+            taken = end == std::string_view::npos ? room.size() : end + 1;
+            m_linesLeft -= end == std::string_view::npos ? 0 : 1;
         }
-        m_current->bytes.append(data, taken);
-        m_current->isCut = m_current->isCut || taken < size;
+        m_current->bytes += room.substr(0, taken);
+        m_current->isCut = m_current->isCut || taken < bytes.size();
         m_left -= taken;
     }
 
@@ -62,7 +60,7 @@ std::string NameOf(const DfsOpen::Item& item)
     return name.empty() ? "an item without a name" : Markup::Shortened(name, 100);
 }
 
-Collection Collect(const std::string& path, const DfsOpen::PrivateKey* key, const DfsOpen::Limits& limits)
+Collection Collect(const std::string& path, const DfsOpen::PrivateKey& key, const DfsOpen::Limits& limits)
 {
     const FileDescriptor archive = DfsOpen::OpenArchive(path);
     TextOutput texts;

@@ -43,6 +43,6 @@ std::string NameOf(const DfsOpen::Item& item);
  * @param key the recipient's key; without one there is no text
  * @throws std::invalid_argument with one line for the user when the archive cannot be opened
  */
-Collection Collect(const std::string& path, const DfsOpen::PrivateKey* key, const DfsOpen::Limits& limits);
+Collection Collect(const std::string& path, const DfsOpen::PrivateKey& key, const DfsOpen::Limits& limits);
 
 } // namespace DfsReport

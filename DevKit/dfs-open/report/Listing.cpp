@@ -43,7 +43,7 @@ std::vector<std::string> Archives(const std::string& folder)
 }
 
 /** An archive that cannot be opened has one finding. */
-Archive ReadOrTell(const std::string& path, const DfsOpen::PrivateKey* key, const DfsOpen::Limits& limits)
+Archive ReadOrTell(const std::string& path, const DfsOpen::PrivateKey& key, const DfsOpen::Limits& limits)
 {
     try {
         return Read(path, key, limits);
@@ -106,10 +106,10 @@ bool List(const std::string& folder, const std::optional<std::string>& key, cons
         out << "TIME                 DEVICE                VERSION                   FINDINGS   SERIOUS  ARCHIVE  "
                "FIRST FINDING\n";
     }
-    const auto opened = key ? std::make_unique<DfsOpen::PrivateKey>(*key) : nullptr;
+    const DfsOpen::PrivateKey opened = DfsOpen::ReadPrivateKey(key);
     bool isSound = true;
     for (const std::string& path : Archives(folder)) {
-        const Archive archive = ReadOrTell(path, opened.get(), limits);
+        const Archive archive = ReadOrTell(path, opened, limits);
         isSound = isSound && archive.IsSound();
         if (isJson) {
             PrintJson(archive, out);

@@ -31,23 +31,6 @@ std::string PolicyHash(std::string_view content)
     return "sha256-" + std::string(text.begin(), text.begin() + length);
 }
 
-const char* OutcomeName(DfsOpen::Outcome outcome)
-{
-    switch (outcome) {
-        case DfsOpen::Outcome::Whole:
-            return "whole";
-        case DfsOpen::Outcome::Sealed:
-            return "sealed";
-        case DfsOpen::Outcome::Damaged:
-            return "damaged";
-        case DfsOpen::Outcome::Refused:
-            return "refused";
-        case DfsOpen::Outcome::Missing:
-            return "missing";
-    }
-    return "";
-}
-
 std::string SizeOf(const DfsOpen::Item& item)
 {
     if (item.plainSize) {
@@ -86,7 +69,7 @@ void WriteItem(const Document& document, std::size_t index, const std::set<std::
     View view;
     view.Set("index", std::to_string(index))
         .Set("state", !item.IsSound() ? "broken" : (isSealed ? "unsure" : "sound"))
-        .Set("outcome", OutcomeName(item.outcome))
+        .Set("outcome", ToText(item.outcome))
         .Set("name", NameOf(item))
         .Set("file", Markup::Shortened(item.entry.fileName, 255) +
                          (item.entry.type.empty() ? "" : " \xc2\xb7 " + Markup::Shortened(item.entry.type, 100)))

@@ -76,7 +76,7 @@ private:
 
 } // namespace
 
-Archive Read(const std::string& path, const DfsOpen::PrivateKey* key, const DfsOpen::Limits& limits)
+Archive Read(const std::string& path, const DfsOpen::PrivateKey& key, const DfsOpen::Limits& limits)
 {
     Archive archive;
     archive.collection = Collect(path, key, limits);
@@ -87,11 +87,11 @@ Archive Read(const std::string& path, const DfsOpen::PrivateKey* key, const DfsO
 
 bool Run(const Options& options, std::ostream& out)
 {
-    const auto key = options.key ? std::make_unique<DfsOpen::PrivateKey>(*options.key) : nullptr;
-    const Archive archive = Read(options.archive, key.get(), options.limits);
+    const DfsOpen::PrivateKey key = DfsOpen::ReadPrivateKey(options.key);
+    const Archive archive = Read(options.archive, key, options.limits);
     std::optional<Archive> other;
     if (options.other) {
-        other = Read(*options.other, key.get(), options.limits);
+        other = Read(*options.other, key, options.limits);
     }
     PageFile file(options.page);
     WritePage(archive, other ? &*other : nullptr, [&file](std::string_view bytes) { file.Write(bytes); });

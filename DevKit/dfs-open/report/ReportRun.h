@@ -21,7 +21,7 @@ struct Options
 };
 
 /** Opens an archive and finds what it tells. @throws std::invalid_argument as Collect */
-Archive Read(const std::string& path, const DfsOpen::PrivateKey* key, const DfsOpen::Limits& limits);
+Archive Read(const std::string& path, const DfsOpen::PrivateKey& key, const DfsOpen::Limits& limits);
 
 /**
  * Writes the page of an archive, whatever is wrong with it. The page appears as a whole, or not at all.
