@@ -8,7 +8,6 @@
 
 #include <cerrno>
 #include <exception>
-#include <string>
 #include <system_error>
 #include <utility>
 

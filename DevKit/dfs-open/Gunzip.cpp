@@ -22,8 +22,6 @@ struct Gunzip::Inflater
         }
     }
     ~Inflater() { inflateEnd(&stream); }
-    Inflater(const Inflater&) = delete;
-    Inflater& operator=(const Inflater&) = delete;
 
     z_stream stream{};
     std::array<char, kOutputChunk> output{};

@@ -126,7 +126,8 @@ private:
     void OnLeave(Client& client, const std::string& why)
     {
         Print(m_router.Label(client.number) + " left: " + why);
-        Dismiss(client);
+        client.isDismissed = true;
+        client.hello.Cancel();
         Apply(m_router.Drop(client.number));
     }
 
@@ -176,14 +177,9 @@ private:
 
     static void Close(Client& client, CloseCode code, const std::string& reason)
     {
-        Dismiss(client);
-        client.session->Close(code, reason);
-    }
-
-    static void Dismiss(Client& client)
-    {
         client.isDismissed = true;
         client.hello.Cancel();
+        client.session->Close(code, reason);
     }
 
     void PrintFrame(const Client& client, const char* direction, const std::string& text) const

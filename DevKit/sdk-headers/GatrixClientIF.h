@@ -3,12 +3,6 @@
 #include "Gatrix.pb.h"
 #include "ProductLibraries.h"
 
-#include <cstdint>
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
-
 enum class GATRIX_CLIENT_ERRORS;
 
 /* The gateway's client: GatrixClientIF.h and GatrixClient.h of the product. */

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <iostream>
 #include <set>
 #include <system_error>
@@ -59,6 +60,22 @@ std::function<bool(const Event&)> AnswerTo(int id)
     return [id](const Event& event) {
         return event.id == id && event.kind != Event::Kind::Async && event.kind != Event::Kind::Error;
     };
+}
+
+/** Waits for such an event, until the deadline or the link's end. Prints those that come before it. */
+std::optional<Event> Await(ServiceLink& link, const std::function<bool(const Event&)>& isAwaited,
+                           Clock::time_point deadline)
+{
+    while (auto event = link.Next(deadline)) {
+        if (isAwaited(*event)) {
+            return event;
+        }
+        ShowUnasked(link.Name(), *event);
+        if (Clock::now() >= deadline) {
+            break;
+        }
+    }
+    return std::nullopt;
 }
 
 std::string ListOf(const std::string& service, const std::vector<CliWire::Command>& commands)
@@ -223,21 +240,6 @@ ExitStatus Console::AwaitOutcome(ServiceLink& link)
     }
     Print(event->text);
     return ExitStatus::Done;
-}
-
-std::optional<Event> Console::Await(ServiceLink& link, const std::function<bool(const Event&)>& isAwaited,
-                                    Clock::time_point deadline)
-{
-    while (auto event = link.Next(deadline)) {
-        if (isAwaited(*event)) {
-            return event;
-        }
-        ShowUnasked(link.Name(), *event);
-        if (Clock::now() >= deadline) {
-            break;
-        }
-    }
-    return std::nullopt;
 }
 
 void Console::ShowArrived()

@@ -4,7 +4,6 @@
 #include "ServiceLink.h"
 
 #include <chrono>
-#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -64,10 +63,6 @@ private:
     Offers AskForCommands();
     ExitStatus RunOn(ServiceLink& link, const std::string& line);
     ExitStatus AwaitOutcome(ServiceLink& link);
-    /** Waits for such an event, until the deadline or the link's end. Prints those that come before it. */
-    static std::optional<CliWire::Event> Await(ServiceLink& link,
-                                               const std::function<bool(const CliWire::Event&)>& isAwaited,
-                                               ServiceLink::Clock::time_point deadline);
     void DropClosed();
     bool IsToWait(const std::string& reply) const;
     ServiceLink::Clock::time_point ReplyDeadline() const { return ServiceLink::Clock::now() + m_options.timeout; }

@@ -1,4 +1,4 @@
-#include "DeviceReaders.h"
+#include "Readers.h"
 
 #include "Clock.h"
 #include "Lines.h"
@@ -30,6 +30,16 @@ std::optional<std::string> Text(const Json::Value& object, const char* name)
 {
     const Json::Value& value = object[name];
     return value.isString() && !value.asString().empty() ? std::optional(value.asString()) : std::nullopt;
+}
+
+/** Gives the words of each line, at most so many, and the line's place. */
+template <class Take>
+void ForEachRow(const Section& section, std::size_t mostWords, Take take)
+{
+    Lines lines(section.body, section.firstLine);
+    for (Line line; lines.Next(line);) {
+        take(Words(line.text, mostWords), Place{section.document, line.number});
+    }
 }
 
 Update& UpdateOf(Facts& facts)
@@ -102,30 +112,26 @@ bool ReadUpdateStatus(const Section& section, Facts& facts)
 bool ReadUpdateStates(const Section& section, Facts& facts)
 {
     Update& update = UpdateOf(facts);
-    Lines lines(section.body, section.firstLine);
-    for (Line line; lines.Next(line);) {
-        const auto words = Words(line.text, 5);
+    ForEachRow(section, 5, [&](const auto& words, const Place& place) {
         if (words.size() == 5 && words[1] == "->") {
             update.lastState = words[2];
-            update.statePlace = {section.document, line.number};
+            update.statePlace = place;
         }
-    }
+    });
     return !update.lastState.empty();
 }
 
 bool ReadReleases(const Section& section, Facts& facts)
 {
     Update& update = UpdateOf(facts);
-    Lines lines(section.body, section.firstLine);
-    for (Line line; lines.Next(line);) {
-        const auto words = Words(line.text, 3);
+    ForEachRow(section, 3, [&](const auto& words, const Place& place) {
         const auto time = words.size() == 2 ? Clock::FromIso(words[0]) : std::nullopt;
         if (time) {
             update.lastRelease = words[1];
             update.lastReleaseTime = time;
-            update.releasePlace = {section.document, line.number};
+            update.releasePlace = place;
         }
-    }
+    });
     return update.lastReleaseTime.has_value();
 }
 

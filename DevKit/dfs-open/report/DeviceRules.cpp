@@ -1,4 +1,4 @@
-#include "DeviceRules.h"
+#include "Rules.h"
 
 #include "Clock.h"
 #include "Lines.h"

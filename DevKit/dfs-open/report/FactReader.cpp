@@ -1,13 +1,8 @@
 #include "FactReader.h"
 
 #include "Clock.h"
-#include "DeviceReaders.h"
 #include "Lines.h"
-#include "LoadReaders.h"
-#include "LogReaders.h"
-#include "NetworkReaders.h"
-#include "ProcessReaders.h"
-#include "StorageReaders.h"
+#include "Readers.h"
 
 #include <algorithm>
 #include <string>

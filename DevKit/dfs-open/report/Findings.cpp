@@ -1,7 +1,6 @@
 #include "Findings.h"
 
-#include "DeviceRules.h"
-#include "ResourceRules.h"
+#include "Rules.h"
 
 #include <algorithm>
 

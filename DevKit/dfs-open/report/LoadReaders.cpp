@@ -1,4 +1,4 @@
-#include "LoadReaders.h"
+#include "Readers.h"
 
 #include "Columns.h"
 #include "Lines.h"

@@ -1,4 +1,4 @@
-#include "LogReaders.h"
+#include "Readers.h"
 
 #include "Clock.h"
 #include "Lines.h"

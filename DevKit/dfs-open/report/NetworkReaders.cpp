@@ -1,4 +1,4 @@
-#include "NetworkReaders.h"
+#include "Readers.h"
 
 #include "Lines.h"
 

@@ -1,4 +1,4 @@
-#include "ResourceRules.h"
+#include "Rules.h"
 
 #include "Numbers.h"
 

@@ -1,4 +1,4 @@
-#include "StorageReaders.h"
+#include "Readers.h"
 
 #include "Lines.h"
 

@@ -2,11 +2,23 @@
 
 #include "Evidence.h"
 
-/** The rules about the archive, the logs, the software and the network. What each finds says the table in Findings.cpp;
- * facts that are not there break no rule. Thread-safe. */
+/**
+ * The rules. What each finds says the table in Findings.cpp; facts that are not there break no rule. Thread-safe.
+ */
 namespace DfsReport
 {
 
+// ResourceRules.cpp: memory, file systems, processors and processes
+void FindFullFileSystems(const Evidence& evidence);
+void FindFullInodes(const Evidence& evidence);
+void FindLittleMemory(const Evidence& evidence);
+void FindFullSwap(const Evidence& evidence);
+void FindKilledProcesses(const Evidence& evidence);
+void FindHighLoad(const Evidence& evidence);
+void FindBusyProcess(const Evidence& evidence);
+void FindPressure(const Evidence& evidence);
+
+// DeviceRules.cpp: the archive, the logs, the software and the network
 void FindBrokenItems(const Evidence& evidence);
 void FindArchiveFaults(const Evidence& evidence);
 void FindCrashes(const Evidence& evidence);
