@@ -33,7 +33,7 @@ std::int64_t Now()
     return std::chrono::duration_cast<std::chrono::nanoseconds>(Clock::now().time_since_epoch()).count();
 }
 
-/** What the receiving task does: the same for both. */
+// What the receiving task does: the same for both.
 class Receiver
 {
 public:
@@ -74,7 +74,7 @@ private:
     bool m_isDone = false;
 };
 
-/** Ours. */
+// Ours.
 class TaskTarget : public Receiver, public APTask
 {
 public:
@@ -88,7 +88,7 @@ private:
     const AsyncCallback<std::string, std::int64_t> m_callback;
 };
 
-/** The floor. */
+// The floor.
 class AsioTarget : public Receiver
 {
 public:

@@ -18,7 +18,7 @@ namespace
 constexpr std::size_t kSize = 4 << 20;   // bytes of one input
 constexpr std::size_t kPiece = 64 << 10; // as a pipe gives them
 
-/** The unit again and again, with a number in the place of each "#", so that no two lines are the same. */
+// The unit again and again, with a number in the place of each "#", so that no two lines are the same.
 std::string Repeated(const std::string& unit)
 {
     std::string text;
@@ -31,7 +31,7 @@ std::string Repeated(const std::string& unit)
     return text;
 }
 
-/** Rows of the tests' two tables as they come: names of all rules, in lines and out of them. */
+// Rows of the tests' two tables as they come: names of all rules, in lines and out of them.
 std::string DrawnFromTheTables(char separator)
 {
     std::vector<std::string> rows = HarmlessCases();
@@ -47,7 +47,7 @@ std::string DrawnFromTheTables(char separator)
     return text;
 }
 
-/** What names nothing, of all bytes. */
+// What names nothing, of all bytes.
 std::string Binary()
 {
     std::mt19937 random(1); // NOLINT(cert-msc32-c,cert-msc51-cpp)

@@ -29,7 +29,7 @@ constexpr Command kCommands[] = {
      "diagfileservice show uploadtypes"},
 };
 
-/** Appends a file type as it would arrive on the wire: one that is not declared is kept as an unknown field. */
+// Appends a file type as it would arrive on the wire: one that is not declared is kept as an unknown field.
 void AddFileType(DFSCommonPB::UploadRequest& request, int type)
 {
     const auto* const field =

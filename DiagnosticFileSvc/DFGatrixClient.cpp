@@ -14,7 +14,7 @@ namespace
 {
 const DPrint s_log(kGatrixClient);
 
-/** Never destroyed, as the instance is in use until the process ends. */
+// Never destroyed, as the instance is in use until the process ends.
 std::shared_ptr<DFGatrixClient>& Instance()
 {
     static auto& instance = *new std::shared_ptr<DFGatrixClient>;

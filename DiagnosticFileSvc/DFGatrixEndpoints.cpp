@@ -18,7 +18,7 @@ constexpr char kServiceGroup[] = "DFService";
 constexpr char kTestGroup[] = "TestGroup";
 constexpr double kVersion = 1.0;
 
-/** Whether a request for one file names its one type; one that does not is logged. */
+// Whether a request for one file names its one type; one that does not is logged.
 bool IsCustomFileRuleKept(const DFSCommonPB::UploadRequest& request, const char* operation)
 {
     if (request.filetoupload().empty() || request.filetype_size() == 1) {
@@ -36,7 +36,7 @@ DFSCommonPB::UploadResponse UploadResponseOf(const std::string& message, int sta
     return response;
 }
 
-/** Where a posted registration's item goes: blanks are replaced before the trimming, which so has none to remove. */
+// Where a posted registration's item goes: blanks are replaced before the trimming, which so has none to remove.
 std::string OutputOf(const DFSCommonPB::diagItemRegistration& registration)
 {
     if (registration.has_outputfilename()) {

@@ -15,7 +15,7 @@ const DPrint s_log(kGatrixClient);
 constexpr char kPayloadRequestBody[] = R"({"dummyPayload":"dummy payload data"})";
 constexpr double kPayloadRequestVersion = 1.0;
 
-/** Does one step of a harvest. Whatever it throws ends the harvest with its error, so that no upload waits for it. */
+// Does one step of a harvest. Whatever it throws ends the harvest with its error, so that no upload waits for it.
 template <class Step>
 void GuardHarvest(const char* operation, const DFGatrixHarvests::TextCallback& onError, Step step)
 {
@@ -27,7 +27,7 @@ DFGatrixHarvests::DFGatrixHarvests(DFGatrixClient& client, const std::shared_ptr
     : m_client(client), m_gatrix(gatrix)
 {}
 
-/** This object, as a pointer that keeps the client alive. */
+// This object, as a pointer that keeps the client alive.
 std::shared_ptr<DFGatrixHarvests> DFGatrixHarvests::Self()
 {
     return {m_client.shared_from_this(), this};

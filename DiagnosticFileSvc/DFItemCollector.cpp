@@ -17,7 +17,7 @@ DFItemCollector::DFItemCollector(const DFItemRegistry& items, DFUploadFiles& fil
     : m_items(items), m_files(files), m_ends(std::move(ends))
 {}
 
-/** Goes on with the item that has reported. */
+// Goes on with the item that has reported.
 template <class Step>
 void DFItemCollector::Guard(const char* operation, Step step)
 {

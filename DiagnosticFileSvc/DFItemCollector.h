@@ -10,8 +10,8 @@
 namespace DiagnosticFileSvc
 {
 /**
- * Has the items of a request collected, one at a time: when one has reported, it is listed or left out, and the next
- * one runs.
+ * Collects the items of a request, one at a time. When an item has reported, it is listed or left out, and the next one
+ * runs.
  *
  * A part of the trigger handler. Runs on the task's thread.
  */
@@ -23,7 +23,7 @@ public:
     {
         /** No item is left to run. */
         std::function<void()> onCollected;
-        /** A step that an item's report began has thrown, which is logged; onCollected is such a step. */
+        /** A step that an item's report began has thrown, which is logged. onCollected is such a step. */
         std::function<void()> onFailed;
     };
 
@@ -39,7 +39,7 @@ public:
     /** An item has reported: 200 means that its file is there. A report that no item runs for is logged and dropped. */
     void HarvestSysInfoResponseCB(const std::string& text, int code);
 
-    /** A service has answered to the item that runs, or has not. The same holds. */
+    /** A service has answered to the item that runs, or failed to. What comes for no item is logged and dropped. */
     void GXHarvestFilepathResponseCB(const std::string& filepath);
     void GXHarvestFilepathErrorResponseCB(const std::string& error);
     void GXHarvestPayloadResponseCB(const std::string& payload);

@@ -22,8 +22,7 @@ const DPrint s_log(kTriggerHandler);
 
 constexpr double kConfigurationVersion = 1.2;
 
-/** Keeps a configuration file that cannot be read beside its place, for whoever edited it; the latest such file only.
- */
+// Keeps a configuration file that cannot be read beside its place, for whoever edited it; the latest such file only.
 void SetAside(const std::string& path)
 {
     const std::string aside = path + ".rejected";

@@ -19,7 +19,7 @@ namespace
 {
 const DPrint s_log(kTriggerHandler);
 
-/** How many bytes of the sub-type the log shows of an item that is refused. */
+// How many bytes of the sub-type the log shows of an item that is refused.
 constexpr std::size_t kNameInLog = 64;
 
 std::size_t SizeOf(const DFDiagnosticItem& item)

@@ -46,7 +46,7 @@ public:
     /** Adds an item, unless its sub-type is there, it is refused, the registry is full, or no kind serves its type. */
     void DiagItemRegistrationCB(const DFDiagnosticItem& item);
 
-    /** Adds the items that every device has, without a look at those that are there. */
+    /** Adds the items that every device has, whatever items are there. */
     void RegisterBuiltInItems();
 
     /** Adds a temporary item for a file. */

@@ -12,7 +12,7 @@ const DPrint s_log(kTriggerHandler);
 
 constexpr char kOperation[] = "UploadDiagFileRequestCB";
 
-/** The file types that a request lists, with the numbers among them that are not declared, which match no item. */
+// The file types that a request lists, with the numbers among them that are not declared, which match no item.
 std::vector<DFSCommonPB::DiagFileType> TypesOf(const DFSCommonPB::UploadRequest& request)
 {
     std::vector<DFSCommonPB::DiagFileType> types;

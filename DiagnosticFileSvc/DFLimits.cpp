@@ -12,7 +12,7 @@ namespace
 {
 using NamedText = std::pair<const char*, const std::string*>;
 
-/** What is wrong with the first text that is not fit for the kernel or the shell; empty when all are. */
+// What is wrong with the first text that is not fit for the kernel or the shell; empty when all are.
 std::string WhatIsWrong(const std::string& owner, std::initializer_list<NamedText> texts)
 {
     for (const auto& [name, text] : texts) {

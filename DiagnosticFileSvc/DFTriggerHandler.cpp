@@ -48,7 +48,7 @@ void DFTriggerHandler::OnEntry()
     UploadClient();
 }
 
-/** The upload client, which is tried again as long as its task could not be started; null if that fails once more. */
+// The upload client, which is tried again as long as its task could not be started; null if that fails once more.
 DFUploadDiagnosticFiles* DFTriggerHandler::UploadClient()
 {
     if (m_uploadClient == nullptr) {
@@ -104,7 +104,7 @@ void DFTriggerHandler::DiagItemRegistration(DFDiagnosticItem item)
     }
 }
 
-/** Does a step of the request. If it throws, that ends the request: as a step answers last, it has not answered. */
+// Does a step of the request. If it throws, that ends the request: as a step answers last, it has not answered.
 template <class Step>
 void DFTriggerHandler::GuardRequest(const char* operation, Step step)
 {

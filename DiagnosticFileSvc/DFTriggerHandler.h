@@ -66,7 +66,7 @@ private:
     void SetDeviceInfoCB(const DeviceManagerPb::DeviceInfo& info);
     DFUploadDiagnosticFiles* UploadClient();
 
-    // The road of a request, step by step.
+    // The steps of a request, in their order.
     void UploadDiagFileRequestCB(const DFSCommonPB::UploadRequest& request, Answer* response);
     void FinishCollection();
     void CreateTarballFromManifest();

@@ -20,7 +20,7 @@ const DPrint s_log(kUploadDiagnosticFiles);
 
 constexpr char kServiceBase[] = "http://";
 
-/** The JSON value that a text spells; nothing when it is not JSON, or too long to be parsed. */
+// The JSON value that a text spells; nothing when it is not JSON, or too long to be parsed.
 std::optional<Json::Value> ParseJson(const std::string& text)
 {
     if (text.size() > DFUploadDiagnosticFiles::kMaxJsonSize) {

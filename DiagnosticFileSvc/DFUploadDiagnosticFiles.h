@@ -18,8 +18,8 @@ namespace DiagnosticFileSvc
  * The task that sends an archive to the cloud in two phases: a metadata record, whose answer names an upload URL, then
  * the archive itself. Retries happen below it, in the HTTP interface; it sees final responses only.
  *
- * In memory there is the archive, once, and of an answer at most kMaxBodySize, of which at most kMaxJsonSize are
- * parsed.
+ * It holds the archive in memory, once, and at most kMaxBodySize of an answer, of which it parses at most
+ * kMaxJsonSize.
  *
  * One upload at a time: the starter does not begin another before it has the result. Public operations only post
  * to the task. Thread-safe.

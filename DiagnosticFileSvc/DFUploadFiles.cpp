@@ -20,7 +20,7 @@ const DPrint s_log(kTriggerHandler);
 constexpr double kManifestVersion = 1.0;
 constexpr char kCleanup[] = "RemoveOldDiagnosticFiles";
 
-/** The manifest that the last request, or one that a crash ended, has left. Empty when there is none to be read. */
+// The manifest that the last request, or one that a crash ended, has left. Empty when there is none to be read.
 DFSCommonPB::UploadManifest ReadManifestFile()
 {
     DFSCommonPB::UploadManifest manifest;

@@ -31,7 +31,7 @@ std::string LoadProductJwt(JwtUtils::QuillaneTokens& tokens)
     return tokens.IsValid() ? tokens.Tokens().access_token() : std::string();
 }
 
-/** The headers, with the token added, and logged. */
+// The headers, with the token added, and logged.
 Http::HeaderMap WithToken(Http::HeaderMap headers, JwtUtils::QuillaneTokens& tokens, const char* operation,
                           const char* words)
 {

@@ -15,7 +15,7 @@ namespace
 {
 const DPrint s_log(kUploadDiagnosticFiles);
 
-/** The manufacturing data of that name. */
+// The manufacturing data of that name.
 std::string ManufacturingData(const char* name, const char* missing)
 {
     const auto value = MfgData::Get(name);

@@ -17,10 +17,10 @@ namespace
 {
 const DPrint s_log(kSpawner);
 
-/** The longest argument that the kernel takes, its NUL counted: MAX_ARG_STRLEN, see execve(2). */
+// The longest argument that the kernel takes, its NUL counted: MAX_ARG_STRLEN, see execve(2).
 constexpr std::size_t kMaxArgumentSize = std::size_t{128} * 1024;
 
-/** Starts the command; an error number as of posix_spawn(3), 0 when it runs. */
+// Starts the command; an error number as of posix_spawn(3), 0 when it runs.
 int SpawnShell(const std::string& command, const posix_spawn_file_actions_t* actions, pid_t& child)
 {
     // Checked here, because the child opens the output file, and so empties it, before it could fail.
@@ -37,7 +37,7 @@ int SpawnShell(const std::string& command, const posix_spawn_file_actions_t* act
     return posix_spawn(&child, "/bin/sh", actions, nullptr, arguments, environ);
 }
 
-/** Waits until the child has exited or was killed. False, with errno set, when waiting failed. */
+// Waits until the child has exited or was killed. False, with errno set, when waiting failed.
 bool WaitForEnd(pid_t child, int& status, const char* operation, const char* eachWait)
 {
     do {
@@ -49,7 +49,7 @@ bool WaitForEnd(pid_t child, int& status, const char* operation, const char* eac
     return true;
 }
 
-/** What the log says at each stage of a run of a compressing or archiving script. */
+// What the log says at each stage of a run of a compressing or archiving script.
 struct ScriptRun
 {
     const char* operation;

@@ -22,7 +22,7 @@ std::string TextOf(int error)
     return std::generic_category().message(error);
 }
 
-/** A new file of that name, in place of any other; -1, with errno set, when there can be none. */
+// A new file of that name, in place of any other; -1, with errno set, when there can be none.
 int CreateTemporary(const std::string& path)
 {
     if (unlink(path.c_str()) != 0 && errno != ENOENT) {
@@ -31,7 +31,7 @@ int CreateTemporary(const std::string& path)
     return open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
 }
 
-/** Writes all of the data and brings it to the storage medium. 0, or the error that it failed with. */
+// Writes all of the data and brings it to the storage medium. 0, or the error that it failed with.
 int WriteThrough(int descriptor, const std::string& data)
 {
     // The umask may have narrowed the mode that open was given.

@@ -32,7 +32,7 @@ void Keep(Jwt::Members& members, const std::string& name, const Json::Value& val
     }
 }
 
-/** left + right, or the number nearest to it. */
+// left + right, or the number nearest to it.
 std::int64_t Sum(std::int64_t left, std::int64_t right)
 {
     using Limits = std::numeric_limits<std::int64_t>;
@@ -45,7 +45,7 @@ std::int64_t Sum(std::int64_t left, std::int64_t right)
     return left + right;
 }
 
-/** left - right, or the number nearest to it. */
+// left - right, or the number nearest to it.
 std::int64_t Difference(std::int64_t left, std::int64_t right)
 {
     // The least number has no opposite: one less is subtracted, and then one more.

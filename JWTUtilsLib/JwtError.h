@@ -6,15 +6,15 @@ namespace JwtUtils
 enum class JwtError
 {
     NO_ERROR = 0,
-    JWT_FORMAT_ERROR = 1,              ///< there are no three segments
-    JSON_PARSE_ERROR = 2,              ///< header or claims are no JSON object, or one without a value
-    INVALID_SIGNATURE = 3,             ///< the signature segment holds no bytes
-    INVALID_SIGNATURE_ALGORITHM = 4,   ///< the header's "alg" is not supported
-    SIGNATURE_NOT_VERIFIED = 5,        ///< times were asked for before the signature was verified
-    SIGNATURE_VERIFICATION_FAILED = 6, ///< the signature is not that key's signature of this token
-    SIGNATURE_INVALID_KEY = 7,         ///< the key is empty
-    SIGNATURE_KEY_MISMATCH = 8,        ///< the key is of another type than the algorithm asks for
-    SIGNATURE_SIZE_MISMATCH = 9,       ///< an ECDSA signature is not of the key's size
+    JWT_FORMAT_ERROR = 1,              ///< There are no three segments.
+    JSON_PARSE_ERROR = 2,              ///< Header or claims are no JSON object, or one without a value.
+    INVALID_SIGNATURE = 3,             ///< The signature segment holds no bytes.
+    INVALID_SIGNATURE_ALGORITHM = 4,   ///< The header's "alg" is not supported.
+    SIGNATURE_NOT_VERIFIED = 5,        ///< Times were asked for before the signature was verified.
+    SIGNATURE_VERIFICATION_FAILED = 6, ///< The signature is not that key's signature of this token.
+    SIGNATURE_INVALID_KEY = 7,         ///< The key is empty.
+    SIGNATURE_KEY_MISMATCH = 8,        ///< The key is of another type than the algorithm asks for.
+    SIGNATURE_SIZE_MISMATCH = 9,       ///< An ECDSA signature is not of the key's size.
     OPENSSL_ERROR = 10,
     JWT_PAST_EXPIRATION = 11,
     JWT_BEFORE_NBF = 12,

@@ -22,7 +22,7 @@ enum class DigestType
     SHA256 = 672,
     SHA384 = 673,
     SHA512 = 674,
-    DEFAULT = 675, ///< the key chooses
+    DEFAULT = 675, ///< The key chooses.
 };
 
 /** The name of the type, as above; "(unknown)" for a number that is none. Thread-safe. @{ */

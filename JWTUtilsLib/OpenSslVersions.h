@@ -8,8 +8,8 @@ namespace CryptoKey
 /** How many bits the field of an EC key's curve has. */
 struct CurveDegree
 {
-    int bits;               ///< 0 when it cannot be told
-    const char* failedCall; ///< why it cannot, by the names of OpenSSL 1.1; null otherwise
+    int bits;               ///< 0 when it cannot be told.
+    const char* failedCall; ///< Why it cannot, by the names of OpenSSL 1.1; null otherwise.
 };
 
 /** @param pkey may be null or of another type: that is a failure as any other, told by OpenSSL's errors too. */

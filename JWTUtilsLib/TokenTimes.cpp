@@ -14,7 +14,7 @@ using std::chrono::seconds;
 constexpr std::int64_t kFirstSecond = duration_cast<seconds>(TimePoint::min().time_since_epoch()).count();
 constexpr std::int64_t kLastSecond = duration_cast<seconds>(TimePoint::max().time_since_epoch()).count();
 
-/** end - start, for an end that is later: more than a signed number may hold. */
+// end - start, for an end that is later: more than a signed number may hold.
 std::uint64_t Distance(std::int64_t start, std::int64_t end)
 {
     return static_cast<std::uint64_t>(end) - static_cast<std::uint64_t>(start);

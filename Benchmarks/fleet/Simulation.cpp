@@ -13,10 +13,10 @@ namespace Fleet
 {
 namespace
 {
-/** Any time within the range of the header's number: 2026-11-22. */
+// Any time within the range of the header's number: 2026-11-22.
 constexpr std::int64_t kEpoch = 1'795'305'600;
 
-/** An upload is two requests, each with retries of its own. */
+// An upload is two requests, each with retries of its own.
 enum class Step
 {
     Metadata,
@@ -57,13 +57,13 @@ private:
     std::unique_ptr<Http::RetryPolicy> m_policy;
 };
 
-/** The devices whose next request is due, by second. */
+// The devices whose next request is due, by second.
 class Calendar
 {
 public:
     explicit Calendar(std::uint32_t length) : m_due(length) {}
 
-    /** What lies beyond the end is forgotten. */
+    // What lies beyond the end is forgotten.
     void Add(std::uint64_t second, std::uint32_t device)
     {
         if (second < m_due.size()) {
@@ -77,7 +77,7 @@ private:
     std::vector<std::vector<std::uint32_t>> m_due;
 };
 
-/** Gives each request that is refused a place in a queue. An upload takes two requests, hence half of the capacity. */
+// Gives each request that is refused a place in a queue. An upload takes two requests, hence half of the capacity.
 class Slots
 {
 public:

@@ -19,7 +19,7 @@ std::string Hex(char character)
     return {'\\', 'x', kDigits[byte >> 4U], kDigits[byte & 0xFU]};
 }
 
-/** Whether a character may reach a terminal. */
+// Whether a character may reach a terminal.
 bool IsHarmless(std::string_view character)
 {
     return character.size() == 1 ? IsPrintable(character[0]) || character == "\n" || character == "\t"

@@ -15,7 +15,7 @@ namespace
 {
 namespace asio = boost::asio;
 
-/** Binds and listens; empty, with errno set, on failure. */
+// Binds and listens; empty, with errno set, on failure.
 FileDescriptor ListenOn(const asio::ip::address& address, std::uint16_t port)
 {
     const asio::ip::tcp::endpoint place(address, port);

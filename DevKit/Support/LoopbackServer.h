@@ -45,8 +45,7 @@ public:
     /** Starts the thread. To be called once. */
     void Start();
 
-    /** Frees the port, then runs the work on the thread, and returns when the context has nothing left to do. Blocks.
-     */
+    /** Frees the port, runs the work on the thread, and returns when the context has nothing left to do. Blocks. */
     void Finish(const std::function<void()>& lastWork);
 
     /** What the thread runs. Only work of its own may use it. */

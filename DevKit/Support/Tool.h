@@ -16,8 +16,7 @@ int RunTool(CLI::App& app, int argc, char** argv, const std::function<int()>& ru
 
 constexpr std::uint64_t kLargestPort = 65535;
 
-/** Adds an option for a number from the least to the most; its default is what the value is. @param unit for the help
- */
+/** Adds an option for a number in that range, whose default is what the value is. @param unit for the help */
 template <class Number>
 void AddNumberOption(CLI::App& app, const std::string& name, Number& value, std::uint64_t least, std::uint64_t most,
                      const std::string& unit, const std::string& help)

@@ -70,7 +70,7 @@ void Decrypt(CMS_ContentInfo* message, Bio content, EVP_PKEY* key, const ByteSin
     }
 }
 
-/** Whether an AlgorithmIdentifier is that of AES in CBC mode (RFC 3565, section 4.1), with any size of key. */
+// Whether an AlgorithmIdentifier is that of AES in CBC mode (RFC 3565, section 4.1), with any size of key.
 bool IsAesCbc(std::string_view algorithm)
 {
     constexpr std::string_view kAes("\x06\x09\x60\x86\x48\x01\x65\x03\x04\x01", 10);
@@ -79,7 +79,7 @@ bool IsAesCbc(std::string_view algorithm)
            kCbcModes.find(algorithm[kAes.size()]) != std::string_view::npos;
 }
 
-/** The message without its encrypted content, which OpenSSL would copy, and without attributes. */
+// The message without its encrypted content, which OpenSSL would copy, and without attributes.
 Message ParseWithoutContent(std::string_view recipients, std::string_view cipher)
 {
     constexpr std::string_view kEnvelopedData("\x30\x80\x06\x09\x2a\x86\x48\x86\xf7\x0d\x01\x07\x03\xa0\x80\x30\x80",

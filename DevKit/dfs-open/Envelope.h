@@ -32,7 +32,7 @@ constexpr std::size_t kLongestRecipients = std::size_t{64} * 1024;
  *
  * EnvelopedData carries no proof of its integrity: whoever reads the sink must verify what reached it.
  * @param message the whole message, which is used up
- * @param key the recipient's key; without one the message is only looked at
+ * @param key the recipient's key; without one nothing is decrypted
  * @throws Fault, the sink's among them
  */
 void OpenEnvelope(std::string& message, const PrivateKey& key, const ByteSink& sink);

@@ -28,7 +28,7 @@ void Require(bool isGood)
     }
 }
 
-/** Goes through elements in BER (ITU-T X.690). */
+// Goes through elements in BER (ITU-T X.690).
 class BerReader
 {
 public:
@@ -36,10 +36,10 @@ public:
 
     std::size_t Position() const { return m_position; }
 
-    /** What lies between an earlier position and this one. */
+    // What lies between an earlier position and this one.
     std::string_view Since(std::size_t begin) const { return m_data.substr(begin, m_position - begin); }
 
-    /** Goes into an element of that identifier; false, and stays, when there is none. */
+    // Goes into an element of that identifier; false, and stays, when there is none.
     bool TryEnter(int identifier)
     {
         const auto level = Begin(identifier);
@@ -51,7 +51,7 @@ public:
 
     void Enter(int identifier) { Require(TryEnter(identifier)); }
 
-    /** Goes out of the element, which must end here. */
+    // Goes out of the element, which must end here.
     void Leave()
     {
         const Level level = m_levels.back();
@@ -59,7 +59,7 @@ public:
         m_levels.pop_back();
     }
 
-    /** Goes past an element of that identifier and of definite length; stays when there is none. @return its content */
+    // Goes past an element of that identifier and of definite length; stays when there is none. Returns its content.
     std::optional<std::string_view> TryTake(int identifier)
     {
         const std::size_t before = m_position;
@@ -87,7 +87,7 @@ private:
         bool isIndefinite;
     };
 
-    /** Goes to the content of the element. */
+    // Goes to the content of the element.
     std::optional<Level> Begin(int identifier)
     {
         const std::size_t end = m_levels.back().end;
@@ -115,7 +115,7 @@ private:
     std::size_t m_position = 0;
 };
 
-/** Takes an octet string. Its pieces, if it comes in such, are moved to where the first one is. */
+// Takes an octet string. Its pieces, if it comes in such, are moved to where the first one is.
 std::string_view TakeContent(BerReader& reader, std::string& message)
 {
     if (const auto whole = reader.TryTake(kPrimitive0)) {

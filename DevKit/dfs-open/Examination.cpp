@@ -16,10 +16,10 @@ namespace
 
 const std::string kItemSuffix = ".gz";
 
-/** The member in which the device tells what it has left out of the archive: lines of name, size and reason. */
+// The member in which the device tells what it has left out of the archive: lines of name, size and reason.
 constexpr const char* kLeftOutName = "dfs_left_out.txt";
 
-/** The name of the item that the member holds; empty when it is not named as an item's member is. */
+// The name of the item that the member holds; empty when it is not named as an item's member is.
 std::string ItemName(const std::string& memberName)
 {
     const std::size_t length = memberName.size();
@@ -29,7 +29,7 @@ std::string ItemName(const std::string& memberName)
     return memberName.substr(0, length - kItemSuffix.size());
 }
 
-/** One walk through an archive. */
+// One walk through an archive.
 class Walk
 {
 public:
@@ -81,7 +81,7 @@ private:
         }
     }
 
-    /** Returns false when the member is too large; then its beginning is there. */
+    // Returns false when the member is too large; then its beginning is there.
     bool ReadText(TarReader& reader, std::string& text) const
     {
         return reader.Read(m_limits.manifestSize, [&text](std::string_view bytes) { text += bytes; });
@@ -125,7 +125,7 @@ private:
         }
     }
 
-    /** An item that the manifest does not list. */
+    // An item that the manifest does not list.
     Item& Unlisted(const std::string& name)
     {
         Item& item = m_report.items.emplace_back();
@@ -143,7 +143,7 @@ private:
         while (reader.Next(member)) {
             if (member.kind == MemberKind::HardLink && member.linkTarget == member.name &&
                 m_digestOfName.count(ItemName(member.name)) > 0) {
-                // So tar stores a file that it was given twice.
+                // This is how tar stores a file that it was given twice.
                 continue;
             }
             if (member.kind != MemberKind::File) {
@@ -193,7 +193,7 @@ private:
                            [&](const Item& item) { return item.entry.fileName == name && m_output.Wants(item.entry); });
     }
 
-    /** Leaves the item as it is. @return its digest */
+    // Leaves the item as it is. Returns its digest.
     std::string Pass(TarReader& reader, Item& item) const
     {
         item.outcome = Outcome::Sealed;
@@ -201,7 +201,7 @@ private:
         return DigestOfMember(reader, m_limits);
     }
 
-    /** Gives the item to the output. @return its digest */
+    // Gives the item to the output. Returns its digest.
     std::string Open(TarReader& reader, Item& item)
     {
         bool isBegun = false;
@@ -231,7 +231,7 @@ private:
         return digest;
     }
 
-    /** A request that lists a type twice lists a file twice. */
+    // A request that lists a type twice lists a file twice.
     void CopyRepeatedItems()
     {
         for (std::size_t index = 0; index < m_report.items.size(); ++index) {

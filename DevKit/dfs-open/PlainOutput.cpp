@@ -19,7 +19,7 @@ namespace
 constexpr mode_t kFolderMode = 0700;
 constexpr mode_t kFileMode = 0600;
 
-/** Adds errno's text. */
+// Adds errno's text.
 std::invalid_argument Failure(const std::string& what)
 {
     return std::invalid_argument(what + ": " + std::generic_category().message(errno));

@@ -26,7 +26,7 @@ constexpr std::size_t kOutputChunk = std::size_t{64} * 1024;
 constexpr Gunzip::Words kWords = {"it is not a gzip file", "its compressed data is damaged", "it is cut short",
                                   "it is too large"};
 
-/** The unpacked bytes of the file as libarchive asks for them. */
+// The unpacked bytes of the file as libarchive asks for them.
 struct TarReader::Source
 {
     Source(int fd, Budget& archiveBudget)
@@ -38,7 +38,7 @@ struct TarReader::Source
     {}
     ~Source() { archive_read_free(reader); }
 
-    /** Unpacks until there is something; false when there will be no more: the file ends, or has a fault. */
+    // Unpacks until there is something; false when there will be no more: the file ends, or has a fault.
     bool Fill()
     {
         unpacked.clear();
@@ -60,7 +60,7 @@ struct TarReader::Source
         return !unpacked.empty();
     }
 
-    /** Reads the file to its end, for the checksum there. */
+    // Reads the file to its end, for the checksum there.
     void Finish()
     {
         while (Fill()) {
@@ -70,7 +70,7 @@ struct TarReader::Source
         }
     }
 
-    /** Libarchive could not go on: what is wrong with the file beneath it, if anything is, is the better reason. */
+    // Libarchive could not go on: what is wrong with the file beneath it, if anything is, is the better reason.
     [[noreturn]] void Fail()
     {
         Finish();

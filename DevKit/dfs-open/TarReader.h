@@ -44,8 +44,8 @@ class TarReader
 {
 public:
     /**
-     * @param descriptor an open regular file, which is the reader's as long as it lives, and the caller's again then
-     * @param limits of these, the number of members
+     * @param descriptor an open regular file; nobody else may use it as long as the reader lives
+     * @param limits only the number of members counts
      * @param budget what is read is taken off it; must outlive this
      * @throws ArchiveError when the file does not begin as such an archive
      */

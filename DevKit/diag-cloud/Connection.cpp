@@ -71,12 +71,12 @@ bool IsProtocolError(beast::error_code error)
            error != http::error::end_of_stream && error != http::error::partial_message;
 }
 
-/** The operation that waits keeps the session alive; without one the session ends and closes its socket. */
+// The operation that waits keeps the session alive; without one the session ends and closes its socket.
 class Session : public std::enable_shared_from_this<Session>
 {
     using Step = void (Session::*)(beast::error_code error);
 
-    /** A handler that goes on with a step. */
+    // A handler that goes on with a step.
     auto Then(Step step)
     {
         return
@@ -205,7 +205,7 @@ private:
         Write(&Session::Drain);
     }
 
-    /** Closing with unread data pending would reset the connection and lose the answer on its way. */
+    // Closing with unread data pending would reset the connection and lose the answer on its way.
     void Drain(beast::error_code error)
     {
         m_stream.socket().shutdown(tcp::socket::shutdown_send, error);
@@ -229,7 +229,7 @@ private:
 
     void Close(beast::error_code /*error*/) { m_stream.close(); }
 
-    /** Sends m_text. */
+    // Sends m_text.
     void Write(Step next)
     {
         m_stream.expires_after(kStallTime);
@@ -245,12 +245,12 @@ private:
     std::optional<http::request_parser<http::buffer_body>> m_parser;
     std::optional<Exchange> m_exchange;
     std::array<char, kBodyChunk> m_chunk;
-    /** Bytes that the chunk was given to take. */
+    // Bytes that the chunk was given to take.
     std::size_t m_wanted = 0;
     Outcome m_answer;
-    /** What is being sent. */
+    // What is being sent.
     std::string m_text;
-    /** Bytes to discard. */
+    // Bytes to discard.
     std::uint64_t m_left = std::numeric_limits<std::uint64_t>::max();
 };
 

@@ -14,7 +14,7 @@ namespace
 
 constexpr std::size_t kLongestText = std::size_t{1024} * 1024;
 
-/** What is wrong with an archive's Content-MD5; empty when nothing is. @param md5 the archive's, in hexadecimal */
+// What is wrong with an archive's Content-MD5; empty when nothing is. `md5` is the archive's.
 std::string FindMd5Fault(const Headers& headers, const std::string& md5)
 {
     const auto field = headers.find("Content-MD5");

@@ -36,7 +36,7 @@ std::string FindItemsFault(const Json::Value& items)
     return {};
 }
 
-/** The record; a null when the text is no JSON object. */
+// The record; a null when the text is no JSON object.
 Json::Value Parse(const std::string& text)
 {
     try {

@@ -6,7 +6,7 @@ namespace DiagCloud
 namespace
 {
 
-/** The token itself is a secret of the product. */
+// The token itself is a secret of the product.
 const char* DescribeToken(const Headers& headers)
 {
     const auto token = headers.find("x-product-token");

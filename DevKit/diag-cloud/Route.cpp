@@ -17,7 +17,7 @@ std::string PathOf(const std::string& target)
     return path.substr(0, path.find('?'));
 }
 
-/** The text between prefix and suffix, if the path is made of these three and the text is one path segment. */
+// The text between prefix and suffix, if the path is made of these three and the text is one path segment.
 std::string Between(const std::string& path, const std::string& prefix, const std::string& suffix)
 {
     if (path.size() <= prefix.size() + suffix.size() || path.compare(0, prefix.size(), prefix) != 0 ||

@@ -20,7 +20,7 @@ constexpr std::uint64_t kMostRepeats = std::uint64_t{1000} * 1000;
 const std::set<std::string> kMembers = {
     "match", "status", "headers", "body", "delayMs", "resetAfterBytes", "resetAfterRequestBytes", "hang", "repeat"};
 
-/** The number that a member has; none when there is no such member. */
+// The number that a member has; none when there is no such member.
 std::optional<std::uint64_t> Number(const Json::Value& outcome, const std::string& name, std::uint64_t least,
                                     std::uint64_t most)
 {
@@ -49,7 +49,7 @@ std::optional<RequestKind> Match(const Json::Value& value)
     return std::nullopt;
 }
 
-/** Whether the text can be the name of a header field (RFC 9110, section 5.6.2). */
+// Whether the text can be the name of a header field (RFC 9110, section 5.6.2).
 bool IsToken(const std::string& text)
 {
     constexpr const char* kCharacters = "!#$%&'*+-.^_`|~0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";

@@ -22,13 +22,13 @@ namespace
 const std::string kMetadataSuffix = "-metadata.json";
 const std::string kArchiveSuffix = ".tar.gz";
 
-/** Reports errno. */
+// Reports errno.
 [[noreturn]] void Throw(const std::string& what)
 {
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-/** Sorts by time, and does not repeat when the server is started anew on the same folder. */
+// Sorts by time, and does not repeat when the server is started anew on the same folder.
 std::string NewId()
 {
     std::ostringstream id;
@@ -37,7 +37,7 @@ std::string NewId()
     return id.str();
 }
 
-/** Ids become file names, and come back in the paths of requests. */
+// Ids become file names, and come back in the paths of requests.
 bool IsId(const std::string& text)
 {
     constexpr char kAllowed[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz-";

@@ -21,7 +21,7 @@ using Gatrix::WebSocketSession;
 constexpr std::size_t kLongestLine = 400;
 constexpr std::size_t kLongestFrameLine = 4000;
 
-/** All but construction and Stop runs on the gateway's thread. */
+// All but construction and Stop runs on the gateway's thread.
 class Gateway::Implementation
 {
 public:
@@ -45,7 +45,7 @@ public:
     std::uint16_t Port() const { return m_server.Port(); }
 
 private:
-    /** One client: its WebSocket, and the time limit of its first frame. */
+    // One client: its WebSocket, and the time limit of its first frame.
     struct Client final : private WebSocketSession::Owner
     {
         Client(Implementation& gateway, ClientNumber newNumber, FileDescriptor socket, LoopbackServer::Seat seat)
@@ -145,7 +145,7 @@ private:
         }
     }
 
-    /** Sends a frame. @return what comes of that */
+    // Sends a frame. Returns what comes of that.
     Effects Deliver(const Delivery& delivery)
     {
         const auto found = m_clients.find(delivery.client);

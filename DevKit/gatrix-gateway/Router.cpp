@@ -22,7 +22,7 @@ std::string KeyOf(Gatrix::Method method, const std::string& endpoint)
     return std::string(ToText(method)) + " " + endpoint;
 }
 
-/** Names an endpoint in a line or message; what is too long to be registered is cut. */
+// Names an endpoint in a line or message; what is too long to be registered is cut.
 std::string Named(Gatrix::Method method, const std::string& endpoint)
 {
     return KeyOf(method, std::string(Utf8Text::Cut(endpoint, kMaxEndpointBytes)));
@@ -37,7 +37,7 @@ std::string Listed(const std::vector<std::string>& endpoints)
     return list.empty() ? "nothing" : list;
 }
 
-/** The frame's text; null when it is too long for a frame. */
+// The frame's text; null when it is too long for a frame.
 std::shared_ptr<const std::string> TextOf(const Wire::Frame& frame)
 {
     std::string text = Wire::Serialize(frame);
@@ -56,7 +56,7 @@ Wire::FrameError TooMany(const std::string& what)
     return Wire::FrameError("more than " + std::to_string(kMaxEndpointsOfAClient) + " " + what);
 }
 
-/** Adds one of a client's endpoints. @throws FrameError when the client has as many as it may */
+// Adds one of a client's endpoints. Throws a FrameError when the client has as many as it may.
 void Add(std::set<std::string>& endpoints, const std::string& endpoint, const std::string& what)
 {
     if (endpoints.size() >= kMaxEndpointsOfAClient && endpoints.count(endpoint) == 0) {

@@ -17,14 +17,14 @@ namespace Vcli
 
 namespace
 {
-/** Reads lines, and meanwhile shows what services send. */
+// Reads lines, and meanwhile shows what services send.
 class LineReader
 {
 public:
-    /** @param prompt empty for none */
+    // An empty prompt is none.
     LineReader(Console& console, std::string prompt) : m_console(console), m_prompt(std::move(prompt)) {}
 
-    /** None at the end of the input. The last line may lack its line feed. */
+    // None at the end of the input. The last line may lack its line feed.
     std::optional<std::string> Next()
     {
         // What was read with the last reply does not wake poll.

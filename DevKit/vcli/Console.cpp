@@ -35,7 +35,7 @@ void Print(const std::string& text)
     std::cout << Escape::Text(text) << std::endl;
 }
 
-/** Prints an event that nobody waits for. */
+// Prints an event that nobody waits for.
 void ShowUnasked(const std::string& service, const Event& event)
 {
     switch (event.kind) {
@@ -62,7 +62,7 @@ std::function<bool(const Event&)> AnswerTo(int id)
     };
 }
 
-/** Waits for such an event, until the deadline or the link's end. Prints those that come before it. */
+// Waits for such an event, until the deadline or the link's end. Prints those that come before it.
 std::optional<Event> Await(ServiceLink& link, const std::function<bool(const Event&)>& isAwaited,
                            Clock::time_point deadline)
 {
@@ -217,7 +217,8 @@ ExitStatus Console::AwaitOutcome(ServiceLink& link)
             std::cerr << '\r' << line << std::flush;
         }
     };
-    const std::string nothing = "\x1b[K"; // up to the end of the line: ECMA-48, EL
+    // Erases up to the end of the line: ECMA-48, EL.
+    const std::string nothing = "\x1b[K";
     const auto isOutcome = [&](const Event& event) {
         show(nothing);
         return event.kind == Event::Kind::Async;

@@ -59,7 +59,7 @@ private:
 
     /** Connects to the services that are not connected yet. */
     void Connect();
-    /** What the services offer. A service that does not tell in time is complained of, and missing. */
+    /** What the services offer. A service that does not answer in time is left out, with a line on standard error. */
     Offers AskForCommands();
     ExitStatus RunOn(ServiceLink& link, const std::string& line);
     ExitStatus AwaitOutcome(ServiceLink& link);

@@ -13,10 +13,10 @@ namespace Vcli
 
 namespace
 {
-/** In milliseconds. */
+// In milliseconds.
 constexpr std::int64_t kLongestPoll = 1000000;
 
-/** Whether the descriptor became ready in time. */
+// Whether the descriptor became ready in time.
 bool WaitUntil(int descriptor, short events, ServiceLink::Clock::time_point deadline)
 {
     while (true) {

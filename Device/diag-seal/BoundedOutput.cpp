@@ -14,7 +14,7 @@ namespace
 
 constexpr std::size_t kPieceSize = 32768;
 
-/** As zlib's compress2, but with tables of 64 KiB, not 256. */
+// As zlib's compress2, but with tables of 64 KiB, not 256.
 std::string Pack(std::string_view bytes)
 {
     constexpr int kWindow = 13;
@@ -108,7 +108,7 @@ void BoundedOutput::PackCurrent()
     MakeRoom();
 }
 
-/** Only whole pieces go: what is in excess of the bound by less is left out in the end. */
+// Only whole pieces go: what is in excess of the bound by less is left out in the end.
 void BoundedOutput::MakeRoom()
 {
     for (;;) {

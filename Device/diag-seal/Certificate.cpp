@@ -20,7 +20,7 @@ namespace
 constexpr int kLeastRsaBits = 2048;
 constexpr int kLeastCurveBits = 224;
 
-/** What is wrong with the key; empty for nothing. */
+// What is wrong with the key; empty for nothing.
 std::string Weakness(const EVP_PKEY* key)
 {
     if (key == nullptr) {
@@ -37,10 +37,8 @@ std::string Weakness(const EVP_PKEY* key)
                                " are the least";
 }
 
-/**
- * Leaves out what OpenSSL does by default and nothing here uses: 400 KiB, and a third of the time of a short run. The
- * table in which it finds ciphers and digests by name gets only those that are needed.
- */
+// Leaves out what OpenSSL does by default and nothing here uses: 400 KiB, and a third of the time of a short run. The
+// table in which it finds ciphers and digests by name gets only those that are needed.
 void InitializeOpenSsl()
 {
     OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_NO_LOAD_CRYPTO_STRINGS |

@@ -40,7 +40,7 @@ void ResetSignals()
     pthread_sigmask(SIG_SETMASK, &none, nullptr);
 }
 
-/** What the child has of each pipe. */
+// What the child has of each pipe.
 struct PipeEnds
 {
     Descriptor gate;

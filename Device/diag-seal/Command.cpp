@@ -23,7 +23,7 @@ constexpr rlim_t kFileSize = 64U << 20U;
 // From -1000 to 1000, see proc(5).
 constexpr char kOomScore[] = "500";
 
-/** A lower limit that is there already stays. */
+// A lower limit that is there already stays.
 template <typename Resource>
 void Limit(Resource resource, rlim_t most)
 {

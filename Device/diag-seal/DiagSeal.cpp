@@ -36,13 +36,11 @@ namespace DiagSeal
 namespace
 {
 
-/** In bytes. An output that is shorter leaves room for the code pages, which take time to come back. */
+// In bytes. An output that is shorter leaves room for the code pages, which take time to come back.
 constexpr std::uint64_t kShort = 32768;
 
-/**
- * How long the reader of the output may keep this program waiting, counted from the start. Beyond the time limit these
- * are three times what ending a command takes, 21 s with the device's bounds.
- */
+// How long the reader of the output may keep this program waiting, counted from the start. Beyond the time limit these
+// are three times what ending a command takes, 21 s with the device's bounds.
 std::chrono::milliseconds ReaderTime(const Options& options)
 {
     return options.timeLimit + 3 * (options.killDelay + options.grace);
@@ -57,7 +55,7 @@ std::string Joined(const std::vector<std::string>& words)
     return text;
 }
 
-/** What a command prints is masked, with a key of this run's own. Files and texts are their owner's to mask. */
+// What a command prints is masked, with a key of this run's own. Files and texts are their owner's to mask.
 std::unique_ptr<TextFilter> MakeFilter(const Options& options)
 {
     if (options.job != Job::SealCommand) {
@@ -84,7 +82,7 @@ Certificate LoadCertificate(const std::string& path)
     return certificate;
 }
 
-/** The layers that what is sealed passes, from the inside out. */
+// The layers that what is sealed passes, from the inside out.
 struct Layers
 {
     Layers(const Options& options, const Certificate& certificate)
@@ -102,7 +100,7 @@ struct Layers
     SealedItem item;
 };
 
-/** By SIGALRM, which ends even a wait for a file system that answers nothing. */
+// By SIGALRM, which ends even a wait for a file system that answers nothing.
 void DieAfter(std::chrono::milliseconds time)
 {
     sigset_t alarmSignal;

@@ -22,7 +22,7 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 
-/** @return whether the worker has ended in time, with its status as waitpid(2) has it */
+// Returns whether the worker has ended in time, with its status as waitpid(2) has it.
 bool AwaitWorker(pid_t worker, const sigset_t& signals, Clock::time_point end, int& status)
 {
     while (waitpid(worker, &status, WNOHANG) == 0) {

@@ -12,7 +12,7 @@ namespace DiagSeal
 namespace
 {
 
-/** The mode of what both standard output and standard error go to, see inode(7); 0 if they go to different places. */
+// The mode of what both standard output and standard error go to, see inode(7); 0 if they go to different places.
 mode_t CommonOutput()
 {
     struct stat output = {};

@@ -13,7 +13,7 @@ namespace DiagSeal
 namespace
 {
 
-/** In seconds, with a fraction only if there is one. */
+// In seconds, with a fraction only if there is one.
 std::string Seconds(std::chrono::milliseconds time)
 {
     constexpr int kMilliseconds = 1000;

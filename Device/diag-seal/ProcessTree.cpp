@@ -27,12 +27,12 @@ struct Process
     bool isDescendant;
 };
 
-/** Processes beyond that wait for the next pass. By then their parents are gone, and they are children of this one. */
+// Processes beyond that wait for the next pass. By then their parents are gone, and they are children of this one.
 constexpr std::size_t kMostProcesses = 16384;
 std::array<Process, kMostProcesses> g_processes;
 std::size_t g_count = 0;
 
-/** A directory entry as getdents64(2) has it. */
+// A directory entry as getdents64(2) has it.
 struct Entry
 {
     std::uint64_t inode;
@@ -51,7 +51,7 @@ pid_t Number(const char* digits)
     return *digits == '\0' || *digits == ' ' ? number : 0;
 }
 
-/** Reads the parent from /proc/PID/stat, see proc(5). False when the process is gone. */
+// Reads the parent from /proc/PID/stat, see proc(5). False when the process is gone.
 bool ReadProcess(int proc, const char* name, Process& process)
 {
     constexpr std::size_t kLongestName = 16;
@@ -77,7 +77,7 @@ bool ReadProcess(int proc, const char* name, Process& process)
     return true;
 }
 
-/** The process of this number, of those up to now; nullptr if it is not among them. */
+// The process of this number, of those up to now; nullptr if it is not among them.
 const Process* Find(pid_t pid)
 {
     const Process* const end = g_processes.data() + g_count;
@@ -87,14 +87,14 @@ const Process* Find(pid_t pid)
     return found != end && found->pid == pid ? found : nullptr;
 }
 
-/** Takes the processes in the order of their numbers, as /proc lists them. */
+// Takes the processes in the order of their numbers, as /proc lists them.
 class Walk
 {
 public:
-    /** @param root what descends from it gets the signal, unless that is 0 */
+    // What descends from the root gets the signal, unless that is 0.
     Walk(int proc, int signal, pid_t root) : m_proc(proc), m_signal(signal), m_root(root) { g_count = 0; }
 
-    /** A child mostly has a higher number than its parent, so that one pass catches up with a flood of processes. */
+    // A child mostly has a higher number than its parent, so that one pass catches up with a flood of processes.
     int Run()
     {
         alignas(Entry) std::array<char, 8192> buffer;
@@ -126,7 +126,7 @@ private:
         }
     }
 
-    /** @return whether it turns out to be a descendant, which gets the signal */
+    // Returns whether it turns out to be a descendant, which gets the signal.
     bool Look(Process& process)
     {
         if (process.isDescendant || process.pid == m_root || !IsDescendant(process.parent)) {

@@ -56,7 +56,8 @@ RegularFile::RegularFile(const std::string& path) : m_path(path)
 
 std::uint64_t RegularFile::Read(std::uint64_t most, const std::function<void(std::string_view)>& sink)
 {
-    constexpr std::uint64_t kLeast = 4096; // a file of the kernel does not tell its size
+    // A file of the kernel does not tell its size.
+    constexpr std::uint64_t kLeast = 4096;
     constexpr std::uint64_t kReadSize = 65536;
     std::vector<char> block(static_cast<std::size_t>(std::clamp(m_size, kLeast, kReadSize)));
     std::uint64_t total = 0;

@@ -24,7 +24,7 @@ namespace
 // The default of gzip(1).
 constexpr int kGzipLevel = 6;
 
-/** The end of the chain: what OpenSSL has encoded goes to the output. */
+// The end of the chain: what OpenSSL has encoded goes to the output.
 struct Drain
 {
     Output& output;
@@ -60,7 +60,7 @@ T* Require(T* object, const char* step)
     return object;
 }
 
-/** Frees the filters of a BIO chain down to its last link, which has an owner of its own. */
+// Frees the filters of a BIO chain down to its last link, which has an owner of its own.
 void FreeFilters(BIO* chain, BIO* last)
 {
     while (chain != last) {

@@ -33,7 +33,7 @@ void CloseInherited()
     }
 }
 
-/** Leaves one descriptor more, which goes with the inherited ones. */
+// Leaves one descriptor more, which goes with the inherited ones.
 void OpenStandardDescriptors()
 {
     const bool hasOutput = fcntl(STDOUT_FILENO, F_GETFD) >= 0;
@@ -46,7 +46,7 @@ void OpenStandardDescriptors()
     }
 }
 
-/** Exits as the process does. */
+// Exits as the process does.
 [[noreturn]] void Follow(pid_t process)
 {
     int status = 0;
@@ -57,7 +57,8 @@ void OpenStandardDescriptors()
 
 void LeaveInheritedChildren()
 {
-    std::signal(SIGCHLD, SIG_DFL); // Ignored, it would take away the exit status.
+    // If it were ignored, the exit status would be lost.
+    std::signal(SIGCHLD, SIG_DFL);
     while (waitpid(-1, nullptr, WNOHANG) > 0) {
     }
     if (waitpid(-1, nullptr, WNOHANG) != 0) {

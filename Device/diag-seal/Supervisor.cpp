@@ -34,7 +34,7 @@ constexpr std::size_t kMostLeftInPipe = 1U << 20U;
 constexpr std::chrono::milliseconds kCountEvery(250);
 constexpr std::chrono::seconds kKillLimit(2);
 
-/** One run, from the start of the child until nothing is left of it. */
+// One run, from the start of the child until nothing is left of it.
 class Watch
 {
 public:
@@ -104,7 +104,7 @@ private:
         poll(descriptors.data(), descriptors.size(), static_cast<int>(time.count()));
     }
 
-    /** The number of bytes; 0 for none now, or none any more. */
+    // The number of bytes; 0 for none now, or none any more.
     std::size_t ReadOutput()
     {
         if (m_child.output.Get() < 0) {
@@ -188,7 +188,7 @@ private:
         }
     }
 
-    /** The kernel's own limit on processes, RLIMIT_NPROC, spares root. */
+    // The kernel's own limit on processes, RLIMIT_NPROC, spares root.
     void CheckProcesses()
     {
         if (Clock::now() < m_nextCount) {
@@ -203,7 +203,7 @@ private:
         m_tools.Check();
     }
 
-    /** A stopped process acts on TERM only once it continues. */
+    // A stopped process acts on TERM only once it continues.
     void Terminate()
     {
         ProcessTree::Signal(SIGTERM);
@@ -211,7 +211,7 @@ private:
         Enter(Phase::Ending, m_limits.killDelay);
     }
 
-    /** The group first, in one call that needs no descriptor and that no flood outruns. Then all others. */
+    // The group first, in one call that needs no descriptor and that no flood outruns. Then all others.
     bool KillAll()
     {
         if (!m_hasEnded) {
@@ -232,7 +232,8 @@ private:
     Child m_child;
     Descriptor m_signals;
     ToolBounds m_tools{m_limits.toolTime};
-    const std::unique_ptr<char[]> m_block{new char[kReadSize]}; // not cleared: most output is shorter
+    // Not cleared: most output is shorter.
+    const std::unique_ptr<char[]> m_block{new char[kReadSize]};
     Phase m_phase = Phase::Running;
     Clock::time_point m_phaseEnd;
     Clock::time_point m_nextCount = Clock::now() + kCountEvery;

@@ -42,7 +42,7 @@ private:
     };
 
     const std::chrono::milliseconds m_time;
-    std::vector<Tool> m_tools; ///< the oldest first
+    std::vector<Tool> m_tools; ///< The oldest first.
 };
 
 } // namespace DiagSeal

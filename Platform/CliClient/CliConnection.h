@@ -28,7 +28,7 @@ public:
     /** Takes in some of what the tool has sent. */
     State Receive();
 
-    /** What has been taken in. */
+    /** The requests that were taken in. */
     CliWire::LineCutter& Requests() noexcept { return m_requests; }
 
     /** Sends the line behind what still waits; what the socket does not take now waits for Flush. */

@@ -31,7 +31,7 @@ void MakeFolders(const std::string& path)
     }
 }
 
-/** Calls bind(2) or connect(2), whose parameters are alike. */
+// Calls bind(2) or connect(2), whose parameters are alike.
 template <class Call>
 bool WithAddress(Call call, const FileDescriptor& socket, const std::string& path)
 {

@@ -16,7 +16,7 @@ class Acceptor
 public:
     /** Takes a client's socket, which is non-blocking and close-on-exec. What it throws leaves the loop's Run. */
     using Serve = std::function<void(FileDescriptor socket)>;
-    /** Takes the reason why clients have to wait, once until the next is accepted. */
+    /** Takes the reason why clients have to wait. Not called again before a client is accepted. */
     using Report = std::function<void(const std::string& reason)>;
 
     /** @param listener a non-blocking socket; closed with the acceptor */

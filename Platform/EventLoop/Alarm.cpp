@@ -12,7 +12,7 @@ struct Alarm::State
 
     boost::asio::steady_timer timer;
     std::function<void()> work;
-    /** Counts calls of Set and Cancel: an expiry that was queued before the latest one must do nothing. */
+    // Counts calls of Set and Cancel: an expiry that was queued before the latest one must do nothing.
     unsigned int number = 0;
 };
 

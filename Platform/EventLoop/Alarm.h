@@ -9,7 +9,7 @@ namespace boost::asio
 class io_context;
 }
 
-/** Runs work of an event loop at a time. The loop must outlive it. Not thread-safe. */
+/** Runs work on an event loop at a set time. The loop must outlive it. Not thread-safe. */
 class Alarm
 {
 public:

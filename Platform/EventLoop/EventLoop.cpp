@@ -16,7 +16,7 @@ namespace
 constexpr int kThreads = 1;
 }
 
-/** Callbacks that outlive the loop keep its inbox. */
+// Callbacks that outlive the loop keep its inbox.
 class EventLoop::Inbox final : public TaskQueueIF
 {
 public:

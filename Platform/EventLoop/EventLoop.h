@@ -21,10 +21,12 @@ public:
     EventLoop(const EventLoop&) = delete;
     EventLoop& operator=(const EventLoop&) = delete;
 
-    /** Returns after Stop. What a handler throws leaves here; the next call goes on behind that handler. */
+    /** Returns after Stop. What a handler throws leaves here; the next call goes on with the handler after it. */
     void Run();
 
-    /** Lets Run return. What still waits is dropped with the loop, what is posted later at once. Thread-safe. */
+    /**
+     * Lets Run return. Work that still waits is dropped with the loop, work that is posted later at once. Thread-safe.
+     */
     void Stop();
 
     std::shared_ptr<TaskQueueIF> Queue() const override;

@@ -21,7 +21,7 @@ double Fraction(std::minstd_rand& random)
     return std::uniform_real_distribution<double>()(random);
 }
 
-/** May run when there is no memory left. */
+// May run when there is no memory left.
 void LogFailure(const std::exception& error) noexcept
 {
     try {

@@ -23,7 +23,7 @@ namespace Gatrix
 {
 /**
  * What a client does on its own thread: it keeps a connection, and knows what was offered on it and who waits for what.
- * Not thread-safe: but for Post, operations are for work given to Post.
+ * Only work that was given to Post may call its operations, Post excepted. Not thread-safe.
  */
 class ClientCore : public std::enable_shared_from_this<ClientCore>, private GatrixConnection::Observer
 {
@@ -32,7 +32,7 @@ public:
     using BodyHandler = std::function<void(const std::string& body)>;
     using EndpointsCallback = AsyncCallback<const std::vector<std::string>>;
 
-    /** Which request a reply is for. Its number means another, or none, on another connection. */
+    /** Which request a reply is for. On another connection, its number means another request or none. */
     struct Delivery
     {
         std::uint64_t connection;
@@ -49,18 +49,19 @@ public:
         GatrixClient::ConnectionCallback connection;
         std::optional<GatrixClient::ErrorCallback> error;
         CommonClientCreationInfo common;
-        /** What connecting may take, up to the first frame written, and sending what waits at the end. */
+        /** Time limits: of connecting, up to the first frame written; of sending what waits at the end. @{ */
         std::chrono::milliseconds connectLimit = std::chrono::seconds(10);
         std::chrono::milliseconds finishLimit = std::chrono::seconds(1);
+        /** @} */
     };
 
     /** @throws std::system_error when the kernel has no descriptor to give */
     explicit ClientCore(Settings settings);
 
-    /** The body of the thread: returns after Stop. Nothing that is thrown within leaves it. */
+    /** The body of the thread: returns after Stop. No exception leaves it. */
     void Run();
 
-    /** Has the work done on the client's thread, in the order of the calls. Thread-safe. */
+    /** Runs the work on the client's thread, in the order of the calls. Thread-safe. */
     void Post(std::function<void(ClientCore&)> work);
 
     /** Refuses all that is in flight, sends what waits, as far as there is time, closes, and lets Run return. */
@@ -109,7 +110,7 @@ private:
     bool SendOrLog(const std::string& endpoint, const Wire::Frame& frame);
     void Report(GATRIX_CLIENT_ERRORS kind, const std::string& text);
     void RefuseOutstanding();
-    /** To the earliest limit, if any. */
+    /** Sets the answer alarm to the earliest time limit, if any. */
     void SetAnswerAlarm();
 
     const Settings m_settings;

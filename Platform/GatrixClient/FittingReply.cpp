@@ -16,17 +16,17 @@ using google::protobuf::FieldDescriptor;
 using google::protobuf::Message;
 using google::protobuf::Reflection;
 
-/** The gateway puts its own number into the frame, which may be longer. */
+// The gateway puts its own number into the frame, which may be longer.
 constexpr std::uint64_t kLongestId = std::numeric_limits<std::uint64_t>::max();
 
-/** One text of a message. */
+// One text of a message.
 struct TextField
 {
     Message* message;
     const FieldDescriptor* field;
-    /** In a list; -1 otherwise. */
+    // In a list; -1 otherwise.
     int index;
-    /** Bytes, before anything was cut. */
+    // Bytes, before anything was cut.
     std::size_t size;
 
     std::string Get() const
@@ -42,7 +42,7 @@ struct TextField
     }
 };
 
-/** A frame holds no more of a text; the rest is not even looked at. */
+// A frame holds no more of a text; the rest is not even looked at.
 std::string Repaired(const std::string& text)
 {
     return Utf8Text::Repair(std::string_view(text).substr(0, Wire::kMaxFrameBytes));
@@ -72,12 +72,10 @@ void Repair(Message& message, std::vector<TextField>& texts)
     }
 }
 
-/**
- * Cuts the text until the frame fits, or nothing is left of it.
- *
- * @param size    of the text, before anything was cut
- * @param measure takes a text in its place, and returns the size of the frame that holds it
- */
+// Cuts the text until the frame fits, or nothing is left of it.
+//
+// `size` is that of the text before anything was cut. `measure` takes a text in its place, and returns the size of the
+// frame that holds it.
 template <class Measure>
 void Shorten(const std::string& text, std::size_t size, Measure measure)
 {

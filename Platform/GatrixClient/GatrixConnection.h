@@ -79,11 +79,11 @@ private:
     EventLoop& m_loop;
     Observer& m_observer;
     const Target m_target;
-    /** Of the time to connect. */
+    /** Ends the attempt to connect. */
     Alarm m_limit;
-    /** That were not tried yet. */
+    /** Addresses that were not tried yet. */
     std::deque<Address> m_addresses;
-    /** Why the latest address did not do. */
+    /** Why connecting to the latest address failed. */
     std::string m_reason;
     FileDescriptor m_socket;
     std::optional<DescriptorWatch> m_connecting;

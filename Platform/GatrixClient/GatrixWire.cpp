@@ -14,17 +14,17 @@ namespace
 using namespace Gatrix;
 using Wire::FrameError;
 
-/** What a frame may hold beside its body. */
+// What a frame may hold beside its body.
 constexpr StrictJson::Limits kEnvelopeLimits{Wire::kMaxFrameBytes, 255, 4096};
 
 constexpr const char* kKnown[] = {"op",    "id",        "method", "endpoint", "version",
                                   "group", "endpoints", "client", "platform", "error"};
 
-/** The members of a frame, as far as they can be read. */
+// The members of a frame, as far as they can be read.
 class Members
 {
 public:
-    /** @throws FrameError when the text is no object */
+    // Throws a FrameError when the text is no object.
     explicit Members(const std::string& text)
     {
         const auto members = JsonText::Split(text);
@@ -37,7 +37,7 @@ public:
         }
     }
 
-    /** @throws FrameError */
+    // Throws a FrameError.
     Wire::Frame Frame() const
     {
         const bool hasOp = m_known["op"].isString();
@@ -167,10 +167,10 @@ private:
         }
     }
 
-    /** The members of kKnown whose values were not refused. */
+    // The members of kKnown whose values were not refused.
     Json::Value m_known{Json::objectValue};
     std::optional<std::string> m_body;
-    /** What is wrong with the first member that was refused; empty when none was. */
+    // What is wrong with the first member that was refused; empty when none was.
     std::string m_problem;
 };
 
@@ -209,7 +209,7 @@ Json::Value Object(const char* op, std::uint64_t id)
     return object;
 }
 
-/** A frame without a body has the empty one. */
+// A frame without a body has the empty one.
 std::string Text(const Json::Value& object, const std::optional<std::string>& body = std::nullopt)
 {
     // Fewer digits do for most numbers, and read better.

@@ -19,7 +19,7 @@ bool Take(std::string_view& text, char expected)
     return isThere;
 }
 
-/** The length of the quoted text that this begins with, to the very end when it is not closed. */
+// The length of the quoted text that this begins with, to the very end when it is not closed.
 std::size_t QuotedLength(std::string_view text)
 {
     std::size_t at = 1;
@@ -29,7 +29,7 @@ std::size_t QuotedLength(std::string_view text)
     return std::min(at + 1, text.size());
 }
 
-/** Takes what stands before the comma or bracket that ends a member. */
+// Takes what stands before the comma or bracket that ends a member.
 std::string_view TakeValue(std::string_view& text)
 {
     std::size_t length = 0;

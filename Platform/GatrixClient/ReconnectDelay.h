@@ -9,15 +9,15 @@ namespace Gatrix
  * How long to wait before the next attempt to connect: 0.1 s, then twice as long each time up to 5 s, less a random
  * part of up to a half, so that the clients of a gateway that comes back do not all come at once.
  *
- * It starts anew after a connection that was of use: one that lasted, or brought a "ready". A gateway that takes each
- * connection and drops it at once is so not asked in a tight loop. Not thread-safe.
+ * It starts anew after a connection that was of use: one that lasted, or brought a "ready". So a gateway that takes
+ * each connection and drops it at once is not asked in a tight loop. Not thread-safe.
  */
 class ReconnectDelay
 {
 public:
     using Time = std::chrono::steady_clock::time_point;
 
-    /** What a connection has to last. */
+    /** How long a connection has to last to be of use. */
     static constexpr std::chrono::seconds kLasting{10};
 
     void OnUp(Time now) { m_upSince = now; }

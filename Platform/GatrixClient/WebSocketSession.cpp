@@ -40,23 +40,21 @@ constexpr std::size_t kWriteBufferBytes = std::size_t{64} * 1024;
 constexpr std::size_t kKeptBufferBytes = std::size_t{64} * 1024;
 constexpr std::size_t kDrainedBytes = std::size_t{16} * 1024;
 
-/** A socket of which the WebSocket layer leaves the end to its session. */
+// A socket of which the WebSocket layer leaves the end to its session.
 struct Socket : asio::basic_stream_socket<Tcp, asio::io_context::executor_type>
 {
     using basic_stream_socket::basic_stream_socket;
 };
 
-/**
- * What the WebSocket layer calls, under this name, after the last frame. Its own would wait, for ever, for the other
- * side to close.
- */
+// What the WebSocket layer calls, under this name, after the last frame. Its own would wait, for ever, for the other
+// side to close.
 template <typename Handler>
 void async_teardown(beast::role_type /*role*/, Socket& socket, Handler&& handler)
 {
     asio::post(socket.get_executor(), beast::bind_front_handler(std::forward<Handler>(handler), beast::error_code()));
 }
 
-/** Has the kernel notice a dead peer within about a minute. */
+// Has the kernel notice a dead peer within about a minute.
 void KeepAlive(const FileDescriptor& socket)
 {
     struct Option
@@ -74,12 +72,12 @@ void KeepAlive(const FileDescriptor& socket)
     }
 }
 
-/** Its pending operations keep it alive. Without an owner it is being closed. */
+// Its pending operations keep it alive. Without an owner it is being closed.
 class Stream final : public WebSocketSession, public std::enable_shared_from_this<Stream>
 {
     using Step = void (Stream::*)(beast::error_code error);
 
-    /** A handler that goes on with a step. */
+    // A handler that goes on with a step.
     auto Then(Step step)
     {
         return
@@ -198,7 +196,7 @@ private:
         Read();
     }
 
-    /** The other side closed, or broke the protocol and has been told so. */
+    // The other side closed, or broke the protocol and has been told so.
     void Leave(beast::error_code error)
     {
         if (!std::exchange(m_isClosing, true)) {
@@ -216,10 +214,8 @@ private:
 
     void ShutDown(beast::error_code error) { m_stream.next_layer().shutdown(Socket::shutdown_send, error); }
 
-    /**
-     * Closing with unread data pending would reset the connection and lose the close frame on its way. Waits before it
-     * reads: an operation that reads where an earlier one met the end is not woken again.
-     */
+    // Closing with unread data pending would reset the connection and lose the close frame on its way. Waits before it
+    // reads: an operation that reads where an earlier one met the end is not woken again.
     void Drain()
     {
         if (!m_hasEnded) {
@@ -260,10 +256,8 @@ private:
         }
     }
 
-    /**
-     * Bypasses the WebSocket layer, whose operation that closes and whose operation that reads may wait for each other
-     * without end when the other side breaks the protocol meanwhile.
-     */
+    // Bypasses the WebSocket layer, whose operation that closes and whose operation that reads may wait for each other
+    // without end when the other side breaks the protocol meanwhile.
     void WriteClose() { asio::async_write(m_stream.next_layer(), asio::buffer(m_closeFrame), Then(&Stream::ShutDown)); }
 
     void EndAfter(std::chrono::milliseconds time)
@@ -287,16 +281,16 @@ private:
         }
     }
 
-    /** Without compression, which this wire does not use. */
+    // Without compression, which this wire does not use.
     websocket::stream<Socket, false> m_stream;
     Alarm m_deadline;
     beast::flat_buffer m_buffer;
     const Limits m_limits;
     Owner* m_owner;
-    /** The first of them is being written. */
+    // The first of them is being written.
     std::deque<std::shared_ptr<const std::string>> m_waiting;
     std::size_t m_waitingBytes = 0;
-    /** To be sent, or sent; empty before. */
+    // To be sent, or sent; empty before.
     std::string m_closeFrame;
     bool m_isClient = false;
     bool m_isOpen = false;

@@ -52,7 +52,7 @@ public:
         /** Messages, and bytes in them, that may wait for the other side to read them. */
         std::size_t waitingMessages;
         std::size_t waitingBytes;
-        /** For the other side to close, once it left or was told to; the socket is closed then all the same. */
+        /** How long the other side may take to close, once it left or was told to. Then the socket is closed anyway. */
         std::chrono::milliseconds closeTime;
     };
 

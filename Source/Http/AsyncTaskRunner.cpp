@@ -34,7 +34,7 @@ private:
 
 using StartedTasks = std::list<std::shared_ptr<StartedTask>>;
 
-/** The started tasks that no sweep has removed yet. */
+// The started tasks that no sweep has removed yet.
 struct Registry
 {
     std::mutex mutex;

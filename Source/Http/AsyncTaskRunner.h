@@ -18,7 +18,7 @@ public:
 
     /**
      * Starts the job and returns at once; the runner shares the job until it has returned. The job itself
-     * reports that it is done. A std::exception that leaves it is logged by its thread's base class, and that is all.
+     * reports that it is done. A std::exception that leaves it is only logged, by its thread's base class.
      *
      * @throws std::system_error when the kernel has no thread to give; the job is then not run
      *

@@ -7,8 +7,8 @@ namespace Http
 /** What becomes of an answer whose body is longer than its bound. */
 enum class LongBody
 {
-    Cut,    ///< the rest is read and dropped, which is logged; the answer counts as it came
-    Refuse, ///< the exchange fails
+    Cut,    ///< The rest is read and dropped, which is logged; the answer counts as it came.
+    Refuse, ///< The exchange fails.
 };
 
 /** How much of an answer's body is kept in memory. */

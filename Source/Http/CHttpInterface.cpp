@@ -26,7 +26,7 @@ HSMResponse NothingSent()
     return response;
 }
 
-/** Runs an operation and passes its outcome on, exactly once. */
+// Runs an operation and passes its outcome on, exactly once.
 class Operation final : public Threads_Http::IRunnable
 {
 public:
@@ -109,26 +109,29 @@ void CHttpInterface::Post(const std::string& url, const HeaderMap& headers, std:
                           const std::string& contentType, const AsyncCallback<HSMResponse>& callback,
                           std::shared_ptr<IHttpOpHandle>& handle)
 {
-    s_log.Log(kMostDetailedLevel, "CHttpInterface::Post(url:%s)\n", url.c_str());
-    Submit(NewRequest(HttpMethod::Post, url, headers, std::move(body), contentType), m_settings,
-           std::make_shared<HSMSimpleURLFetcherCallback>(callback), handle);
+    SendBody("Post", HttpMethod::Post, url, headers, std::move(body), contentType, callback, handle);
 }
 
 void CHttpInterface::PostBinaryData(const std::string& url, const HeaderMap& headers, std::string bytes,
                                     const std::string& contentType, const AsyncCallback<HSMResponse>& callback,
                                     std::shared_ptr<IHttpOpHandle>& handle)
 {
-    s_log.Log(kMostDetailedLevel, "CHttpInterface::PostBinaryData(url:%s)\n", url.c_str());
-    Submit(NewRequest(HttpMethod::Post, url, headers, std::move(bytes), contentType), m_settings,
-           std::make_shared<HSMSimpleURLFetcherCallback>(callback), handle);
+    SendBody("PostBinaryData", HttpMethod::Post, url, headers, std::move(bytes), contentType, callback, handle);
 }
 
 void CHttpInterface::Put(const std::string& url, const HeaderMap& headers, std::string body,
                          const std::string& contentType, const AsyncCallback<HSMResponse>& callback,
                          std::shared_ptr<IHttpOpHandle>& handle)
 {
-    s_log.Log(kMostDetailedLevel, "CHttpInterface::Put(url:%s)\n", url.c_str());
-    Submit(NewRequest(HttpMethod::Put, url, headers, std::move(body), contentType), m_settings,
+    SendBody("Put", HttpMethod::Put, url, headers, std::move(body), contentType, callback, handle);
+}
+
+void CHttpInterface::SendBody(const char* operation, HttpMethod method, const std::string& url,
+                              const HeaderMap& headers, std::string body, const std::string& contentType,
+                              const AsyncCallback<HSMResponse>& callback, std::shared_ptr<IHttpOpHandle>& handle) const
+{
+    s_log.Log(kMostDetailedLevel, "CHttpInterface::%s(url:%s)\n", operation, url.c_str());
+    Submit(NewRequest(method, url, headers, std::move(body), contentType), m_settings,
            std::make_shared<HSMSimpleURLFetcherCallback>(callback), handle);
 }
 

@@ -77,6 +77,9 @@ public:
 private:
     HttpRequest NewRequest(HttpMethod method, const std::string& url, const HeaderMap& headers, std::string body = {},
                            const std::string& contentType = {}) const;
+    void SendBody(const char* operation, HttpMethod method, const std::string& url, const HeaderMap& headers,
+                  std::string body, const std::string& contentType, const AsyncCallback<HSMResponse>& callback,
+                  std::shared_ptr<IHttpOpHandle>& handle) const;
     static void Submit(HttpRequest request, HttpSettings settings,
                        const std::shared_ptr<ISimpleURLFetcherCallback>& callback,
                        std::shared_ptr<IHttpOpHandle>& handle);

@@ -15,9 +15,9 @@ class EventWaiter
 public:
     enum class Result
     {
-        Error = 0,    ///< the wait could not be set up, or the poll failed
-        Woken = 1,    ///< Wake was called, before or during the wait
-        TimedOut = 2, ///< the time has passed
+        Error = 0,    ///< The wait could not be set up, or the poll failed.
+        Woken = 1,    ///< Wake was called, before or during the wait.
+        TimedOut = 2, ///< The time has passed.
     };
 
     EventWaiter() = default;

@@ -21,7 +21,7 @@ namespace
 {
 const DPrint s_log("HSMFileFetcherCallback");
 
-/** The file as far as it could be equal to a body of that size; nothing when it cannot be read, or is larger. */
+// The file as far as it could be equal to a body of that size; nothing when it cannot be read, or is larger.
 std::optional<std::string> ReadFile(const std::string& path, std::size_t bodySize)
 {
     std::string content;

@@ -8,8 +8,8 @@ namespace Http
 {
 /**
  * Writes the body of a successful answer to a file, through to the storage, and then posts the outcome to the caller's
- * task. Flash is spared: a file that holds the body already (by its CRC) is left untouched. The outcome's success tells
- * of both, the fetch and the file.
+ * task. Flash is spared: a file that holds the body already (by its CRC) is left untouched. The outcome is a
+ * success if both the fetch and the file were.
  */
 class HSMFileFetcherCallback final : public ISimpleURLFetcherCallback
 {

@@ -9,8 +9,8 @@ public:
     virtual ~IHttpOpHandle() = default;
 
     /**
-     * Has the operation not be tried again. One that waits for its next attempt ends at once with its last response;
-     * one whose exchange is under way ends with that exchange. Thread-safe.
+     * Ends the retries of the operation. If it waits for its next attempt, it ends at once with its last response. If
+     * an exchange is under way, it ends with that exchange. Thread-safe.
      */
     virtual void Cancel() = 0;
 };

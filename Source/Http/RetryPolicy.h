@@ -38,9 +38,9 @@ struct RetryDecision
 {
     enum class Action
     {
-        Finished, ///< the response is the result; nothing is amiss, or retries are switched off
-        GiveUp,   ///< the response is the result: the request failed
-        Retry,    ///< send the request again
+        Finished, ///< The response is the result; nothing is amiss, or retries are switched off.
+        GiveUp,   ///< The response is the result: the request failed.
+        Retry,    ///< Send the request again.
     };
 
     Action action = Action::Finished;

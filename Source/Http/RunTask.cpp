@@ -68,7 +68,7 @@ void RunTask::Cancel()
     m_waiter.Wake();
 }
 
-/** What libcurl refuses of the request, for the log; null for nothing. */
+// What libcurl refuses of the request, for the log; null for nothing.
 const char* RunTask::PrepareFetcher()
 {
     if (!m_fetcher) {

@@ -6,7 +6,7 @@ namespace WallClock
 {
 namespace
 {
-/** gmtime_r(3) takes a time_t. */
+// gmtime_r(3) takes a time_t.
 std::tm Utc(std::int64_t seconds)
 {
     constexpr std::int64_t kSecondsPerDay = 86400;
@@ -26,7 +26,8 @@ std::tm Utc(std::int64_t seconds)
     const auto day = static_cast<int>(days % kDaysPerCycle);
     const int year = (day - day / 1460 + day / 36524 - day / 146096) / 365;
     const int dayOfYear = day - (365 * year + year / 4 - year / 100);
-    const int month = (5 * dayOfYear + 2) / 153; // 0 is March
+    // From March on: 0 is March.
+    const int month = (5 * dayOfYear + 2) / 153;
     utc.tm_mday = dayOfYear - (153 * month + 2) / 5 + 1;
     utc.tm_mon = (month + 2) % 12;
     utc.tm_year = static_cast<int>(cycle * 400) + year + (month >= 10 ? 1 : 0) - 1900;

@@ -36,7 +36,7 @@ View Row(const std::string& label, const std::string& value, const std::optional
     return Link(row, place);
 }
 
-/** A chart's frame. Without rows it says why there are none. */
+// A chart's frame. Without rows it says why there are none.
 View Chart(const std::string& id, const std::string& title, std::vector<View> rows, const std::string& absent,
            const std::string& note = "", const std::vector<std::pair<const char*, const char*>>& legend = {})
 {
@@ -130,13 +130,13 @@ View ProcessorChart(const Facts& facts)
                  {{"s1", "programs"}, {"s2", "kernel"}, {"s3", "waiting for storage"}});
 }
 
-/** BusyBox shows a program with its path. */
+// BusyBox shows a program with its path.
 std::string BaseName(const std::string& name)
 {
     return name[0] == '/' ? name.substr(name.rfind('/') + 1) : name;
 }
 
-/** The largest first, of those that have the value. */
+// The largest first, of those that have the value.
 template <class Value>
 std::vector<const Process*> Largest(const std::vector<Process>& processes, const Value& value)
 {

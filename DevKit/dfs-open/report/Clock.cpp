@@ -35,7 +35,7 @@ std::optional<Seconds> ToSeconds(const Fields& fields)
     return static_cast<Seconds>(timegm(&time));
 }
 
-/** 1 to 12; 0 for what is no month. */
+// 1 to 12; 0 for what is no month.
 std::uint64_t Month(std::string_view name)
 {
     constexpr std::array<std::string_view, 12> kMonths = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
@@ -44,7 +44,7 @@ std::uint64_t Month(std::string_view name)
     return found == kMonths.end() ? 0 : static_cast<std::uint64_t>(found - kMonths.begin()) + 1;
 }
 
-/** "22:14:03". */
+// "22:14:03".
 bool ReadTime(std::string_view text, Fields& fields)
 {
     if (text.size() < 8 || text[2] != ':' || text[5] != ':') {
@@ -57,7 +57,7 @@ bool ReadTime(std::string_view text, Fields& fields)
     return hour && minute && second;
 }
 
-/** The seconds that a zone such as "Z", "+0100" or "-01:00" is ahead; 0 for anything else. */
+// The seconds that a zone such as "Z", "+0100" or "-01:00" is ahead; 0 for anything else.
 Seconds Zone(std::string_view text)
 {
     if (text.size() < 5 || (text[0] != '+' && text[0] != '-')) {

@@ -22,7 +22,7 @@ struct Text
     bool isCut = false;
 };
 
-/** Keeps the plain content of every item, by file name. */
+// Keeps the plain content of every item, by file name.
 class TextOutput : public DfsOpen::PlainOutput
 {
 public:
@@ -42,7 +42,7 @@ public:
         m_left -= taken;
     }
 
-    /** Gives the text away; a file that is listed again has none the second time. */
+    // Gives the text away; a file that is listed again has none the second time.
     Text Take(const std::string& fileName) { return std::exchange(m_texts[fileName], {}); }
 
 private:

@@ -45,7 +45,7 @@ private:
     std::vector<View> m_views;
 };
 
-/** What is said of each item, by its name. Of several of one name, the last. */
+// What is said of each item, by its name. Of several of one name, the last.
 std::map<std::string, std::string> Items(const Collection& collection)
 {
     std::map<std::string, std::string> items;
@@ -74,7 +74,7 @@ void AddItems(Differences& differences, const Archive& archive, const Archive& o
     }
 }
 
-/** Findings are compared by their texts without numbers, which differ each time. */
+// Findings are compared by their texts without numbers, which differ each time.
 std::set<std::string> Texts(const std::vector<Finding>& findings)
 {
     std::set<std::string> texts;

@@ -12,7 +12,7 @@ namespace DfsReport
 namespace
 {
 
-/** A JSON object of at most 64 KiB; null when it is none. */
+// A JSON object of at most 64 KiB; null when it is none.
 Json::Value Object(std::string_view text)
 {
     try {
@@ -32,7 +32,7 @@ std::optional<std::string> Text(const Json::Value& object, const char* name)
     return value.isString() && !value.asString().empty() ? std::optional(value.asString()) : std::nullopt;
 }
 
-/** Gives the words of each line, at most so many, and the line's place. */
+// Gives the words of each line, at most so many, and the line's place.
 template <class Take>
 void ForEachRow(const Section& section, std::size_t mostWords, Take take)
 {

@@ -62,7 +62,7 @@ constexpr std::size_t kLongestSection = std::size_t{1024} * 1024;
 
 constexpr std::string_view kCoreDumps = "coredumpfilelist";
 
-/** Takes the last line that is not empty off the text. */
+// Takes the last line that is not empty off the text.
 Line TakeLast(const Section& section, std::string_view& text)
 {
     text = text.substr(0, text.find_last_not_of("\n") + 1);
@@ -73,7 +73,7 @@ Line TakeLast(const Section& section, std::string_view& text)
     return last;
 }
 
-/** Whether the line tells that a tool did not end well: see diag-report.sh and diag-seal. */
+// Whether the line tells that a tool did not end well: see diag-report.sh and diag-seal.
 bool IsBadEnd(const Section& section, std::string_view line)
 {
     const bool isTool = section.title.empty() || section.title[0] != '/';
@@ -81,11 +81,9 @@ bool IsBadEnd(const Section& section, std::string_view line)
            (isTool && (Contains(line, " did not end within ") || Contains(line, " ended with exit status ")));
 }
 
-/**
- * Takes off the section's last lines what they say of the device and of the tool that printed it.
- *
- * @return whether there is something to be read besides
- */
+// Takes off the section's last lines what they say of the device and of the tool that printed it.
+//
+// Returns whether there is something to be read besides.
 bool TakeRemarks(const Document& document, Section& section, Facts& facts)
 {
     constexpr int kMostRemarks = 4;

@@ -50,7 +50,7 @@ void SetFindings(View& page, const std::vector<Finding>& findings)
         .Set("more", std::move(more));
 }
 
-/** @param value nothing when the archive does not tell it */
+// The value is nothing when the archive does not tell it.
 View Tile(const std::string& name, Subject subject, const std::string& target, const std::optional<std::string>& value,
           const std::vector<Finding>& findings)
 {
@@ -138,7 +138,8 @@ std::optional<std::string> ClockValue(const Facts& facts)
     }
     std::string date = Clock::Text(*facts.collected).substr(0, kDate);
     for (std::size_t at = date.find('-'); at != std::string::npos; at = date.find('-', at)) {
-        date.replace(at, 1, "\xe2\x80\x91"); // a hyphen at which no line ends
+        // A hyphen at which no line ends.
+        date.replace(at, 1, "\xe2\x80\x91");
     }
     return date;
 }

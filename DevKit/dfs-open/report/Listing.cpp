@@ -42,7 +42,7 @@ std::vector<std::string> Archives(const std::string& folder)
     return paths;
 }
 
-/** An archive that cannot be opened has one finding. */
+// An archive that cannot be opened has one finding.
 Archive ReadOrTell(const std::string& path, const DfsOpen::PrivateKey& key, const DfsOpen::Limits& limits)
 {
     try {
@@ -56,7 +56,7 @@ Archive ReadOrTell(const std::string& path, const DfsOpen::PrivateKey& key, cons
     }
 }
 
-/** A line of JSON; texts in it are valid UTF-8, and no control characters reach a terminal. */
+// A line of JSON; texts in it are valid UTF-8, and no control characters reach a terminal.
 void PrintJson(const Archive& archive, std::ostream& out)
 {
     const auto text = [](const std::optional<std::string>& value) {

@@ -19,7 +19,7 @@ double Value(const Columns& columns, const std::vector<std::string_view>& row, s
     return Number(columns.Get(row, title)).value_or(0);
 }
 
-/** The first eight times of a line of /proc/stat: user, nice, system, idle, iowait, irq, softirq, steal. */
+// The first eight times of a line of /proc/stat: user, nice, system, idle, iowait, irq, softirq, steal.
 using Times = std::array<double, 8>;
 
 struct Sample

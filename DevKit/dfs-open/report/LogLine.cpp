@@ -51,7 +51,7 @@ Severity SeverityByWords(std::string_view message)
                                      : (HasOne(text, kWarningWords) ? Severity::Warning : Severity::Other);
 }
 
-/** Of a word such as "daemon.err", BusyBox's facility and severity. */
+// Of a word such as "daemon.err", BusyBox's facility and severity.
 std::optional<Severity> NamedSeverity(std::string_view word)
 {
     const std::size_t dot = word.find('.');
@@ -73,7 +73,7 @@ void DropWord(std::string_view& text)
     text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
 }
 
-/** Takes the time off the text, and what else stands before the message. */
+// Takes the time off the text, and what else stands before the message.
 std::optional<Seconds> TakeTime(std::string_view& text, const LogClock& clock)
 {
     if (!text.empty() && text[0] == '[') {

@@ -39,7 +39,7 @@ void CountCrash(Log& log, std::string_view message, const Place& place)
     }
 }
 
-/** Whether another log has the line, too; one log may repeat its own. */
+// Whether another log has the line, too; one log may repeat its own.
 bool IsSeenElsewhere(Facts& facts, const LogLine& line, std::size_t section)
 {
     if (!line.time || facts.seenLines.size() >= kMostSeen) {
@@ -82,7 +82,8 @@ bool ReadLog(const Section& section, Facts& facts)
     Lines lines(section.body, section.firstLine);
     for (Line line; lines.Next(line);) {
         if (line.text.empty() || StartsWith(line.text, "-- ")) {
-            continue; // journalctl(1) says so that there is nothing, or where a boot begins
+            // journalctl(1) says so that there is nothing, or where a boot begins.
+            continue;
         }
         const LogLine parsed = ParseLogLine(line.text, clock);
         const Place place{section.document, line.number};

@@ -43,7 +43,7 @@ void AppendHex(std::string& page, char character)
     page += {'\\', 'x', kDigits[byte >> 4U], kDigits[byte & 0xFU]};
 }
 
-/** The code point of a valid sequence of two bytes or more. */
+// The code point of a valid sequence of two bytes or more.
 std::uint32_t CodePoint(std::string_view character)
 {
     std::uint32_t point = static_cast<unsigned char>(character[0]) & (0xFFU >> (character.size() + 1));
@@ -53,7 +53,7 @@ std::uint32_t CodePoint(std::string_view character)
     return point;
 }
 
-/** Whether a character is not seen as what it is: it controls, turns, joins or hides. */
+// Whether a character is not seen as what it is: it controls, turns, joins or hides.
 bool IsDeceptive(std::uint32_t point)
 {
     struct Range
@@ -83,7 +83,7 @@ void AppendCode(std::string& page, std::uint32_t point)
     page += "\\u{" + digits + '}';
 }
 
-/** Appends the character that the text begins with. @return its length */
+// Appends the character that the text begins with. Returns its length.
 std::size_t AppendCharacter(std::string& page, std::string_view text)
 {
     if (const char* entity = Entity(text[0])) {

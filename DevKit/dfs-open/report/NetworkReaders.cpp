@@ -10,10 +10,11 @@ namespace DfsReport
 namespace
 {
 
-/** The interface of that name; one more if there is room. */
+// The interface of that name; one more if there is room.
 Interface* Find(Facts& facts, std::string_view name, const Place& place)
 {
-    name = name.substr(0, name.find('@')); // "wlan0@if3", the other end of which is elsewhere
+    // "wlan0@if3", the other end of which is elsewhere.
+    name = name.substr(0, name.find('@'));
     const auto found = std::find_if(facts.interfaces.begin(), facts.interfaces.end(),
                                     [name](const Interface& other) { return other.name == name; });
     if (found != facts.interfaces.end()) {
@@ -28,7 +29,7 @@ Interface* Find(Facts& facts, std::string_view name, const Place& place)
     return &facts.interfaces.back();
 }
 
-/** The flags of `ip address`, such as "<BROADCAST,UP,LOWER_UP>", or of `ifconfig -a`, a line of words. */
+// The flags of `ip address`, such as "<BROADCAST,UP,LOWER_UP>", or of `ifconfig -a`, a line of words.
 bool ReadFlags(std::string_view line, Interface& found)
 {
     const std::size_t begin = line.find('<');
@@ -129,7 +130,8 @@ bool ReadRoutes(const Section& section, Facts& facts)
             facts.hasDefaultRoute = true;
         }
     }
-    return true; // a device without routes prints nothing
+    // A device without routes prints nothing.
+    return true;
 }
 
 bool ReadNameServers(const Section& section, Facts& facts)

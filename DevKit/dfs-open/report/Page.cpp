@@ -20,7 +20,7 @@ namespace DfsReport
 namespace
 {
 
-/** How a content security policy names a script or style. */
+// How a content security policy names a script or style.
 std::string PolicyHash(std::string_view content)
 {
     std::array<unsigned char, EVP_MAX_MD_SIZE> digest;
@@ -39,7 +39,7 @@ std::string SizeOf(const DfsOpen::Item& item)
     return item.storedSize ? Bytes(static_cast<double>(*item.storedSize)) + " sealed" : "";
 }
 
-/** Of what is no text, only the beginning is shown. */
+// Of what is no text, only the beginning is shown.
 std::string_view ShownText(const Document& document, std::string& remark)
 {
     constexpr std::size_t kLooked = 8192, kShown = 2048;
@@ -85,7 +85,7 @@ void WriteItem(const Document& document, std::size_t index, const std::set<std::
     page("</details>\n");
 }
 
-/** Notes each place that the page links to, so that the links lead there without script. */
+// Notes each place that the page links to, so that the links lead there without script.
 void NoteLinks(const View& view, std::set<std::string>& links)
 {
     const auto href = view.Texts().find("href");

@@ -11,7 +11,7 @@ namespace DfsReport
 namespace
 {
 
-/** BusyBox prints a process's state with the column's width: "S <" and "S N" are two words. */
+// BusyBox prints a process's state with the column's width: "S <" and "S N" are two words.
 void JoinState(const Columns& columns, std::vector<std::string_view>& row)
 {
     const auto state = columns.Find("STAT");

@@ -23,13 +23,14 @@ namespace DfsReport
 namespace
 {
 
-/** A file that takes its name only once it is complete; until then, nothing is under that name. */
+// A file that takes its name only once it is complete; until then, nothing is under that name.
 class PageFile
 {
 public:
     explicit PageFile(const std::string& path) : m_path(path), m_temporary(path + ".XXXXXX")
     {
-        m_file = FileDescriptor(mkostemp(m_temporary.data(), O_CLOEXEC)); // of mode 0600: it holds a customer's files
+        // Of mode 0600: it holds a customer's files.
+        m_file = FileDescriptor(mkostemp(m_temporary.data(), O_CLOEXEC));
         Require(bool(m_file));
     }
 

@@ -2,9 +2,7 @@
 
 #include "Evidence.h"
 
-/**
- * The rules. What each finds says the table in Findings.cpp; facts that are not there break no rule. Thread-safe.
- */
+/** The rules. The table in Findings.cpp says what each finds. A fact that is not there breaks no rule. Thread-safe. */
 namespace DfsReport
 {
 

@@ -10,14 +10,14 @@ namespace DfsReport
 namespace
 {
 
-/** A row of df: device, four values, mount point. */
+// A row of df: device, four values, mount point.
 struct DiskRow
 {
     std::vector<std::string_view> words;
     std::size_t line = 1;
 };
 
-/** The rows behind the titles. A long device name stands in a line of its own. */
+// The rows behind the titles. A long device name stands in a line of its own.
 std::vector<DiskRow> DiskRows(const Section& section)
 {
     constexpr std::size_t kColumns = 6;
@@ -84,7 +84,8 @@ bool ReadKills(const Section& section, Facts& facts)
             return facts.killedForMemory.has_value();
         }
     }
-    return !section.body.empty(); // kernels before 4.13 do not count them
+    // Kernels before 4.13 do not count them.
+    return !section.body.empty();
 }
 
 bool ReadFileSystems(const Section& section, Facts& facts)

@@ -14,16 +14,16 @@ namespace
 constexpr std::size_t kRowsOfBlock = 200;
 constexpr std::size_t kLongestRow = 2000;
 
-/** Rows that a browser lays out together. */
+// Rows that a browser lays out together.
 class Block
 {
 public:
     explicit Block(const PageSink& page) : m_page(page) {}
 
-    /** Whether a line fits that begins here. */
+    // Whether a line fits that begins here.
     bool IsFull() const { return m_rows >= kRowsOfBlock; }
 
-    /** @param number 0 for a row that carries a line on */
+    // The number is 0 for a row that carries a line on.
     void Add(std::size_t number, std::string_view row, const std::string& anchor)
     {
         if (m_rows == 0) {
@@ -64,7 +64,7 @@ private:
     std::string m_text;
 };
 
-/** Where to cut a row: not within a character. */
+// Where to cut a row: not within a character.
 std::size_t RowLength(std::string_view text)
 {
     std::size_t length = std::min(text.size(), kLongestRow);

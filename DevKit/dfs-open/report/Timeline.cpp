@@ -22,7 +22,7 @@ constexpr std::size_t kMostMessages = 8;
 constexpr std::size_t kLongestMessage = 200;
 constexpr const char* kKinds[] = {"error", "caution", "other"};
 
-/** How many minutes a bar stands for: of these, the first that makes few enough bars; then any number of days. */
+// How many minutes a bar stands for: of these, the first that makes few enough bars; then any number of days.
 Seconds BucketMinutes(Seconds minutes)
 {
     for (const Seconds size : {1, 2, 5, 10, 15, 30, 60, 120, 360, 720}) {
@@ -61,7 +61,7 @@ std::map<Seconds, Minute> Buckets(const Log& log, Scale& scale)
     return buckets;
 }
 
-/** A bar from the ground up: errors, warnings, other lines. */
+// A bar from the ground up: errors, warnings, other lines.
 std::vector<View> Parts(const Minute& bucket, std::uint64_t most)
 {
     std::vector<View> parts;

@@ -26,7 +26,7 @@ namespace
 constexpr char kConfigurationFile[] = "/opt/Vantor/etc/DPrintCfg.json";
 constexpr int kDefaultThreshold = 3;
 
-/** Writes the line behind the time and the thread, with one write(2). One that cannot be written is dropped. */
+// Writes the line behind the time and the thread, with one write(2). One that cannot be written is dropped.
 void WriteLine(const std::string& line)
 {
     using namespace std::chrono;
@@ -48,8 +48,7 @@ void WriteLine(const std::string& line)
     }
 }
 
-/** @throws std::invalid_argument for null and booleans too, which jsoncpp takes for numbers: they would silence the log
- */
+// Throws std::invalid_argument for null and booleans too, which jsoncpp takes for numbers: they would silence the log
 int Threshold(const Json::Value& value)
 {
     if (!value.isInt()) {
@@ -73,7 +72,7 @@ void WriteFormatted(int level, const char* name, const char* format, va_list arg
 }
 } // namespace
 
-/** All loggers of the process, and the thresholds for those yet to come. */
+// All loggers of the process, and the thresholds for those yet to come.
 class DPrintRegistry
 {
 public:

@@ -20,7 +20,7 @@
  * log is always one line. From the level on it has at most 8 KiB as it is written; then it says how many bytes are
  * missing. A longer text costs no memory beside the caller's.
  *
- * No operation throws for a failure to write. Thread-safe.
+ * A failure to write throws nothing. Thread-safe.
  */
 class DPrint
 {

@@ -8,7 +8,7 @@
 
 namespace
 {
-/** The place of a stream's buffer among what users may hang on a stream, see std::ios_base::xalloc. */
+// The place of a stream's buffer among what users may hang on a stream, see std::ios_base::xalloc.
 int BufferIndex()
 {
     static const int index = std::ios_base::xalloc();
@@ -37,7 +37,7 @@ std::string Escaped(const char* format, char byte)
     return escape;
 }
 
-/** Takes what is written as one from the text, and returns that. */
+// Takes what is written as one from the text, and returns that.
 std::string TakeUnit(std::string_view& text)
 {
     const std::size_t length = Utf8Text::CharacterLength(text);

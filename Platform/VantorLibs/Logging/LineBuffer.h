@@ -16,7 +16,7 @@ public:
     /** Bytes of a text that its line may depend on: to the end of the character that crosses the limit. */
     static constexpr std::size_t kMaxKept = kMaxLine + 3;
 
-    /** Has what is written to the stream go into a new line from here on. The stream owns the buffer. */
+    /** Begins a new line, which takes what is written to the stream from here on. The stream owns the buffer. */
     static void Begin(std::ostream& stream);
 
     /** The buffer of a stream; null before Begin. */

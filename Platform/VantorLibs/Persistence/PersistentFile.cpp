@@ -22,7 +22,7 @@ bool SyncFolder(const FileDescriptor& folder)
     return ::fsync(folder.Get()) == 0 || errno == EINVAL;
 }
 
-/** False, with errno set, when the folder is not there afterwards. */
+// False, with errno set, when the folder is not there afterwards.
 bool MakeFolder(const FileDescriptor& parent, const std::string& name)
 {
     if (::mkdirat(parent.Get(), name.c_str(), 0700) != 0) {

@@ -19,7 +19,7 @@ const Json::Value* FindMember(const Json::Value& object, const std::string& name
     return object.find(name.data(), name.data() + name.size());
 }
 
-/** The value of a field, under its declared or its lowerCamelCase name; null if there is none. */
+// The value of a field, under its declared or its lowerCamelCase name; null if there is none.
 const Json::Value* FindValue(const Json::Value& object, const FieldDescriptor& field, const std::string& place)
 {
     const Json::Value* const declared = FindMember(object, field.name());

@@ -23,7 +23,7 @@ struct Complaint
 bool IsField(const google::protobuf::Descriptor& schema, const std::string& memberName);
 
 /**
- * Holds the object against the schema: lists where lists belong, objects where messages belong, known enumeration
+ * Checks the object against the schema: lists where lists belong, objects where messages belong, known enumeration
  * names, all required fields. Numbers and texts themselves are left to protobuf, as are maps and protobuf's own types.
  * Thread-safe.
  *

@@ -62,7 +62,7 @@ std::string Element(const std::string& place, const FieldDescriptor& field, int 
     return place + field.name() + (field.is_repeated() ? "[" + std::to_string(index) + "]" : "");
 }
 
-/** protobuf would log, drop the bytes and go on. */
+// protobuf would log, drop the bytes and go on.
 void CheckTexts(const std::string& root, const Message& message, const std::string& place)
 {
     const Reflection& reflection = *message.GetReflection();
@@ -111,7 +111,7 @@ Json::Value ParseObject(const std::string& text, const std::string& root)
     Throw(root, "", "an object is expected");
 }
 
-/** The object that holds the fields: the one under the root if there is a root, otherwise the whole. */
+// The object that holds the fields: the one under the root if there is a root, otherwise the whole.
 const Json::Value& FieldsOf(const Json::Value& whole, const Descriptor& schema, const std::string& root)
 {
     if (!whole.isMember(root) || JsonShape::IsField(schema, root)) {

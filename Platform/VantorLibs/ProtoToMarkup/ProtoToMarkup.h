@@ -26,7 +26,7 @@ public:
     };
 
     /**
-     * What is written, FromJson reads. An enumeration number that the schema does not declare is written as a number,
+     * FromJson reads what this writes. An enumeration number that the schema does not declare is written as a number,
      * in a list behind the declared values.
      *
      * @param withRootName the form under a root: {"MessageName":{...}}

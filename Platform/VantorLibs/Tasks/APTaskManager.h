@@ -20,7 +20,7 @@ public:
     /** Starts the added tasks in order of addition. */
     void StartAllTasks();
 
-    /** Returns when no started task runs any more; called by a task, when that is stopped at the latest. Blocks. */
+    /** Returns when no started task runs any more. In a task, it returns at the latest when that is stopped. Blocks. */
     void JoinAllTasks();
 
 protected:

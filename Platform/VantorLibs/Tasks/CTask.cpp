@@ -31,12 +31,12 @@ struct CTask::Thread
     std::condition_variable changed;
     bool ended = false;
     std::thread::id id;
-    /** The body waits for no other task any longer. */
+    // The body waits for no other task any longer.
     std::atomic<bool> interrupted{false};
-    /** The task that the body waits for; null while it waits for none. */
+    // The task that the body waits for; null while it waits for none.
     std::shared_ptr<Thread> awaited;
 
-    /** Whose body the calling thread runs; null on other threads. */
+    // Whose body the calling thread runs; null on other threads.
     static thread_local Thread* s_current;
 
     void Await(const std::shared_ptr<Thread>& other)

@@ -4,7 +4,7 @@
 
 namespace
 {
-/** Never run, only compared by its address. */
+// Never run, only compared by its address.
 class Mark final : public TaskMessage
 {
 public:

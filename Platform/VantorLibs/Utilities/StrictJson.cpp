@@ -17,7 +17,7 @@ using StrictJson::Limits;
 
 constexpr std::size_t kMaxReasonBytes = 100;
 
-/** Looks at a text token by token, for what jsoncpp lets pass and for the limits; their order is left to jsoncpp. */
+// Looks at a text token by token, for what jsoncpp lets pass and for the limits; their order is left to jsoncpp.
 class TokenCheck
 {
 public:
@@ -95,7 +95,7 @@ private:
         }
     }
 
-    /** RFC 8259 section 6 */
+    // RFC 8259 section 6
     void TakeNumber()
     {
         TakeOneOf("-");
@@ -112,7 +112,7 @@ private:
         Require(m_at == m_text.size() || !IsDigit(m_text[m_at]), "a malformed number");
     }
 
-    /** RFC 8259 section 7 */
+    // RFC 8259 section 7
     void TakeText()
     {
         ++m_at;
@@ -163,7 +163,7 @@ private:
     std::size_t m_values = 0;
 };
 
-/** The first error of jsoncpp's report, which is "* Line 1, Column 2\n  what is wrong\n" and more of these. */
+// The first error of jsoncpp's report, which is "* Line 1, Column 2\n  what is wrong\n" and more of these.
 std::string FirstOf(const std::string& report)
 {
     const std::size_t reason = std::min(report.find("\n  "), report.size());

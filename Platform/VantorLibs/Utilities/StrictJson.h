@@ -9,8 +9,8 @@
 /**
  * The one reader of JSON texts (RFC 8259). It takes nothing that another reader might take for something else.
  *
- * Refused beside what is no JSON: a byte order mark, a comment, anything behind the value, a member named twice, half a
- * surrogate pair, a number beyond the range of a double. Thread-safe.
+ * Besides what is no JSON, it refuses: a byte order mark, a comment, anything behind the value, a member named twice,
+ * half a surrogate pair, a number beyond the range of a double. Thread-safe.
  */
 namespace StrictJson
 {

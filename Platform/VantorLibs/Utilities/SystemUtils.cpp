@@ -23,7 +23,7 @@ constexpr char kLockFolder[] = "/run/vantor";
     throw std::runtime_error(what + ": " + std::generic_category().message(errno));
 }
 
-/** " as process " and the number; empty when the file holds something else. */
+// " as process " and the number; empty when the file holds something else.
 std::string ProcessIn(const FileDescriptor& file)
 {
     constexpr std::size_t kLongest = 16;

@@ -7,8 +7,8 @@ namespace SystemUtils
 {
 /**
  * Makes this process the only one of its program for as long as it lives: takes the lock /run/vantor/<GetEXE()>.lock,
- * which the kernel frees however the process ends (flock(2)). The file also holds the process id, for people. Called
- * again in the same process it does nothing.
+ * which the kernel frees however the process ends (flock(2)). The file also holds the process id, for people. A
+ * second call in the same process does nothing.
  *
  * @throws std::runtime_error when another process holds the lock, naming the program and that process, or when the lock
  *         cannot be taken at all, saying why.

@@ -4,7 +4,7 @@
 
 namespace
 {
-/** How a character of two to four bytes begins (RFC 3629 section 4), and the range of its second byte. */
+// How a character of two to four bytes begins (RFC 3629 section 4), and the range of its second byte.
 struct Lead
 {
     unsigned char first, last, secondMin, secondMax;

@@ -18,13 +18,13 @@ bool IsName(const std::string& name, const char* other)
     return strcasecmp(name.c_str(), other) == 0;
 }
 
-/** A line feed within a field would begin another one, of whoever wrote the value. */
+// A line feed within a field would begin another one, of whoever wrote the value.
 bool IsOneLine(const std::string& text)
 {
     return text.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos;
 }
 
-/** As CURLOPT_HTTPHEADER takes it: a field without a value ends in a semicolon, or it would not be sent. */
+// As CURLOPT_HTTPHEADER takes it: a field without a value ends in a semicolon, or it would not be sent.
 std::string LineOf(const std::string& name, const std::string& value)
 {
     const bool isEmpty = value.find_first_not_of(" \t\v\f") == std::string::npos;

@@ -193,7 +193,7 @@ HSMResponse SimpleURLFetcher::Put(const HeaderMap& headers2Add, const std::strin
     return isReady ? DoSendREceive_() : NotSent_("PUT");
 }
 
-/** The state from which every method starts: a GET, with nothing left of the request before. */
+// The state from which every method starts: a GET, with nothing left of the request before.
 bool SimpleURLFetcher::SetNothingToSend_()
 {
     return m_curlHandle.Set(CURLOPT_CUSTOMREQUEST, static_cast<const char*>(nullptr)) &&

@@ -28,7 +28,7 @@ public:
     /** False when libcurl gave no handle: then every setter returns false, and every operation fails at once. */
     bool IsUsable() const noexcept { return m_curlHandle.IsUsable(); }
 
-    /** Whether the manufacturing data has this unit down as one for development. */
+    /** Whether the manufacturing data names this unit as one for development. */
     bool IsDevelopment() const noexcept { return m_isDevelopment; }
 
     /** Setters return true when the setting is in force, at once when it has been before. */
