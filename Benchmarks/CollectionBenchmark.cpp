@@ -38,7 +38,7 @@ double TimeOf(const std::function<void()>& work)
     return Milliseconds(std::chrono::steady_clock::now() - start).count();
 }
 
-/** In turns, so that both meet the same machine. */
+// In turns, so that both meet the same machine.
 void PrintMedians(const std::string& figure, const char* goal, const std::function<void()>& ours,
                   const std::function<void()>& floor)
 {
@@ -53,7 +53,7 @@ void PrintMedians(const std::string& figure, const char* goal, const std::functi
     std::printf("%s, ms\t%.0f\t%.0f\t%s\n", figure.c_str(), ourTimes[kRounds / 2], floorTimes[kRounds / 2], goal);
 }
 
-/** Runs the command by the shell, as bare as posix_spawn(3) lets it. */
+// Runs the command by the shell, as bare as posix_spawn(3) lets it.
 void Spawn(std::string command)
 {
     std::string shell = "sh", option = "-c";
@@ -66,7 +66,7 @@ void Spawn(std::string command)
     }
 }
 
-/** Stands for the trigger handler: selects every item of its registry and has them run. */
+// Stands for the trigger handler: selects every item of its registry and has them run.
 class Collection : public APTask
 {
 public:
@@ -87,7 +87,7 @@ public:
 
     ~Collection() override { Stop(); }
 
-    /** Blocks. */
+    // Blocks.
     void RunAll()
     {
         m_done = {};

@@ -127,7 +127,7 @@ pid_t Start(std::vector<std::string> command)
     return child;
 }
 
-/** From the program's start until that many of its frames have arrived whose operation is `op`. */
+// From the program's start until that many of its frames have arrived whose operation is `op`.
 double TimeOfStart(tcp::acceptor& acceptor, const std::vector<std::string>& command, const std::string& op, int count)
 {
     pid_t child = 0;

@@ -11,7 +11,7 @@ enum LogLevel : int
     Error = 1,
     Warning = 2,
     Progress = 3,
-    /** Not written unless asked for: what holds a credential goes here, at the lowest. */
+    /** Not written by default. A line that holds a credential has this level at least. */
     Detail = 4,
 };
 

@@ -37,9 +37,11 @@ public:
     static constexpr std::size_t kMaxJsonSize = std::size_t{64} << 10U;
 
     /**
-     * The single instance, made and started by the first call and never destroyed. Thread-safe.
+     * The single instance, made and started by the first call and never destroyed.
      *
      * @throws std::system_error when its thread cannot start; the next call tries again
+     *
+     * Thread-safe.
      */
     static DFUploadDiagnosticFiles& GetInstance();
 

@@ -109,9 +109,11 @@ public:
 
     /**
      * The DER form (RFC 3279 section 2.2.3) of an ECDSA signature of a token, which is r and s as numbers of fixed
-     * width, joined (RFC 7518 section 3.4). The signature as it is, when the key is no EC key. Thread-safe.
+     * width, joined (RFC 7518 section 3.4). The signature as it is, when the key is no EC key.
      *
      * @param error set to NO_ERROR, or to what went wrong; the result is then empty
+     *
+     * Thread-safe.
      */
     static std::string ConvertSignature(const CryptoKey::PublicKey& key, const std::string& signature, JwtError& error);
 

@@ -53,8 +53,10 @@ public:
 
     /**
      * Waits for the request of that number, counted from 1 in that order. The answer is decided before it is delayed or
-     * cut off. Blocks.
+     * cut off.
      * @return none when the time is up
+     *
+     * Blocks.
      */
     std::optional<ReceivedRequest> WaitForRequest(std::size_t number, std::chrono::milliseconds timeout) const
     {

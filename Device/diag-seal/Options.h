@@ -35,10 +35,12 @@ struct Options
  * "--" is never an option. A second "--" before a command is ignored.
  *
  * A script may begin with the line `#!/opt/Vantor/bin/diag-seal JOB-script`. The kernel starts it as `JOB-script SCRIPT
- * WORD...`, see execve(2), which is read as `JOB -- WORD...`. So no shell has to start. Thread-safe.
+ * WORD...`, see execve(2), which is read as `JOB -- WORD...`. So no shell has to start.
  *
  * @return nothing when only help was asked for, which has been written to standard output
  * @throws std::invalid_argument with one line for the user
+ *
+ * Thread-safe.
  */
 std::optional<Options> ParseOptions(const std::vector<std::string>& commandLine);
 

@@ -24,8 +24,10 @@ bool Has(pid_t pid);
 void KillBranch(pid_t root);
 
 /**
- * Kills them, and what they start meanwhile, and reaps them, until none is left. Blocks.
+ * Kills them, and what they start meanwhile, and reaps them, until none is left.
  * @return false when some outlive the time limit: nothing ends a process that waits for a dead device
+ *
+ * Blocks.
  */
 bool KillAll(std::chrono::milliseconds timeLimit);
 

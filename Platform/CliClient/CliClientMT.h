@@ -52,7 +52,7 @@ public:
 
     /**
      * Adds a command, before or after Initialize. A command of the same words is replaced. What cannot be called (no
-     * words, no handler, no task) is logged at level 1 and dropped. Thread-safe.
+     * words, no handler, no task) is logged at level 1 and dropped.
      *
      * @param words   the command's words, separated by blanks. A command line calls the longest command that it
      *                begins with.
@@ -61,6 +61,8 @@ public:
      * @param task    runs the handler; null for the task given to Initialize; must outlive this client
      * @param handler copied
      * @param key     handed to the handler, which may serve several commands
+     *
+     * Thread-safe.
      */
     void RegisterCLIServerCommands(const std::string& words, const std::string& help, const std::string& usage,
                                    NotifyTargetTaskIF* task, Handler handler, std::uint16_t key);

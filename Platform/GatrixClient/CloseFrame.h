@@ -17,10 +17,12 @@ enum class CloseCode : std::uint16_t
 };
 
 /**
- * The bytes of a close frame (RFC 6455, sections 5.2, 5.3 and 5.5.1). Thread-safe.
+ * The bytes of a close frame (RFC 6455, sections 5.2, 5.3 and 5.5.1).
  *
  * @param reason   cut to what the frame holds, 123 bytes
  * @param isMasked as those of clients are
+ *
+ * Thread-safe.
  */
 std::string CloseFrame(CloseCode code, const std::string& reason, bool isMasked);
 } // namespace Gatrix

@@ -44,7 +44,7 @@ public:
      * The last owner that lets go of the client ends its connection and thread, and waits for that, unless it does so
      * on that thread. Requests still in flight complete through their error callbacks with status 503. What waits to be
      * sent is sent, for a second at most. The connection callback is not invoked for that end. A look-up of the host's
-     * name that is under way holds it up; that of "localhost" asks no server. Thread-safe.
+     * name that is under way holds it up; that of "localhost" asks no server.
      *
      * @param name       of the client, as the gateway shows it
      * @param host, port of the gateway
@@ -54,6 +54,8 @@ public:
      * @param error      if set, invoked with a text for people for each error, as the log is; an attempt to connect
      * that fails for the same reason as the one before is not reported again
      * @throws std::system_error when the thread cannot be started
+     *
+     * Thread-safe.
      */
     static std::shared_ptr<GatrixClientIF> Create(const std::string& name, const std::string& host, std::uint16_t port,
                                                   const std::string& platform, const std::string& extra,

@@ -26,10 +26,12 @@ using StdioFile = std::unique_ptr<std::FILE, StdioFileCloser>;
 StdioFile OpenForReading(const std::string& path);
 
 /**
- * Appends the rest of the file to the content. Blocks.
+ * Appends the rest of the file to the content.
  *
  * @throws std::system_error when reading fails, or when the content has become larger than maxSize, by one byte. The
  *         content then holds what has been read.
+ *
+ * Blocks.
  */
 void ReadAll(std::FILE* file, std::string& content, std::size_t maxSize = kMaxFileSize);
 } // namespace Files

@@ -24,9 +24,10 @@ struct Result
 
 /**
  * Reads the value that the text begins with. It takes some 50 times the memory of its text: the caller bounds that.
- * Thread-safe.
  *
  * @param maxDepth a text that nests deeper is refused
+ *
+ * Thread-safe.
  */
 Result Read(const std::string& text, int maxDepth = kDefaultDepth);
 } // namespace JsonReader

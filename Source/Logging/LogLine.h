@@ -44,10 +44,12 @@ std::ostream& operator<<(std::ostream& line, Logged<Part> logged)
 /**
  * Writes one line in stream form, put together from its parts, which are only formatted if the line is to be written.
  * A part that costs work to make is passed as a function that returns it. Never throws: a line for which there is no
- * memory is lost. Thread-safe.
+ * memory is lost.
  *
  * @param level     as DPrint has it, 0 the most severe
  * @param operation the name of the operation, the line's prefix
+ *
+ * Thread-safe.
  */
 template <typename... Parts>
 void LogLine(const DPrint& log, int level, const char* operation, const Parts&... parts) noexcept

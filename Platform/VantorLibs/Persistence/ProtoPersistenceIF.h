@@ -24,9 +24,11 @@ public:
     /**
      * Replaces the content. When it returns, the new content is on the storage medium. When it throws, the old content
      * is untouched and nothing else is left behind, with one exception: the medium may fail in the very last step,
-     * after the new content took its place. Missing folders are made, for their owner only, as is the file. Blocks.
+     * after the new content took its place. Missing folders are made, for their owner only, as is the file.
      *
      * @throws ProtoPersistenceException
+     *
+     * Blocks.
      */
     virtual void Store(const std::string& text) = 0;
 

@@ -25,9 +25,10 @@ bool IsField(const google::protobuf::Descriptor& schema, const std::string& memb
 /**
  * Checks the object against the schema: lists where lists belong, objects where messages belong, known enumeration
  * names, all required fields. Numbers and texts themselves are left to protobuf, as are maps and protobuf's own types.
- * Thread-safe.
  *
  * @throws Complaint about the first offence, in the order of the schema's fields
+ *
+ * Thread-safe.
  */
 void Check(const Json::Value& object, const google::protobuf::Descriptor& schema);
 } // namespace JsonShape

@@ -34,9 +34,11 @@ public:
     CTask& operator=(const CTask&) = delete;
 
     /**
-     * Starts the thread, which runs the body once. A second call does nothing. Thread-safe.
+     * Starts the thread, which runs the body once. A second call does nothing.
      *
      * @throws std::system_error when the kernel has no thread to give
+     *
+     * Thread-safe.
      */
     void Start();
 
