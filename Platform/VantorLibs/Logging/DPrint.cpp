@@ -57,8 +57,12 @@ int Threshold(const Json::Value& value)
     return value.asInt();
 }
 
-void WriteFormatted(int level, const char* name, const char* format, va_list arguments)
+// Writes the line if it is to be written.
+void WriteFormatted(const DPrint& log, int level, const char* name, const char* format, va_list arguments)
 {
+    if (!log.IsLog(level)) {
+        return;
+    }
     std::array<char, LineBuffer::kMaxKept + 1> text;
     const int written = std::snprintf(text.data(), text.size(), "%d %s: ", level, name);
     const std::size_t start = std::min(static_cast<std::size_t>(std::max(written, 0)), text.size() - 1);
@@ -166,23 +170,17 @@ void DPrint::Put(const std::ostringstream& stream) const
 
 void DPrint::Log(int level, const char* format, ...) const
 {
-    if (!IsLog(level)) {
-        return;
-    }
     va_list arguments;
     va_start(arguments, format);
-    WriteFormatted(level, m_name, format, arguments);
+    WriteFormatted(*this, level, m_name, format, arguments);
     va_end(arguments);
 }
 
 void DPrint::LogWarning(const char* format, ...) const
 {
     constexpr int kWarning = 2;
-    if (!IsLog(kWarning)) {
-        return;
-    }
     va_list arguments;
     va_start(arguments, format);
-    WriteFormatted(kWarning, m_name, format, arguments);
+    WriteFormatted(*this, kWarning, m_name, format, arguments);
     va_end(arguments);
 }

@@ -67,11 +67,6 @@ CurlHandle::CurlHandle() : m_handle(curl_easy_init())
     Set(CURLOPT_OPENSOCKETFUNCTION, &CurlHandle::OpenSocket);
 }
 
-CurlHandle::~CurlHandle()
-{
-    curl_easy_cleanup(m_handle);
-}
-
 bool CurlHandle::SetUpload(const std::string& body)
 {
     m_upload.body = &body;
@@ -85,7 +80,7 @@ void CurlHandle::Perform(HSMResponse& response)
     response = HSMResponse();
     m_collector.Clear();
     m_upload.offset = 0;
-    CURLcode result = curl_easy_perform(m_handle);
+    CURLcode result = curl_easy_perform(m_handle.get());
     if (result == CURLE_OK && m_collector.IsInHeaderSection()) {
         // libcurl takes an answer that breaks off among its fields for one without a body.
         result = CURLE_PARTIAL_FILE;
@@ -99,10 +94,10 @@ void CurlHandle::Perform(HSMResponse& response)
     response.response = m_collector.TakeBody();
     // The status of an answer that broke off is none: its body cannot be trusted to be what the server meant.
     if (result == CURLE_OK) {
-        response.status = static_cast<std::int32_t>(GetInfo<long>(m_handle, CURLINFO_RESPONSE_CODE, __LINE__));
+        response.status = static_cast<std::int32_t>(GetInfo<long>(m_handle.get(), CURLINFO_RESPONSE_CODE, __LINE__));
         response.success = IsSuccess(response.status) ? 1 : 0;
-        response.contentType = TextOrEmpty(GetInfo<const char*>(m_handle, CURLINFO_CONTENT_TYPE, __LINE__));
-        response.effectiveUrl = TextOrEmpty(GetInfo<const char*>(m_handle, CURLINFO_EFFECTIVE_URL, __LINE__));
+        response.contentType = TextOrEmpty(GetInfo<const char*>(m_handle.get(), CURLINFO_CONTENT_TYPE, __LINE__));
+        response.effectiveUrl = TextOrEmpty(GetInfo<const char*>(m_handle.get(), CURLINFO_EFFECTIVE_URL, __LINE__));
     }
 }
 

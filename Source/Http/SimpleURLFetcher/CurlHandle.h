@@ -6,6 +6,7 @@
 #include <curl/curl.h>
 
 #include <cstddef>
+#include <memory>
 #include <string>
 
 namespace Http
@@ -24,9 +25,6 @@ class CurlHandle
 {
 public:
     CurlHandle();
-    ~CurlHandle();
-    CurlHandle(const CurlHandle&) = delete;
-    CurlHandle& operator=(const CurlHandle&) = delete;
 
     /** False when libcurl gave no handle, which is logged; nothing else may be called then. */
     bool IsUsable() const noexcept { return m_handle != nullptr; }
@@ -35,7 +33,7 @@ public:
     template <class Value>
     bool Set(CURLoption option, Value value)
     {
-        return curl_easy_setopt(m_handle, option, value) == CURLE_OK;
+        return curl_easy_setopt(m_handle.get(), option, value) == CURLE_OK;
     }
 
     /** Has exchanges send the body by reading it. @param body not copied: must outlive the exchange */
@@ -61,8 +59,14 @@ private:
     static int SeekUpload(void* upload, curl_off_t offset, int origin);
     static curl_socket_t OpenSocket(void* unused, curlsocktype purpose, curl_sockaddr* address);
 
-    CURL* const m_handle;
+    struct Cleanup
+    {
+        void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
+    };
+
     ResponseCollector m_collector;
     Upload m_upload;
+    /** Refers to the others, and so goes before them. */
+    const std::unique_ptr<CURL, Cleanup> m_handle;
 };
 } // namespace Http
