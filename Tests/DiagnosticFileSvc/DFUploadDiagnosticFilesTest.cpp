@@ -4,17 +4,13 @@
 #include "CapturedLog.h"
 #include "ChildProcess.h"
 #include "HttpGlobal.h"
+#include "Memory.h"
 #include "Sanitized.h"
 #include "ScriptedHttpServer.h"
-#include "TemporaryFolder.h"
 #include "Upload.h"
-
-#include <gmock/gmock.h>
-#include <sys/resource.h>
 
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 
 namespace
 {
@@ -26,14 +22,6 @@ using Server = ScriptedHttpServer;
 const std::string kGuid = "7c1f0e52-9b3a-4d86-a5e4-2f60c8d1937b"; // of the sample manufacturing data
 const std::string kByTheTable = "Retry-Count header is not valid, defaulting to back off retries count of:4";
 const std::string kUploadUrl = R"({"uploadUrl":"http://127.0.0.1:8888/archive"})";
-
-/** Of this process so far, in kB. */
-long PeakMemory()
-{
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss;
-}
 
 class DFUploadDiagnosticFilesTest : public testing::Test
 {
@@ -107,30 +95,25 @@ TEST_F(DFUploadDiagnosticFilesTest, TakesInOfAnAnswerWhatTheRequesterCanBeTold)
              {std::vector<Server::Step>{{Server::Answer(200, body)}},
               {{Server::Answer(200, kUploadUrl)}, {Server::Answer(200, body)}}}) {
             const Server cloud(script, 8888);
-            const long before = PeakMemory();
+            const long before = Memory();
             const CapturedLog log(3);
             EXPECT_EQ(Upload(m_archive), Answer(body.substr(0, kKept), 200));
             EXPECT_LT(testing::internal::GetCapturedStderr().size(), 100000U);
             EXPECT_EQ(cloud.Requests().size(), script.size());
-            EXPECT_LT(PeakMemory() - before, 40000) << "the server's own copy, and a little";
+            EXPECT_LT(Memory() - before, 40000) << "the server's own copy, and a little";
         }
     }
 }
 
 TEST_F(DFUploadDiagnosticFilesTest, AnswersWhateverIsThrown)
 {
-    if (kIsSanitized) {
-        GTEST_SKIP() << "a sanitizer needs the memory that is taken away here";
-    }
+    SKIP_IF_SANITIZED("a sanitizer needs the memory that is taken away here");
     // More than the allocator keeps in reserve for a thread.
     const std::string large = m_folder.Write("large", "");
     std::filesystem::resize_file(large, std::size_t{80} << 20U);
     const DiagCloud::CloudServer cloud(CloudOnItsPort());
     EXPECT_EQ(Upload(m_archive).second, 200);
-    rlim_t pages = 0;
-    std::ifstream("/proc/self/statm") >> pages;
-    const rlimit tight{pages * 4096 + (rlim_t{20} << 20U), RLIM_INFINITY};
-    ASSERT_EQ(setrlimit(RLIMIT_AS, &tight), 0);
+    LimitMemoryToMore(20 << 10);
     EXPECT_EQ(Upload(large), Answer("Unable to upload", 400));
     EXPECT_EQ(Upload(m_archive).second, 200) << "the next one goes well";
 }

@@ -4,8 +4,6 @@
 #include "Sanitized.h"
 #include "TemporaryFolder.h"
 
-#include <gtest/gtest.h>
-
 namespace
 {
 class ShortOfMemory : public Pipeline
@@ -21,6 +19,7 @@ protected:
     }
 };
 
+using ShortOfThreads = Pipeline;
 } // namespace
 
 TEST_F(ShortOfMemory, EveryRequestIsAnsweredOnce_AndTheNextOneServed)
@@ -50,29 +49,21 @@ TEST_F(ShortOfMemory, EveryRequestIsAnsweredOnce_AndTheNextOneServed)
     EXPECT_EQ(Ask(RequestOf({DFSCommonPB::PROC_LOADAVG})).second, 200);
 }
 
-TEST(ShortOfThreads, RequestIsAnswered_AndTheUploadClientStartedWhenThereAreThreads)
+TEST_F(ShortOfThreads, RequestIsAnswered_AndTheUploadClientStartedWhenThereAreThreads)
 {
-    if (kIsSanitized) {
-        GTEST_SKIP() << "a sanitizer starts threads its own way";
-    }
+    SKIP_IF_SANITIZED("a sanitizer starts threads its own way");
     Shortage::OfThreads(true);
     const DiagCloud::CloudServer cloud(CloudOnItsPort());
-    Http::InitializeProcess();
-    auto& handler = DiagnosticFileSvc::DFTriggerHandler::GetInstance();
-    handler.SetGatrixClient(nullptr);
-    handler.Start();
-    handler.SetDeviceInfo({});
-    AnswerProbe probe;
+    StartWithRegistry();
+    m_handler.SetDeviceInfo({});
     const auto request = RequestOf({DFSCommonPB::PROC_LOADAVG});
-    handler.UploadDiagFileRequest(request, &probe.callback);
-    EXPECT_EQ(probe.Next(), Answer("Unable to process request, the upload client cannot be started", 400));
+    EXPECT_EQ(Ask(request), Answer("Unable to process request, the upload client cannot be started", 400));
     DiagnosticFileSvc::DFHarvestSystemInfo harvester;
     harvester.Start();
-    AnswerProbe scanProbe;
-    harvester.CollectWifiSiteScan("echo networks", &scanProbe.callback);
-    EXPECT_EQ(scanProbe.Next(), Answer("Development failure message", 400));
+    AnswerProbe scan;
+    harvester.CollectWifiSiteScan("echo networks", &scan.callback);
+    EXPECT_EQ(scan.Next(), Answer("Development failure message", 400));
 
     Shortage::OfThreads(false);
-    handler.UploadDiagFileRequest(request, &probe.callback);
-    EXPECT_EQ(probe.Next().second, 200);
+    EXPECT_EQ(Ask(request).second, 200);
 }

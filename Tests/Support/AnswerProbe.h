@@ -5,51 +5,55 @@
 #include "Deadline.h"
 
 #include <condition_variable>
+#include <deque>
 #include <mutex>
 #include <string>
 #include <utility>
-#include <vector>
 
-/** A task that keeps what comes through its callback of these parameters, each time as an Arrival. */
-template <class Arrival, class... Parameters>
-class CallbackProbe : public APTask
+/** A task on which things arrive that a test waits for. What derives from it calls Stop in its destructor. */
+template <class Arrival>
+class ArrivalProbe : public APTask
 {
 public:
-    CallbackProbe() : APTask("CallbackProbe", 0, CTask::NOT_REALTIME, -1) { Start(); }
-    ~CallbackProbe() override { Stop(); }
+    ArrivalProbe() : APTask("ArrivalProbe", 0, CTask::NOT_REALTIME, -1) { Start(); }
 
-    /** Waits for that many arrivals, and returns all there are. */
-    std::vector<Arrival> WaitFor(std::size_t count)
-    {
-        std::unique_lock lock(m_mutex);
-        m_arrived.wait_for(lock, kDeadline, [&] { return m_arrivals.size() >= count; });
-        return m_arrivals;
-    }
-
-    /** Waits for the first arrival that this has not returned before. */
+    /** Waits for the next arrival and takes it. @throws std::out_of_range when none comes */
     Arrival Next()
     {
-        ++m_taken;
-        return WaitFor(m_taken).at(m_taken - 1);
+        std::unique_lock lock(m_mutex);
+        m_arrived.wait_for(lock, kDeadline, [this] { return !m_arrivals.empty(); });
+        Arrival next = std::move(m_arrivals.at(0));
+        m_arrivals.pop_front();
+        return next;
     }
+
+protected:
+    void Keep(Arrival arrival)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_arrivals.push_back(std::move(arrival));
+        m_arrived.notify_all();
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_arrived;
+    std::deque<Arrival> m_arrivals;
+};
+
+/** What comes through its callback of these parameters, each time as an Arrival. */
+template <class Arrival, class... Parameters>
+class CallbackProbe : public ArrivalProbe<Arrival>
+{
+public:
+    ~CallbackProbe() override { this->Stop(); }
 
     AsyncCallback<Parameters...> callback{this, this, &CallbackProbe::Take};
 
 private:
-    void Take(const Parameters&... parameters)
-    {
-        const std::lock_guard lock(m_mutex);
-        m_arrivals.push_back(Arrival{parameters...});
-        m_arrived.notify_all();
-    }
-
-    std::mutex m_mutex;
-    std::condition_variable m_arrived;
-    std::vector<Arrival> m_arrivals;
-    std::size_t m_taken = 0;
+    void Take(const Parameters&... parameters) { this->Keep(Arrival{parameters...}); }
 };
 
 /** A text and a status code, as the service answers. */
 using Answer = std::pair<std::string, int>;
-using Answers = std::vector<Answer>;
 using AnswerProbe = CallbackProbe<Answer, const std::string, int>;

@@ -1,7 +1,5 @@
 #include "Shortage.h"
 
-#include "Sanitized.h"
-
 #include <dlfcn.h>
 #include <pthread.h>
 

@@ -118,11 +118,7 @@ TEST_F(CliClientTest, Command_IsRunWithItsArgumentsAndAnsweredToWhoAsked)
     constexpr char kUnknown[] =
         "unknown 5 no such command; help of service show; help of service  show types; "
         "help of bad; help of worse; help of big";
-    struct Case
-    {
-        std::string line, event;
-    };
-    const Case cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {"service show 'a b' \"\"", R"(reply 5 1{ "a b", "" })"},
         {" service show types 9 ", R"(reply 5 2{ "9" })"},
         {"service show x types", R"(reply 5 1{ "x", "types" })"},
@@ -137,9 +133,9 @@ TEST_F(CliClientTest, Command_IsRunWithItsArgumentsAndAnsweredToWhoAsked)
     };
     Tool other;
     Tool tool;
-    for (const Case& each : cases) {
-        tool.Run(5, each.line);
-        EXPECT_EQ(tool.Next(), each.event);
+    for (const auto& [line, event] : cases) {
+        tool.Run(5, line);
+        EXPECT_EQ(tool.Next(), event);
     }
     EXPECT_THAT(other.List(2), HasSubstr("commands 2 ; help of service show; "));
 }
@@ -222,9 +218,7 @@ TEST_F(CliClientTest, NumbersOfToolsAndOfOpenRequests_AreBounded)
 
 TEST_F(CliClientTest, ServiceOutOfDescriptors_AcceptsWhenThereAreSomeAgain)
 {
-    if (kIsSanitized) {
-        GTEST_SKIP() << "the sanitizer needs descriptors itself";
-    }
+    SKIP_IF_SANITIZED("the sanitizer needs descriptors itself");
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
     Tool tool;

@@ -1,50 +1,46 @@
 #pragma once
 
-#include "APTask.h"
+#include "AnswerProbe.h"
 #include "ConnectedClient.h"
-#include "Deadline.h"
-#include "ScriptedGateway.h"
 #include "UploadSysInfo.pb.h"
+#include "WebSocketPeer.h"
 
 #include <gtest/gtest.h>
 
-#include <condition_variable>
-#include <deque>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
+/** A gateway on the loopback interface that the test plays, for one connection at a time. */
+struct ScriptedGateway : WebSocketPeer
+{
+    explicit ScriptedGateway(std::uint16_t port = 0 /* any that is free */) { Listen(port); }
+};
+
+using UploadAnswer = DFSCommonPB::UploadResponse;
+using UploadReply = std::pair<Callback<UploadAnswer>, Callback<Gatrix::Error>>;
+
 /** A task that takes whatever a client brings, and tells it line by line. */
-class ClientProbe : public APTask
+class ClientProbe : ArrivalProbe<std::pair<std::string, UploadReply>>
 {
 public:
     using Request = DFSCommonPB::UploadRequest;
-    using Answer = DFSCommonPB::UploadResponse;
-    using Reply = std::pair<Callback<Answer>, Callback<Gatrix::Error>>;
+    using Answer = UploadAnswer;
+    using Reply = UploadReply;
 
-    ClientProbe() : APTask("ClientProbe", 0, CTask::NOT_REALTIME, -1) { Start(); }
     ~ClientProbe() override { Stop(); }
 
-    /** The next line; "nothing" when none comes. */
+    /** The next line. */
     std::string Next()
     {
-        std::unique_lock lock(m_mutex);
-        if (!m_changed.wait_for(lock, kDeadline, [this] { return !m_lines.empty(); })) {
-            return "nothing";
-        }
-        std::string line = std::move(m_lines.front());
-        m_lines.pop_front();
+        auto [line, reply] = ArrivalProbe::Next();
+        m_reply = std::move(reply);
         return line;
     }
 
     /** What answers the request that the latest line told of. */
-    Reply TakeReply()
-    {
-        const std::lock_guard lock(m_mutex);
-        return std::exchange(m_reply, {});
-    }
+    Reply TakeReply() { return std::exchange(m_reply, {}); }
 
     const AsyncCallback<const bool> connection{this, this, &ClientProbe::OnConnection};
     const AsyncCallback<const std::string, const GATRIX_CLIENT_ERRORS> error{this, this, &ClientProbe::OnError};
@@ -58,13 +54,7 @@ public:
     const Gatrix::GatrixClientIF::GetHandler<Answer> get{this, this, &ClientProbe::OnGet};
 
 private:
-    void Tell(const std::string& line, Reply reply = {})
-    {
-        const std::lock_guard lock(m_mutex);
-        m_lines.push_back(line);
-        m_reply = std::move(reply);
-        m_changed.notify_all();
-    }
+    void Tell(const std::string& line, Reply reply = {}) { Keep({line, std::move(reply)}); }
     void OnConnection(bool isUp) { Tell(isUp ? "connected" : "dropped"); }
     void OnError(const std::string& text, GATRIX_CLIENT_ERRORS kind)
     {
@@ -85,9 +75,6 @@ private:
     }
     void OnGet(const Callback<Answer>& answer, const Callback<Gatrix::Error>& refuse) { Tell("get", {answer, refuse}); }
 
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::deque<std::string> m_lines;
     Reply m_reply;
 };
 

@@ -1,13 +1,11 @@
 #include "DPrint.h"
 
+#include "Memory.h"
 #include "Sanitized.h"
-#include "TemporaryFolder.h"
 #include "Texts.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
-#include <algorithm>
 #include <regex>
 #include <sstream>
 #include <thread>
@@ -54,11 +52,7 @@ TEST(DPrint, LongLine_IsCutBetweenCharactersAndEscapes)
     const std::string e = "\xc3\xa9";
     const std::string kiss = "\xf0\x9f\x98\x98";
     // Beside the level, the names and the operation there is room for 8170 bytes.
-    struct Case
-    {
-        std::string text, line;
-    };
-    const Case cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {"", ""},
         {"\n\n", "\\n"},
         {"\x01\x1b\x7f\t~", "\\x01\\x1b\\x7f\t~"},
@@ -74,51 +68,42 @@ TEST(DPrint, LongLine_IsCutBetweenCharactersAndEscapes)
         {"x" + Repeated("\xc2\x9b", 2000), "x" + Repeated("\\u009b", 1361) + "... (1278 bytes more)"},
         {std::string(8169, 'x') + "\xc3", std::string(8169, 'x') + "... (1 bytes more)"},
     };
-    for (const Case& each : cases) {
+    for (const auto& [text, written] : cases) {
         testing::internal::CaptureStderr();
-        s_log.Log(3, "Operation7: %s", each.text.c_str());
+        s_log.Log(3, "Operation7: %s", text.c_str());
         std::ostringstream line;
         s_log.Prefix(line, 3, "left over");
-        s_log.Prefix(line, 3, "Operation7") << each.text;
+        s_log.Prefix(line, 3, "Operation7") << text;
         s_log.Put(line);
         const auto lines = CapturedLines();
         ASSERT_EQ(lines.size(), 2U);
-        for (const std::string& written : lines) {
-            const std::string text = written.substr(written.find("on7: ") + 5);
-            EXPECT_TRUE(text == each.line) << text.size() << " " << text.substr(0, 40) << "  "
-                                           << text.substr(std::max(text.size(), std::size_t{60}) - 60);
+        for (const std::string& each : lines) {
+            const std::string rest = each.substr(each.find("on7: ") + 5);
+            EXPECT_TRUE(rest == written) << rest.size() << " " << rest.substr(0, 40);
         }
     }
 }
 
 TEST(DPrint, HugeText_CostsNoMemory)
 {
-    if (kIsSanitized) {
-        GTEST_SKIP() << "a sanitizer's memory is not the program's";
-    }
+    SKIP_IF_SANITIZED("a sanitizer's memory is not the program's");
     const std::string huge(32 << 20, '\x01');
-    const auto peak = [] {
-        rusage usage{};
-        getrusage(RUSAGE_SELF, &usage);
-        return usage.ru_maxrss;
-    };
-    const long before = peak();
+    const long before = Memory();
     s_log.Log(1, "%s", huge.c_str());
     std::ostringstream line;
     s_log.Prefix(line, 1, "Operation") << huge << huge.c_str();
     s_log.Put(line);
-    EXPECT_LT(peak() - before, 1024) << "KiB";
+    EXPECT_LT(Memory() - before, 1024) << "KiB";
 }
 
 TEST(DPrint, Thresholds_ComeFromTheFile)
 {
-    struct Case
+    const struct
     {
         const char* configuration;
         int threshold, ofOther;
         bool isUsable;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {R"({"threshold": 1})", 1, 1, true},
         {R"({"loggers": {"Other": 6}})", 3, 6, true},
         {R"({"threshold": 0, "loggers": {"Other": 4, "Unknown": 2}})", 0, 4, true},
@@ -128,7 +113,7 @@ TEST(DPrint, Thresholds_ComeFromTheFile)
         {R"({"threshold": )", 3, 3, false},
         {"{}", 3, 3, true},
     };
-    for (const Case& each : cases) {
+    for (const auto& each : cases) {
         WriteWholeFile("/opt/Vantor/etc/DPrintCfg.json", each.configuration);
         testing::internal::CaptureStderr();
         DPrint::Initialize();

@@ -3,19 +3,16 @@
 #include "AnswerProbe.h"
 #include "AsyncTaskRunner.h"
 #include "HttpGlobal.h"
+#include "Memory.h"
 #include "RunTask.h"
 #include "Sanitized.h"
 #include "ScriptedHttpServer.h"
-#include "TemporaryFolder.h"
 
 #include <curl/curl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <csignal>
 #include <filesystem>
-#include <functional>
-#include <regex>
 #include <system_error>
 #include <thread>
 
@@ -35,14 +32,6 @@ struct CHttpInterfaceTest : testing::Test
     CHttpInterface m_http{true};
     std::shared_ptr<IHttpOpHandle> m_handle;
 };
-
-/** In kB, of a field of /proc/self/status. */
-long MemoryStatus(const std::string& field)
-{
-    const std::string status = ReadWholeFile("/proc/self/status");
-    std::smatch value;
-    return std::regex_search(status, value, std::regex(field + ":\\s+(\\d+)")) ? std::stol(value[1]) : 0;
-}
 } // namespace
 
 TEST_F(CHttpInterfaceTest, PerformsEachOperation)
@@ -78,7 +67,6 @@ TEST_F(CHttpInterfaceTest, PerformsEachOperation)
     }
     EXPECT_EQ(ReadWholeFile(folder.Path() + "/f"), "answer");
     EXPECT_EQ(std::signal(SIGPIPE, SIG_IGN), SIG_IGN) << "a server that hangs up must not kill the process";
-    EXPECT_EQ(m_owner.WaitFor(0).size(), std::size(operations));
     EXPECT_EQ(m_http.Settings().timeOutSeconds, 30U);
 }
 
@@ -140,16 +128,16 @@ TEST_F(CHttpInterfaceTest, WritesAFileOnlyWhenItDiffers)
         {"no/such/folder", "", 200, "content", "", 0},
         {"beyond the bound", "content", 200, std::string(101, 'x'), "content", 0},
     };
-    HttpSettings settings = m_http.Settings();
+    CHttpInterface http(false); // which retries nothing
+    HttpSettings settings = http.Settings();
     settings.bodyBound.bytes = 100;
-    settings.retry = {};
-    m_http.SetSettings(settings);
+    http.SetSettings(settings);
     for (const auto& each : cases) {
         SCOPED_TRACE(each.name);
         const std::string path =
             each.before.empty() ? folder.Path() + "/" + each.name : folder.Write(each.name, each.before);
         Server server({{Server::Answer(each.status, each.body)}});
-        m_http.GetUrlAsFile(server.Url(), path, {}, m_owner.callback, m_handle);
+        http.GetUrlAsFile(server.Url(), path, {}, m_owner.callback, m_handle);
         EXPECT_EQ(m_owner.Next().success, each.success);
         EXPECT_EQ(std::filesystem::exists(path) ? ReadWholeFile(path) : "", each.after);
     }
@@ -157,11 +145,8 @@ TEST_F(CHttpInterfaceTest, WritesAFileOnlyWhenItDiffers)
 
 TEST_F(CHttpInterfaceTest, DeliversAFailureWhenNoThreadIsToBeHad)
 {
-    if (kIsSanitized) {
-        GTEST_SKIP() << "a sanitizer needs the memory that is taken away here";
-    }
-    const rlimit tight{static_cast<rlim_t>(MemoryStatus("VmSize") + 2048) * 1024, RLIM_INFINITY};
-    ASSERT_EQ(setrlimit(RLIMIT_AS, &tight), 0);
+    SKIP_IF_SANITIZED("a sanitizer needs the memory that is taken away here");
+    LimitMemoryToMore(2048);
     m_http.Get("http://127.0.0.1:1/", {}, m_owner.callback, m_handle);
     EXPECT_EQ(m_owner.Next().curlCode, CURLE_FAILED_INIT);
     const auto job = std::make_shared<RunTask>(HttpRequest(), HttpSettings());
@@ -171,17 +156,15 @@ TEST_F(CHttpInterfaceTest, DeliversAFailureWhenNoThreadIsToBeHad)
 
 TEST_F(CHttpInterfaceTest, HoldsALargeBodyOnce)
 {
-    if (kIsSanitized) {
-        GTEST_SKIP() << "a sanitizer's memory is not the program's";
-    }
+    SKIP_IF_SANITIZED("a sanitizer's memory is not the program's");
     constexpr std::size_t kSize = std::size_t{64} * 1024 * 1024;
     Server server({{Server::Answer(503, "", {{"Retry-After", "1"}})}, {Server::Answer(200)}});
-    const long before = MemoryStatus("VmHWM");
+    const long before = Memory();
     m_http.PostBinaryData(server.Url(), {}, std::string(kSize, 'x'), "application/octet-stream", m_owner.callback,
                           m_handle);
     EXPECT_EQ(m_owner.Next().status, 200);
     EXPECT_EQ(server.Requests().at(1).bodySize, kSize);
-    EXPECT_LT(MemoryStatus("VmHWM") - before, static_cast<long>(kSize / 1024 * 103 / 100));
-    EXPECT_TRUE(WaitUntil([] { return MemoryStatus("VmRSS") < static_cast<long>(kSize / 1024); }))
+    EXPECT_LT(Memory() - before, static_cast<long>(kSize / 1024 * 103 / 100));
+    EXPECT_TRUE(WaitUntil([] { return Memory("VmRSS") < static_cast<long>(kSize / 1024); }))
         << "the handle keeps the body";
 }

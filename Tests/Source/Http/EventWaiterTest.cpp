@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <functional>
 #include <thread>
 
 using Http::EventWaiter;
@@ -75,9 +74,7 @@ TEST(EventWaiter, LosesNoWake_WheneverItComes_AndNoDescriptor)
 
 TEST(EventWaiter, ReportsThatThereIsNoDescriptor)
 {
-    if (kIsSanitized) {
-        GTEST_SKIP() << "a sanitizer needs descriptors to look at memory";
-    }
+    SKIP_IF_SANITIZED("a sanitizer needs descriptors to look at memory");
     EventWaiter waiter;
     const int next = dup(0);
     close(next);
