@@ -11,11 +11,7 @@ using DiagnosticFileSvc::DFDiagnosticItem;
 TEST(DFDiagnosticItem, StampsFileNames)
 {
     setenv("TZ", "XXX-5", 1); // NOLINT(concurrency-mt-unsafe): before there is another thread
-    const struct
-    {
-        const char* path;
-        const char* stamped;
-    } cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"/mnt/nv/product-persistence/dfs_SwUpHsmStates.json", "dfs_SwUpHsmStates_20240131235959.json"},
         {"dfs_custom_c.log", "dfs_custom_c_20240131235959.log"},
         {"/a.b/archive.tar.gz", "archive.tar_20240131235959.gz"},
@@ -25,10 +21,9 @@ TEST(DFDiagnosticItem, StampsFileNames)
         {"", nullptr},
         {"/mnt/nv/", nullptr},
     };
-    for (const auto& each : cases) {
-        const std::string expected =
-            each.stamped != nullptr ? std::string("/mnt/nv/product-persistence/") + each.stamped : "";
-        EXPECT_EQ(DFDiagnosticItem::AddDateTimeToFilename(each.path, 1706745599), expected);
+    for (const auto& [path, stamped] : cases) {
+        const std::string expected = stamped != nullptr ? std::string("/mnt/nv/product-persistence/") + stamped : "";
+        EXPECT_EQ(DFDiagnosticItem::AddDateTimeToFilename(path, 1706745599), expected);
     }
 }
 

@@ -3,8 +3,6 @@
 #include "CapturedLog.h"
 #include "Items.h"
 
-#include <gmock/gmock.h>
-
 using namespace DiagnosticFileSvc;
 
 TEST(DFItemCollector, EndsWithTheFirstInputThatNoItemHas_AndDropsReportsThatComeLater)

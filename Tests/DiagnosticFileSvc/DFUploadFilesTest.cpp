@@ -6,7 +6,6 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
-#include <set>
 
 namespace
 {

@@ -14,22 +14,18 @@ TEST(DFUploadMetadata, HoldsProductVersionTimeAndItems)
         items.add_uploaditems()->set_type(DFSCommonPB::TOP);
         items.mutable_uploaditems()->rbegin()->set_subtype(subType);
     }
-    const struct
-    {
-        const char* versionFile;
-        std::string version;
-    } cases[] = {
+    const std::pair<const char*, std::string> cases[] = {
         {R"({"short": "2.1", "build_number": 77, "abbrev_commit": "abc"})", "2.1-77+abc"},
         {R"({"short": "2.1"})", "2.1-99999+0.000.000"},
         {"", "1.0.67-99999+0.000.000"},
     };
-    for (const auto& each : cases) {
-        WriteWholeFile("/opt/Vantor/etc/VantorVersion.json", each.versionFile);
+    for (const auto& [versionFile, version] : cases) {
+        WriteWholeFile("/opt/Vantor/etc/VantorVersion.json", versionFile);
         EXPECT_EQ(DiagnosticFileSvc::BuildMetadataPayload({"marketing", "a type", "a guid"}, "Kitchen \xc3\xa9", items,
                                                           1794711845),
                   "{\"productName\":\"Kitchen \xc3\xa9\",\"productId\":\"a guid\",\"productType\":\"a type\","
                   "\"softwareVersion\":\"" +
-                      each.version +
+                      version +
                       R"(","fileType":"VRD9 Diagnostics","uploadTimeStamp":"2026-11-15T03:04:05Z",)"
                       R"("uploadedItems":[{"type":"TOP","subType":"top \"quoted\""},{"type":"TOP","subType":"top"}]})");
     }

@@ -5,13 +5,11 @@
 #include "TemporaryFolder.h"
 
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
-#include <functional>
 
 namespace
 {
@@ -114,11 +112,7 @@ TEST_F(posixSpawnUtilsTest, LogsEachStage)
                             "3 TarDiagnosticFiles: upload_sys_logs CompressDiagnosticFile - Child pid: PID",
                             "3 TarDiagnosticFiles: TarDiagnosticFiles - Child status: 1",
                             "3 TarDiagnosticFiles: TarDiagnosticFiles - Child is done, clean exit: PID"));
-    const struct
-    {
-        std::function<void()> operation;
-        const char* lastLine;
-    } failures[] = {
+    const std::pair<std::function<void()>, const char*> failures[] = {
         {[&] { EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs("/dev/null/x", "true"), ENOTDIR); },
          "3 CollectEncryptLogs: upload_sys_logs - posix_spawn: ERROR status: 20"},
         {[&] {
@@ -131,7 +125,7 @@ TEST_F(posixSpawnUtilsTest, LogsEachStage)
         {[&] { posixSpawnUtils::GetInstance().TarDiagnosticFiles("x"); },
          "3 TarDiagnosticFiles: TarDiagnosticFiles Child status: ERROR"},
     };
-    for (const auto& each : failures) {
-        EXPECT_EQ(LinesOf(each.operation).back(), each.lastLine);
+    for (const auto& [operation, lastLine] : failures) {
+        EXPECT_EQ(LinesOf(operation).back(), lastLine);
     }
 }
