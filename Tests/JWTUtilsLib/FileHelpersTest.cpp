@@ -8,7 +8,6 @@
 
 #include <csignal>
 #include <filesystem>
-#include <functional>
 
 namespace fs = std::filesystem;
 
@@ -48,11 +47,7 @@ TEST(WriteFileStr, ReplacesTheFile_OrLeavesItAsItWas)
         setrlimit(RLIMIT_FSIZE, &limit);
     };
     std::signal(SIGXFSZ, SIG_IGN);
-    const struct
-    {
-        std::function<void()> provoke;
-        std::string failure;
-    } cases[] = {
+    const std::pair<std::function<void()>, std::string> cases[] = {
         {[&] { limitSize(50000); }, "2 write all data to '" + temporary + "': File too large"},
         {[&] { fs::create_directory(temporary); }, "2 open file '" + temporary + "': Is a directory"},
         {[&] {
@@ -61,13 +56,12 @@ TEST(WriteFileStr, ReplacesTheFile_OrLeavesItAsItWas)
          },
          "2 rename '" + temporary + "' to '" + path + "': Is a directory"},
     };
-    for (const auto& each : cases) {
+    for (const auto& [provoke, failure] : cases) {
         EXPECT_TRUE(JwtUtils::WriteFileStr(path, "old"));
-        each.provoke();
+        provoke();
         const CapturedLog log;
         EXPECT_FALSE(JwtUtils::WriteFileStr(path, data));
-        EXPECT_EQ(CapturedLog::LinesOf("JwtUtils::QuillaneTokens", "WriteFileStr: Failed to "),
-                  std::vector{each.failure});
+        EXPECT_EQ(CapturedLog::LinesOf("JwtUtils::QuillaneTokens", "WriteFileStr: Failed to "), std::vector{failure});
         EXPECT_TRUE(fs::is_directory(path) || ReadWholeFile(path) == "old");
         limitSize(RLIM_INFINITY);
         const bool isAnothers = fs::is_directory(temporary);

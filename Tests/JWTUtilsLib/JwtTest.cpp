@@ -2,9 +2,6 @@
 
 #include "TokenMaker.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
 #include <stdexcept>
 
 using JwtUtils::Jwt;

@@ -72,15 +72,11 @@ TEST(Key, ChoosesTheDigest)
     EXPECT_EQ(EVP_MD_type(p521.GetMessageDigest(DigestType::INVALID)), NID_sha256);
     EXPECT_EQ(EVP_MD_type(p521.GetMessageDigest(DigestType::SHA384)), NID_sha384);
     EXPECT_EQ(EVP_MD_type(Key().GetDefaultMessageDigestECDSA()), NID_sha256);
-    const struct
-    {
-        Key key;
-        int digest;
-    } defaults[] = {{rsa, NID_sha256},
-                    {MakeKey(NID_X9_62_prime256v1), NID_sha256},
-                    {MakeKey(NID_secp384r1), NID_sha384},
-                    {MakeKey(NID_brainpoolP512r1), NID_sha512},
-                    {p521, NID_sha512}};
+    const std::pair<Key, int> defaults[] = {{rsa, NID_sha256},
+                                            {MakeKey(NID_X9_62_prime256v1), NID_sha256},
+                                            {MakeKey(NID_secp384r1), NID_sha384},
+                                            {MakeKey(NID_brainpoolP512r1), NID_sha512},
+                                            {p521, NID_sha512}};
     for (const auto& [key, digest] : defaults) {
         EXPECT_EQ(EVP_MD_type(key.GetMessageDigest(DigestType::DEFAULT)), digest);
     }
