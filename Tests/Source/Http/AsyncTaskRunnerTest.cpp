@@ -3,15 +3,9 @@
 #include "CapturedLog.h"
 #include "Deadline.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <atomic>
-#include <functional>
 #include <future>
-#include <string>
 #include <thread>
-#include <vector>
 
 namespace
 {

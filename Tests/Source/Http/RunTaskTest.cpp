@@ -6,8 +6,6 @@
 
 #include <curl/curl.h>
 
-#include <chrono>
-
 using Server = ScriptedHttpServer;
 using testing::ElementsAre;
 

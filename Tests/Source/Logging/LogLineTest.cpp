@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <string>
-
 TEST(LogLine, BuildsAPartForALineThatIsWrittenOnly_AndShowsItsBeginning)
 {
     const DPrint log("LogLineTest");
