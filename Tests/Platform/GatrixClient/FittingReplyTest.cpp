@@ -8,7 +8,6 @@
 #include <gmock/gmock.h>
 
 #include <limits>
-#include <utility>
 
 using namespace Gatrix;
 using testing::EndsWith;
@@ -28,15 +27,14 @@ std::size_t SizeSent(Reply reply)
 
 TEST(FittingReply, AnyText_FitsItsFrameAndLosesLittle)
 {
-    struct Case
+    const struct
     {
         std::string text;
         /** What arrives begins and ends so. */
         std::string begin, end;
         /** Bytes that the frames of the answer and of the error have at least. */
         std::size_t answer, error;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"caf\xe9 \xc3\xa9\xed\xa0\x80", "caf\xef\xbf\xbd \xc3\xa9\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd", "", 0, 0},
         {std::string(kFrame - 200, 'x'), "xx", "xx", kFrame - 200, kFrame - 200},
         {std::string(kFrame, 'x'), "xx", "x... (99 bytes more)", kFrame - 10, 0},
@@ -45,7 +43,7 @@ TEST(FittingReply, AnyText_FitsItsFrameAndLosesLittle)
         {std::string(kFrame, '\x01'), "\x01", " bytes more)", kFrame - 1000, kFrame - 1000},
         {"a" + std::string(400000, '\x01') + std::string(900000, 'z'), "a\x01", " bytes more)", kFrame / 2, kFrame / 2},
     };
-    for (const Case& each : cases) {
+    for (const auto& each : cases) {
         SCOPED_TRACE(each.text.substr(0, 10) + " " + std::to_string(each.text.size()));
         DFSCommonPB::UploadResponse response;
         response.set_statuscode(200);

@@ -81,19 +81,18 @@ TEST_F(GatrixClientTest, AnswerThatTakesTooLong_IsAnErrorOnce)
 TEST_F(GatrixClientTest, WhatIsNoFrame_IsReportedAndTheConnectionStays)
 {
     Connect();
-    struct Case
+    const struct
     {
         const char *frame, *problem;
         bool isText = true;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"", "not a JSON object"},
         {R"({"op":"hello","client":"a","platform":"p"})", "only clients send its kind"},
         {R"({"op":"ready","endpoints":[]})", "binary data", false},
         {R"({"op":"request","id":9,"method":"GET","endpoint":"/g","version":1,"body":01})",
          "request: \"body\": a malformed number at byte 1"},
     };
-    for (const Case& each : cases) {
+    for (const auto& each : cases) {
         gateway->Send(each.frame, each.isText);
         EXPECT_EQ(probe.Next(), std::string("protocol error: a frame from the gateway is dropped: ") + each.problem);
     }

@@ -1,8 +1,6 @@
 #include "CapturedLog.h"
 #include "GatrixClientFixture.h"
 
-#include <gmock/gmock.h>
-
 #include <limits>
 
 using testing::HasSubstr;

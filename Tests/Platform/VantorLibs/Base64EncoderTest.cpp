@@ -7,19 +7,15 @@
 // Vectors of RFC 4648 section 10, among others.
 TEST(Base64Encoder, Decode_TakesWholeTextsAndNothingElse)
 {
-    struct Case
-    {
-        std::string text, bytes;
-    };
-    const Case cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {"Zg==", "f"},
         {"Zm8=", "fo"},
         {"Zm9vYmFy", "foobar"},
         {"+//+", "\xfb\xff\xfe"},
         {Repeated("Zm9v", 1 << 20) + "AP8=", Repeated("foo", 1 << 20) + std::string("\0\xff", 2)},
     };
-    for (const Case& each : cases) {
-        EXPECT_TRUE(Base64Encoder::Decode(each.text) == each.bytes) << each.text.substr(0, 10);
+    for (const auto& [text, bytes] : cases) {
+        EXPECT_TRUE(Base64Encoder::Decode(text) == bytes) << text.substr(0, 10);
     }
     for (const char* text : {"Z", "Zg", "Zg=", "Zg= ", " Zg==", "Zm9v\n", "Zm9vZg==\n",
                              "Z===", "====", "Zg==Zg==", "Zm=v", "=Zg=", "Zm-_", "Zm9\x80", "Zm9vZm9!"}) {

@@ -14,18 +14,17 @@ TEST(NameValueFile, Values_ComeBackAsTextAndWhatIsNoneIsLogged)
         "short": "2.1 \u00e9", "build": 1.10, "big": 12345678901234567890123, "small": -3, "flag": true, "empty": "",
         "object": {"a": 1}, "list": ["x"], "null": null
     })"));
-    struct Case
+    const struct
     {
         const char *name, *value;
         bool isLogged;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"short", "2.1 \xc3\xa9", false}, {"build", "1.10", false},    {"big", "12345678901234567890123", false},
         {"small", "-3", false},           {"flag", "true", false},     {"empty", "", false},
         {"absent", "default", false},     {"object", "default", true}, {"list", "default", true},
         {"null", "default", true},
     };
-    for (const Case& each : cases) {
+    for (const auto& each : cases) {
         testing::internal::CaptureStderr();
         EXPECT_EQ(file.Get(each.name, "default"), each.value);
         const std::string log = testing::internal::GetCapturedStderr();
@@ -38,7 +37,7 @@ TEST(NameValueFile, UnusableFile_ActsAsEmptyAndIsLogged)
     const TemporaryFolder folder;
     for (const std::string& path :
          {folder.Path() + "/missing", folder.Path(), folder.Write("empty", ""), folder.Write("list", "[1]"),
-          folder.Write("cut", R"({"short": "1)"), folder.Write("nul", std::string("{\"short\": \"1\"}\0{}", 17)),
+          folder.Write("cut", R"({"short": "1)"),
           folder.Write("large", R"({"short": "1"})" + std::string(NameValueFile::kMaxSize, ' '))}) {
         testing::internal::CaptureStderr();
         EXPECT_EQ(NameValueFile(path).Get("short", "1.0.67"), "1.0.67") << path;

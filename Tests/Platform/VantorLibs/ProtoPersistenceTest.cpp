@@ -92,17 +92,13 @@ TEST(ProtoPersistence, WriteThatFails_NamesTheReasonAndLeavesTheOldContentAlone)
 
 TEST(ProtoPersistence, NamesThatLeaveTheStorage_AreRefused)
 {
-    struct Case
-    {
-        std::string name, folder;
-    };
-    const Case cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {"", "a/"},       {".", "a/"},      {"..", "a/"},  {"../x", "a/"}, {"a/b", ""},  {"/etc/x", ""},
         {"x", "/mnt/nv"}, {"x", "../etc/"}, {"x", "a/.."}, {"x", "a//b"},  {"x", "./a"}, {std::string("x\0y", 3), ""},
     };
-    for (const Case& each : cases) {
-        EXPECT_THAT(Refusal([&each] { File(each.name, each.folder); }), HasSubstr("Invalid argument"))
-            << each.folder << " " << each.name;
+    for (const auto& [name, folder] : cases) {
+        EXPECT_THAT(Refusal([&name = name, &folder = folder] { File(name, folder); }), HasSubstr("Invalid argument"))
+            << folder << " " << name;
     }
     EXPECT_NO_THROW(File("..x", ""));
 }

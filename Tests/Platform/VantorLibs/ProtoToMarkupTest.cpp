@@ -104,11 +104,7 @@ TEST(ProtoToMarkup, RootOfAnotherName_IsExpectedAndQuoted)
 TEST(ProtoToMarkup, WrongText_IsRefusedWithThePlaceAndTheMessageKept)
 {
     const std::string item = R"({"input":"a","fileType":"TOP","subType":"s","harvestType":0})";
-    struct Case
-    {
-        std::string text, reason;
-    };
-    const Case cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {"{", "not JSON: "},
         {"[]", "an object is expected"},
         {R"({"version":"abc"})", "version"},

@@ -27,11 +27,7 @@ TEST(StrictJson, WhatAnotherReaderMightTakeForSomethingElse_IsRefusedWithAReason
     EXPECT_NO_THROW(StrictJson::Parse("[1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17,18,19]", limits));
     EXPECT_NO_THROW(StrictJson::Parse("0" + std::string(199, ' '), limits));
 
-    struct Case
-    {
-        std::string text, reason;
-    };
-    const Case cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {"", "Line 1, Column 1"},
         {"[1", "Missing ','"},
         {"[1 2]", "Missing ','"},
@@ -43,7 +39,9 @@ TEST(StrictJson, WhatAnotherReaderMightTakeForSomethingElse_IsRefusedWithAReason
         {"\"a", "a text without end"},
         {"\"\x1f\"", "a control character at byte 1"},
         {R"("\a")", "an unknown escape"},
+        {"\"a\\", "an unknown escape"},
         {R"("\u12g4")", "an unknown escape"},
+        {R"("\u12)", "an unknown escape"},
         {R"("\ud800")", "half a surrogate pair"},
         {R"("\ud800\u0041")", "half a surrogate pair"},
         {R"("\ude00\ud83d")", "half a surrogate pair"},
@@ -52,6 +50,7 @@ TEST(StrictJson, WhatAnotherReaderMightTakeForSomethingElse_IsRefusedWithAReason
         {"[1e400]", "'1e400' is not a number"},
         {"01", "a malformed number at byte 1"},
         {"1.e5", "a malformed number"},
+        {"1e", "a malformed number"},
         {"[[[[]]]]", "nested in more than 3 levels at byte 3"},
         {"[1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17,18,19,20]", "more than 20 values"},
         {"0" + std::string(200, ' '), "more than 200 bytes"},

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <limits>
 
 TEST(StringUtils, Texts_AreTheSameInEveryLocale)
@@ -16,11 +15,7 @@ TEST(StringUtils, Texts_AreTheSameInEveryLocale)
         std::string do_grouping() const override { return "\3"; }
     };
     std::locale::global(std::locale(std::locale(), new GroupingAndComma));
-    struct Case
-    {
-        std::string got, expected;
-    };
-    const Case cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {StringUtils::FindReplace("a-b-c", "-", "--"), "a--b--c"},
         {StringUtils::FindReplace("aaa", "aa", "b"), "ba"},
         {StringUtils::FindReplace("abc", "", "x"), "abc"},
@@ -42,8 +37,8 @@ TEST(StringUtils, Texts_AreTheSameInEveryLocale)
         {std::string(Utf8Text::Cut("a\xc3\xa9z", 3)), "a\xc3\xa9"},
         {std::string(Utf8Text::Cut("a\xc3\xa9z", 9)), "a\xc3\xa9z"},
     };
-    for (const Case& each : cases) {
-        EXPECT_EQ(each.got, each.expected);
+    for (const auto& [got, expected] : cases) {
+        EXPECT_EQ(got, expected);
     }
 }
 

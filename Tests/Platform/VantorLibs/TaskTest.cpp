@@ -9,7 +9,6 @@
 #include <atomic>
 #include <fstream>
 #include <future>
-#include <map>
 #include <stdexcept>
 #include <thread>
 
