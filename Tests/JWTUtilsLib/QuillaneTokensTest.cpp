@@ -41,12 +41,12 @@ TEST_F(QuillaneTokensTest, ReadFile_GoesByTheSideFiles_AndWriteFileStoresThem)
 {
     const struct
     {
-        const char* accessTime;
+        std::string accessTime;
         std::uint32_t accessDelay; ///< at the second 1000000000
-        const char* refreshTime;
+        std::string refreshTime;
         std::uint32_t refreshDelay;
     } cases[] = {
-        {"1000000301", 1, "1000000302\nmore", 2},
+        {"1000000301" + std::string(1014, 'x'), 1, "1000000302" + std::string(1014, '\n'), 2},
         {"-1", 0, "MISSING REFRESH TOKEN", 0},
         {"9000000000x", 3705032404, "9000000001", 3705032405}, // 8000000000 less 2^32 less the margin
     };

@@ -10,10 +10,12 @@ using testing::HasSubstr;
 TEST(NameValueFile, Values_ComeBackAsTextAndWhatIsNoneIsLogged)
 {
     const TemporaryFolder folder;
-    const NameValueFile file(folder.Write("version.json", R"({
+    std::string content = R"({
         "short": "2.1 \u00e9", "build": 1.10, "big": 12345678901234567890123, "small": -3, "flag": true, "empty": "",
         "object": {"a": 1}, "list": ["x"], "null": null
-    })"));
+    })";
+    content.resize(std::size_t{64} << 10U, ' ');
+    const NameValueFile file(folder.Write("version.json", content));
     const struct
     {
         const char *name, *value;
@@ -38,7 +40,7 @@ TEST(NameValueFile, UnusableFile_ActsAsEmptyAndIsLogged)
     for (const std::string& path :
          {folder.Path() + "/missing", folder.Path(), folder.Write("empty", ""), folder.Write("list", "[1]"),
           folder.Write("cut", R"({"short": "1)"),
-          folder.Write("large", R"({"short": "1"})" + std::string(NameValueFile::kMaxSize, ' '))}) {
+          folder.Write("large", R"({"short": "1"})" + std::string(std::size_t{64} << 10U, ' '))}) {
         testing::internal::CaptureStderr();
         EXPECT_EQ(NameValueFile(path).Get("short", "1.0.67"), "1.0.67") << path;
         EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(path));

@@ -17,6 +17,7 @@ namespace
 namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using Failure = ProtoPersistenceIF::ProtoPersistenceException;
 
 constexpr char kFolder[] = "/mnt/nv/product-persistence";
 constexpr char kPath[] = "/mnt/nv/product-persistence/file.json";
@@ -27,12 +28,6 @@ std::shared_ptr<ProtoPersistenceIF> File(const std::string& name = "file.json",
     return ProtoPersistenceFactory::Create(name, folder);
 }
 
-template <class Action>
-std::string Refusal(Action action)
-{
-    return ErrorOf<ProtoPersistenceIF::ProtoPersistenceException>(action);
-}
-
 unsigned ModeOf(const std::string& path)
 {
     return static_cast<unsigned>(fs::status(path).permissions());
@@ -41,14 +36,14 @@ unsigned ModeOf(const std::string& path)
 
 TEST(ProtoPersistence, File_IsStoredLoadedAndRemoved)
 {
-    EXPECT_THAT(Refusal([] { File()->Load(); }), HasSubstr("No such file or directory"));
+    EXPECT_THAT(ErrorOf<Failure>([] { File()->Load(); }), HasSubstr("No such file or directory"));
     WriteWholeFile(std::string(kPath) + ".tmp", "what a power cut left");
     File()->Store("first");
     File()->Store("{\"second\":1}");
     EXPECT_EQ(ReadWholeFile(kPath), "{\"second\":1}");
     EXPECT_EQ(File()->Load(), "{\"second\":1}");
     fs::resize_file(kPath, (16 << 20) + 1);
-    EXPECT_THAT(Refusal([] { File()->Load(); }), HasSubstr("File too large"));
+    EXPECT_THAT(ErrorOf<Failure>([] { File()->Load(); }), HasSubstr("File too large"));
     EXPECT_THAT(NamesIn(kFolder), ElementsAre("file.json"));
     File()->Remove();
     EXPECT_FALSE(fs::exists(kPath));
@@ -71,21 +66,22 @@ TEST(ProtoPersistence, MissingFolders_AreMadeForTheOwnerWhateverTheUmask)
 TEST(ProtoPersistence, WriteThatFails_NamesTheReasonAndLeavesTheOldContentAlone)
 {
     WriteWholeFile("/mnt/nv/plain", "");
-    EXPECT_EQ(Refusal([] { File("f", "plain/")->Store("x"); }),
+    EXPECT_EQ(ErrorOf<Failure>([] { File("f", "plain/")->Store("x"); }),
               "cannot make the folder of /mnt/nv/plain/f: Not a directory");
     fs::create_directory_symlink("/usr", "/mnt/nv/read-only");
-    EXPECT_EQ(Refusal([] { File("f", "read-only/a/b")->Store("x"); }),
+    EXPECT_EQ(ErrorOf<Failure>([] { File("f", "read-only/a/b")->Store("x"); }),
               "cannot make the folder of /mnt/nv/read-only/a/b/f: Read-only file system");
     fs::create_directories("/mnt/nv/folder/f/x");
-    EXPECT_EQ(Refusal([] { File("f", "folder")->Store("x"); }), "cannot write /mnt/nv/folder/f: Is a directory");
+    EXPECT_EQ(ErrorOf<Failure>([] { File("f", "folder")->Store("x"); }),
+              "cannot write /mnt/nv/folder/f: Is a directory");
     EXPECT_THAT(NamesIn("/mnt/nv/folder"), ElementsAre("f"));
-    EXPECT_THAT(Refusal([] { File("f", "folder")->Remove(); }), HasSubstr("Is a directory"));
+    EXPECT_THAT(ErrorOf<Failure>([] { File("f", "folder")->Remove(); }), HasSubstr("Is a directory"));
 
     File()->Store("old");
     signal(SIGXFSZ, SIG_IGN);
     const rlimit limit{1000, 1000};
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-    EXPECT_THAT(Refusal([] { File()->Store(std::string(5000, 'x')); }), HasSubstr("File too large"));
+    EXPECT_THAT(ErrorOf<Failure>([] { File()->Store(std::string(5000, 'x')); }), HasSubstr("File too large"));
     EXPECT_EQ(ReadWholeFile(kPath), "old");
     EXPECT_THAT(NamesIn(kFolder), ElementsAre("file.json"));
 }
@@ -97,7 +93,8 @@ TEST(ProtoPersistence, NamesThatLeaveTheStorage_AreRefused)
         {"x", "/mnt/nv"}, {"x", "../etc/"}, {"x", "a/.."}, {"x", "a//b"},  {"x", "./a"}, {std::string("x\0y", 3), ""},
     };
     for (const auto& [name, folder] : cases) {
-        EXPECT_THAT(Refusal([&name = name, &folder = folder] { File(name, folder); }), HasSubstr("Invalid argument"))
+        EXPECT_THAT(ErrorOf<Failure>([&name = name, &folder = folder] { File(name, folder); }),
+                    HasSubstr("Invalid argument"))
             << folder << " " << name;
     }
     EXPECT_NO_THROW(File("..x", ""));

@@ -9,6 +9,7 @@ namespace
 {
 using namespace DFSCommonPB;
 using testing::HasSubstr;
+using MarkupError = ProtoToMarkup::MarkupError;
 using testing::StartsWith;
 
 UploadManifest SampleManifest()
@@ -22,11 +23,6 @@ UploadManifest SampleManifest()
     return manifest;
 }
 
-template <class Action>
-std::string Refusal(Action action)
-{
-    return ErrorOf<ProtoToMarkup::MarkupError>(action);
-}
 } // namespace
 
 TEST(ProtoToMarkup, EveryForm_IsWrittenAsDeclaredAndReadAgain)
@@ -52,11 +48,11 @@ TEST(ProtoToMarkup, ToJsonOfAMessageThatIsNotComplete_NamesTheField)
     UploadManifest manifest = SampleManifest();
     manifest.add_item()->set_filename("x");
     testing::internal::CaptureStderr();
-    EXPECT_EQ(Refusal([&] { ProtoToMarkup::ToJson(manifest); }),
+    EXPECT_EQ(ErrorOf<MarkupError>([&] { ProtoToMarkup::ToJson(manifest); }),
               "UploadManifest: item[1].type: the required field is missing");
     manifest.mutable_item()->RemoveLast();
     manifest.mutable_item(0)->set_subtype("caf\xe9");
-    EXPECT_EQ(Refusal([&] { ProtoToMarkup::ToJson(manifest); }),
+    EXPECT_EQ(ErrorOf<MarkupError>([&] { ProtoToMarkup::ToJson(manifest); }),
               "UploadManifest: item[0].subType: the text is not UTF-8");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
@@ -97,7 +93,7 @@ TEST(ProtoToMarkup, RootOfAnotherName_IsExpectedAndQuoted)
     ProtoToMarkup::FromJson(R"({"type":"TOP","subType":"b"})", item, "Stored");
     EXPECT_EQ(item.subtype(), "b");
     const auto read = [&item] { ProtoToMarkup::FromJson(R"({"UploadTypeItem":{"type":1}})", item, "Stored"); };
-    EXPECT_EQ(Refusal(read), "Stored: type: the required field is missing");
+    EXPECT_EQ(ErrorOf<MarkupError>(read), "Stored: type: the required field is missing");
     EXPECT_EQ(item.subtype(), "b");
 }
 
@@ -129,7 +125,7 @@ TEST(ProtoToMarkup, WrongText_IsRefusedWithThePlaceAndTheMessageKept)
         diagItemConfigList list;
         list.set_version(7);
         testing::internal::CaptureStderr();
-        const std::string error = Refusal([&text = text, &list] { ProtoToMarkup::FromJson(text, list); });
+        const std::string error = ErrorOf<MarkupError>([&text = text, &list] { ProtoToMarkup::FromJson(text, list); });
         EXPECT_THAT(error, AllOf(StartsWith("diagItemConfigList: "), HasSubstr(reason), Not(HasSubstr("\n"))))
             << text.substr(0, 100);
         EXPECT_LT(error.size(), 500U);
@@ -138,6 +134,6 @@ TEST(ProtoToMarkup, WrongText_IsRefusedWithThePlaceAndTheMessageKept)
     }
     const std::string both = R"({"upload_enabled":true,"uploadEnabled":true})";
     FeatureFlagConfigMsg flag;
-    EXPECT_EQ(Refusal([&] { ProtoToMarkup::FromJson(both, flag); }),
+    EXPECT_EQ(ErrorOf<MarkupError>([&] { ProtoToMarkup::FromJson(both, flag); }),
               "FeatureFlagConfigMsg: upload_enabled: there is a 'uploadEnabled' as well");
 }

@@ -219,7 +219,7 @@ TEST(TaskManager, JoinInATask_EndsWhenThatIsStopped)
         auto service = std::make_unique<Service>(lasting);
         std::this_thread::sleep_for(std::chrono::microseconds(round * 20));
         auto destroyed = std::async(std::launch::async, [&service] { service.reset(); });
-        ASSERT_EQ(destroyed.wait_for(std::chrono::seconds(1)), std::future_status::ready);
+        ASSERT_EQ(destroyed.wait_for(kDeadline), std::future_status::ready);
     }
     lasting.record("a", 1);
     lasting.Drain();
