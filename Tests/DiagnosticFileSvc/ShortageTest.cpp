@@ -18,8 +18,6 @@ protected:
         Drain();
     }
 };
-
-using ShortOfThreads = Pipeline;
 } // namespace
 
 TEST_F(ShortOfMemory, EveryRequestIsAnsweredOnce_AndTheNextOneServed)
@@ -49,21 +47,28 @@ TEST_F(ShortOfMemory, EveryRequestIsAnsweredOnce_AndTheNextOneServed)
     EXPECT_EQ(Ask(RequestOf({DFSCommonPB::PROC_LOADAVG})).second, 200);
 }
 
-TEST_F(ShortOfThreads, RequestIsAnswered_AndTheUploadClientStartedWhenThereAreThreads)
+TEST(ShortOfThreads, RequestIsAnswered_AndTheUploadClientStartedWhenThereAreThreads)
 {
     SKIP_IF_SANITIZED("a sanitizer starts threads its own way");
+    // Before there is a handler: its harvester starts the upload client.
     Shortage::OfThreads(true);
     const DiagCloud::CloudServer cloud(CloudOnItsPort());
-    StartWithRegistry();
-    m_handler.SetDeviceInfo({});
+    Http::InitializeProcess();
+    auto& handler = DiagnosticFileSvc::DFTriggerHandler::GetInstance();
+    handler.SetGatrixClient(nullptr);
+    handler.Start();
+    handler.SetDeviceInfo({});
+    AnswerProbe probe;
     const auto request = RequestOf({DFSCommonPB::PROC_LOADAVG});
-    EXPECT_EQ(Ask(request), Answer("Unable to process request, the upload client cannot be started", 400));
+    handler.UploadDiagFileRequest(request, &probe.callback);
+    EXPECT_EQ(probe.Next(), Answer("Unable to process request, the upload client cannot be started", 400));
     DiagnosticFileSvc::DFHarvestSystemInfo harvester;
     harvester.Start();
-    AnswerProbe scan;
-    harvester.CollectWifiSiteScan("echo networks", &scan.callback);
-    EXPECT_EQ(scan.Next(), Answer("Development failure message", 400));
+    AnswerProbe scanProbe;
+    harvester.CollectWifiSiteScan("echo networks", &scanProbe.callback);
+    EXPECT_EQ(scanProbe.Next(), Answer("Development failure message", 400));
 
     Shortage::OfThreads(false);
-    EXPECT_EQ(Ask(request).second, 200);
+    handler.UploadDiagFileRequest(request, &probe.callback);
+    EXPECT_EQ(probe.Next().second, 200);
 }

@@ -128,7 +128,8 @@ TEST_F(CHttpInterfaceTest, WritesAFileOnlyWhenItDiffers)
         {"no/such/folder", "", 200, "content", "", 0},
         {"beyond the bound", "content", 200, std::string(101, 'x'), "content", 0},
     };
-    CHttpInterface http(false); // which retries nothing
+    // One that retries nothing.
+    CHttpInterface http(false);
     HttpSettings settings = http.Settings();
     settings.bodyBound.bytes = 100;
     http.SetSettings(settings);
