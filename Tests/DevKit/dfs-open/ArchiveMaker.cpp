@@ -9,15 +9,6 @@
 #include <numeric>
 #include <sstream>
 
-std::string Repeat(std::size_t count, const std::string& text)
-{
-    std::string all;
-    for (std::size_t index = 0; index < count; ++index) {
-        all += text;
-    }
-    return all;
-}
-
 ArchiveMaker::ArchiveMaker(const std::string& kind)
 {
     Filter("openssl req -x509 -newkey " + kind + " -nodes -keyout key.pem -out certificate.pem -subj /CN=device", "");

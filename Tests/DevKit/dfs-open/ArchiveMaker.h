@@ -18,8 +18,6 @@ struct Member
     std::string target = {}; ///< Of a symbolic link; of a regular file: a hard link to it.
 };
 
-std::string Repeat(std::size_t count, const std::string& text);
-
 /** Makes archives as the device does, with the same programs, and such as the device would never make. */
 class ArchiveMaker
 {

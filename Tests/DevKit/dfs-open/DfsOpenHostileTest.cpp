@@ -1,10 +1,10 @@
 #include "ArchiveMaker.h"
 #include "DfsOpen.h"
+#include "Texts.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <functional>
 #include <sstream>
 
 namespace
@@ -51,51 +51,34 @@ TEST(DfsOpenHostile, Archive_StaysWithinMemoryAndSaysWhatIsWrong)
 {
     const ArchiveMaker maker;
     const Message message(maker.Encrypt(maker.Gzip(kLog)));
+    const Member log = maker.Manifest({{"log", "l"}});
     const auto changed = [&](std::string Message::*part, const std::string& value) {
         Message other = message;
         other.*part = value;
-        return maker.Write({maker.Manifest({{"log", "l"}}), {"log.gz", maker.Gzip(other.Whole())}});
+        return std::vector<Member>{log, {"log.gz", maker.Gzip(other.Whole())}};
     };
-    const struct
-    {
-        std::string expected;
-        std::function<std::string()> write;
-    } cases[] = {
-        {"1 item, all whole", [&] { return changed(&Message::begin, message.begin); }},
+    const std::string recipient("\xa4\x05\x06\x01\x2a\x05\x00", 7); // RFC 5652, OtherRecipientInfo
+    const std::string attribute("\x30\x07\x06\x01\x2a\x31\x02\x05\x00", 9);
+    const std::string vector = message.cipher.substr(15, 11) + Element('\x04', std::string(65536, '\0'));
+    const std::string most = Element('\x04', std::string(72 * DfsOpen::kMebibyte, '\0'));
+    const std::string longName = R"({"item":[{"filename":")" + std::string(100000, 'n') + "\"}";
+    const std::pair<std::string, std::vector<Member>> cases[] = {
+        {"1 item, all whole", changed(&Message::begin, message.begin)},
         {"more recipients than are accepted",
-         [&] {
-             const std::string other("\xa4\x05\x06\x01\x2a\x05\x00", 7); // RFC 5652, OtherRecipientInfo
-             return changed(&Message::recipients, Element('\x31', Repeat(kManyTimes, other)));
-         }},
+         changed(&Message::recipients, Element('\x31', Repeated(recipient, kManyTimes)))},
         {"more recipients than are accepted",
-         [&] { // the initialisation vector
-             const std::string vector = message.cipher.substr(15, 11) + Element('\x04', std::string(65536, '\0'));
-             return changed(&Message::cipher, message.cipher.substr(0, 13) + Element('\x30', vector));
-         }},
+         changed(&Message::cipher, message.cipher.substr(0, 13) + Element('\x30', vector))},
         {"1 item, all whole",
-         [&] {
-             const std::string attribute("\x30\x07\x06\x01\x2a\x31\x02\x05\x00", 9);
-             return changed(&Message::content, message.content + Element('\xa1', Repeat(kManyTimes, attribute)));
-         }},
+         changed(&Message::content, message.content + Element('\xa1', Repeated(attribute, kManyTimes)))},
         {"decrypted to something that is not gzip",
-         [&] {
-             const std::string most = Element('\x04', std::string(72 * DfsOpen::kMebibyte, '\0'));
-             return changed(&Message::content, "\xa0\x80" + most + std::string(4, '\0'));
-         }},
+         changed(&Message::content, "\xa0\x80" + most + std::string(4, '\0'))},
         {"the manifest lists more items than are accepted; the first 2000",
-         [&] {
-             std::string list = R"({"item":[{"filename":")" + std::string(100000, 'n') + "\"}";
-             list += Repeat(65000, ",{}");
-             return maker.Write({{"dfs_uploadmanifest.json", list + "]}"}});
-         }},
-        {"dfs_left_out.txt is longer than is accepted",
-         [&] {
-             return maker.Write({maker.Manifest({}), {"dfs_left_out.txt", Repeat(100000, "\x1b[2J\n")}});
-         }},
-        {"is refused", [&] { return maker.Write(std::vector<Member>(20, {"../" + std::string(900000, 'n')})); }},
+         {{"dfs_uploadmanifest.json", longName + Repeated(",{}", 65000) + "]}"}}},
+        {"dfs_left_out.txt is longer than is accepted", {log, {"dfs_left_out.txt", Repeated("\x1b[2J\n", 100000)}}},
+        {"is refused", std::vector<Member>(20, {"../" + std::string(900000, 'n')})},
     };
-    for (const auto& [expected, write] : cases) {
-        const Finished result = maker.Open(write());
+    for (const auto& [expected, members] : cases) {
+        const Finished result = maker.Open(maker.Write(members));
         EXPECT_THAT(result.output, HasSubstr(expected));
         EXPECT_EQ(result.status, expected == "1 item, all whole" ? 0 : 1) << expected;
         EXPECT_LT(result.output.size(), DfsOpen::kMebibyte) << expected;
@@ -110,7 +93,7 @@ TEST(DfsOpenHostile, Bombs_EndAtTheBounds)
     const std::string bomb = maker.Seal(std::string(1000000, '\0'));
     const std::string two = ReadWholeFile(maker.Write({manifest, {"bomb.gz", bomb}, {"second.gz", bomb}}));
     const std::string holes = maker.SparseHeader("log.gz", 79 * DfsOpen::kMebibyte, false) + std::string(512, 'x');
-    const std::string moreOfMap = Repeat(42, ("00000000001" + std::string(1, '\0'))) + '\1' + std::string(7, '\0');
+    const std::string moreOfMap = Repeated("00000000001" + std::string(1, '\0'), 42) + '\1' + std::string(7, '\0');
     const std::string nothing = maker.Gzip("");
     const struct
     {
@@ -126,9 +109,9 @@ TEST(DfsOpenHostile, Bombs_EndAtTheBounds)
         {two, &Limits::members, 2, "it has more than 2 members"},
         {two, &Limits::manifestSize, manifest.content.size() - 1, "the manifest is larger than is accepted"},
         {maker.Gzip(holes), &Limits::totalSize, DfsOpen::kMebibyte, "makes more work than is accepted"},
-        {Repeat(10000, nothing), &Limits::totalSize, nothing.size() * 9000,
+        {Repeated(nothing, 10000), &Limits::totalSize, nothing.size() * 9000,
          "cannot be read to its end: the archive makes more work than is accepted"},
-        {maker.Gzip(maker.SparseHeader("log.gz", 1000, true) + Repeat(8000, moreOfMap)), &Limits::members, 2000,
+        {maker.Gzip(maker.SparseHeader("log.gz", 1000, true) + Repeated(moreOfMap, 8000)), &Limits::members, 2000,
          "it has a header that is larger than is accepted"},
     };
     const TemporaryFolder folder;

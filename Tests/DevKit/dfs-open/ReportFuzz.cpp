@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdint>
 #include <string>
 
@@ -17,14 +18,17 @@ std::size_t Count(const std::string& page, const std::string& text)
     return count;
 }
 
-/** Within a tag of the templates, nothing from outside ends the value of its attribute. */
+/** Nothing from outside begins a tag of the templates, ends the value of its attribute, or is an address. */
 void CheckTags(const std::string& page)
 {
     for (std::size_t at = page.find('<'); at != std::string::npos; at = page.find('<', at + 1)) {
         const std::size_t end = page.find('>', at);
         FUZZ_CHECK(end != std::string::npos);
-        FUZZ_CHECK(Count(page.substr(at, end - at), "\"") % 2 == 0);
         FUZZ_CHECK(page.find('<', at + 1) > end);
+        const std::string tag = page.substr(at, end - at);
+        FUZZ_CHECK(Count(tag, "\"") % 2 == 0);
+        FUZZ_CHECK(Count(tag, "=\"") == Count(tag, "\"") / 2);
+        FUZZ_CHECK(Count(tag, " href=\"") == Count(tag, " href=\"#"));
     }
 }
 } // namespace
@@ -36,6 +40,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t end = std::min(input.find('\n'), input.size());
     DfsReport::Archive archive;
     archive.collection.name = input.substr(0, end);
+    archive.collection.faults = {archive.collection.name};
     archive.collection.documents.resize(1);
     DfsReport::Document& document = archive.collection.documents.front();
     document.item.entry = {archive.collection.name, archive.collection.name, archive.collection.name};
@@ -45,7 +50,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     archive.findings = DfsReport::Find(archive.collection, archive.facts);
 
     std::string page;
-    DfsReport::WritePage(archive, &archive, [&page](std::string_view bytes) { page += bytes; });
+    const DfsReport::Archive empty;
+    DfsReport::WritePage(archive, &empty, [&page](std::string_view bytes) { page += bytes; });
     FUZZ_CHECK(Utf8Text::IsValid(page));
     for (const char character : page) {
         FUZZ_CHECK(static_cast<unsigned char>(character) >= ' ' || character == '\n' || character == '\t');
