@@ -18,11 +18,7 @@ TEST(CloudFault, BrokenHttp_IsAnsweredAndTheConnectionEnded)
     settings.maxBodySize = 1000;
     const TestCloud cloud({}, settings);
     const std::string chunked = "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n";
-    const struct
-    {
-        std::string request;
-        std::string status;
-    } cases[] = {
+    const std::pair<std::string, const char*> cases[] = {
         {"garbage\r\n\r\n", "400 "},
         {chunked + "xyz\r\n", "400 "},
         {"GET / HTTP/1.1\r\nX: " + std::string(70000, 'x') + "\r\n\r\n", "431 "},
@@ -33,7 +29,8 @@ TEST(CloudFault, BrokenHttp_IsAnsweredAndTheConnectionEnded)
     };
     for (const auto& [request, status] : cases) {
         const std::string answer = RawClient(cloud, request).ReadAll();
-        EXPECT_THAT(answer, AllOf(StartsWith("HTTP/1.1 " + status), Not(HasSubstr("RESET")))) << request.substr(0, 60);
+        EXPECT_THAT(answer, AllOf(StartsWith(std::string("HTTP/1.1 ") + status), Not(HasSubstr("RESET"))))
+            << request.substr(0, 60);
     }
 }
 

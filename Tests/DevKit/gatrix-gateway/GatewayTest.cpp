@@ -1,8 +1,11 @@
 #include "Gateway.h"
 
+#include "ChildProcess.h"
 #include "TestClient.h"
 
 #include <gmock/gmock.h>
+
+#include <signal.h>
 
 #include <future>
 #include <memory>
@@ -82,4 +85,20 @@ TEST(Gateway, Stop_ClosesItsClientsAndFreesThePort)
         gateway.Stop();
         EXPECT_EQ(end.get(), "closed 1001 the gateway ends");
     }
+}
+
+TEST(GatewayProgram, PrintsWhatHappensAndEndsOnASignal)
+{
+    ChildProcess gateway({Program("gatrix-gateway"), "--port", "0", "--verbose"});
+    ASSERT_TRUE(gateway.WaitForOutput("/\n"));
+    const int port = std::stoi(gateway.Output().substr(gateway.Output().find_last_of(':') + 1));
+    TestClient client(static_cast<std::uint16_t>(port), "a\nb\x1B");
+    client.Handle("/x");
+    for (const char* line : {"#1 a?b? came, platform linux\n", "#1 a?b? handles GET /x, group g\n",
+                             "#1 a?b? is ready: /x\n", "#1 a?b? > {", "#1 a?b? < {"}) {
+        EXPECT_TRUE(gateway.WaitForOutput(line));
+    }
+    kill(gateway.Pid(), SIGTERM);
+    EXPECT_EQ(client.Read(), "closed 1001 the gateway ends");
+    EXPECT_EQ(gateway.WaitForExit(), 0);
 }
