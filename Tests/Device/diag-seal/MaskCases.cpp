@@ -2,6 +2,7 @@
 
 #include "Masker.h"
 
+#include <algorithm>
 #include <fstream>
 #include <stdexcept>
 
@@ -30,6 +31,13 @@ std::vector<std::string> Rows(const std::string& name)
     }
     return rows;
 }
+
+/** What stays of the line up to its first secret: a mask takes quotes along, and a key's title. */
+std::string KeptOf(std::string line)
+{
+    line.erase(std::min(line.find("-----BEGIN"), line.size()));
+    return line.erase(line.find_last_not_of("\\\"'") + 1);
+}
 } // namespace
 
 std::vector<MaskCase> SecretCases()
@@ -43,11 +51,8 @@ std::vector<MaskCase> SecretCases()
         for (std::size_t begin; (begin = text.find("{{", at)) != std::string::npos;) {
             const std::size_t end = text.find("}}", begin);
             entry.input += text.substr(at, begin - at);
-            if (entry.secrets.empty()) {
-                // Masks take quotes along, and a key's title.
-                entry.kept = entry.input.substr(0, entry.input.find("-----BEGIN"));
-                entry.kept.erase(entry.kept.find_last_not_of("\\\"'") + 1);
-            }
+            const auto number = static_cast<std::size_t>(std::count(entry.input.begin(), entry.input.end(), '\n'));
+            entry.kept.emplace(number, KeptOf(entry.input.substr(entry.input.rfind('\n') + 1)));
             entry.secrets.push_back(text.substr(begin + 2, end - begin - 2));
             entry.input += entry.secrets.back();
             at = end + 2;

@@ -1,15 +1,16 @@
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
 /** A row of the tables of masked and of unmasked texts. */
 struct MaskCase
 {
-    std::string mask; ///< the name that the mask has to say
+    std::string mask; ///< the name that a mask has to say in each line with a secret
     std::string input;
-    std::string kept;                 ///< what the output has to begin with
-    std::vector<std::string> secrets; ///< what must not be in the output
+    std::map<std::size_t, std::string> kept; ///< of each such line: what it has to begin with
+    std::vector<std::string> secrets;        ///< what must not be in the output
 };
 
 /** The rows of "secrets.txt": what must not pass. */

@@ -1,5 +1,6 @@
 #include "MaskCases.h"
 #include "SecretFinder.h"
+#include "Texts.h"
 
 #include <gtest/gtest.h>
 
@@ -95,11 +96,7 @@ TEST(SecretFinder, FindsWhatRe2FindsRuleByRule)
         rows.push_back(entry.input);
     }
     EXPECT_EQ(Differences(std::string(BuiltInRules()), rows), "");
-    const struct
-    {
-        const char* rules;
-        std::vector<std::string> pieces;
-    } cases[] = {
+    const std::pair<const char*, std::vector<std::string>> cases[] = {
         // Alternatives at the top, of which one holds another one, or only one has a text that is found seldom.
         {"a abc\\d|xxbcd=|bcd\nb one=|\\d\\d|three:\nc (?:|no )twelve|ten",
          {"abc1", "xxbcd=", "bcd ", "one=", "12", "three:", "xABC", "twelve"}},
@@ -120,8 +117,8 @@ TEST(SecretFinder, FindsWhatRe2FindsRuleByRule)
         {"a \\pLtau\nb \\x41bc=\nc [[:digit:]]oo:\nd \\Qa.b\\E\ne \xe9t\xe9",
          {"xtau", "abc=", "1oo:", "a.b", "aXb", "\xc9t\xe9", "\xe9t\xc9", "1tau"}},
     };
-    for (const auto& entry : cases) {
-        EXPECT_EQ(Differences(entry.rules, entry.pieces), "") << entry.rules;
+    for (const auto& [rules, pieces] : cases) {
+        EXPECT_EQ(Differences(rules, pieces), "") << rules;
     }
 }
 
@@ -129,11 +126,7 @@ TEST(SecretFinder, SearchesALongMatchAgainUpToABound)
 {
     const std::string rules = "short xa\nlong [xa]+z\n";
     const auto masked = [&rules](std::size_t count) {
-        std::string line;
-        for (std::size_t i = 0; i < count; ++i) {
-            line += "xa";
-        }
-        const std::string output = Masked(line + "z", std::string::npos, rules);
+        const std::string output = Masked(Repeated("xa", count) + "z", std::string::npos, rules);
         return output.substr(output.find_last_of('[') - 1);
     };
     EXPECT_EQ(masked(20), "][masked:short]z");
