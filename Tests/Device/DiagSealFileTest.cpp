@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <string>
+#include <utility>
 
 namespace
 {
@@ -30,23 +31,16 @@ TEST(DiagSealFileTest, RegularFile_ArrivesByteForByte)
 TEST(DiagSealFileTest, WhatIsNoRegularFile_IsRefused)
 {
     RunProgram({"sh", "-c", "cd /tmp; : >file; mkdir folder; mkfifo fifo; ln -s file link"});
-    struct Row
-    {
-        const char* arguments;
-        const char* error;
+    const std::pair<std::string, std::string> cases[] = {
+        {"/tmp/missing", "No such file or directory"},    {"/tmp/folder", "not a regular file but a folder"},
+        {"/tmp/fifo", "not a regular file but a FIFO"},   {"/tmp/link", "not a regular file but a symbolic link"},
+        {"/dev/zero", "not a regular file but a device"}, {"/proc/self/mem", "Input/output error"},
     };
-    for (const Row& row : {
-             Row{"file -- /tmp/missing", "/tmp/missing: No such file or directory\n"},
-             Row{"file -- /tmp/folder", "/tmp/folder: not a regular file but a folder\n"},
-             Row{"file -- /tmp/fifo", "/tmp/fifo: not a regular file but a FIFO\n"},
-             Row{"file -- /tmp/link", "/tmp/link: not a regular file but a symbolic link\n"},
-             Row{"file -- /dev/zero", "/dev/zero: not a regular file but a device\n"},
-             Row{"file -- /proc/self/mem", "/proc/self/mem: Input/output error\n"},
-         }) {
-        const Sealed sealed = RunDiagSeal(row.arguments);
-        EXPECT_EQ(sealed.status, 1) << row.arguments;
-        EXPECT_EQ(sealed.written, "") << row.arguments;
-        EXPECT_EQ(sealed.errors, std::string("diag-seal: ") + row.error);
+    for (const auto& [path, reason] : cases) {
+        const Sealed sealed = RunDiagSeal("file -- " + path);
+        EXPECT_EQ(sealed.status, 1) << path;
+        EXPECT_EQ(sealed.written, "") << path;
+        EXPECT_EQ(sealed.errors, "diag-seal: " + path + ": " + reason + '\n');
     }
 }
 
@@ -113,59 +107,49 @@ TEST(DiagSealFileTest, FileThatBecomesAFifo_IsReadOrRefused)
     EXPECT_LT(read, kRuns);
 }
 
-/** Makes /tmp/certificate, and its key beside it. */
-void MakeCertificate(const std::string& commandLine)
+/** Seals with /tmp/certificate, which the preparation makes, and its key beside it. */
+Sealed RunWithCertificate(const std::string& preparation, const std::string& command)
 {
-    RunProgram({"sh", "-c", "cd /tmp; rm -rf certificate; " + commandLine});
-}
-
-Sealed RunWithCertificate(const std::string& command, const std::string& redirection = "")
-{
-    return RunDiagSeal("--certificate /tmp/certificate command -- " + command, redirection, "/tmp/key");
+    RunProgram({"sh", "-c", "cd /tmp; rm -f certificate; " + preparation});
+    return RunDiagSeal("--certificate /tmp/certificate command -- " + command, "/tmp/key");
 }
 
 const std::string kSelfSigned = "openssl req -x509 -nodes -subj /CN=t -keyout key -out certificate -newkey ";
 
 TEST(CertificateTest, UnusableOne_IsRefusedBeforeTheCommandStarts)
 {
-    struct Row
-    {
-        std::string preparation;
-        const char* reason;
+    const std::pair<std::string, std::string> cases[] = {
+        {"true", "No such file or directory"},
+        {"mkfifo certificate", "it holds no certificate in PEM"},
+        // So large that the command could have run by the time of the refusal.
+        {"yes | head -c 30000000 >certificate", "it holds no certificate in PEM"},
+        {kSelfSigned + "rsa:1024", "its key of 1024 bits is too weak; 2048 are the least"},
+        {kSelfSigned + "ec -pkeyopt ec_paramgen_curve:secp192k1", "its key of 192 bits is too weak; 224 are the least"},
+        {kSelfSigned + "ed25519", "its key is neither RSA nor of an elliptic curve"},
     };
-    for (const Row& row : {
-             Row{"true", "No such file or directory"},
-             Row{"mkfifo certificate", "it holds no certificate in PEM"},
-             // So large that the command could have run by the time of the refusal.
-             Row{"yes | head -c 30000000 >certificate", "it holds no certificate in PEM"},
-             Row{kSelfSigned + "rsa:1024", "its key of 1024 bits is too weak; 2048 are the least"},
-             Row{kSelfSigned + "ec -pkeyopt ec_paramgen_curve:secp192k1",
-                 "its key of 192 bits is too weak; 224 are the least"},
-             Row{kSelfSigned + "ed25519", "its key is neither RSA nor of an elliptic curve"},
-         }) {
-        MakeCertificate(row.preparation);
-        const Sealed sealed = RunWithCertificate("touch /tmp/ran");
-        EXPECT_EQ(sealed.status, 1) << row.preparation;
+    for (const auto& [preparation, reason] : cases) {
+        const Sealed sealed = RunWithCertificate(preparation, "touch /tmp/ran");
+        EXPECT_EQ(sealed.status, 1) << preparation;
         EXPECT_EQ(sealed.written, "");
-        EXPECT_EQ(sealed.errors, std::string("diag-seal: certificate /tmp/certificate: ") + row.reason + '\n');
+        EXPECT_EQ(sealed.errors, "diag-seal: certificate /tmp/certificate: " + reason + '\n');
         EXPECT_EQ(NamesIn("/tmp").count("ran"), 0U);
     }
 }
 
 TEST(CertificateTest, EllipticCurveAndExpiredOnes_AreUsed)
 {
-    MakeCertificate(kSelfSigned + "ec -pkeyopt ec_paramgen_curve:prime256v1");
-    const Sealed curve = RunWithCertificate("echo sealed");
-    EXPECT_EQ(curve.text + curve.errors, "sealed\n");
+    const std::string curve = kSelfSigned + "ec -pkeyopt ec_paramgen_curve:prime256v1";
+    const Sealed used = RunWithCertificate(curve, "echo sealed");
+    EXPECT_EQ(used.text + used.errors, "sealed\n");
 
-    MakeCertificate(
+    const std::string yesterdays =
         "openssl req -new -nodes -newkey rsa:2048 -subj /CN=t -keyout key -out request; "
-        "openssl x509 -req -in request -signkey key -days -1 -out certificate");
-    const Sealed expired = RunWithCertificate("echo sealed");
+        "openssl x509 -req -in request -signkey key -days -1 -out certificate";
+    const Sealed expired = RunWithCertificate(yesterdays, "echo sealed");
     EXPECT_EQ(expired.text, "sealed\n");
     EXPECT_EQ(expired.errors, "diag-seal: certificate /tmp/certificate has expired and is used all the same\n");
     // Where both streams are one file, as for an item of the service, the line must not spoil the item.
-    EXPECT_EQ(RunWithCertificate("echo sealed", "2>&1").text, "sealed\n");
+    EXPECT_EQ(RunWithCertificate(yesterdays, "echo sealed 2>&1").text, "sealed\n");
 }
 
 } // namespace

@@ -26,7 +26,7 @@ std::set<std::string> Processes()
     return processes;
 }
 
-Sealed RunDiagSeal(const std::string& arguments, const std::string& redirection, const std::string& key)
+Sealed RunDiagSeal(const std::string& arguments, const std::string& key)
 {
     const TemporaryFolder folder;
     const std::string output = folder.Write("output", "");
@@ -37,7 +37,7 @@ Sealed RunDiagSeal(const std::string& arguments, const std::string& redirection,
     sealed.status = RunProgram({"sh", "-c",
                                 "exec >" + output + " 2>" + errors +
                                     " 8</dev/null; env --ignore-signal=PIPE,CHLD --block-signal=USR1 " +
-                                    Program("diag-seal") + ' ' + arguments + ' ' + redirection})
+                                    Program("diag-seal") + ' ' + arguments})
                         .status;
     sealed.time = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
     const std::set<std::string> after = Processes();
@@ -45,10 +45,9 @@ Sealed RunDiagSeal(const std::string& arguments, const std::string& redirection,
                         std::inserter(sealed.survivors, sealed.survivors.end()));
     sealed.written = ReadWholeFile(output);
     sealed.errors = ReadWholeFile(errors);
-    sealed.text =
-        RunProgram({"sh", "-c",
-                    "openssl cms -decrypt -binary -inform DER -inkey " + (key.empty() ? DEVELOPMENT_KEY : key) +
-                        " -in " + output + " 2>/dev/null | gzip -dc 2>/dev/null"})
-            .output;
+    sealed.text = RunProgram({"sh", "-c",
+                              "openssl cms -decrypt -binary -inform DER -inkey " + key + " -in " + output +
+                                  " 2>/dev/null | gzip -dc 2>/dev/null"})
+                      .output;
     return sealed;
 }

@@ -19,11 +19,10 @@ struct Sealed
 /**
  * Runs diag-seal in a shell, with SIGPIPE ignored, SIGUSR1 blocked and descriptor 8 open, and opens what it writes.
  *
- * @param arguments as for sh(1)
- * @param redirection the same, behind the arguments; what goes elsewhere is not in the result
- * @param key the recipient's, in PEM; the development key if empty
+ * @param arguments as for sh(1), with redirections; what goes elsewhere is not in the result
+ * @param key the recipient's, in PEM
  */
-Sealed RunDiagSeal(const std::string& arguments, const std::string& redirection = "", const std::string& key = "");
+Sealed RunDiagSeal(const std::string& arguments, const std::string& key = DEVELOPMENT_KEY);
 
 /** A word for sh(1), whatever is in it. */
 std::string Quoted(const std::string& text);
