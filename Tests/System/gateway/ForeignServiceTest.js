@@ -16,9 +16,6 @@ test.before(async () => {
     await start('gatrix-gateway', [], '8084');
     service = await startService();
     link = await connect('/system/info', [kUpload, kRegistration]);
-});
-
-test('the service asks for the device information once somebody has it', async () => {
     await link.serve('/system/info', { name: 'Kitchen' });
     await until('the device name', () => service.log().includes('deviceName: Kitchen'));
 });
