@@ -62,6 +62,7 @@ Facts Wireless(bool isUp, bool hasCarrier)
 {
     std::vector<Interface> interfaces(2);
     interfaces[0].name = "lo";
+    interfaces[0].isUp = interfaces[0].hasCarrier = true;
     interfaces[1].name = "wlan0";
     interfaces[1].isUp = isUp;
     interfaces[1].hasCarrier = hasCarrier;

@@ -40,7 +40,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t end = std::min(input.find('\n'), input.size());
     DfsReport::Archive archive;
     archive.collection.name = input.substr(0, end);
-    archive.collection.faults = {archive.collection.name};
+    // More than the page shows at once.
+    archive.collection.faults.assign(50, archive.collection.name);
     archive.collection.documents.resize(1);
     DfsReport::Document& document = archive.collection.documents.front();
     document.item.entry = {archive.collection.name, archive.collection.name, archive.collection.name};
@@ -50,8 +51,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     archive.findings = DfsReport::Find(archive.collection, archive.facts);
 
     std::string page;
-    const DfsReport::Archive empty;
-    DfsReport::WritePage(archive, &empty, [&page](std::string_view bytes) { page += bytes; });
+    DfsReport::Archive other;
+    other.collection.name = archive.collection.name;
+    other.facts.serialNumber = archive.collection.name;
+    DfsReport::WritePage(archive, &other, [&page](std::string_view bytes) { page += bytes; });
     FUZZ_CHECK(Utf8Text::IsValid(page));
     for (const char character : page) {
         FUZZ_CHECK(static_cast<unsigned char>(character) >= ' ' || character == '\n' || character == '\t');
