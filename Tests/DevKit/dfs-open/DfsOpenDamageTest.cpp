@@ -126,7 +126,7 @@ TEST(DfsOpenDamage, AnyByte_IsSurvivedAndGivesNoWrongContent)
         return random() % 4 == 0 ? data.substr(0, at) : Flip(data, at);
     };
     const TemporaryFolder folder;
-    for (int round = 0; round < 150; ++round) {
+    for (int round = 0; round < 100; ++round) {
         // In turn of the archive, and of the encrypted message in it.
         const std::string path = round % 2 == 0 ? folder.Write("archive", damaged(archive))
                                                 : maker.Write({manifest, {"log.gz", maker.Gzip(damaged(message))}});
