@@ -98,7 +98,7 @@ TEST(ReportFacts, EachTool_IsReadInTheFormOfBothUserlands)
     const std::pair<const char*, const char*> cases[] = {
         {"memory-disk",
          "memory 512000 25600 1000 250 L2\n"
-         "disk /data/\"'<script 1.0G 91 - L13\n"
+         "disk /data/\"'<script \"'<script 91 - L13\n"
          "disk /usr 70G 28 95 ro L14\n"
          "route -, processors -, killed 8\n"},
         // One file system at several places, and a name that takes a line of its own.
