@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace
 {
@@ -60,7 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         FUZZ_CHECK(std::string(error.what()).find("manifest") != std::string::npos);
     }
     try {
-        DfsOpen::OpenEnvelope(input, nullptr, [](const char*, std::size_t) { FUZZ_CHECK(false); });
+        DfsOpen::OpenEnvelope(input, nullptr, [](std::string_view) { FUZZ_CHECK(false); });
     } catch (const DfsOpen::Fault&) {
     }
     return 0;
