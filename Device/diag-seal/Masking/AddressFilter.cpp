@@ -133,7 +133,11 @@ std::size_t AddressFilter::AddressAt(std::string_view line, std::size_t begin, s
     if (!beginsWord) {
         return std::max(wordEnd, begin + 1);
     }
-    if (MayBeMac(line.substr(0, end), begin, wordEnd)) {
+    const bool mayBeMac = MayBeMac(line.substr(0, end), begin, wordEnd);
+    if (!mayBeMac && !kRun(line[begin])) { // most words
+        return wordEnd;
+    }
+    if (mayBeMac) {
         if (const std::string_view mac = MacAt(line.substr(0, end), begin); !mac.empty()) {
             const auto macBegin = static_cast<std::size_t>(mac.data() - line.data());
             text = std::string(line.substr(begin, macBegin - begin)) + OfMac(mac);

@@ -14,12 +14,19 @@ constexpr std::size_t kWide = 128;
 
 void Continuation::Add(const ByteSet& bytes, bool repeats)
 {
-    AddStep({bytes, false, repeats});
+    AddStep({bytes, 0, repeats});
 }
 
 void Continuation::AddOptional(const ByteSet& bytes, bool repeats)
 {
-    AddStep({bytes, true, repeats});
+    AddStep({bytes, 1, repeats});
+}
+
+void Continuation::AddOptionalGroup(const ByteSet& first, const ByteSet& bytes)
+{
+    m_isClosed = m_isClosed || m_steps.size() + 2 > kMaxSteps;
+    AddStep({first, 2, false});
+    AddStep({bytes, 1, true});
 }
 
 void Continuation::AddStep(const Step& step)
@@ -28,45 +35,61 @@ void Continuation::AddStep(const Step& step)
     if (m_isClosed || step.bytes.none()) {
         return;
     }
+    const bool endsGroup = !m_steps.empty() && m_steps.back().skips == 2;
     m_steps.reserve(kMaxSteps);
     m_steps.push_back(step);
-    m_isClosed = step.repeats && step.bytes.count() >= kWide;
+    m_isClosed = step.repeats && step.bytes.count() >= kWide && !endsGroup;
 }
 
 bool Continuation::AllowsAnything() const
 {
-    return std::all_of(m_steps.begin(), m_steps.end(), [](const Step& step) { return step.isOptional; });
+    return std::all_of(m_steps.begin(), m_steps.end(), [](const Step& step) { return step.skips > 0; });
+}
+
+ByteSet Continuation::First() const
+{
+    ByteSet first;
+    std::size_t i = 0;
+    while (i < m_steps.size()) {
+        first |= m_steps[i].bytes;
+        if (m_steps[i].skips == 0) {
+            return first;
+        }
+        i += m_steps[i].skips;
+    }
+    return first.set();
 }
 
 ContinuationTable::ContinuationTable(const Continuation& continuation)
 {
     const auto& steps = continuation.m_steps;
     m_end = static_cast<Steps>(1U << steps.size());
-    for (std::size_t i = 0; i < steps.size(); ++i) {
-        const auto step = static_cast<Steps>(1U << i);
-        m_repeats |= steps[i].repeats ? step : 0;
+    // What is reached without a byte, from the last step to the first.
+    std::array<Steps, Continuation::kMaxSteps + 1> reached{};
+    reached[steps.size()] = m_end;
+    for (std::size_t i = steps.size(); i > 0;) {
+        --i;
+        const Continuation::Step& step = steps[i];
+        reached[i] = static_cast<Steps>(1U << i | (step.skips > 0 ? reached[i + step.skips] : 0));
+        m_after[i] = static_cast<Steps>(reached[i + 1] | (step.repeats ? reached[i] : 0));
         for (std::size_t byte = 0; byte < m_takes.size(); ++byte) {
-            m_takes[byte] |= steps[i].bytes[byte] ? step : 0;
+            m_takes[byte] |= static_cast<Steps>(step.bytes[byte] ? 1U << i : 0);
         }
     }
-    for (std::size_t set = 0; set < m_reaches.size(); ++set) {
-        std::size_t reached = set;
-        for (std::size_t i = 0; i < steps.size(); ++i) {
-            reached |= steps[i].isOptional ? (reached & 1U << i) << 1 : 0;
-        }
-        m_reaches[set] = static_cast<Steps>(reached);
-    }
+    m_first = reached[0];
 }
 
 bool ContinuationTable::Allows(std::string_view text) const
 {
-    Steps next = m_reaches[1];
+    Steps next = m_first;
     for (const char c : text.substr(0, kMaxLook)) {
         if ((next & m_end) != 0) {
             return true;
         }
-        const auto taken = static_cast<Steps>(next & m_takes[static_cast<unsigned char>(c)]);
-        next = m_reaches[static_cast<Steps>(taken << 1 | (taken & m_repeats))];
+        unsigned taken = next & m_takes[static_cast<unsigned char>(c)];
+        for (next = 0; taken != 0; taken &= taken - 1) {
+            next |= m_after[static_cast<std::size_t>(__builtin_ctz(taken))];
+        }
         if (next == 0) {
             return false;
         }

@@ -27,27 +27,33 @@ public:
     /** As Add, but there may be none. */
     void AddOptional(const ByteSet& bytes, bool repeats);
 
+    /** One byte of the first set and any number of the second may follow. */
+    void AddOptionalGroup(const ByteSet& first, const ByteSet& bytes);
+
     /** Anything may follow from here on: what is added later is without effect. */
     void Close() { m_isClosed = true; }
 
     bool AllowsAnything() const;
+
+    /** The bytes that may stand first. */
+    ByteSet First() const;
 
     bool operator==(const Continuation& other) const { return m_steps == other.m_steps; }
 
 private:
     friend class ContinuationTable;
 
-    static constexpr std::size_t kMaxSteps = 7;
+    static constexpr std::size_t kMaxSteps = 15;
 
     struct Step
     {
         ByteSet bytes;
-        bool isOptional;
+        std::size_t skips; ///< steps that may be left out from this one on, itself included
         bool repeats;
 
         bool operator==(const Step& other) const
         {
-            return bytes == other.bytes && isOptional == other.isOptional && repeats == other.repeats;
+            return bytes == other.bytes && skips == other.skips && repeats == other.repeats;
         }
     };
 
@@ -57,7 +63,7 @@ private:
     bool m_isClosed = false;
 };
 
-/** A continuation made ready to be compared with text: all ways through its steps at once, a bit each. 512 bytes. */
+/** A continuation made ready to be compared with text: all ways through its steps at once, a bit each. 544 bytes. */
 class ContinuationTable
 {
 public:
@@ -68,11 +74,11 @@ public:
 
 private:
     static constexpr std::size_t kMaxLook = 24;
-    using Steps = std::uint8_t; ///< a bit for each step that may come next; the one behind the last is the end
+    using Steps = std::uint16_t; ///< a bit for each step that may come next; the one behind the last is the end
 
-    std::array<Steps, 256> m_takes{};   ///< by byte: the steps that take it
-    std::array<Steps, 256> m_reaches{}; ///< by set of steps: these, and what is reached without a byte
-    Steps m_repeats = 0;
+    std::array<Steps, 256> m_takes{};                         ///< by byte: the steps that take it
+    std::array<Steps, Continuation::kMaxSteps + 1> m_after{}; ///< by step: what may come behind it
+    Steps m_first = 0;
     Steps m_end = 0;
 };
 

@@ -44,6 +44,7 @@ LiteralFilter::LiteralFilter()
 void LiteralFilter::Add(std::size_t number, const RequiredLists& required)
 {
     m_leads.resize(number + 1);
+    m_unled.set(number);
     Lead& lead = m_leads[number];
     std::size_t count = 0;
     for (auto list = required.begin(); list != required.end() && count < kMaxLists; ++list) {
@@ -62,15 +63,16 @@ void LiteralFilter::Add(std::size_t number, const RequiredLists& required)
         const bool hasByte =
             std::any_of(texts.begin(), texts.end(), [this](const Wanted& text) { return IsByte(text.literal); });
         if (list == required.begin() && !hasByte) {
-            for (const Wanted& text : texts) {
-                m_literals[text.literal].led.set(number);
-            }
+            m_unled.reset(number);
+            lead.hasTexts = lead.isExact = true;
             for (const Wanted& text : texts) {
                 lead.before = std::max(lead.before, text.before);
-                lead.isExact = (lead.isExact || lead.texts.empty()) && text.isFixed;
-                lead.texts.push_back(text);
+                lead.isExact = lead.isExact && text.isFixed;
+                const Around& around = m_around[text.around];
+                m_literals[text.literal].leads.push_back(
+                    {static_cast<std::uint16_t>(number), around.previousKinds, around.nextKinds, text});
             }
-        } else if (!lead.texts.empty() && list->order > required.front().order) {
+        } else if (lead.hasTexts && list->order > required.front().order) {
             lead.behind.push_back(std::move(texts));
         }
     }
@@ -96,6 +98,7 @@ std::uint16_t LiteralFilter::NumberOf(const std::string& text)
     }
     m_hashes[hash / 64] |= std::uint64_t{1} << hash % 64;
     m_literals.push_back({text});
+    m_literals.back().hash = hash;
     for (char& c : m_literals.back().text) {
         c = m_bytes[Index(c)].folded;
     }
@@ -127,7 +130,8 @@ LiteralFilter::Wanted LiteralFilter::WantedOf(const RequiredText& text)
         return known.previous == text.previous && known.prefix == text.prefix && known.next == text.next;
     };
     if (m_around.empty() || !isSame(m_around.back())) { // as a rule, it is the same for all of a list
-        m_around.push_back({text.previous, text.prefix, text.next});
+        m_around.push_back(
+            {text.previous, text.prefix, text.next, m_kinds.Of(text.previous), m_kinds.Of(text.next.First())});
     }
     return {NumberOf(text.text), static_cast<std::uint16_t>(m_around.size() - 1), text.isFixed,
             BoundedSum(text.before, text.prefix.any() && !text.isFixed ? 1 : 0)};
@@ -142,7 +146,7 @@ std::uint32_t LiteralFilter::HashOf(std::string_view text) const
     return hash;
 }
 
-void LiteralFilter::Scan(std::string_view text, std::size_t from)
+LiteralFilter::Patterns LiteralFilter::Scan(std::string_view text, std::size_t from)
 {
     for (const std::uint16_t literal : m_found) {
         m_literals[literal].first = kNowhere;
@@ -154,10 +158,11 @@ void LiteralFilter::Scan(std::string_view text, std::size_t from)
     std::uint32_t bits = 0;
     for (std::size_t i = from; i < text.size(); ++i) {
         const Byte byte = m_bytes[Index(text[i])];
-        hash = (hash << 5 ^ byte.code) % kHashes;
+        hash = hash << 5 ^ byte.code;
         bits |= byte.bit;
-        if ((m_hashes[hash / 64] >> hash % 64 & 1) != 0 && i - from + 1 >= kHashed) {
-            Compare(text, i + 1 - kHashed, hash);
+        const std::uint32_t ofLast = hash % kHashes;
+        if ((m_hashes[ofLast / 64] >> ofLast % 64 & 1) != 0 && i - from + 1 >= kHashed) {
+            Compare(text, i + 1 - kHashed, ofLast);
         }
     }
     for (std::size_t i = 0; bits != 0; ++i, bits >>= 1) {
@@ -168,6 +173,43 @@ void LiteralFilter::Scan(std::string_view text, std::size_t from)
             m_found.push_back(m_singles[i]);
         }
     }
+    const Patterns patterns = CanMatch(from);
+    m_from = from;
+    return patterns.none() ? patterns : patterns & (m_unled | FindLeading(patterns));
+}
+
+/** Finds the texts that tell where matches of the patterns can begin. Returns the patterns that have one. */
+LiteralFilter::Patterns LiteralFilter::FindLeading(const Patterns& patterns)
+{
+    for (std::size_t i = m_led._Find_first(); i < kMaxPatterns; i = m_led._Find_next(i)) {
+        m_leads[i].next = kNoLeading;
+    }
+    m_led.reset();
+    m_leading.clear();
+    for (const Hit& hit : m_hits) {
+        const Literal& literal = m_literals[hit.literal];
+        const std::size_t end = hit.place + literal.text.size();
+        const bool isFirst = hit.place == 0;
+        const std::uint32_t previous = isFirst ? 0 : m_kinds.Of(m_text[hit.place - 1]);
+        const std::uint32_t next = end < m_text.size() ? m_kinds.Of(m_text[end]) : kAnyKind;
+        for (const Use& use : literal.leads) {
+            const Wanted& wanted = use.wanted;
+            const bool mayBe = (isFirst || (use.previous & previous) != 0) && (use.next & next) != 0;
+            if (!mayBe || !patterns[use.pattern] || !IsAt(hit.place, wanted)) {
+                continue;
+            }
+            const bool hasPrefix = hit.place > 0 && m_around[wanted.around].prefix[Index(m_text[hit.place - 1])];
+            const auto number = static_cast<std::uint32_t>(m_leading.size());
+            m_leading.push_back({static_cast<std::uint32_t>(hit.place), kNoLeading,
+                                 static_cast<std::uint32_t>(std::min<std::size_t>(wanted.before, kNoLeading)),
+                                 wanted.isFixed, hasPrefix});
+            Lead& lead = m_leads[use.pattern];
+            (lead.next == kNoLeading ? lead.next : m_leading[lead.last].next) = number;
+            lead.last = number;
+            m_led.set(use.pattern);
+        }
+    }
+    return m_led;
 }
 
 void LiteralFilter::Compare(std::string_view text, std::size_t at, std::uint32_t hash)
@@ -175,7 +217,8 @@ void LiteralFilter::Compare(std::string_view text, std::size_t at, std::uint32_t
     for (std::uint16_t i = m_first[Place(hash)]; i != kNone; i = m_literals[i].next) {
         Literal& literal = m_literals[i];
         const std::size_t size = literal.text.size();
-        if (size > text.size() - at || m_bytes[Index(text[at + size - 1])].folded != literal.text.back()) {
+        if (literal.hash != hash || size > text.size() - at ||
+            m_bytes[Index(text[at + size - 1])].folded != literal.text.back()) {
             continue;
         }
         std::size_t same = 0;
@@ -213,19 +256,20 @@ LiteralFilter::Patterns LiteralFilter::CanMatch(std::size_t from) const
 
 std::size_t LiteralFilter::NextPlace(std::size_t number, std::size_t from)
 {
-    const Lead& lead = m_leads[number];
-    if (lead.texts.empty()) {
-        return from;
+    Lead& lead = m_leads[number];
+    if (!lead.hasTexts) {
+        return from == m_from || CanMatch(from)[number] ? from : kNowhere;
+    }
+    while (lead.next != kNoLeading && m_leading[lead.next].place < from) {
+        lead.next = m_leading[lead.next].next;
     }
     std::size_t first = kNowhere;
-    // A text that is found behind another one may tell a place before that one's.
-    const auto isNear = [&](const Hit& hit) {
-        return first == kNowhere || hit.place <= BoundedSum(first, lead.before);
-    };
-    for (auto hit = HitsFrom(from); hit != m_hits.cend() && isNear(*hit); ++hit) {
-        if (m_literals[hit->literal].led[number]) {
-            first = std::min(first, BeginOf(lead, *hit, from));
+    for (std::uint32_t i = lead.next; i != kNoLeading; i = m_leading[i].next) {
+        // A text that is found behind another one may tell a place before that one's.
+        if (first != kNowhere && m_leading[i].place > BoundedSum(first, lead.before)) {
+            break;
         }
+        first = std::min(first, BeginOf(m_leading[i], from));
     }
     const auto isThere = [&](const auto& list) { return HasOneOf(list, first); };
     return first != kNowhere && std::all_of(lead.behind.begin(), lead.behind.end(), isThere) ? first : kNowhere;
@@ -237,23 +281,17 @@ std::vector<LiteralFilter::Hit>::const_iterator LiteralFilter::HitsFrom(std::siz
     return std::lower_bound(m_hits.begin(), m_hits.end(), from, isBefore);
 }
 
-/** The first place from `from` on at which a match can begin that holds this literal, or kNowhere. */
-std::size_t LiteralFilter::BeginOf(const Lead& lead, const Hit& hit, std::size_t from)
+/** The first place from `from` on at which a match can begin that holds this text, or kNowhere. */
+std::size_t LiteralFilter::BeginOf(const Leading& leading, std::size_t from)
 {
-    std::size_t first = kNowhere;
-    for (const Wanted& text : lead.texts) {
-        if (text.literal != hit.literal || !IsAt(hit.place, text)) {
-            continue;
-        }
-        const std::size_t space = hit.place - from;
-        if (!text.isFixed) {
-            first = std::min(first, hit.place - std::min(space, text.before));
-        } else if (text.before <= space) {
-            const bool takesPrefix = text.before < space && m_around[text.around].prefix[Index(m_text[hit.place - 1])];
-            first = std::min(first, hit.place - text.before - (takesPrefix ? 1 : 0));
-        }
+    const std::size_t space = leading.place - from;
+    if (!leading.isFixed) {
+        return leading.place - std::min<std::size_t>(space, leading.before);
     }
-    return first;
+    if (leading.before > space) {
+        return kNowhere;
+    }
+    return leading.place - leading.before - (leading.hasPrefix && leading.before < space ? 1 : 0);
 }
 
 /** Of a literal that stands at this place: whether what is around it is as it is wanted. */

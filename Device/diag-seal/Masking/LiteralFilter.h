@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ByteKinds.h"
 #include "RequiredTexts.h"
 
 #include <array>
@@ -33,14 +34,16 @@ public:
     /** @param required what each match of pattern `number` holds; empty if that is not known */
     void Add(std::size_t number, const RequiredLists& required);
 
-    /** Takes the text from `from`. */
-    void Scan(std::string_view text, std::size_t from);
+    /** Takes the text from `from`. It must stay while it is asked for. Returns the patterns that can match in it. */
+    Patterns Scan(std::string_view text, std::size_t from);
 
     /** What can match in the text that was scanned last, from this place on. */
     Patterns CanMatch(std::size_t from) const;
 
-    /** The first place from `from` on where a match of the pattern can begin, or kNowhere: a closer look, for a pattern
-     * that can match in the text. */
+    /**
+     * The first place from `from` on where a match of the pattern can begin, or kNowhere: a closer look, for a pattern
+     * that can match in the text. `from` never goes back.
+     */
     std::size_t NextPlace(std::size_t number, std::size_t from);
 
     /** Whether a match can begin at these places only, and not behind one before the next. */
@@ -52,16 +55,8 @@ private:
     static constexpr std::size_t kMaxBytes = 32;
     static constexpr std::size_t kHashes = 1 << 15;
     static constexpr std::uint16_t kNone = 0xffff;
-
-    struct Literal
-    {
-        std::string text;
-        std::array<Patterns, kMaxLists> lists{}; ///< the patterns in whose list it is
-        Patterns led{};                          ///< the patterns that it leads to
-        std::size_t first = kNowhere;            ///< where it was found
-        std::size_t last = 0;
-        std::uint16_t next = kNone; ///< with the same place in m_first
-    };
+    static constexpr std::uint32_t kNoLeading = 0xffffffff;
+    static constexpr std::uint32_t kAnyKind = 0xffffffff;
 
     /** A literal as one pattern requires it. */
     struct Wanted
@@ -72,13 +67,35 @@ private:
         std::size_t before;
     };
 
-    /** Of a pattern, the texts that tell where a match can begin. */
+    /** Of a literal, a pattern that wants it. */
+    struct Use
+    {
+        std::uint16_t pattern;
+        std::uint32_t previous; ///< the kinds of bytes that may stand before the literal, as in Around
+        std::uint32_t next;     ///< and behind it
+        Wanted wanted;
+    };
+
+    struct Literal
+    {
+        std::string text;
+        std::uint32_t hash = 0;                  ///< of its beginning
+        std::array<Patterns, kMaxLists> lists{}; ///< the patterns in whose list it is
+        std::vector<Use> leads{};                ///< to the patterns of which it tells a place
+        std::size_t first = kNowhere;            ///< where it was found
+        std::size_t last = 0;
+        std::uint16_t next = kNone; ///< with the same place in m_first
+    };
+
+    /** Of a pattern, what tells where a match can begin. */
     struct Lead
     {
-        std::vector<Wanted> texts;
+        bool hasTexts = false;
         std::size_t before = 0;                  ///< bytes, at most
         bool isExact = false;                    ///< each text tells the place exactly
         std::vector<std::vector<Wanted>> behind; ///< lists of which a text has to follow
+        std::uint32_t next = kNoLeading;         ///< the first of its texts in the text that was scanned
+        std::uint32_t last = kNoLeading;
     };
 
     /** What stands around a literal. */
@@ -87,6 +104,8 @@ private:
         ByteSet previous;
         ByteSet prefix;
         Continuation next;
+        std::uint32_t previousKinds; ///< the kinds of `previous`
+        std::uint32_t nextKinds;
         std::unique_ptr<ContinuationTable> table{}; ///< made when it is needed first
     };
 
@@ -94,6 +113,16 @@ private:
     {
         std::size_t place;
         std::uint16_t literal;
+    };
+
+    /** A text that tells where a match can begin. */
+    struct Leading
+    {
+        std::uint32_t place; ///< where the text was found
+        std::uint32_t next;  ///< of the same pattern
+        std::uint32_t before;
+        bool isFixed;
+        bool hasPrefix;
     };
 
     struct Byte
@@ -109,21 +138,27 @@ private:
     std::uint32_t HashOf(std::string_view text) const;
     bool IsByte(std::uint16_t literal) const { return m_literals[literal].text.size() == 1; }
     bool IsAt(std::size_t place, const Wanted& wanted);
-    std::size_t BeginOf(const Lead& lead, const Hit& hit, std::size_t from);
+    Patterns FindLeading(const Patterns& patterns);
+    static std::size_t BeginOf(const Leading& leading, std::size_t from);
     bool HasOneOf(const std::vector<Wanted>& list, std::size_t from);
     std::vector<Hit>::const_iterator HitsFrom(std::size_t from) const;
     void Compare(std::string_view text, std::size_t at, std::uint32_t hash);
 
     std::array<Byte, 256> m_bytes;
+    const ByteKinds m_kinds;
     std::array<std::uint64_t, kHashes / 64> m_hashes{}; ///< a bit each: whether a literal has it
     std::array<std::uint16_t, 512> m_first;             ///< literal by hash
     std::vector<Literal> m_literals;
     std::vector<std::uint16_t> m_singles; ///< literals of one byte, by bit
     std::string_view m_text;
+    std::size_t m_from = 0; ///< where the scan began
     std::vector<std::uint16_t> m_found;
     std::vector<Hit> m_hits; ///< in the order of the text
     std::vector<Around> m_around;
-    std::vector<Lead> m_leads;                   ///< by pattern
+    std::vector<Lead> m_leads; ///< by pattern
+    std::vector<Leading> m_leading;
+    Patterns m_led;                              ///< the patterns that have one
+    Patterns m_unled;                            ///< the patterns that have no texts that tell the place
     std::array<Patterns, kMaxLists> m_without{}; ///< patterns that have no such list
 };
 

@@ -29,7 +29,9 @@ Texts Joined(const Texts& beginnings, const Texts& ends)
 void Continue(RequiredTexts& list, const PatternPart& part)
 {
     for (RequiredText& text : list.texts) {
-        if (part.mayBeEmpty) {
+        if (part.mayBeEmpty && part.first.any() && part.first != part.bytes) {
+            text.next.AddOptionalGroup(part.first, part.bytes);
+        } else if (part.mayBeEmpty) {
             text.next.AddOptional(part.bytes, part.size != 1);
         } else if (part.first == part.bytes) {
             text.next.Add(part.bytes, part.size != 1);
@@ -37,6 +39,18 @@ void Continue(RequiredTexts& list, const PatternPart& part)
             text.next.Add(part.first, false);
             text.next.AddOptional(part.bytes, true);
         }
+    }
+}
+
+/** Adds a letter in both cases, as WithBothCases does. */
+void AddBothCases(char c, ByteSet& bytes)
+{
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x80) {
+        bytes = WithBothCases(bytes.set(byte));
+    } else {
+        bytes.set(byte);
+        bytes.set(kWord(c) && !IsDigit(c) ? byte ^ 0x20 : byte);
     }
 }
 
@@ -76,14 +90,12 @@ PatternPart PartOfText(std::string text)
     part.isFixed = true;
     part.mayBeEmpty = text.empty();
     part.bytes.reset();
-    for (const char c : text) {
-        part.bytes.set(static_cast<unsigned char>(c));
-    }
-    part.bytes = WithBothCases(part.bytes);
     part.first.reset();
+    for (const char c : text) {
+        AddBothCases(c, part.bytes);
+    }
     if (!text.empty()) {
-        part.first =
-            text.size() == 1 ? part.bytes : WithBothCases(ByteSet().set(static_cast<unsigned char>(text.front())));
+        AddBothCases(text.front(), part.first);
     }
     part.exact.emplace().push_back(std::move(text));
     return part;
@@ -223,6 +235,8 @@ void PatternSequence::AddBytes(PatternPart part)
         m_all.exact.reset();
         if (part.assertion) {
             m_previous = *part.assertion;
+        } else if (!part.exact && !part.mayBeEmpty) {
+            m_previous = part.bytes;
         }
     }
     m_all.size = BoundedSum(m_all.size, part.size);

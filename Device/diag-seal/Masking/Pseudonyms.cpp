@@ -9,11 +9,14 @@ std::string Pseudonyms::Of(std::string_view kind, std::string_view value) const
 {
     static constexpr char kDigits[] = "0123456789abcdef";
     std::uint64_t hash = Hash(kind, value);
-    std::string name = "[" + std::string(kind) + ":";
+    std::string name;
+    name.reserve(kind.size() + 11);
+    name.append("[").append(kind).append(":");
     for (int i = 0; i < 8; ++i, hash >>= 4) {
         name += kDigits[hash & 15];
     }
-    return name + "]";
+    name += ']';
+    return name;
 }
 
 Pseudonyms::Mac Pseudonyms::OfMac(const Mac& mac) const
@@ -35,7 +38,9 @@ Pseudonyms::Mac Pseudonyms::OfMac(const Mac& mac) const
 
 std::uint64_t Pseudonyms::Hash(std::string_view kind, std::string_view value) const
 {
-    std::string text(kind);
+    std::string text;
+    text.reserve(kind.size() + 1 + value.size());
+    text += kind;
     text += '\0';
     text += value;
     return SipHash(m_key, text);

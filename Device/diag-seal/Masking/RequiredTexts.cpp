@@ -70,8 +70,10 @@ RequiredTexts WithoutLonger(const RequiredTexts& list)
     std::size_t before = 0;
     for (const RequiredText& text : list.texts) {
         const auto isHeld = [&text](const RequiredText& other) {
-            const bool isShorter = other.text.size() < text.text.size() && IsFreeText(other);
-            return Holds(text.text, other.text) && (isShorter || (other == text && &other < &text));
+            if (other.text.size() >= text.text.size()) {
+                return &other < &text && other == text;
+            }
+            return Holds(text.text, other.text) && IsFreeText(other);
         };
         if (std::any_of(list.texts.begin(), list.texts.end(), isHeld)) {
             moved = std::max(moved, text.text.size());

@@ -1,5 +1,7 @@
 #include "RuleSearch.h"
 
+#include "PatternSplit.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cstdint>
@@ -9,7 +11,8 @@ namespace DiagSeal
 namespace
 {
 
-constexpr std::size_t kShort = 256; // bytes
+// Two more patterns are compiled for a rule only if it is searched for often.
+constexpr int kSearchesBeforeSplit = 16;
 
 bool IsNameCharacter(char c)
 {
@@ -60,62 +63,119 @@ RE2::Options PatternOptions(std::string_view pattern)
     return options;
 }
 
-void RuleSearch::Compile()
+RuleSearch::Expression::Expression(std::string_view pattern)
+    : compiled({pattern.data(), pattern.size()}, PatternOptions(pattern)), groups(compiled.NumberOfCapturingGroups())
 {
-    m_expression = std::make_unique<RE2>(m_rule.pattern, PatternOptions(m_rule.pattern));
-    const auto& names = m_expression->NamedCapturingGroups();
+    const auto& names = compiled.NamedCapturingGroups();
     const auto value = names.find("value");
-    m_valueGroup = value == names.end() ? 0 : value->second;
+    valueGroup = value == names.end() ? 0 : value->second;
 }
 
-int RuleSearch::Check()
+int RuleSearch::Check() const
 {
-    Compile();
+    const Expression whole(m_rule.pattern);
     const std::string pattern = "the pattern '" + m_rule.name + " " + m_rule.pattern.substr(0, 80) + "' ";
-    if (!m_expression->ok()) {
-        throw RuleError(pattern + "is not valid: " + m_expression->error());
+    if (!whole.compiled.ok()) {
+        throw RuleError(pattern + "is not valid: " + whole.compiled.error());
     }
-    if (m_expression->NumberOfCapturingGroups() > kMaxGroups) {
+    if (whole.groups > kMaxGroups) {
         throw RuleError(pattern + "has more than 4 groups");
     }
-    if (RE2::PartialMatch("", *m_expression)) {
+    if (RE2::PartialMatch("", whole.compiled)) {
         throw RuleError(pattern + "matches an empty text");
     }
-    const int size = m_expression->ProgramSize();
-    m_expression.reset();
-    return size;
+    return whole.compiled.ProgramSize();
+}
+
+const RuleSearch::Expression& RuleSearch::Whole()
+{
+    if (!m_whole) {
+        m_whole = std::make_unique<const Expression>(m_rule.pattern);
+    }
+    return *m_whole;
+}
+
+const RuleSearch::PartExpressions* RuleSearch::Parts()
+{
+    if (m_searches < kSearchesBeforeSplit) {
+        ++m_searches;
+    } else if (!m_isSplit) {
+        m_isSplit = true;
+        const auto split = m_rule.name == kKeep ? std::nullopt : Split(m_rule.pattern);
+        if (split) {
+            m_parts.reset(
+                new PartExpressions{Expression(split->head), Expression(split->tail), split->sizeBehindGroup});
+        }
+    }
+    return m_parts.get();
+}
+
+bool RuleSearch::Take(const re2::StringPiece& match, std::string_view line)
+{
+    m_begin = static_cast<std::size_t>(match.data() - line.data());
+    m_end = m_begin + match.size();
+    m_grouped = nullptr;
+    m_isCut = false;
+    return true;
 }
 
 bool RuleSearch::Find(std::string_view line, std::size_t from)
 {
-    if (!m_expression) {
-        Compile();
+    if (m_rule.pattern.front() == '^' && Parts() != nullptr) { // without alternatives that begin otherwise
+        return from == 0 && FindAt(line, 0);
     }
-    return Match(line, from, RE2::UNANCHORED, 1);
+    re2::StringPiece match;
+    return Whole().Match(line, from, line.size(), RE2::UNANCHORED, &match, 1) && Take(match, line);
 }
 
 bool RuleSearch::FindAt(std::string_view line, std::size_t place)
 {
-    if (!m_expression) {
-        Compile();
+    const PartsResult result = MatchParts(line, place);
+    if (result != PartsResult::Unknown) {
+        return result == PartsResult::Match;
     }
-    // With groups, RE2 takes longer for each byte, but Explain need not ask again. Most attempts end as the last one
-    // did.
-    const bool withGroups = m_hasMatched && line.size() - place <= kShort && m_rule.name != kKeep;
-    m_hasMatched = Match(line, place, RE2::ANCHOR_START, withGroups ? 1 + m_expression->NumberOfCapturingGroups() : 1);
-    return m_hasMatched;
+    re2::StringPiece match;
+    return Whole().Match(line, place, line.size(), RE2::ANCHOR_START, &match, 1) && Take(match, line);
 }
 
-bool RuleSearch::Match(std::string_view line, std::size_t begin, RE2::Anchor anchor, int count)
+/** Finds the match at `place`, part by part. */
+RuleSearch::PartsResult RuleSearch::MatchParts(std::string_view line, std::size_t place)
 {
-    m_knowsGroups = count > 1;
-    m_isCut = false;
-    if (!m_expression->Match({line.data(), line.size()}, begin, line.size(), anchor, m_groups.data(), count)) {
-        return false;
+    const PartExpressions* parts = Parts();
+    if (parts == nullptr) {
+        return PartsResult::Unknown;
     }
-    m_begin = static_cast<std::size_t>(m_groups[0].data() - line.data());
-    m_end = m_begin + m_groups[0].size();
-    return true;
+    re2::StringPiece head;
+    if (!parts->head.Match(line, place, line.size(), RE2::ANCHOR_START, &head, 1)) {
+        return PartsResult::None;
+    }
+    re2::StringPiece tail;
+    if (!parts->tail.Match(line, place + head.size(), line.size(), RE2::ANCHOR_START, &tail, 1)) {
+        return PartsResult::Unknown;
+    }
+    Take({head.data(), head.size() + tail.size()}, line);
+    m_grouped = &parts->tail;
+    m_groupedBegin = place + head.size();
+    return PartsResult::Match;
+}
+
+/** Finds the groups of the match that was found last. */
+bool RuleSearch::FindGroups(std::string_view line)
+{
+    const std::size_t end = m_end;
+    if (m_grouped == nullptr && (MatchParts(line, m_begin) != PartsResult::Match || m_end != end)) {
+        m_end = end;
+        m_grouped = &Whole();
+        m_groupedBegin = m_begin;
+    }
+    if (m_parts && m_grouped == &m_parts->tail && m_parts->sizeBehindGroup) {
+        m_groups[1].set(line.data() + m_groupedBegin, m_end - m_groupedBegin - *m_parts->sizeBehindGroup);
+        return true;
+    }
+    // One byte on each side is what "^", "$" and "\\b" look at: a short text is what RE2 is fast on.
+    const std::size_t before = m_groupedBegin - std::min<std::size_t>(m_groupedBegin, 1);
+    return m_grouped->Match(line.substr(before, m_end + 1 - before), m_groupedBegin - before, m_end - before,
+                            RE2::ANCHOR_BOTH, m_groups.data(), 1 + m_grouped->groups);
 }
 
 FoundSecret RuleSearch::Explain(std::string_view line)
@@ -124,28 +184,18 @@ FoundSecret RuleSearch::Explain(std::string_view line)
     if (m_rule.name == kKeep) {
         return found;
     }
-    const int count = 1 + m_expression->NumberOfCapturingGroups();
     found.begin = m_begin; // if nothing says more: without groups, and when RE2 is out of memory
-    if (count == 1 || m_isCut) {
-        return found;
-    }
-    if (!m_knowsGroups) {
-        // One byte on each side is what "^", "$" and "\\b" look at: a short text is what RE2 is fast on.
-        const std::size_t before = m_begin - std::min<std::size_t>(m_begin, 1);
-        const re2::StringPiece text(line.data() + before, std::min(m_end + 1, line.size()) - before);
-        m_knowsGroups =
-            m_expression->Match(text, m_begin - before, m_end - before, RE2::ANCHOR_BOTH, m_groups.data(), count);
-    }
-    if (!m_knowsGroups) {
+    const bool hasGroups = (m_grouped != nullptr ? m_grouped : &Whole())->groups > 0;
+    if (!hasGroups || m_isCut || !FindGroups(line)) {
         return found;
     }
     found.begin = m_end;
-    for (int i = 1; i < count; ++i) {
+    for (int i = 1; i <= m_grouped->groups; ++i) {
         const re2::StringPiece group = m_groups[static_cast<std::size_t>(i)];
         if (!group.empty()) {
             found.begin = static_cast<std::size_t>(group.data() - line.data());
             found.end = found.begin + group.size();
-            if (i == m_valueGroup && IsRestOfLine(line, found.begin)) {
+            if (i == m_grouped->valueGroup && IsRestOfLine(line, found.begin)) {
                 found.end = found.matchEnd = line.size();
             }
             break;

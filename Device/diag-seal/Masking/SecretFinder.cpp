@@ -76,8 +76,7 @@ void SecretFinder::Begin(std::string_view line, std::size_t from)
     for (Section& section : m_sections) {
         section.isNeeded.reset();
     }
-    m_filter.Scan(line, from);
-    const LiteralFilter::Patterns rules = m_filter.CanMatch(from);
+    const LiteralFilter::Patterns rules = m_filter.Scan(line, from);
     if (rules.none()) { // most lines
         return;
     }
@@ -114,10 +113,8 @@ bool SecretFinder::Next(std::size_t from, FoundSecret& found)
 {
     const auto isBefore = [from](const Entry* entry) { return entry->search.MatchBegin() < from; };
     if (std::any_of(m_matching.begin(), m_matching.end(), isBefore)) {
-        const LiteralFilter::Patterns rules = m_filter.CanMatch(from);
         const auto isDone = [&](Entry* entry) {
-            const auto number = static_cast<std::size_t>(entry - m_entries.data());
-            return isBefore(entry) && !(rules[number] && FindAgain(number, from));
+            return isBefore(entry) && !FindAgain(static_cast<std::size_t>(entry - m_entries.data()), from);
         };
         m_matching.erase(std::remove_if(m_matching.begin(), m_matching.end(), isDone), m_matching.end());
     }
@@ -142,6 +139,9 @@ bool SecretFinder::Next(std::size_t from, FoundSecret& found)
 bool SecretFinder::FindAgain(std::size_t number, std::size_t from)
 {
     RuleSearch& search = m_entries[number].search;
+    if (search.MatchEnd() > from && !m_filter.CanMatch(from)[number]) {
+        return false;
+    }
     m_searchedTwice += search.MatchEnd() - std::min(from, search.MatchEnd());
     if (m_searchedTwice <= kMaxSearchedTwice || search.MatchEnd() <= from) {
         return Find(number, from);
