@@ -37,7 +37,19 @@ std::vector<PlainRule> PlainRules(const std::string& text)
     return rules;
 }
 
-/** "NAME@PLACE" of the leftmost match from `from` on: each rule is tried on each line. */
+/** Where the secret of a match begins: its first group that is not empty. */
+std::string PlaceOfSecret(const PlainRule& rule, const std::string& line, std::size_t from)
+{
+    std::vector<re2::StringPiece> found(1 + static_cast<std::size_t>(rule.expression->NumberOfCapturingGroups()));
+    rule.expression->Match(line, from, line.size(), RE2::UNANCHORED, found.data(), static_cast<int>(found.size()));
+    const auto group =
+        std::find_if(found.begin() + 1, found.end(), [](const re2::StringPiece& text) { return !text.empty(); });
+    const bool isWhole = found.size() == 1 && rule.rule.name != kKeep;
+    const char* place = isWhole ? found[0].begin() : group == found.end() ? found[0].end() : group->begin();
+    return std::to_string(place - line.data());
+}
+
+/** "PATTERN@PLACE-SECRET" of the leftmost match from `from` on: each rule is tried on each line. */
 std::string PlainMatch(const std::vector<PlainRule>& rules, const std::string& line, std::size_t from)
 {
     const PlainRule* first = nullptr;
@@ -50,7 +62,9 @@ std::string PlainMatch(const std::vector<PlainRule>& rules, const std::string& l
             first = &rule;
         }
     }
-    return first != nullptr ? first->rule.pattern + "@" + std::to_string(place) : "";
+    return first != nullptr
+               ? first->rule.pattern + "@" + std::to_string(place) + "-" + PlaceOfSecret(*first, line, from)
+               : "";
 }
 
 /** What the finder does not find as RE2 alone does, in lines that are made of the pieces. */
@@ -76,7 +90,9 @@ std::string Differences(const std::string& text, const std::vector<std::string>&
             const std::string expected = PlainMatch(rules, line, from);
             const bool isThere = finder.Next(from, found);
             const std::string actual =
-                isThere ? found.rule->pattern + "@" + std::to_string(found.matchBegin) : std::string();
+                isThere ? found.rule->pattern + "@" + std::to_string(found.matchBegin) + "-" +
+                              std::to_string(found.rule->name == kKeep ? found.matchEnd : found.begin)
+                        : std::string();
             if (actual != expected) {
                 faults.append(line).append("\n    ").append(actual).append("\n    not ").append(expected) += "\n";
             }
@@ -113,6 +129,8 @@ TEST(SecretFinder, FindsWhatRe2FindsRuleByRule)
          "(?-i:[a-z]Foo[^q]x+)\\s*:\n"
          "e low|\\w\\w\\w\\wowx",
          {"  key", "a key", "_apin", "__pin", "-abc12=", "abc \t=", "zFooQxx :", "ZFooqx:", "xfoox:", "x12lowx"}},
+        // The group comes before what its pattern takes first.
+        {"a sum\\w*(\\d)x\nb ^row.*(=\\w)@", {"sumab1x", "sum2x3", "sumx", "row =a@=b@", "row =@"}},
         // What the reader of patterns does not know.
         {"a \\pLtau\nb \\x41bc=\nc [[:digit:]]oo:\nd \\Qa.b\\E\ne \xe9t\xe9",
          {"xtau", "abc=", "1oo:", "a.b", "aXb", "\xc9t\xe9", "\xe9t\xc9", "1tau"}},
