@@ -105,6 +105,8 @@ const RuleSearch::PartExpressions* RuleSearch::Parts()
         if (split) {
             m_parts.reset(
                 new PartExpressions{Expression(split->head), Expression(split->tail), split->sizeBehindGroup});
+            m_whole.reset(); // seldom needed from now on, and large
+            m_grouped = nullptr;
         }
     }
     return m_parts.get();
@@ -185,7 +187,7 @@ FoundSecret RuleSearch::Explain(std::string_view line)
         return found;
     }
     found.begin = m_begin; // if nothing says more: without groups, and when RE2 is out of memory
-    const bool hasGroups = (m_grouped != nullptr ? m_grouped : &Whole())->groups > 0;
+    const bool hasGroups = (m_parts ? m_parts->tail : Whole()).groups > 0;
     if (!hasGroups || m_isCut || !FindGroups(line)) {
         return found;
     }
