@@ -244,7 +244,8 @@ private:
     void OnWritten(beast::error_code error)
     {
         if (error) {
-            // The operation that reads finds what is wrong with the connection as well, and knows better.
+            // Ends the operation that reads, which may know a better reason: the other side's, if that closed.
+            m_stream.next_layer().shutdown(Socket::shutdown_both, error);
             return;
         }
         m_waitingBytes -= m_waiting.front()->size();
