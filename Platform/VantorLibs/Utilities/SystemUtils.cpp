@@ -92,7 +92,8 @@ std::string SystemUtils::GetEXE()
 
 bool SystemUtils::Exists(const std::string& path)
 {
-    return ::access(path.c_str(), F_OK) == 0;
+    // What cannot be looked at, on a storage with errors for one, may be there: nobody shall make it anew.
+    return ::access(path.c_str(), F_OK) == 0 || (errno != ENOENT && errno != ENOTDIR);
 }
 
 std::string SystemUtils::ReadFile(const std::string& path)

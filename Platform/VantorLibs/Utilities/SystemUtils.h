@@ -18,7 +18,7 @@ void ThereCanBeOnlyOne();
 /** The file name of this process's executable, without its folders; empty when /proc does not tell. */
 std::string GetEXE();
 
-/** Whether something of that path exists, a dangling symbolic link excepted. */
+/** Whether something of that path exists, a dangling symbolic link excepted. True when that cannot be told. */
 bool Exists(const std::string& path);
 
 /**
