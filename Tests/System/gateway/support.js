@@ -50,18 +50,26 @@ const run = async (name, ...words) => (await promisify(execFile)(`${programs}/${
 const children = [];
 const sockets = [];
 
-/** Starts a program of this tree, and waits until its output, which goes to a file, says the text. */
-async function start(name, words, text) {
+/** Starts a program of this tree, its output going to a file. */
+function launch(name, words, environment = {}) {
     const log = `/tmp/${name}.log`;
     const output = fs.openSync(log, 'w');
-    const child = spawn(`${programs}/${name}`, words, { stdio: ['ignore', output, output] });
+    const child = spawn(`${programs}/${name}`, words, {
+        stdio: ['ignore', output, output], env: { ...process.env, ...environment },
+    });
     fs.closeSync(output);
     children.push(child);
-    const program = {
+    return {
+        pid: child.pid,
         log: () => fs.readFileSync(log, 'utf8'),
         isAlive: () => child.exitCode === null && child.signalCode === null,
         kill: () => new Promise((resolve) => { child.on('exit', resolve); child.kill('SIGKILL'); }),
     };
+}
+
+/** The same, and waits until its output says the text. */
+async function start(name, words, text, environment) {
+    const program = launch(name, words, environment);
     await until(`${name} says "${text}"`, () => program.log().includes(text));
     return program;
 }
@@ -78,7 +86,8 @@ function startCloud(script = []) {
     return start('diag-cloud', ['--store', '/tmp/cloud', '--script', '/tmp/script.json'], '8888');
 }
 
-const startService = () => start('DiagnosticFileService', [], 'LoadDiagItemsFromConfigFile - END');
+const startService = (environment) => (
+    start('DiagnosticFileService', [], 'LoadDiagItemsFromConfigFile - END', environment));
 
 /** Path of the file of that ending which reached the cloud last. */
 function latest(ending) {
@@ -176,6 +185,6 @@ async function connect(endpoint, interests) {
 }
 
 module.exports = {
-    Gateway, cleanUp, connect, contentOfLatest, kInterests, kRegistration, kUpload, latest, run, sleep, start,
-    startCloud, startService, until,
+    Gateway, cleanUp, connect, contentOfLatest, kInterests, kRegistration, kUpload, latest, launch, programs, run,
+    sleep, start, startCloud, startService, until,
 };
