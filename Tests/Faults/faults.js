@@ -40,6 +40,7 @@ async function tryFault(scenario, { kind, mode, failAt, moment }) {
         const ending = await world.restart(mode === 'kill');
         return isNone ? undefined : ending;
     }
+    world.mayFilesStay = kind === 'unlink'; // until the next request
     await scenario.check(world, outcome);
     return outcome;
 }
@@ -78,7 +79,7 @@ async function tryAll(unit) {
                 `${error.message}\n${world.endOfLog()}`);
             outcome = 'lost';
             ++row.lost;
-            await world.startAnew();
+            await scenario.enter(world);
         }
         if (outcome === undefined) {
             if (every === 1 && !child) {

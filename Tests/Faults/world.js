@@ -158,13 +158,17 @@ class World {
         return [...others, ...[...pipes].map(() => 'anon_inode:[eventfd]')].sort();
     }
 
+    files() {
+        return fs.readdirSync(kFolder).filter((name) => !kLeftover.test(name)).sort();
+    }
+
     /** What must be the same before and after. */
     held() {
         return {
             descriptors: this.descriptors(),
             threads: fs.readdirSync(`/proc/${this.service.pid}/task`).length,
             children: this.children(),
-            files: fs.readdirSync(kFolder).sort(),
+            files: this.files(),
         };
     }
 
@@ -223,6 +227,9 @@ class World {
 
     /** The next upload succeeds and packs exactly its own files; all else is as it was. */
     async checkNothingIsLost() {
+        if (!this.mayFilesStay) {
+            await eventually(() => assert.deepStrictEqual(this.files(), this.before.files, 'files stay'));
+        }
         assert.strictEqual(this.link.frames.filter(({ id }) => id === this.lastId).length, 0, 'a second answer');
         await this.checkUpload('TOP', this.subTypes);
         this.checkLeftovers();
