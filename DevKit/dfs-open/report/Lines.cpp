@@ -2,6 +2,8 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
+#include <string>
 
 namespace DfsReport
 {
@@ -41,9 +43,14 @@ std::optional<double> Number(std::string_view word)
     if (!word.empty() && word.back() == '%') {
         word.remove_suffix(1);
     }
-    double number = 0;
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number, std::chars_format::fixed);
-    if (error != std::errc() || end != word.data() + word.size() || !std::isfinite(number)) {
+    // GCC 10 has std::from_chars for whole numbers only. strtod(3) reads hexadecimals, exponents and names too.
+    if (word.empty() || word.find_first_not_of("-.0123456789") != std::string_view::npos) {
+        return std::nullopt;
+    }
+    const std::string text(word);
+    char* end = nullptr;
+    const double number = std::strtod(text.c_str(), &end);
+    if (end != text.c_str() + text.size() || !std::isfinite(number)) {
         return std::nullopt;
     }
     return number;

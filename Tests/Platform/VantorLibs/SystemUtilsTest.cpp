@@ -26,7 +26,9 @@ struct Contender
     {
         if (pid == 0) {
             umask(0);
-            close_range(0, 2, 0);
+            for (const int standard : {0, 1, 2}) {
+                close(standard);
+            }
             std::string answer = ErrorOf<std::exception>([] {
                 SystemUtils::ThereCanBeOnlyOne();
                 SystemUtils::ThereCanBeOnlyOne();
