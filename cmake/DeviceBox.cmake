@@ -6,6 +6,8 @@ set(TEST_TIMEOUT 60)
 if(SANITIZE OR CMAKE_CROSSCOMPILING)
     set(TEST_TIMEOUT 300)
 endif()
+# Seconds that a test waits for one event.
+math(EXPR TEST_DEADLINE "${TEST_TIMEOUT} / 3")
 
 set(DEVICE_BOX ${CMAKE_SOURCE_DIR}/DevKit/box/device-box --device ${DEVICE_ROOT} --)
 
@@ -33,7 +35,7 @@ function(add_box_test_script script)
     cmake_path(GET script EXTENSION LAST_ONLY extension)
     set(interpreter sh)
     if(extension STREQUAL .js)
-        set(interpreter env NODE_PATH=/usr/share/nodejs node)
+        set(interpreter env NODE_PATH=/usr/share/nodejs TEST_DEADLINE=${TEST_DEADLINE} node)
     endif()
     add_test(NAME scripts.${name}${arg_SUFFIX}
              COMMAND ${DEVICE_BOX} ${interpreter} ${arg_LAUNCHER} ${CMAKE_CURRENT_SOURCE_DIR}/${script} ${arg_ARGS})
