@@ -1,12 +1,12 @@
 #include "HttpGlobal.h"
 
 #include "DPrint.h"
+#include "WallClock.h"
 
 #include <curl/curl.h>
 #include <sys/random.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdlib>
 
 namespace Http
@@ -20,7 +20,7 @@ unsigned int Seed()
     unsigned int seed = 0;
     // Early in the start of a device the kernel may have no entropy yet. Randomness of waits is not worth waiting for.
     if (getrandom(&seed, sizeof seed, GRND_NONBLOCK) != sizeof seed) {
-        const auto now = std::chrono::system_clock::now().time_since_epoch().count();
+        const auto now = WallClock::Now().time_since_epoch().count();
         seed = static_cast<unsigned int>(now) ^ static_cast<unsigned int>(getpid());
     }
     return seed;

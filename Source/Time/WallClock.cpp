@@ -1,5 +1,8 @@
 #include "WallClock.h"
 
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <ctime>
 
 namespace WallClock
@@ -43,6 +46,16 @@ TimePoint Unwrapped(TimePoint reading)
 
 TimePoint Now()
 {
+#ifdef SYS_clock_gettime64
+    // Of the C libraries with a 32-bit time_t, one wraps beyond 2038, and glibc 2.31 fails. Linux has this since 5.1.
+    struct
+    {
+        std::int64_t seconds, nanoseconds;
+    } now{};
+    if (syscall(SYS_clock_gettime64, CLOCK_REALTIME, &now) == 0) {
+        return TimePoint(std::chrono::seconds(now.seconds) + std::chrono::nanoseconds(now.nanoseconds));
+    }
+#endif
     return Unwrapped(std::chrono::system_clock::now());
 }
 
