@@ -5,11 +5,10 @@
 #include "Filename.h"
 #include "SystemUtils.h"
 
-#include <unistd.h>
-
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
+#include <unistd.h>
 
 namespace DiagnosticFileSvc
 {

@@ -1,11 +1,10 @@
 #include "StartEnvironment.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace DiagnosticFileSvc
 {

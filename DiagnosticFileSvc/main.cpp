@@ -5,12 +5,11 @@
 #include "StartEnvironment.h"
 #include "SystemUtils.h"
 
-#include <unistd.h>
-
 #include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <unistd.h>
 
 int main()
 {

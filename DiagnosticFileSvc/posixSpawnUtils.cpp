@@ -3,12 +3,11 @@
 #include "DFConstants.h"
 #include "DFLog.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <cerrno>
 #include <utility>
 
 namespace DiagnosticFileSvc

@@ -1,9 +1,9 @@
 #include "OpenSslVersions.h"
 
+#include "OpenSslTypes.h"
+
 #include <openssl/ec.h>
 #include <openssl/opensslv.h>
-
-#include "OpenSslTypes.h"
 
 // The older branch also builds with OpenSSL 3, where a test asks for it.
 #if OPENSSL_VERSION_NUMBER >= 0x30000000L && !defined(CRYPTOKEY_AS_WITH_OPENSSL_1_1)

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "Simulation.h"
+
 #include <iosfwd>
 #include <vector>
-
-#include "Simulation.h"
 
 namespace Fleet
 {

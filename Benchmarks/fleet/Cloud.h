@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstdint>
-
 #include "HSMResponse.h"
+
+#include <cstdint>
 
 namespace Fleet
 {

@@ -1,13 +1,13 @@
 #include "Simulation.h"
 
+#include "RetryPolicy.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <numeric>
 #include <random>
 #include <utility>
-
-#include "RetryPolicy.h"
 
 namespace Fleet
 {

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "Cloud.h"
+
 #include <cstdint>
 #include <vector>
-
-#include "Cloud.h"
 
 namespace Fleet
 {

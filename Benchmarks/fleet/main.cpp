@@ -1,12 +1,12 @@
 // What a fleet of devices does to a cloud that was down. Usage: fleet IMAGE.svg. Prints a table in Markdown.
 
-#include <cstdio>
-#include <fstream>
-#include <vector>
-
 #include "Chart.h"
 #include "DPrint.h"
 #include "Simulation.h"
+
+#include <cstdio>
+#include <fstream>
+#include <vector>
 
 namespace
 {

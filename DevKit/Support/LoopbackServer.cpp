@@ -1,13 +1,13 @@
 #include "LoopbackServer.h"
 
-#include <arpa/inet.h>
-#include <sys/socket.h>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
 
+#include <arpa/inet.h>
 #include <cerrno>
 #include <exception>
+#include <sys/socket.h>
 #include <system_error>
 #include <utility>
 

@@ -1,9 +1,9 @@
 #include "Tool.h"
 
-#include <pthread.h>
 #include <csignal>
 #include <exception>
 #include <iostream>
+#include <pthread.h>
 #include <stdexcept>
 
 int RunTool(CLI::App& app, int argc, char** argv, const std::function<int()>& run)

@@ -2,12 +2,12 @@
 
 #include "Fault.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <cerrno>
+#include <fcntl.h>
 #include <ostream>
+#include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace DfsOpen
 {

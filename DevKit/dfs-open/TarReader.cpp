@@ -5,14 +5,14 @@
 #include <archive.h>
 #include <archive_entry.h>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <array>
 #include <cerrno>
+#include <fcntl.h>
 #include <limits>
 #include <new>
+#include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace DfsOpen
 {

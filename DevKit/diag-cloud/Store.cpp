@@ -2,16 +2,16 @@
 
 #include "WallClock.h"
 
-#include <fcntl.h>
-#include <unistd.h>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <iomanip>
 #include <random>
 #include <sstream>
 #include <system_error>
+#include <unistd.h>
 
 namespace DiagCloud
 {

@@ -1,8 +1,8 @@
 #include "Peer.h"
 #include "Tool.h"
 
-#include <unistd.h>
 #include <iostream>
+#include <unistd.h>
 
 namespace
 {

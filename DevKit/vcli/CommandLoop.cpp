@@ -3,12 +3,12 @@
 #include "CliWire.h"
 #include "CommandWords.h"
 
-#include <poll.h>
-#include <unistd.h>
 #include <array>
 #include <iostream>
 #include <optional>
+#include <poll.h>
 #include <string>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 

@@ -4,8 +4,6 @@
 #include "Escape.h"
 #include "UnixSocket.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
@@ -13,6 +11,7 @@
 #include <iostream>
 #include <set>
 #include <system_error>
+#include <unistd.h>
 #include <utility>
 
 namespace Vcli

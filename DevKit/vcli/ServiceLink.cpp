@@ -1,11 +1,11 @@
 #include "ServiceLink.h"
 
-#include <poll.h>
-#include <sys/socket.h>
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <poll.h>
+#include <sys/socket.h>
 #include <utility>
 
 namespace Vcli

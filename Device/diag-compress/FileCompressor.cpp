@@ -7,12 +7,11 @@
 #include "Output.h"
 #include "RegularFile.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstdio>
+#include <fcntl.h>
 #include <limits>
 #include <stdexcept>
+#include <unistd.h>
 
 namespace DiagSeal
 {

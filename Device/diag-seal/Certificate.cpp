@@ -2,13 +2,13 @@
 
 #include "ErrorText.h"
 
-#include <fcntl.h>
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
 
 #include <cstdio>
+#include <fcntl.h>
 #include <stdexcept>
 
 namespace DiagSeal

@@ -2,14 +2,13 @@
 
 #include "ErrorText.h"
 
-#include <fcntl.h>
-#include <sys/prctl.h>
-#include <unistd.h>
-
 #include <array>
 #include <csignal>
 #include <exception>
+#include <fcntl.h>
 #include <stdexcept>
+#include <sys/prctl.h>
+#include <unistd.h>
 
 namespace DiagSeal
 {

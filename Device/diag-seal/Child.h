@@ -2,10 +2,9 @@
 
 #include "Descriptor.h"
 
-#include <sys/types.h>
-
 #include <functional>
 #include <string>
+#include <sys/types.h>
 
 namespace DiagSeal
 {

@@ -1,10 +1,9 @@
 #include "CodePages.h"
 
+#include <cstdint>
 #include <link.h>
 #include <sys/mman.h>
 #include <unistd.h>
-
-#include <cstdint>
 
 namespace DiagSeal
 {

@@ -3,13 +3,12 @@
 #include "ErrorText.h"
 #include "Options.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
-
-#include <algorithm>
-#include <cstdlib>
 #include <vector>
 
 namespace DiagSeal

@@ -16,8 +16,6 @@
 #include "SecretFinder.h"
 #include "Supervisor.h"
 
-#include <unistd.h>
-
 #include <chrono>
 #include <csignal>
 #include <cstdint>
@@ -27,6 +25,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 

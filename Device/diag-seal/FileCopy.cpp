@@ -4,11 +4,10 @@
 #include "ErrorText.h"
 #include "RegularFile.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <stdexcept>
+#include <unistd.h>
 
 namespace DiagSeal
 {

@@ -4,15 +4,14 @@
 #include "ErrorText.h"
 #include "ProcessTree.h"
 
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <stdexcept>
 #include <string_view>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace DiagSeal
 {

@@ -1,10 +1,9 @@
 #include "Notice.h"
 
+#include <cstdio>
 #include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
-
-#include <cstdio>
 
 namespace DiagSeal
 {

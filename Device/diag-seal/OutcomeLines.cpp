@@ -3,9 +3,8 @@
 #include "Options.h"
 #include "Supervisor.h"
 
-#include <sys/wait.h>
-
 #include <cstring>
+#include <sys/wait.h>
 
 namespace DiagSeal
 {

@@ -1,10 +1,5 @@
 #include "ProcessTree.h"
 
-#include <fcntl.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -13,6 +8,10 @@
 #include <cstdint>
 #include <cstring>
 #include <ctime>
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace DiagSeal::ProcessTree
 {

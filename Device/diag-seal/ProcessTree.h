@@ -1,8 +1,7 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <chrono>
+#include <sys/types.h>
 
 /**
  * All processes that descend from this one, as /proc shows them. This process must be their sub-reaper (prctl(2)). Then

@@ -6,18 +6,17 @@
 #include "ProcessTree.h"
 #include "ToolBounds.h"
 
-#include <poll.h>
-#include <sys/prctl.h>
-#include <sys/signalfd.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdint>
 #include <memory>
+#include <poll.h>
 #include <stdexcept>
+#include <sys/prctl.h>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace DiagSeal
 {

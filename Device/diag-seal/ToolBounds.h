@@ -1,8 +1,7 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <chrono>
+#include <sys/types.h>
 #include <vector>
 
 namespace DiagSeal

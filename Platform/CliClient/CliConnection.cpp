@@ -1,9 +1,8 @@
 #include "CliConnection.h"
 
-#include <sys/socket.h>
-
 #include <array>
 #include <cerrno>
+#include <sys/socket.h>
 #include <utility>
 
 CliConnection::CliConnection(FileDescriptor socket) : m_socket(std::move(socket)) {}

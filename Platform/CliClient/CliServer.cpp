@@ -4,10 +4,9 @@
 #include "DPrint.h"
 #include "UnixSocket.h"
 
-#include <unistd.h>
-
 #include <limits>
 #include <stdexcept>
+#include <unistd.h>
 #include <utility>
 
 namespace

@@ -1,8 +1,7 @@
 #include "Acceptor.h"
 
-#include <sys/socket.h>
-
 #include <cerrno>
+#include <sys/socket.h>
 #include <system_error>
 #include <utility>
 

@@ -3,9 +3,8 @@
 #include "DPrint.h"
 #include "DeliveredRequest.h"
 
-#include <pthread.h>
-
 #include <exception>
+#include <pthread.h>
 #include <thread>
 #include <utility>
 #include <variant>

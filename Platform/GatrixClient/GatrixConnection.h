@@ -7,14 +7,13 @@
 #include "WeakRef.h"
 #include "WebSocketSession.h"
 
-#include <sys/socket.h>
-
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <optional>
 #include <string>
+#include <sys/socket.h>
 
 namespace Gatrix
 {

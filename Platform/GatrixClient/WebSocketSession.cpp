@@ -3,9 +3,6 @@
 #include "Alarm.h"
 #include "GatrixWire.h"
 
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
 #include <boost/asio/basic_stream_socket.hpp>
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/io_context.hpp>
@@ -22,6 +19,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <deque>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
 #include <system_error>
 #include <utility>
 

@@ -1,11 +1,10 @@
 #include "StdioFile.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
+#include <fcntl.h>
 #include <system_error>
+#include <unistd.h>
 
 Files::StdioFile Files::OpenForReading(const std::string& path)
 {

@@ -2,16 +2,15 @@
 
 #include "HttpLog.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <fcntl.h>
 #include <limits>
+#include <poll.h>
+#include <sys/eventfd.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace Http
 {

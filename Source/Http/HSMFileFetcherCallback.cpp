@@ -4,15 +4,14 @@
 #include "HttpLog.h"
 #include "StdioFile.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <exception>
+#include <fcntl.h>
 #include <optional>
 #include <system_error>
+#include <unistd.h>
 #include <utility>
 
 namespace Http

@@ -4,10 +4,10 @@
 #include "WallClock.h"
 
 #include <curl/curl.h>
-#include <sys/random.h>
-#include <unistd.h>
 
 #include <cstdlib>
+#include <sys/random.h>
+#include <unistd.h>
 
 namespace Http
 {

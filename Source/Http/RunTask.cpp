@@ -4,11 +4,10 @@
 #include "HttpUrl.h"
 #include "WallClock.h"
 
-#include <sys/types.h>
-
 #include <algorithm>
 #include <limits>
 #include <string>
+#include <sys/types.h>
 #include <utility>
 
 namespace Http

@@ -1,9 +1,8 @@
 #include "WallClock.h"
 
+#include <ctime>
 #include <sys/syscall.h>
 #include <unistd.h>
-
-#include <ctime>
 
 namespace WallClock
 {

@@ -1,5 +1,4 @@
 #include "DFCliHandler.h"
-
 #include "IL.h"
 #include "Pipeline.h"
 

@@ -1,5 +1,4 @@
 #include "DFDiagnosticItem.h"
-
 #include "UploadSysInfo.pb.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,6 @@
-#include "DFHarvestSystemInfo.h"
-
 #include "AnswerProbe.h"
 #include "ChildProcess.h"
+#include "DFHarvestSystemInfo.h"
 #include "HttpGlobal.h"
 #include "TemporaryFolder.h"
 #include "Upload.h"

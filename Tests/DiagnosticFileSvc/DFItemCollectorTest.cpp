@@ -1,6 +1,5 @@
-#include "DFItemCollector.h"
-
 #include "CapturedLog.h"
+#include "DFItemCollector.h"
 #include "Items.h"
 
 using namespace DiagnosticFileSvc;

@@ -1,5 +1,4 @@
 #include "DFItemConfigFile.h"
-
 #include "Items.h"
 #include "ProtoToMarkup.h"
 #include "TemporaryFolder.h"

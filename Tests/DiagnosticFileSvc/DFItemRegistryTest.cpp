@@ -1,5 +1,4 @@
 #include "DFItemRegistry.h"
-
 #include "Items.h"
 
 #include <gmock/gmock.h>

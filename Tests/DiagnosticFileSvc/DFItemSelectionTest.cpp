@@ -1,5 +1,4 @@
 #include "DFItemSelection.h"
-
 #include "Items.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,4 @@
 #include "DFTriggerHandler.h"
-
 #include "Pipeline.h"
 #include "TemporaryFolder.h"
 

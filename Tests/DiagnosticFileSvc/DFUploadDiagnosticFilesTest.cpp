@@ -1,8 +1,7 @@
-#include "DFUploadDiagnosticFiles.h"
-
 #include "AnswerProbe.h"
 #include "CapturedLog.h"
 #include "ChildProcess.h"
+#include "DFUploadDiagnosticFiles.h"
 #include "HttpGlobal.h"
 #include "Memory.h"
 #include "Sanitized.h"

@@ -1,6 +1,5 @@
-#include "DFUploadFiles.h"
-
 #include "DFDiagnosticItem.h"
+#include "DFUploadFiles.h"
 #include "TemporaryFolder.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,4 @@
 #include "DFUploadHeaders.h"
-
 #include "TemporaryFolder.h"
 
 #include <gtest/gtest.h>

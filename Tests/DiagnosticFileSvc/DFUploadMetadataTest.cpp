@@ -1,5 +1,4 @@
 #include "DFUploadMetadata.h"
-
 #include "TemporaryFolder.h"
 
 #include <gtest/gtest.h>

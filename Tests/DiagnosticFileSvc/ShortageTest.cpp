@@ -1,7 +1,6 @@
-#include "Shortage.h"
-
 #include "Pipeline.h"
 #include "Sanitized.h"
+#include "Shortage.h"
 #include "TemporaryFolder.h"
 
 namespace

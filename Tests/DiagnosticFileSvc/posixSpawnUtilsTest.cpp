@@ -1,15 +1,13 @@
-#include "posixSpawnUtils.h"
-
 #include "CapturedLog.h"
 #include "ChildProcess.h"
 #include "TemporaryFolder.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "posixSpawnUtils.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {

@@ -1,6 +1,15 @@
 // Loaded into the service before all other libraries: makes one call go wrong, the one that the driver picks. It also
 // shortens long waits, so that a fault which costs a retry does not cost its time.
 
+#include "FaultControl.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
@@ -15,16 +24,6 @@
 #include <sys/uio.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <cerrno>
-#include <csignal>
-#include <cstdarg>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <ctime>
-
-#include "FaultControl.h"
 
 extern "C" {
 void* __libc_malloc(std::size_t size);

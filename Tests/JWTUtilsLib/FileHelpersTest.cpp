@@ -1,13 +1,11 @@
-#include "FileHelpers.h"
-
 #include "CapturedLog.h"
+#include "FileHelpers.h"
 #include "TemporaryFolder.h"
-
-#include <sys/resource.h>
-#include <sys/stat.h>
 
 #include <csignal>
 #include <filesystem>
+#include <sys/resource.h>
+#include <sys/stat.h>
 
 namespace fs = std::filesystem;
 

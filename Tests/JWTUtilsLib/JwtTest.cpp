@@ -1,5 +1,4 @@
 #include "Jwt.h"
-
 #include "TokenMaker.h"
 
 #include <stdexcept>

@@ -1,6 +1,5 @@
-#include "Key.h"
-
 #include "CapturedLog.h"
+#include "Key.h"
 #include "PublishedTokens.h"
 #include "StdioFile.h"
 #include "TokenMaker.h"

@@ -1,6 +1,5 @@
-#include "QuillaneTokens.h"
-
 #include "CapturedLog.h"
+#include "QuillaneTokens.h"
 #include "TemporaryFolder.h"
 #include "TokenMaker.h"
 

@@ -2,15 +2,15 @@
 
 #include "TemporaryFolder.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstdlib>
 #include <system_error>
+#include <unistd.h>
 
 ChildProcess::ChildProcess(const std::vector<std::string>& command)
 {

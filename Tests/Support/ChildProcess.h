@@ -2,10 +2,9 @@
 
 #include "Deadline.h"
 
-#include <sys/types.h>
-
 #include <chrono>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 /** A program run beside the test, its standard output and standard error going to a file. Killed at the end of its

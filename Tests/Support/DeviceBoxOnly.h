@@ -1,9 +1,8 @@
 #pragma once
 
-#include <unistd.h>
-
 #include <cstdlib>
 #include <iostream>
+#include <unistd.h>
 
 /**
  * To be called first in a test program's main: outside a device box, where it would write to this machine's own

@@ -3,9 +3,9 @@
 #include "TemporaryFolder.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <string>
+#include <sys/resource.h>
 
 /** The memory of this process, in kB: a field of /proc/self/status, see proc(5). VmHWM is the most that it has had. */
 inline long Memory(const std::string& field = "VmHWM")

@@ -2,15 +2,14 @@
 
 #include "Deadline.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
+#include <cstring>
 #include <netinet/in.h>
+#include <stdexcept>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
-
-#include <algorithm>
-#include <cstring>
-#include <stdexcept>
 
 std::vector<std::string> ScriptedHttpServer::Request::Fields(const std::string& name) const
 {

@@ -1,12 +1,11 @@
 #include "Shortage.h"
 
-#include <dlfcn.h>
-#include <pthread.h>
-
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
+#include <dlfcn.h>
 #include <new>
+#include <pthread.h>
 
 namespace
 {

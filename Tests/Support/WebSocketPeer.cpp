@@ -2,7 +2,6 @@
 
 #include "Deadline.h"
 
-#include <gtest/gtest.h>
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -12,6 +11,7 @@
 #include <boost/beast/core/buffers_to_string.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/websocket/stream.hpp>
+#include <gtest/gtest.h>
 
 #include <optional>
 

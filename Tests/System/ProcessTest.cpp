@@ -2,17 +2,17 @@
 #include "Sanitized.h"
 #include "TemporaryFolder.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <signal.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <regex>
+#include <signal.h>
 #include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {

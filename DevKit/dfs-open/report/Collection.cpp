@@ -3,11 +3,10 @@
 #include "Examination.h"
 #include "Markup.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <map>
+#include <sys/stat.h>
 #include <utility>
 
 namespace DfsReport

@@ -1,7 +1,6 @@
-#include "Readers.h"
-
 #include "Clock.h"
 #include "Lines.h"
+#include "Readers.h"
 #include "StrictJson.h"
 
 #include <json/json.h>

@@ -1,9 +1,8 @@
-#include "Rules.h"
-
 #include "Clock.h"
 #include "Lines.h"
 #include "Markup.h"
 #include "Numbers.h"
+#include "Rules.h"
 
 #include <algorithm>
 #include <cctype>

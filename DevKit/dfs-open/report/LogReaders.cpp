@@ -1,8 +1,7 @@
-#include "Readers.h"
-
 #include "Clock.h"
 #include "Lines.h"
 #include "LogLine.h"
+#include "Readers.h"
 
 #include <functional>
 

@@ -1,6 +1,5 @@
-#include "Readers.h"
-
 #include "Lines.h"
+#include "Readers.h"
 
 #include <algorithm>
 

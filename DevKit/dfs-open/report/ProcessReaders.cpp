@@ -1,7 +1,6 @@
-#include "Readers.h"
-
 #include "Columns.h"
 #include "Lines.h"
+#include "Readers.h"
 
 #include <algorithm>
 

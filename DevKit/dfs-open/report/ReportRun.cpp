@@ -6,16 +6,15 @@
 #include "Numbers.h"
 #include "Page.h"
 
-#include <fcntl.h>
-#include <stdlib.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
 #include <memory>
 #include <ostream>
 #include <stdexcept>
+#include <stdlib.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace DfsReport
 {

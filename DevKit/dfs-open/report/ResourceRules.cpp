@@ -1,6 +1,5 @@
-#include "Rules.h"
-
 #include "Numbers.h"
+#include "Rules.h"
 
 #include <algorithm>
 

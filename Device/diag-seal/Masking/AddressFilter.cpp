@@ -3,9 +3,8 @@
 #include "Characters.h"
 #include "MacSpelling.h"
 
-#include <arpa/inet.h>
-
 #include <algorithm>
+#include <arpa/inet.h>
 #include <array>
 
 namespace DiagSeal

@@ -4,12 +4,11 @@
 #include "Descriptor.h"
 #include "ErrorText.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace DiagSeal
 {

@@ -6,8 +6,6 @@
 #include "WallClock.h"
 
 #include <json/json.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -20,6 +18,8 @@
 #include <set>
 #include <stdexcept>
 #include <string_view>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace
 {

@@ -1,9 +1,8 @@
 #pragma once
 
-#include <semaphore.h>
-
 #include <atomic>
 #include <memory>
+#include <semaphore.h>
 
 /** One unit of work on its way to a task. */
 class TaskMessage

@@ -1,10 +1,9 @@
 #include "FileDescriptor.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <unistd.h>
 
 FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept
 {

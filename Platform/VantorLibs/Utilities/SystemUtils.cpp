@@ -3,16 +3,15 @@
 #include "FileDescriptor.h"
 #include "StringUtils.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
+#include <fcntl.h>
 #include <filesystem>
 #include <mutex>
 #include <stdexcept>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace
 {

@@ -2,10 +2,9 @@
 
 #include "DPrint.h"
 
-#include <sys/socket.h>
-
 #include <cstdint>
 #include <cstdio>
+#include <sys/socket.h>
 
 namespace Http
 {

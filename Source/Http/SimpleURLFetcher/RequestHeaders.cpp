@@ -3,9 +3,8 @@
 #include "Base64.h"
 #include "DPrint.h"
 
-#include <strings.h>
-
 #include <string_view>
+#include <strings.h>
 
 namespace Http
 {

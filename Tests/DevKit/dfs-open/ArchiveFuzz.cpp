@@ -2,8 +2,6 @@
 #include "Examination.h"
 #include "FuzzCheck.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
 #include <zlib.h>
 
 #include <algorithm>
@@ -11,6 +9,8 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace
 {

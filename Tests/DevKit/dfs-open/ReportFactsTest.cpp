@@ -1,9 +1,9 @@
-#include <gmock/gmock.h>
-
 #include "Clock.h"
 #include "FactReader.h"
 #include "LogLine.h"
 #include "TemporaryFolder.h"
+
+#include <gmock/gmock.h>
 
 #include <sstream>
 

@@ -1,7 +1,7 @@
-#include <gtest/gtest.h>
-
 #include "Clock.h"
 #include "Findings.h"
+
+#include <gtest/gtest.h>
 
 namespace
 {

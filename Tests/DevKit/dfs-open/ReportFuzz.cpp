@@ -1,11 +1,11 @@
-#include <algorithm>
-#include <cstdint>
-#include <string>
-
 #include "FactReader.h"
 #include "FuzzCheck.h"
 #include "Page.h"
 #include "Utf8Text.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
 
 namespace
 {

@@ -1,13 +1,13 @@
-#include <gmock/gmock.h>
-#include <openssl/evp.h>
-#include <sys/stat.h>
-
-#include <regex>
-
 #include "ArchiveMaker.h"
 #include "FactReader.h"
 #include "Markup.h"
 #include "Page.h"
+
+#include <gmock/gmock.h>
+#include <openssl/evp.h>
+
+#include <regex>
+#include <sys/stat.h>
 
 namespace
 {

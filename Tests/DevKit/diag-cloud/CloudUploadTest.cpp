@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 
 #include <signal.h>
-
 #include <system_error>
 
 namespace

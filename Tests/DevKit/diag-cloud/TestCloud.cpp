@@ -6,11 +6,11 @@
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <cerrno>
 #include <filesystem>
+#include <netinet/in.h>
 #include <regex>
+#include <sys/socket.h>
 
 const std::string TestCloud::kMetadata =
     R"({"productName":"","productId":"GUID-1","productType":"t","softwareVersion":"1.0","fileType":"f",)"

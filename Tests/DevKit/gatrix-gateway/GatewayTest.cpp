@@ -1,14 +1,12 @@
-#include "Gateway.h"
-
 #include "ChildProcess.h"
+#include "Gateway.h"
 #include "TestClient.h"
 
 #include <gmock/gmock.h>
 
-#include <signal.h>
-
 #include <future>
 #include <memory>
+#include <signal.h>
 #include <system_error>
 #include <vector>
 

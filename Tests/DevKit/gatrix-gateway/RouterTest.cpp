@@ -1,6 +1,5 @@
-#include "Router.h"
-
 #include "Limits.h"
+#include "Router.h"
 
 #include <gmock/gmock.h>
 #include <json/json.h>

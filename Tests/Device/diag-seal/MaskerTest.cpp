@@ -4,10 +4,10 @@
 #include "Texts.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <sstream>
+#include <sys/stat.h>
 
 using namespace DiagSeal;
 

@@ -1,23 +1,22 @@
-#include "CliClientMT.h"
-
 #include "APTask.h"
+#include "CliClientMT.h"
 #include "CliWire.h"
 #include "Deadline.h"
 #include "Sanitized.h"
 #include "UnixSocket.h"
 
 #include <gmock/gmock.h>
+
+#include <filesystem>
+#include <future>
 #include <poll.h>
 #include <signal.h>
+#include <stdexcept>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <filesystem>
-#include <future>
-#include <stdexcept>
 
 namespace
 {

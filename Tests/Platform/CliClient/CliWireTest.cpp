@@ -1,5 +1,4 @@
 #include "CliWire.h"
-
 #include "CommandWords.h"
 
 #include <gtest/gtest.h>

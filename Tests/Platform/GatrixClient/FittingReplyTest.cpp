@@ -1,5 +1,4 @@
 #include "FittingReply.h"
-
 #include "GatrixBody.h"
 #include "ProtoToMarkup.h"
 #include "Texts.h"

@@ -1,6 +1,5 @@
-#include "GatrixWire.h"
-
 #include "GatrixBody.h"
+#include "GatrixWire.h"
 #include "ReconnectDelay.h"
 #include "Texts.h"
 

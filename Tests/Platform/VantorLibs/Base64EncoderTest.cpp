@@ -1,5 +1,4 @@
 #include "Base64Encoder.h"
-
 #include "Texts.h"
 
 #include <gtest/gtest.h>

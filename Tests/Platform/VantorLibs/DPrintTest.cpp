@@ -1,5 +1,4 @@
 #include "DPrint.h"
-
 #include "Memory.h"
 #include "Sanitized.h"
 #include "Texts.h"

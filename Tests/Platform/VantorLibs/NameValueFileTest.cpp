@@ -1,6 +1,5 @@
-#include "NameValueFile.h"
-
 #include "MfgData.h"
+#include "NameValueFile.h"
 #include "TemporaryFolder.h"
 
 #include <gmock/gmock.h>

@@ -1,16 +1,15 @@
 #include "ProtoPersistenceFactory.h"
-
 #include "TemporaryFolder.h"
 #include "Texts.h"
 
 #include <gmock/gmock.h>
-#include <signal.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <future>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 
 namespace
 {

@@ -1,5 +1,4 @@
 #include "ProtoToMarkup.h"
-
 #include "Texts.h"
 #include "UploadSysInfo.pb.h"
 

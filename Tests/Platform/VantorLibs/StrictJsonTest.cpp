@@ -1,5 +1,4 @@
 #include "StrictJson.h"
-
 #include "Texts.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,4 @@
 #include "StringUtils.h"
-
 #include "Utf8Text.h"
 
 #include <gtest/gtest.h>

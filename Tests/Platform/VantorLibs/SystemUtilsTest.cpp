@@ -1,17 +1,16 @@
-#include "SystemUtils.h"
-
 #include "ChildProcess.h"
+#include "SystemUtils.h"
 #include "TemporaryFolder.h"
 #include "Texts.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
+
+#include <fcntl.h>
+#include <filesystem>
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <filesystem>
 
 namespace
 {

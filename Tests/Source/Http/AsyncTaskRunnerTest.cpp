@@ -1,5 +1,4 @@
 #include "AsyncTaskRunner.h"
-
 #include "CapturedLog.h"
 #include "Deadline.h"
 

@@ -1,7 +1,6 @@
-#include "CHttpInterface.h"
-
 #include "AnswerProbe.h"
 #include "AsyncTaskRunner.h"
+#include "CHttpInterface.h"
 #include "HttpGlobal.h"
 #include "Memory.h"
 #include "RunTask.h"

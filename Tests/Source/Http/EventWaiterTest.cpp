@@ -1,17 +1,16 @@
-#include "EventWaiter.h"
-
 #include "Deadline.h"
+#include "EventWaiter.h"
 #include "Sanitized.h"
 #include "TemporaryFolder.h"
 
 #include <gtest/gtest.h>
+
+#include <atomic>
 #include <sys/eventfd.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
-#include <unistd.h>
-
-#include <atomic>
 #include <thread>
+#include <unistd.h>
 
 using Http::EventWaiter;
 using Result = Http::EventWaiter::Result;

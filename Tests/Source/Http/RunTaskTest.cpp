@@ -1,6 +1,5 @@
-#include "RunTask.h"
-
 #include "CapturedLog.h"
+#include "RunTask.h"
 #include "ScriptedHttpServer.h"
 #include "StringUtils.h"
 

@@ -1,14 +1,12 @@
-#include "SimpleURLFetcher.h"
-
 #include "CapturedLog.h"
 #include "ChildProcess.h"
 #include "RunTask.h"
 #include "ScriptedHttpServer.h"
-
-#include <dlfcn.h>
+#include "SimpleURLFetcher.h"
 
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
 #include <optional>
 
 using Http::HSMResponse;
