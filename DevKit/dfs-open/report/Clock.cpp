@@ -32,7 +32,9 @@ std::optional<Seconds> ToSeconds(const Fields& fields)
     time.tm_hour = static_cast<int>(fields.hour);
     time.tm_min = static_cast<int>(fields.minute);
     time.tm_sec = static_cast<int>(fields.second);
-    return static_cast<Seconds>(timegm(&time));
+    const std::time_t seconds = timegm(&time);
+    // timegm(3) takes February 30 for a day of March.
+    return time.tm_mon + 1 == static_cast<int>(fields.month) ? std::optional<Seconds>(seconds) : std::nullopt;
 }
 
 // 1 to 12; 0 for what is no month.

@@ -1,6 +1,7 @@
 #include "Compare.h"
 
 #include "Clock.h"
+#include "Glance.h"
 #include "LogLine.h"
 #include "Markup.h"
 #include "Numbers.h"
@@ -52,7 +53,7 @@ std::map<std::string, std::string> Items(const Collection& collection)
     for (const Document& document : collection.documents) {
         const DfsOpen::Item& item = document.item;
         const std::string size = item.plainSize ? Bytes(static_cast<double>(*item.plainSize)) : "unknown size";
-        items[NameOf(item)] = item.IsSound() ? size : size + ", " + item.text;
+        items[NameOf(item)] = item.text.empty() ? size : size + ", " + item.text;
     }
     return items;
 }
@@ -136,13 +137,14 @@ void SetComparison(View& page, const Archive& archive, const Archive& other)
     differences.Add("Collected", Time(before.collected), Time(now.collected));
     AddItems(differences, archive, other);
     AddFindings(differences, archive, other);
-    const bool isSame = before.serialNumber == now.serialNumber;
+    const bool isOther = before.serialNumber && now.serialNumber && *before.serialNumber != *now.serialNumber;
     auto errors = NewErrors(archive, other);
-    page.Set("comparedTitle",
-             std::string("Compared with ") + other.collection.name + (isSame ? "" : ", an archive of another device"))
+    page.Set("comparedTitle", std::string("Compared with ") + other.collection.name +
+                                  (isOther ? ", an archive of another device" : "") +
+                                  (Unread(other.collection, before).empty() ? "" : ", which could not be read in full"))
         .Set("differences", differences.Take())
-        .Set("newErrorsTitle", !before.log ? "The other archive has no log: every error is new"
-                                           : (errors.empty() ? "No new errors" : "New errors"))
+        .Set("newErrorsTitle", !before.log && !errors.empty() ? "The other archive has no log: every error is new"
+                                                              : (errors.empty() ? "No new errors" : "New errors"))
         .Set("newErrors", std::move(errors));
 }
 

@@ -1,5 +1,6 @@
 #include "Clock.h"
 #include "Lines.h"
+#include "LogLine.h"
 #include "Markup.h"
 #include "Numbers.h"
 #include "Rules.h"
@@ -19,12 +20,8 @@ bool NamesFailure(std::string text)
 {
     std::transform(text.begin(), text.end(), text.begin(),
                    [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-    for (const char* word : {"fail", "error", "abort", "corrupt", "rollback", "rolled back", "invalid"}) {
-        if (Contains(text, word)) {
-            return true;
-        }
-    }
-    return false;
+    return Contains(text, "rollback") || Contains(text, "rolled back") || Contains(text, "invalid") ||
+           ParseLogLine(text, {}).severity == Severity::Error;
 }
 
 } // namespace
@@ -45,6 +42,16 @@ void FindArchiveFaults(const Evidence& evidence)
 {
     for (const std::string& fault : evidence.collection.faults) {
         evidence.Add(Weight::Serious, fault);
+    }
+}
+
+void FindCutItems(const Evidence& evidence)
+{
+    for (const auto& [place, bytes] : evidence.facts.cuts) {
+        evidence.Add(Weight::Warning,
+                     "Item \"" + NameOf(evidence.collection.documents[place.document].item) +
+                         "\": " + Counted(bytes, "byte") + " missing at line " + std::to_string(place.line),
+                     place);
     }
 }
 
@@ -124,7 +131,9 @@ void FindFailedUpdate(const Evidence& evidence)
     const Update& update = *evidence.facts.update;
     for (const auto& [name, value] : update.status) {
         if (NamesFailure(value)) {
-            evidence.Add(Weight::Serious, "Update: " + name + " is \"" + value + '"', update.statusPlace);
+            evidence.Add(Weight::Serious,
+                         std::string("Update: ").append(name).append(" is \"").append(value).append("\""),
+                         update.statusPlace);
         }
     }
     if (NamesFailure(update.lastState)) {

@@ -65,7 +65,7 @@ constexpr std::string_view kCoreDumps = "coredumpfilelist";
 // Takes the last line that is not empty off the text.
 Line TakeLast(const Section& section, std::string_view& text)
 {
-    text = text.substr(0, text.find_last_not_of("\n") + 1);
+    text = text.substr(0, text.find_last_not_of('\n') + 1);
     const std::size_t begin = text.rfind('\n') + 1;
     const std::size_t before = static_cast<std::size_t>(std::count(text.begin(), text.begin() + begin, '\n'));
     const Line last{text.substr(begin), section.firstLine + before};
@@ -112,6 +112,25 @@ bool TakeRemarks(const Document& document, Section& section, Facts& facts)
     return !hasEnded || std::count(section.body.begin(), section.body.end(), '\n') > 2;
 }
 
+// Notes where diag-seal has left the middle out of what was too large: "diag-seal: 12 bytes are missing here".
+void ReadCuts(std::string_view text, std::size_t document, Facts& facts)
+{
+    constexpr std::string_view kBefore = "\ndiag-seal: ";
+    constexpr std::string_view kBehind = " bytes are missing here\n";
+    std::size_t counted = 0, line = 1;
+    for (std::size_t at = text.find(kBefore); at != std::string_view::npos && facts.cuts.size() < kMostEntries;
+         at = text.find(kBefore, at + 1)) {
+        const std::string_view rest = text.substr(at + kBefore.size());
+        const std::size_t digits = std::min(rest.find_first_not_of("0123456789"), rest.size());
+        const auto bytes = Whole(rest.substr(0, digits));
+        if (bytes && StartsWith(rest.substr(digits), kBehind)) {
+            line += static_cast<std::size_t>(std::count(text.begin() + counted, text.begin() + at + 1, '\n'));
+            counted = at + 1;
+            facts.cuts[{document, line}] = *bytes;
+        }
+    }
+}
+
 } // namespace
 
 Facts ReadFacts(const Collection& collection)
@@ -126,6 +145,7 @@ Facts ReadFacts(const Collection& collection)
             facts.collected = named;
             facts.collectedPlace = {index, 0};
         }
+        ReadCuts(document.text, index, facts);
         for (Section& section : Sections(document, index)) {
             if (!section.body.empty() && TakeRemarks(document, section, facts)) {
                 sections.push_back(section);

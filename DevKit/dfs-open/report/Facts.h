@@ -18,7 +18,7 @@ namespace DfsReport
 /** Entries of each list of facts; what is beyond is told as not read. */
 constexpr std::size_t kMostEntries = 1000;
 
-/** Seconds since 1970-01-01T00:00:00Z; of a log that names no zone, as if its times were of UTC. */
+/** Seconds since 1970-01-01T00:00:00Z; of a log, as if its times were of UTC, whatever zone it names. */
 using Seconds = std::int64_t;
 
 /** In KiB. */
@@ -95,7 +95,11 @@ struct Minute
     std::array<std::uint64_t, 3> lines{}; ///< By severity.
     Place first;                          ///< The first line of the most serious ones.
     Severity firstSeverity = Severity::Other;
+
+    std::uint64_t All() const { return lines[0] + lines[1] + lines[2]; }
 };
+
+using Minutes = std::map<Seconds, Minute>;
 
 /** Lines that say the same but for their numbers. */
 struct Message
@@ -116,12 +120,12 @@ struct Crash
 
 struct Log
 {
-    std::map<Seconds, Minute> minutes; ///< By the second in which the minute begins.
+    Minutes minutes; ///< By the second in which the minute begins.
     std::array<std::uint64_t, 3> lines{};
     std::uint64_t undated = 0;
     std::map<std::string, Message> errors; ///< By the text without its numbers.
     std::map<std::string, Crash> crashes;  ///< By the program or service.
-    std::vector<Place> boots;              ///< Where the kernel began.
+    std::vector<Place> boots;              ///< Where the kernel began, of the log that has the most.
     std::uint64_t sections = 0;            ///< Logs that were read.
 };
 
@@ -160,8 +164,9 @@ struct Facts
     std::optional<Log> log;
     std::unordered_map<std::size_t, std::size_t> seenLines; ///< By hash, which log had a line first.
     std::optional<Update> update;
-    std::map<std::string, Place> ended; ///< Tools that failed or were ended, by what the item says.
-    std::vector<std::string> unread;    ///< What is there and was not understood, in words for the user.
+    std::map<Place, std::uint64_t> cuts; ///< Bytes that the device has left out there.
+    std::map<std::string, Place> ended;  ///< Tools that failed or were ended, by what the item says.
+    std::vector<std::string> unread;     ///< What is there and was not understood, in words for the user.
 };
 
 } // namespace DfsReport

@@ -114,11 +114,11 @@ std::optional<std::string> CrashValue(const Facts& facts)
             crashes += crash.Count();
         }
     }
-    if (!facts.log && !facts.coreDumps) {
-        return std::nullopt;
+    const std::string dumps = facts.coreDumps ? Counted(facts.coreDumps->size(), "dump") : "";
+    if (!facts.log) {
+        return facts.coreDumps ? std::optional(dumps) : std::nullopt;
     }
-    return std::to_string(crashes) + (crashes == 1 ? " crash" : " crashes") +
-           (facts.coreDumps ? ", " + Counted(facts.coreDumps->size(), "dump") : "");
+    return std::to_string(crashes) + (crashes == 1 ? " crash" : " crashes") + (dumps.empty() ? "" : ", " + dumps);
 }
 
 std::optional<std::string> UpdateValue(const Facts& facts)
@@ -184,6 +184,11 @@ std::vector<std::string> Unread(const Collection& collection, const Facts& facts
                              Bytes(static_cast<double>(document.text.size())) + " only; dfs-open --cat shows it all");
         }
     }
+    for (const auto& [place, bytes] : facts.cuts) {
+        unread.push_back("Item \"" + NameOf(collection.documents[place.document].item) +
+                         "\" was too large: the device has cut " + Counted(bytes, "byte") + " at line " +
+                         std::to_string(place.line));
+    }
     for (const std::string& section : facts.unread) {
         unread.push_back("Not understood: " + section + ". Its text is shown as it is.");
     }
@@ -201,7 +206,8 @@ void SetGlance(View& page, const Collection& collection, const Facts& facts, con
     for (const std::string& text : Unread(collection, facts)) {
         unread.push_back(View().Set("text", Markup::Shortened(text, kLongestShown)));
     }
-    page.Set("hasBanner", !unread.empty()).Set("unread", std::move(unread));
+    page.Set("hasBanner", !unread.empty());
+    page.Set("unread", std::move(unread));
 
     const std::size_t serious = static_cast<std::size_t>(std::count_if(
         findings.begin(), findings.end(), [](const Finding& finding) { return finding.weight == Weight::Serious; }));

@@ -1,7 +1,6 @@
 #include "Lines.h"
 
 #include <charconv>
-#include <cmath>
 #include <cstdlib>
 #include <string>
 
@@ -43,17 +42,15 @@ std::optional<double> Number(std::string_view word)
     if (!word.empty() && word.back() == '%') {
         word.remove_suffix(1);
     }
-    // GCC 10 has std::from_chars for whole numbers only. strtod(3) reads hexadecimals, exponents and names too.
-    if (word.empty() || word.find_first_not_of("-.0123456789") != std::string_view::npos) {
+    // GCC 10 has std::from_chars for whole numbers only. strtod(3) reads signs, hexadecimals, exponents and names too.
+    if (word.empty() || word.find_first_not_of(".0123456789") != std::string_view::npos) {
         return std::nullopt;
     }
     const std::string text(word);
     char* end = nullptr;
     const double number = std::strtod(text.c_str(), &end);
-    if (end != text.c_str() + text.size() || !std::isfinite(number)) {
-        return std::nullopt;
-    }
-    return number;
+    const bool isRead = end == text.c_str() + text.size() && number <= kLargestNumber;
+    return isRead ? std::optional(number) : std::nullopt;
 }
 
 std::optional<std::uint64_t> Whole(std::string_view word)
@@ -94,7 +91,7 @@ std::optional<double> Kibibytes(std::string_view word)
             break;
     }
     const auto number = Number(word);
-    return number && *number >= 0 ? std::optional(*number * unit) : std::nullopt;
+    return number ? std::optional(*number * unit) : std::nullopt;
 }
 
 bool StartsWith(std::string_view text, std::string_view beginning)

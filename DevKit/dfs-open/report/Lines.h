@@ -33,7 +33,11 @@ private:
 /** The words between blanks and tabs, at most so many; what is behind those is left out. */
 std::vector<std::string_view> Words(std::string_view text, std::size_t most = 64);
 
-/** A decimal number, such as "12.5", with a "%" behind it or not. Nothing when the word is anything else. */
+/** No device counts further; sums of such numbers, and times of so many seconds, fit their types. */
+constexpr double kLargestNumber = 1e15;
+
+/** A decimal number from 0 to kLargestNumber, such as "12.5", with a "%" behind it or not. Nothing when the word is
+ * anything else. */
 std::optional<double> Number(std::string_view word);
 
 /** A whole number of up to 64 bits. Nothing when the word is anything else. */

@@ -38,6 +38,9 @@ std::vector<std::string> Archives(const std::string& folder)
     if (error) {
         throw std::invalid_argument("cannot read the folder " + folder + ": " + error.message());
     }
+    if (paths.empty()) {
+        throw std::invalid_argument(folder + " has no archive: no name in it ends in " + suffix);
+    }
     std::sort(paths.begin(), paths.end());
     return paths;
 }
@@ -56,6 +59,14 @@ Archive ReadOrTell(const std::string& path, const DfsOpen::PrivateKey& key, cons
     }
 }
 
+// "2026-11-22T01:16:29Z", without a blank, so that each column is a word.
+std::string Time(Seconds time)
+{
+    std::string text = Clock::Text(time);
+    std::replace(text.begin(), text.end(), ' ', 'T');
+    return text + 'Z';
+}
+
 // A line of JSON; texts in it are valid UTF-8, and no control characters reach a terminal.
 void PrintJson(const Archive& archive, std::ostream& out)
 {
@@ -68,7 +79,7 @@ void PrintJson(const Archive& archive, std::ostream& out)
     object["device"] = text(facts.serialNumber);
     object["product"] = text(facts.productName);
     object["version"] = text(facts.version);
-    object["time"] = facts.collected ? Json::Value(Clock::Text(*facts.collected)) : Json::Value();
+    object["time"] = facts.collected ? Json::Value(Time(*facts.collected)) : Json::Value();
     object["isWhole"] = archive.IsSound();
     object["findings"] = Json::Value(Json::arrayValue);
     const char* const weights[] = {"serious", "warning", "notice"};
@@ -83,17 +94,26 @@ void PrintJson(const Archive& archive, std::ostream& out)
     out << Json::writeString(builder, object) << '\n';
 }
 
+// One word for a column, whatever the device calls itself.
+std::string Word(const std::optional<std::string>& text)
+{
+    std::string word = Escape::Name(text.value_or("-"));
+    for (std::size_t at = word.find(' '); at != std::string::npos; at = word.find(' ')) {
+        word.replace(at, 1, "\\x20");
+    }
+    return word;
+}
+
 void PrintColumns(const Archive& archive, std::ostream& out)
 {
-    constexpr int kTime = 19, kDevice = 20, kVersion = 24, kCount = 8;
+    constexpr int kTime = 20, kDevice = 20, kVersion = 24, kCount = 8;
     const Facts& facts = archive.facts;
     const auto count = std::count_if(archive.findings.begin(), archive.findings.end(),
                                      [](const Finding& finding) { return finding.weight == Weight::Serious; });
-    out << std::left << std::setw(kTime) << (facts.collected ? Clock::Text(*facts.collected) : "-") << "  "
-        << std::setw(kDevice) << Escape::Name(facts.serialNumber.value_or("-")) << "  " << std::setw(kVersion)
-        << Escape::Name(facts.version.value_or("-")) << "  " << std::right << std::setw(kCount)
-        << archive.findings.size() << "  " << std::setw(kCount) << count << "  "
-        << Escape::Name(archive.collection.name) << "  "
+    out << std::left << std::setw(kTime) << (facts.collected ? Time(*facts.collected) : "-") << "  "
+        << std::setw(kDevice) << Word(facts.serialNumber) << "  " << std::setw(kVersion) << Word(facts.version) << "  "
+        << std::right << std::setw(kCount) << archive.findings.size() << "  " << std::setw(kCount) << count << "  "
+        << Word(archive.collection.name) << "  "
         << (archive.findings.empty() ? "-" : Escape::Name(archive.findings.front().text, 100)) << '\n';
 }
 
@@ -102,13 +122,14 @@ void PrintColumns(const Archive& archive, std::ostream& out)
 bool List(const std::string& folder, const std::optional<std::string>& key, const DfsOpen::Limits& limits, bool isJson,
           std::ostream& out)
 {
+    const std::vector<std::string> paths = Archives(folder);
     if (!isJson) {
-        out << "TIME                 DEVICE                VERSION                   FINDINGS   SERIOUS  ARCHIVE  "
+        out << "TIME                  DEVICE                VERSION                   FINDINGS   SERIOUS  ARCHIVE  "
                "FIRST FINDING\n";
     }
     const DfsOpen::PrivateKey opened = DfsOpen::ReadPrivateKey(key);
     bool isSound = true;
-    for (const std::string& path : Archives(folder)) {
+    for (const std::string& path : paths) {
         const Archive archive = ReadOrTell(path, opened, limits);
         isSound = isSound && archive.IsSound();
         if (isJson) {

@@ -18,7 +18,8 @@ constexpr std::size_t kMostArchives = 10000;
  *
  * @param isJson an object a line rather than columns
  * @return whether every archive could be opened and is whole
- * @throws std::invalid_argument with one line for the user when the folder or the key cannot be read
+ * @throws std::invalid_argument with one line for the user when the folder or the key cannot be read, or there is no
+ * archive
  */
 bool List(const std::string& folder, const std::optional<std::string>& key, const DfsOpen::Limits& limits, bool isJson,
           std::ostream& out);

@@ -86,7 +86,8 @@ std::optional<Seconds> TakeTime(std::string_view& text, const LogClock& clock)
         text.remove_prefix(std::min(end + 2, text.size()));
         return clock.started ? std::optional(*clock.started + static_cast<Seconds>(*seconds)) : std::nullopt;
     }
-    if (const auto time = Clock::FromIso(text)) {
+    // Its zone is left alone: a log beside it names none, and has the same lines.
+    if (const auto time = Clock::FromIso(text.substr(0, 19))) {
         DropWord(text);
         DropWord(text);
         return time;
@@ -100,6 +101,19 @@ std::optional<Seconds> TakeTime(std::string_view& text, const LogClock& clock)
     return std::nullopt;
 }
 
+// The kernel's own text, behind "kernel: " and its time since the start; empty when the line is not the kernel's.
+std::string_view KernelText(std::string_view line, std::string_view message)
+{
+    constexpr std::string_view kTeller = "kernel: ";
+    const bool isTold = StartsWith(message, kTeller);
+    if (!isTold && (line.empty() || line[0] != '[')) {
+        return {};
+    }
+    message.remove_prefix(isTold ? kTeller.size() : 0);
+    TakeTime(message, {});
+    return message;
+}
+
 } // namespace
 
 LogLine ParseLogLine(std::string_view line, const LogClock& clock)
@@ -111,6 +125,7 @@ LogLine ParseLogLine(std::string_view line, const LogClock& clock)
     if (named) {
         DropWord(parsed.message);
     }
+    parsed.kernel = KernelText(line, parsed.message);
     parsed.severity = named ? *named : SeverityByWords(parsed.message);
     return parsed;
 }
@@ -148,11 +163,6 @@ std::string CrashedProgram(std::string_view message, Teller teller)
     }
     constexpr std::size_t kLongestName = 64;
     return std::string(name.substr(name.find_last_of(" :") + 1).substr(0, kLongestName));
-}
-
-bool IsBoot(std::string_view message)
-{
-    return Contains(message, "Linux version ") || Contains(message, "Booting Linux");
 }
 
 } // namespace DfsReport

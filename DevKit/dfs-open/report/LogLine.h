@@ -14,6 +14,7 @@ struct LogLine
 {
     std::optional<Seconds> time;
     std::string_view message; ///< Behind time, host and, of BusyBox, facility and severity.
+    std::string_view kernel;  ///< Of a message of the kernel, what is the same in each log that has it.
     Severity severity = Severity::Other;
 };
 
@@ -43,8 +44,5 @@ enum class Teller
 
 /** The program or service that the message says has crashed; empty when it says no such thing of this teller's. */
 std::string CrashedProgram(std::string_view message, Teller teller);
-
-/** Whether the message is the kernel's first. */
-bool IsBoot(std::string_view message);
 
 } // namespace DfsReport

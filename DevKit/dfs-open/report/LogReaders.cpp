@@ -4,6 +4,7 @@
 #include "Readers.h"
 
 #include <functional>
+#include <utility>
 
 namespace DfsReport
 {
@@ -41,10 +42,13 @@ void CountCrash(Log& log, std::string_view message, const Place& place)
 // Whether another log has the line, too; one log may repeat its own.
 bool IsSeenElsewhere(Facts& facts, const LogLine& line, std::size_t section)
 {
-    if (!line.time || facts.seenLines.size() >= kMostSeen) {
+    // Each log has a time of its own for what the kernel said before it began.
+    const bool isKernel = !line.kernel.empty();
+    if ((!isKernel && !line.time) || facts.seenLines.size() >= kMostSeen) {
         return false;
     }
-    const std::size_t key = std::hash<std::string_view>()(line.message) ^ static_cast<std::size_t>(*line.time);
+    const std::hash<std::string_view> hash;
+    const std::size_t key = isKernel ? hash(line.kernel) : hash(line.message) ^ static_cast<std::size_t>(*line.time);
     return facts.seenLines.emplace(key, section).first->second != section;
 }
 
@@ -57,7 +61,7 @@ void CountMinute(Log& log, const LogLine& line, const Place& place)
         return;
     }
     Minute& counted = found == log.minutes.end() ? log.minutes[minute] : found->second;
-    const bool isFirst = counted.lines[0] + counted.lines[1] + counted.lines[2] == 0;
+    const bool isFirst = counted.All() == 0;
     if (isFirst || line.severity < counted.firstSeverity) {
         counted.first = place;
         counted.firstSeverity = line.severity;
@@ -69,23 +73,24 @@ void CountMinute(Log& log, const LogLine& line, const Place& place)
 
 bool ReadLog(const Section& section, Facts& facts)
 {
-    if (!facts.log) {
-        facts.log.emplace();
-    }
-    Log& log = *facts.log;
+    Log log = facts.log ? std::move(*facts.log) : Log();
     ++log.sections;
+    std::vector<Place> boots;
     LogClock clock{facts.collected, std::nullopt};
     if (facts.collected && facts.uptime) {
         clock.started = *facts.collected - static_cast<Seconds>(*facts.uptime);
     }
     Lines lines(section.body, section.firstLine);
     for (Line line; lines.Next(line);) {
-        if (line.text.empty() || StartsWith(line.text, "-- ")) {
+        if (line.text.empty() || StartsWith(line.text, "-- ") || line.text == "No journal files were found.") {
             // journalctl(1) says so that there is nothing, or where a boot begins.
             continue;
         }
         const LogLine parsed = ParseLogLine(line.text, clock);
         const Place place{section.document, line.number};
+        if (StartsWith(parsed.kernel, "Linux version ") && boots.size() < kMostEntries) {
+            boots.push_back(place);
+        }
         if (IsSeenElsewhere(facts, parsed, log.sections)) {
             continue;
         }
@@ -99,9 +104,11 @@ bool ReadLog(const Section& section, Facts& facts)
             Count(log.errors, Signature(parsed.message), parsed.message, place);
         }
         CountCrash(log, parsed.message, place);
-        if (IsBoot(parsed.message) && log.boots.size() < kMostEntries) {
-            log.boots.push_back(place);
-        }
+    }
+    // Each log may have the same starts.
+    log.boots = boots.size() > log.boots.size() ? boots : log.boots;
+    if (log.lines[0] + log.lines[1] + log.lines[2] > 0) {
+        facts.log = std::move(log);
     }
     return true;
 }

@@ -60,12 +60,15 @@ bool IsDeceptive(std::uint32_t point)
     {
         std::uint32_t first, last;
     };
-    // C1 controls, soft hyphen, Arabic letter mark, Mongolian vowel separator, zero width to right-to-left mark, line
-    // separator to overrides, invisible operators and isolates, byte order mark, interlinear marks, noncharacters,
-    // tags.
-    constexpr Range kRanges[] = {{0x80, 0x9F},     {0xAD, 0xAD},     {0x61C, 0x61C},    {0x180E, 0x180E},
-                                 {0x200B, 0x200F}, {0x2028, 0x202E}, {0x2060, 0x206F},  {0xFEFF, 0xFEFF},
-                                 {0xFFF0, 0xFFFC}, {0xFFFE, 0xFFFF}, {0xE0000, 0xE0FFF}};
+    // C1 controls, soft hyphen, grapheme joiner, Arabic letter mark, Hangul fillers, Khmer vowels that are not seen,
+    // Mongolian separators, zero width to right-to-left mark, line separator to overrides, invisible operators and
+    // isolates, Hangul filler, byte order mark, Hangul filler, interlinear marks, noncharacters, shorthand and musical
+    // controls, tags.
+    constexpr Range kRanges[] = {{0x80, 0x9F},       {0xAD, 0xAD},      {0x34F, 0x34F},   {0x61C, 0x61C},
+                                 {0x115F, 0x1160},   {0x17B4, 0x17B5},  {0x180B, 0x180F}, {0x200B, 0x200F},
+                                 {0x2028, 0x202E},   {0x2060, 0x206F},  {0x3164, 0x3164}, {0xFEFF, 0xFEFF},
+                                 {0xFFA0, 0xFFA0},   {0xFFF0, 0xFFFC},  {0xFFFE, 0xFFFF}, {0x1BCA0, 0x1BCA3},
+                                 {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF}};
     for (const Range& range : kRanges) {
         if (point >= range.first && point <= range.last) {
             return true;

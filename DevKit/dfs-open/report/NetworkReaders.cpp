@@ -117,15 +117,15 @@ bool ReadAddresses(const Section& section, Facts& facts)
 
 bool ReadRoutes(const Section& section, Facts& facts)
 {
-    facts.hasDefaultRoute = facts.hasDefaultRoute.value_or(false);
     if (section.title == "routes") {
+        facts.hasDefaultRoute = facts.hasDefaultRoute.value_or(false);
         facts.routePlace = {section.document, section.firstLine - 1};
     }
     Lines lines(section.body, section.firstLine);
     for (Line line; lines.Next(line);) {
         const auto words = Words(line.text);
         if (words.size() > 2 && (words[0] == "default" || words[0] == "0.0.0.0" || words[0] == "::/0") &&
-            !Contains(line.text, "unreachable") && words.back() != "lo") {
+            words.back() != "lo") {
             facts.hasDefaultRoute = true;
         }
     }

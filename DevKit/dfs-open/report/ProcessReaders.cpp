@@ -25,6 +25,7 @@ bool ReadProcesses(const Section& section, Facts& facts)
 {
     Columns columns("");
     bool isRead = false;
+    double processors = 1;
     Lines lines(section.body, section.firstLine);
     for (Line line; facts.processes.size() < kMostEntries && lines.Next(line);) {
         auto words = Words(line.text);
@@ -32,11 +33,14 @@ bool ReadProcesses(const Section& section, Facts& facts)
         if (titles.Has("PID") && titles.Has("COMMAND")) {
             columns = titles;
             isRead = true;
+            // BusyBox's top(1) tells the share of all processors together.
+            processors = titles.Has("%VSZ") ? static_cast<double>(facts.processorCount.value_or(1)) : 1;
         } else if (isRead && Whole(columns.Get(words, "PID"))) {
             JoinState(columns, words);
+            const auto share = Number(columns.Get(words, "%CPU"));
             facts.processes.push_back({std::string(columns.Get(words, "PID")),
                                        std::string(columns.Get(words, "COMMAND")),
-                                       Number(columns.Get(words, "%CPU")),
+                                       share ? std::optional(*share * processors) : std::nullopt,
                                        Kibibytes(columns.Get(words, "RSS")),
                                        Kibibytes(columns.Get(words, "VSZ")),
                                        {section.document, line.number}});

@@ -9,10 +9,12 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <fstream>
 #include <memory>
 #include <ostream>
 #include <stdexcept>
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -28,6 +30,7 @@ class PageFile
 public:
     explicit PageFile(const std::string& path) : m_path(path), m_temporary(path + ".XXXXXX")
     {
+        RequirePageOrNothing();
         // Of mode 0600: it holds a customer's files.
         m_file = FileDescriptor(mkostemp(m_temporary.data(), O_CLOEXEC));
         Require(bool(m_file));
@@ -61,6 +64,22 @@ public:
     }
 
 private:
+    /** What has the name already is replaced only when it is a page: neither a device, a link nor somebody's archive.
+     */
+    void RequirePageOrNothing() const
+    {
+        constexpr std::string_view kBegin = "<!DOCTYPE html>";
+        struct stat status
+        {};
+        if (lstat(m_path.c_str(), &status) != 0 || (S_ISREG(status.st_mode) && status.st_size == 0)) {
+            return;
+        }
+        std::string begin(kBegin.size(), '\0');
+        if (!S_ISREG(status.st_mode) || !std::ifstream(m_path).read(begin.data(), kBegin.size()) || begin != kBegin) {
+            throw std::invalid_argument(m_path + " is there already, and is no page");
+        }
+    }
+
     void Require(bool isDone) const
     {
         if (!isDone) {

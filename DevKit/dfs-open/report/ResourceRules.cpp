@@ -70,8 +70,10 @@ void FindKilledProcesses(const Evidence& evidence)
 {
     const std::uint64_t killed = evidence.facts.killedForMemory.value_or(0);
     if (killed > 0) {
-        evidence.Add(Weight::Warning, "The kernel has killed a process for want of memory " + Counted(killed, "time"),
-                     evidence.facts.killedPlace);
+        evidence.Add(
+            Weight::Warning,
+            "Since the device started, the kernel has killed a process for want of memory " + Counted(killed, "time"),
+            evidence.facts.killedPlace);
     }
 }
 

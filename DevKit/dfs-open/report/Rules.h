@@ -19,6 +19,7 @@ void FindPressure(const Evidence& evidence);
 // DeviceRules.cpp: the archive, the logs, the software and the network
 void FindBrokenItems(const Evidence& evidence);
 void FindArchiveFaults(const Evidence& evidence);
+void FindCutItems(const Evidence& evidence);
 void FindCrashes(const Evidence& evidence);
 void FindCoreDumps(const Evidence& evidence);
 void FindLogErrors(const Evidence& evidence);

@@ -2,6 +2,7 @@
 #include "Readers.h"
 
 #include <algorithm>
+#include <map>
 
 namespace DfsReport
 {
@@ -92,11 +93,13 @@ bool ReadFileSystems(const Section& section, Facts& facts)
     const auto rows = DiskRows(section);
     for (const DiskRow& row : rows) {
         const auto& words = row.words;
+        // BusyBox shows a device once for each place where it is mounted. Those without a device may look the same.
         const bool isKnown =
+            words[0][0] == '/' &&
             std::any_of(facts.fileSystems.begin(), facts.fileSystems.end(), [&words](const FileSystem& other) {
                 return other.device == words[0] && other.size == words[1] && other.used == words[2];
             });
-        if (!isKnown && words[1] != "0") {
+        if (!isKnown && words[1] != "0" && facts.fileSystems.size() < kMostEntries) {
             facts.fileSystems.push_back({std::string(words[0]),
                                          std::string(words[5]),
                                          std::string(words[1]),
@@ -126,22 +129,19 @@ bool ReadInodes(const Section& section, Facts& facts)
 
 bool ReadMounts(const Section& section, Facts& facts)
 {
-    bool isRead = false;
+    std::map<std::string_view, bool> isReadOnlyAt;
     Lines lines(section.body, section.firstLine);
     for (Line line; lines.Next(line);) {
-        const auto words = Words(line.text);
-        if (words.size() < 4) {
-            continue;
-        }
-        isRead = true;
-        const bool isReadOnly = words[3] == "ro" || StartsWith(words[3], "ro,");
-        for (FileSystem& fileSystem : facts.fileSystems) {
-            if (fileSystem.mount == words[1]) {
-                fileSystem.isReadOnly = isReadOnly;
-            }
+        const auto words = Words(line.text, 4);
+        if (words.size() == 4) {
+            isReadOnlyAt[words[1]] = words[3] == "ro" || StartsWith(words[3], "ro,");
         }
     }
-    return isRead;
+    for (FileSystem& fileSystem : facts.fileSystems) {
+        const auto found = isReadOnlyAt.find(fileSystem.mount);
+        fileSystem.isReadOnly = found != isReadOnlyAt.end() ? found->second : fileSystem.isReadOnly;
+    }
+    return !isReadOnlyAt.empty();
 }
 
 } // namespace DfsReport

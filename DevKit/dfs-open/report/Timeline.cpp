@@ -16,6 +16,7 @@ namespace
 
 constexpr Seconds kMostBuckets = 120;
 constexpr Seconds kLeastBuckets = 40; ///< So many fit, however few there are.
+constexpr Seconds kLongestGap = 30 * Clock::kDay;
 constexpr double kHeight = 124;
 constexpr double kLeastHeight = 4; ///< Of what there is, so that one error is seen beside 1000 other lines.
 constexpr std::size_t kMostMessages = 8;
@@ -30,7 +31,7 @@ Seconds BucketMinutes(Seconds minutes)
             return size;
         }
     }
-    constexpr Seconds kDayMinutes = 24 * 60;
+    constexpr Seconds kDayMinutes = Clock::kDay / Clock::kMinute;
     return (minutes / (kMostBuckets * kDayMinutes) + 1) * kDayMinutes;
 }
 
@@ -40,16 +41,40 @@ struct Scale
     Seconds count = 1;
 };
 
-std::map<Seconds, Minute> Buckets(const Log& log, Scale& scale)
+// The stretch of time that has the most lines. A clock that was not set yet, or a damaged line, would make the others
+// too narrow to be seen.
+Minutes Densest(const Minutes& minutes)
 {
-    const Seconds first = log.minutes.begin()->first, last = log.minutes.rbegin()->first;
+    auto begin = minutes.begin(), end = begin;
+    std::uint64_t most = 0;
+    for (auto at = minutes.begin(); at != minutes.end();) {
+        const auto first = at;
+        std::uint64_t lines = 0;
+        Seconds last = 0;
+        do {
+            lines += at->second.All();
+            last = at->first;
+            ++at;
+        } while (at != minutes.end() && at->first - last <= kLongestGap);
+        if (lines >= most) {
+            most = lines;
+            begin = first;
+            end = at;
+        }
+    }
+    return {begin, end};
+}
+
+std::map<Seconds, Minute> Buckets(const Minutes& minutes, Scale& scale)
+{
+    const Seconds first = minutes.begin()->first, last = minutes.rbegin()->first;
     scale.size = BucketMinutes((last - first) / Clock::kMinute + 1) * Clock::kMinute;
     scale.begin = first;
     scale.count = std::max((last - first) / scale.size + 1, kLeastBuckets);
     std::map<Seconds, Minute> buckets;
-    for (const auto& [time, minute] : log.minutes) {
+    for (const auto& [time, minute] : minutes) {
         Minute& bucket = buckets[(time - first) / scale.size];
-        const bool isFirst = bucket.lines[0] + bucket.lines[1] + bucket.lines[2] == 0;
+        const bool isFirst = bucket.All() == 0;
         if (isFirst || minute.firstSeverity < bucket.firstSeverity) {
             bucket.first = minute.first;
             bucket.firstSeverity = minute.firstSeverity;
@@ -81,16 +106,17 @@ std::vector<View> Parts(const Minute& bucket, std::uint64_t most)
     return parts;
 }
 
-void SetBuckets(View& page, const Log& log)
+void SetBuckets(View& page, const Minutes& minutes)
 {
     Scale scale;
-    const std::map<Seconds, Minute> buckets = Buckets(log, scale);
+    const std::map<Seconds, Minute> buckets = Buckets(minutes, scale);
     std::uint64_t most = 1;
     for (const auto& [index, bucket] : buckets) {
-        most = std::max(most, bucket.lines[0] + bucket.lines[1] + bucket.lines[2]);
+        most = std::max(most, bucket.All());
     }
     const double step = 100.0 / static_cast<double>(scale.count);
     std::vector<View> views;
+    views.reserve(buckets.size());
     for (const auto& [index, bucket] : buckets) {
         const std::string time = Clock::Text(scale.begin + index * scale.size);
         views.push_back(View()
@@ -142,16 +168,19 @@ void SetTimeline(View& page, const std::optional<Log>& log)
     }
     page.Set("timelineLegend", std::move(legend));
     if (!log) {
-        page.Set("logNote", "Not known: the archive has no log.");
+        page.Set("logNote", "Not known: the archive has no log, or an empty one.");
         return;
     }
+    const Minutes drawn = Densest(log->minutes);
+    const std::size_t left = log->minutes.size() - drawn.size();
     page.Set("logNote", Counted(log->lines[0], "error") + ", " + Counted(log->lines[1], "warning") + " and " +
                             std::to_string(log->lines[2]) + " other lines" +
                             (log->undated > 0 ? ", " + std::to_string(log->undated) + " of them without a known time"
                                               : std::string()) +
+                            (left > 0 ? "; " + Counted(left, "minute") + " more than 30 days off not drawn" : "") +
                             ". A line's severity is the one that it names, or what its words tell.");
     if (hasMinutes) {
-        SetBuckets(page, *log);
+        SetBuckets(page, drawn);
     }
     std::vector<const Message*> messages;
     for (const auto& [signature, message] : log->errors) {

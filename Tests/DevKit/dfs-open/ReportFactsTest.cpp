@@ -79,12 +79,16 @@ std::string Told(const Facts& facts)
         told << " received " << interface.received << ' ' << interface.receiveErrors << ' ' << interface.receiveDrops
              << " sent " << interface.sent << ' ' << interface.sendErrors << ' ' << interface.sendDrops << '\n';
     }
-    if (facts.hasDefaultRoute || facts.processorCount || facts.killedForMemory) {
-        told << "route " << facts.hasDefaultRoute << ", processors " << facts.processorCount << ", killed "
-             << facts.killedForMemory << '\n';
+    if (facts.hasDefaultRoute || facts.nameServers || facts.processorCount || facts.killedForMemory) {
+        told << "route " << facts.hasDefaultRoute << ", name servers " << facts.nameServers << ", processors "
+             << facts.processorCount << ", killed " << facts.killedForMemory << '\n';
     }
+    told << (facts.log ? "log\n" : "");
     if (facts.coreDumps) {
         told << facts.coreDumps->size() << " dumps\n";
+    }
+    for (const auto& [place, bytes] : facts.cuts) {
+        told << "cut " << bytes << " L" << place.line << '\n';
     }
     for (const std::string& section : facts.unread) {
         told << "unread " << section << '\n';
@@ -100,26 +104,31 @@ TEST(ReportFacts, EachTool_IsReadInTheFormOfBothUserlands)
          "memory 512000 25600 1000 250 L2\n"
          "disk /data/\"'<script \"'<script 91 - L13\n"
          "disk /usr 70G 28 95 ro L14\n"
-         "route -, processors -, killed 8\n"},
-        // One file system at several places, and a name that takes a line of its own.
-        {"memory-disk-busybox", "disk /usr 69.0G 28 - L3\ndisk /data 11.8G 0 - L6\n"},
+         "route -, name servers -, processors -, killed 8\n"},
+        // One file system at several places, a name that takes a line of its own, two without a device that look alike.
+        {"memory-disk-busybox",
+         "disk /usr 69.0G 28 - L3\ndisk /data 11.8G 0 - L6\ndisk /run 0 100 - L7\ndisk /tmp 0 100 - L8\n"},
         {"mpstat",
          "cpu all 75.13 21 1 2.87\n"
          "cpu \"'<script 82 18 0 0\n"
          "process 1187 \"'<script 99 - -\n"
-         "route -, processors 2, killed -\n"},
+         "route -, name servers -, processors 2, killed -\n"},
         // Without mpstat: two samples.
         {"mpstat-busybox", "cpu all 60 20 10 10\ncpu 0 60 20 10 10\n"},
         {"top", "load 7\npressure io 41.5\nprocess 16 \"'<script 93.7 18136 767168\n"},
-        {"top-busybox", "process 1 bwrap 4 - 766976\nprocess 12 busybox 0 - 3300\n"},
+        // Its shares are of all processors together.
+        {"top-busybox",
+         "process 1 bwrap 8 - 766976\nprocess 12 busybox 0 - 3300\n"
+         "route -, name servers -, processors 2, killed -\n"},
         {"network",
          "interface \"'<script up - link - received 19 1 2 sent 29 3 4\n"
          "interface wlan0 up 1 link 0 192.0.2.7/24\"'<script fe80::1/64 received - 0 0 sent - 0 0\n"
          "interface eth0 up 1 link 1 received - 0 0 sent - 0 0\n"
          "interface usb0 up 0 link 0 received - 0 0 sent - 0 0\n"
-         "route 1, processors -, killed -\n"},
+         "route 1, name servers 1, processors -, killed -\n"},
         {"network-busybox",
-         "interface eth0 up 1 link 1 192.0.2.7 received - 0 0 sent - 0 0\nroute 1, processors -, killed -\n"},
+         "interface eth0 up 1 link 1 192.0.2.7 received - 0 0 sent - 0 0\n"
+         "route 1, name servers -, processors -, killed -\n"},
         {"core-dumps", "1 dumps\n"},
     };
     for (const auto& [file, told] : cases) {
@@ -134,8 +143,16 @@ TEST(ReportFacts, WhatIsNotThere_IsToldApartFromWhatIsNotUnderstood)
          "unread the section \"/proc/meminfo\" of the item \"disk\"\n"},
         {Item("disk", "==> file systems <==\ndf: no such thing\n"),
          "unread the section \"file systems\" of the item \"disk\"\n"},
-        {Item("net", "==> routes <==\n192.0.2.0/24 dev wlan0\n"), "route 0, processors -, killed -\n"},
-        {Item("net", "==> routes <==\nthis device has no ip nor route\n"), ""},
+        {Item("net", "==> routes <==\n192.0.2.0/24 dev wlan0\n"), "route 0, name servers -, processors -, killed -\n"},
+        {Item("net",
+              "==> routes <==\nthis device has no ip nor route\n==> IPv6 routes <==\n::/0  ::  !n  -1  1  0 lo\n"),
+         ""},
+        {Item("top", "==> /proc/loadavg <==\n-1 2 3 7/153 68\n==> /proc/loadavg <==\n1 2 1000000000000001 7/153 68\n"),
+         "unread the section \"/proc/loadavg\" of the item \"top\"\n"
+         "unread the section \"/proc/loadavg\" of the item \"top\"\n"},
+        {Item("logs", "==> system log <==\nNo journal files were found.\n-- No entries --\n"), ""},
+        {Item("large", "\ndiag-seal: x bytes are missing here\ndiag-seal: 34 bytes are missing here\n3\n"),
+         "cut 34 L3\n"},
         {Item("coredumpfilelist",
               "ls: /data/logs/core*: No such file or directory\ndiag-seal: the command ended with exit status 1\n"),
          "0 dumps\n"},
@@ -170,7 +187,7 @@ TEST(ReportFacts, LogLine_HasItsTimeMessageAndSeverity)
         {"Dec 31 22:14:03 vantor A: no error", "2025-12-31 22:14:03|-|A: no error"},
         {"Jan  1 01:16:51 vantor daemon.err A: it is fine", "2026-01-01 01:16:51|E|A: it is fine"},
         {"Jan  1 01:16:51 vantor user.info A: no error", "2026-01-01 01:16:51|-|A: no error"},
-        {"2026-01-01T02:00:00+0100 vantor kernel: I/O error", "2026-01-01 01:00:00|E|kernel: I/O error"},
+        {"2026-01-01T02:00:00+0100 vantor kernel: I/O error", "2026-01-01 02:00:00|E|kernel: I/O error"},
         {"[   61.25] usb 1-1: device descriptor read failed",
          "2026-01-01 00:01:01|E|usb 1-1: device descriptor read failed"},
         {"[ nothing ] with 0 errors", "?|-|[ nothing ] with 0 errors"},
@@ -187,25 +204,33 @@ TEST(ReportFacts, LogLine_HasItsTimeMessageAndSeverity)
     EXPECT_FALSE(yearless.time);
     EXPECT_EQ(yearless.message, "A: ok");
     EXPECT_EQ(Clock::Text(*Clock::FromFileName("dfs_top_20261122011629.txt")), "2026-11-22 01:16:29");
-    EXPECT_FALSE(Clock::FromFileName("dfs_top_20261322011629.txt"));
+    EXPECT_FALSE(Clock::FromFileName("dfs_top_20260230011629.txt"));
     EXPECT_EQ(Signature("read 12 of 0xbec5 at sector 900"), "read # of # at sector #");
 }
 
 TEST(ReportFacts, Logs_CountALineOnceAndACrashOnce)
 {
-    const std::string crash =
-        "Nov 20 22:14:01 vantor A: starts\n"
-        "Nov 20 22:14:03 vantor kernel: A[1187]: segfault at 0 ip 1\n"
-        "Nov 20 22:14:05 vantor systemd[1]: A.service: Main process exited, code=dumped, status=11/SEGV\n";
     const Facts facts = Read(Item(
-        "logread", "\n==> date <==\nSun Nov 22 01:16:29 UTC 2026\n\n==> /var/log/messages <==\n" + crash +
-                       "Nov 20 22:14:03 vantor kernel: A[1187]: segfault at 0 ip 1\n"
-                       "\n==> system log <==\n2026-11-20T22:14:03+0000 vantor kernel: A[1187]: segfault at 0 ip 1\n"
-                       "2026-11-20T22:20:00+0000 vantor B: fine\n-- No entries --\n"
-                       "\n==> kernel messages <==\ndmesg: not permitted\ndmesg ended with exit status 1\n"));
-    EXPECT_THAT(facts.log->lines, ElementsAre(3, 0, 2));
-    ASSERT_EQ(facts.log->minutes.size(), 2U);
-    EXPECT_EQ(facts.log->minutes.begin()->second.first.line, 7U);
+        "logread",
+        "\n==> date <==\nSun Nov 22 01:16:29 UTC 2026\n\n==> /proc/uptime <==\n3600 1\n\n==> /var/log/messages <==\n"
+        "Nov 19 22:14:03 vantor kernel: [    0.000000] Linux version 6.1\n"
+        "Nov 20 22:14:03 vantor kernel: [    0.000000] Linux version 6.1\n"
+        "Nov 20 22:14:03 vantor systemd[1]: B.service: Main process exited, code=exited, status=0/SUCCESS\n"
+        "Nov 20 22:14:03 vantor kernel: A[1187]: segfault at 0 ip 1\n"
+        "Nov 20 22:14:05 vantor systemd[1]: A.service: Main process exited, code=dumped, status=11/SEGV\n"
+        "Nov 20 22:14:03 vantor kernel: A[1187]: segfault at 0 ip 1\n"
+        "\n==> system log <==\n2026-11-20T22:14:01+0000 vantor kernel: Linux version 6.1\n"
+        "2026-11-20T22:14:03+0100 vantor kernel: A[1187]: segfault at 0 ip 1\n"
+        "2026-11-20T22:14:05+0100 vantor systemd[1]: A.service: Main process exited, code=dumped, status=11/SEGV\n"
+        "2026-11-20T22:20:00+0000 vantor B: fine\n-- No entries --\n"
+        "\n==> kernel messages <==\n[    0.000000] Booting Linux\n[    0.000000] Linux version 6.1\n"
+        "[  100.000000] A[1187]: segfault at 0 ip 1\n"
+        "\n==> kernel messages <==\ndmesg: not permitted\ndmesg ended with exit status 1\n"));
+    EXPECT_THAT(facts.log->lines, ElementsAre(3, 0, 5));
+    EXPECT_EQ(facts.log->boots.size(), 2U);
+    ASSERT_EQ(facts.log->minutes.size(), 4U);
+    EXPECT_EQ(std::next(facts.log->minutes.begin())->second.first.line, 12U);
+    EXPECT_EQ(facts.log->crashes.size(), 1U);
     EXPECT_EQ(facts.log->crashes.at("A").Count(), 2U);
     EXPECT_EQ(facts.log->errors.at("kernel: A[#]: segfault at # ip #").count, 2U);
     EXPECT_THAT(facts.ended.begin()->first, HasSubstr("kernel messages: dmesg ended with exit status 1"));

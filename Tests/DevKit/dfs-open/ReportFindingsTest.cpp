@@ -83,6 +83,7 @@ TEST(ReportFindings, EachRule_HasItsThreshold)
     twoBoots.boots.resize(2);
     Update failed, rolledBack;
     failed.status["lastResult"] = "Verification FAILED";
+    failed.status["lastError"] = "No error";
     rolledBack.lastState = "RollbackDone";
     Interface lossy;
     lossy.received = 1000;
@@ -112,7 +113,8 @@ TEST(ReportFindings, EachRule_HasItsThreshold)
          "S The clock is not set: it says 2026-11-17 00:00:00\n"},
         {With(&Facts::update, failed), "S Update: lastResult is \"Verification FAILED\"\n"},
         {With(&Facts::update, rolledBack), "S The update ended in the state \"RollbackDone\"\n"},
-        {With(&Facts::killedForMemory, 1), "W The kernel has killed a process for want of memory 1 time\n"},
+        {With(&Facts::killedForMemory, 1),
+         "W Since the device started, the kernel has killed a process for want of memory 1 time\n"},
         {With(&Facts::coreDumps, {{{"/core.A", "30", "Nov 1", {}}}}), "W 1 core dump, the first /core.A of Nov 1\n"},
         {With(&Facts::uptime, 599), "W The device has been up for 9 min only\n"},
         {With(&Facts::log, twoBoots), "W The device started 2 times within its logs\n"},
@@ -137,6 +139,9 @@ TEST(ReportFindings, BrokenArchive_ComesFirst)
     collection.documents[0].item.entry.subType = "top";
     collection.documents[1].item.outcome = DfsOpen::Outcome::Whole;
     collection.faults = {"the archive is cut"};
-    EXPECT_EQ(Found(LoadOfTwoProcessors(3), collection),
-              "S Item \"top\": not in the archive\nS the archive is cut\nW Load 3 on 2 processors\n");
+    Facts facts = LoadOfTwoProcessors(3);
+    facts.cuts = {{{0, 7}, 12}};
+    EXPECT_EQ(Found(facts, collection),
+              "S Item \"top\": not in the archive\nS the archive is cut\n"
+              "W Item \"top\": 12 bytes missing at line 7\nW Load 3 on 2 processors\n");
 }

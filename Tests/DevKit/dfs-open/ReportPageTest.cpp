@@ -8,6 +8,7 @@
 
 #include <regex>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {
@@ -16,12 +17,13 @@ using testing::HasSubstr;
 using testing::Not;
 
 /** The page of an archive with that one item; without one if there is no text. */
-std::string PageOf(const std::string& text)
+std::string PageOf(const std::string& text, const std::string& subType = "")
 {
     Archive archive;
     if (!text.empty()) {
         Document& item = archive.collection.documents.emplace_back();
         item.item.outcome = DfsOpen::Outcome::Whole;
+        item.item.entry.subType = subType;
         item.text = text;
     }
     archive.facts = ReadFacts(archive.collection);
@@ -61,8 +63,8 @@ TEST(ReportPage, Markup_IsEscapedAndWhatDeceivesIsSeen)
         {"a<b>&\"'\n\tz", "a&lt;b&gt;&amp;&quot;&#39;\n\tz"},
         {"\x1b[2J\r\x7f", "\\x1b[2J\\x0d\\x7f"},
         {"\xff \xc3 \xed\xa0\x80 \xc0\xbc", "\\xff \\xc3 \\xed\\xa0\\x80 \\xc0\\xbc"},
-        {"\xc2\x9b|\xe2\x80\xae|\xe2\x81\xa6|\xef\xbb\xbf|\xf3\xa0\x81\x81",
-         "\\u{9b}|\\u{202e}|\\u{2066}|\\u{feff}|\\u{e0041}"},
+        {"\xc2\x9b|\xcd\x8f|\xe2\x80\xae|\xe2\x81\xa6|\xef\xbb\xbf|\xf3\xa0\x81\x81",
+         "\\u{9b}|\\u{34f}|\\u{202e}|\\u{2066}|\\u{feff}|\\u{e0041}"},
         {"\xc3\xa4\xe2\x82\xac\xf0\x9f\x8e\xb5", "\xc3\xa4\xe2\x82\xac\xf0\x9f\x8e\xb5"},
     };
     for (const auto& [text, escaped] : cases) {
@@ -91,8 +93,16 @@ TEST(ReportPage, WhatIsNotThere_IsSaid)
         EXPECT_THAT(page, HasSubstr(text));
     }
     EXPECT_THAT(page, Not(HasSubstr("could not be read in full")));
-    EXPECT_THAT(PageOf("==> /proc/meminfo <==\nwhat?\n"),
-                testing::AllOf(HasSubstr("could not be read in full"),
+    // What was logged before the clock was set does not squeeze the rest.
+    EXPECT_THAT(PageOf("==> date <==\nSun Nov 22 01:16:29 UTC 2026\n==> system log <==\nJan  1 00:00:09 v A: x\n"
+                       "Nov 20 10:14:03 v A: x\nNov 20 10:15:03 v A: error\nNov 20 23:15:03 v A: x\n"),
+                testing::AllOf(HasSubstr("; 1 minute more than 30 days off not drawn"), HasSubstr("lines in 10 min"),
+                               HasSubstr("<a href=\"#i0-L6\" tabindex")));
+    EXPECT_THAT(PageOf("total 0\ndiag-seal: 7 bytes are missing here\n==> /proc/meminfo <==\nwhat?\n"
+                       "==> /proc/net/dev <==\nReceive\n e: 1 1000 0 0 0 0 0 0 1 1000 0 1 0 0 0 0\n",
+                       "coredumpfilelist"),
+                testing::AllOf(HasSubstr("could not be read in full"), HasSubstr("has cut 7 bytes at line 2"),
+                               HasSubstr(">0 dumps<"), HasSubstr(R"(class="lost" x="98%" width="2%")"),
                                HasSubstr("Not understood: the section &quot;/proc/meminfo&quot;")));
 }
 
@@ -100,10 +110,10 @@ TEST(ReportPage, Text_HasLinesBlocksAndLinks)
 {
     std::string log = "==> system log <==\n";
     for (int line = 2; line <= 450; ++line) {
-        log += "Nov 20 22:14:03 v A: " + std::string(line == 300 ? "error" : "fine") + '\n';
+        log += "Nov 20 22:14:03 v A: " + (line == 200 ? std::string(2500, 'y') : line == 300 ? "error" : "fine") + '\n';
     }
     const std::string page = PageOf(log + std::string(4500, 'x'));
-    EXPECT_EQ(All(page, "data-first=\"(\\d+)\""), (std::vector<std::string>{"1", "201", "401"}));
+    EXPECT_EQ(All(page, "data-first=\"(\\d+)\""), (std::vector<std::string>{"1", "200", "400"}));
     EXPECT_THAT(page, HasSubstr("\n450\n451\n\xe2\x86\xb3\n\xe2\x86\xb3\n</pre>"));
     EXPECT_THAT(page, HasSubstr("<span class=\"linked\" id=\"i0-L300\">Nov 20 22:14:03 v A: error</span>"));
     for (const std::string& link : All(page, "href=\"#(i[^\"]*)\"")) {
@@ -114,9 +124,11 @@ TEST(ReportPage, Text_HasLinesBlocksAndLinks)
 TEST(ReportTool, PageOfAnArchive_IsWrittenWhateverIsWrong)
 {
     const ArchiveMaker maker;
-    const std::string before = maker.Write({ArchiveMaker::Manifest({{"dfs_uptime", "uptime"}, {"dfs_log", "logread"}}),
-                                            {"dfs_uptime.gz", maker.Seal("==> /proc/uptime <==\n5 5\n")},
-                                            {"dfs_log.gz", maker.Seal("==> system log <==\nold error 1\n")}});
+    const std::string before =
+        maker.Write({ArchiveMaker::Manifest({{"dfs_uptime", "uptime"}, {"dfs_log", "logread"}, {"m", "mfg_data"}}),
+                     {"m.gz", maker.Seal(R"({"serialNumber":"08"})")},
+                     {"dfs_uptime.gz", maker.Seal("==> /proc/uptime <==\n5 5\n")},
+                     {"dfs_log.gz", maker.Seal("==> system log <==\nold error 1\n")}});
     rename(before.c_str(), maker.Path("before.tar.gz").c_str());
     const std::string archive =
         maker.Write({ArchiveMaker::Manifest({{"dfs_log", "logread"}, {"dfs_gone", "top"}}),
@@ -130,6 +142,10 @@ TEST(ReportTool, PageOfAnArchive_IsWrittenWhateverIsWrong)
     EXPECT_THAT(Between(page, "<h3>New errors</h3>", "</ol>"),
                 testing::AllOf(HasSubstr("new error"), Not(HasSubstr("old error"))));
 
+    EXPECT_THAT(page, HasSubstr("Compared with before.tar.gz</h2>"));
+    maker.Open(maker.Path("before.tar.gz"), {"--report", path, "--compare", archive});
+    EXPECT_THAT(ReadWholeFile(path), HasSubstr("Compared with archive.tar.gz, which could not be read in full</h2>"));
+
     ASSERT_EQ(mkfifo(maker.Path("pipe.tar.gz").c_str(), 0600), 0);
     const Finished list = maker.Open(maker.Path("."), {"--json"});
     EXPECT_EQ(list.status, 1);
@@ -138,7 +154,12 @@ TEST(ReportTool, PageOfAnArchive_IsWrittenWhateverIsWrong)
     EXPECT_THAT(
         list.output,
         HasSubstr(
-            R"({"archive":"before.tar.gz","device":null,"findings":[{"text":"The device has been up for 5 s only")"));
+            R"({"archive":"before.tar.gz","device":"08","findings":[{"text":"The device has been up for 5 s only")"));
+    EXPECT_EQ(maker.Open(archive, {"--report", archive}).output,
+              "dfs-open: " + archive + " is there already, and is no page\n");
+    ASSERT_EQ(symlink(path.c_str(), maker.Path("link").c_str()), 0);
+    EXPECT_EQ(maker.Open(archive, {"--report", maker.Path("link")}).status, 2);
+    EXPECT_EQ(maker.Open("/proc").output, "dfs-open: /proc has no archive: no name in it ends in .tar.gz\n");
     EXPECT_EQ(maker.Open(archive, {"--report", "/nowhere/page.html"}).output,
               "dfs-open: cannot write /nowhere/page.html: No such file or directory\n");
 }
