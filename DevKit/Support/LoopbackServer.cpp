@@ -70,10 +70,7 @@ LoopbackServer::LoopbackServer(std::uint16_t port, std::size_t seats, Serve serv
 
 LoopbackServer::~LoopbackServer()
 {
-    if (m_thread.joinable()) {
-        m_context->stop();
-        m_thread.join();
-    }
+    Stop();
     m_doors.clear();
     // The clients end with the context, which owns their operations, and give up their seats.
     m_context.reset();
@@ -82,6 +79,14 @@ LoopbackServer::~LoopbackServer()
 void LoopbackServer::Start()
 {
     m_thread = std::thread([this] { Run(); });
+}
+
+void LoopbackServer::Stop()
+{
+    if (m_thread.joinable()) {
+        m_context->stop();
+        m_thread.join();
+    }
 }
 
 void LoopbackServer::Finish(const std::function<void()>& lastWork)

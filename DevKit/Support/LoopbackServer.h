@@ -45,6 +45,9 @@ public:
     /** Starts the thread. To be called once. */
     void Start();
 
+    /** Ends the thread, whatever it has left to do. Clients end with the object. Blocks. */
+    void Stop();
+
     /** Frees the port, runs the work on the thread, and returns when the context has nothing left to do. Blocks. */
     void Finish(const std::function<void()>& lastWork);
 

@@ -27,7 +27,11 @@ CloudServer::CloudServer(CloudSettings settings)
 void CloudServer::Stop()
 {
     const std::lock_guard<std::mutex> lock(m_stopMutex);
-    m_server.reset();
+    if (m_server) {
+        // Its thread looks at m_server.
+        m_server->Stop();
+        m_server.reset();
+    }
 }
 
 } // namespace DiagCloud

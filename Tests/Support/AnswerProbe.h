@@ -10,12 +10,13 @@
 #include <string>
 #include <utility>
 
-/** A task on which things arrive that a test waits for. What derives from it calls Stop in its destructor. */
+/** A task on which things arrive that a test waits for. What derives from it calls Start last in its constructor, and
+ * Stop in its destructor. */
 template <class Arrival>
 class ArrivalProbe : public APTask
 {
 public:
-    ArrivalProbe() : APTask("ArrivalProbe", 0, CTask::NOT_REALTIME, -1) { Start(); }
+    ArrivalProbe() : APTask("ArrivalProbe", 0, CTask::NOT_REALTIME, -1) {}
 
     /** Waits for the next arrival and takes it. @throws std::out_of_range when none comes */
     Arrival Next()
@@ -46,6 +47,7 @@ template <class Arrival, class... Parameters>
 class CallbackProbe : public ArrivalProbe<Arrival>
 {
 public:
+    CallbackProbe() { this->Start(); }
     ~CallbackProbe() override { this->Stop(); }
 
     AsyncCallback<Parameters...> callback{this, this, &CallbackProbe::Take};

@@ -29,6 +29,7 @@ public:
     using Answer = UploadAnswer;
     using Reply = UploadReply;
 
+    ClientProbe() { Start(); }
     ~ClientProbe() override { Stop(); }
 
     /** The next line. */
