@@ -1,4 +1,4 @@
-// The memory that the driver shares with FaultLibrary: see FaultControl.h.
+// The memory that the driver shares with the fault library: see FaultControl.h.
 'use strict';
 
 const fs = require('node:fs');
