@@ -114,7 +114,12 @@ int main(int argc, char* argv[])
     }
     const std::string file = argv[1];
     PrintMedians(
-        "MD5 of " + file, "at most 1.05", [&file] { CalculateMD5Checksum(file); },
+        "MD5 of " + file, "at most 1.05",
+        [&file] {
+            if (!CalculateMD5Checksum(file)) {
+                throw std::runtime_error("cannot read " + file);
+            }
+        },
         [&file] { Spawn("openssl md5 " + file + " >/dev/null"); });
 
     // As many at a time as a registry takes. Each item is two programs: its command, and the one that packs its output.
