@@ -9,7 +9,7 @@ const { setTimeout: sleep } = require('node:timers/promises');
 const { Control, kKinds } = require('./control.js');
 const { kScenarios } = require('./scenarios.js');
 const table = require('./table.js');
-const { World } = require('./world.js');
+const { World } = require('../world.js');
 
 const [, , , , library, part, ...words] = process.argv;
 const option = (name, other) => (words.includes(name) ? words[words.indexOf(name) + 1] : other);

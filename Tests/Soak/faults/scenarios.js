@@ -4,8 +4,8 @@
 const assert = require('node:assert');
 const { execFile } = require('node:child_process');
 const fs = require('node:fs');
-const { kRegistration, launch, programs, sleep, until } = require('../System/gateway/support.js');
-const { kConfiguration, kConfigurationText, kItems } = require('./world.js');
+const { kRegistration, launch, programs, sleep, until } = require('../../System/gateway/support.js');
+const { kConfiguration, kConfigurationText, kItems } = require('../world.js');
 
 /** Every answer that is stated, as status and text. */
 const kStated = [
