@@ -81,6 +81,7 @@ void PrintJson(const Archive& archive, std::ostream& out)
     object["version"] = text(facts.version);
     object["time"] = facts.collected ? Json::Value(Time(*facts.collected)) : Json::Value();
     object["isWhole"] = archive.IsSound();
+    object["isSealed"] = archive.collection.isSealed;
     object["findings"] = Json::Value(Json::arrayValue);
     const char* const weights[] = {"serious", "warning", "notice"};
     for (const Finding& finding : archive.findings) {
@@ -108,13 +109,16 @@ void PrintColumns(const Archive& archive, std::ostream& out)
 {
     constexpr int kTime = 20, kDevice = 20, kVersion = 24, kCount = 8;
     const Facts& facts = archive.facts;
-    const auto count = std::count_if(archive.findings.begin(), archive.findings.end(),
-                                     [](const Finding& finding) { return finding.weight == Weight::Serious; });
+    const auto serious = std::count_if(archive.findings.begin(), archive.findings.end(),
+                                       [](const Finding& finding) { return finding.weight == Weight::Serious; });
+    const bool isUnknown = archive.collection.isSealed && archive.findings.empty();
+    const auto count = [&](std::size_t number) { return isUnknown ? "-" : std::to_string(number); };
+    const std::string first = archive.findings.empty() ? "-" : Escape::Name(archive.findings.front().text, 100);
     out << std::left << std::setw(kTime) << (facts.collected ? Time(*facts.collected) : "-") << "  "
         << std::setw(kDevice) << Word(facts.serialNumber) << "  " << std::setw(kVersion) << Word(facts.version) << "  "
-        << std::right << std::setw(kCount) << archive.findings.size() << "  " << std::setw(kCount) << count << "  "
-        << Word(archive.collection.name) << "  "
-        << (archive.findings.empty() ? "-" : Escape::Name(archive.findings.front().text, 100)) << '\n';
+        << std::right << std::setw(kCount) << count(archive.findings.size()) << "  " << std::setw(kCount)
+        << count(static_cast<std::size_t>(serious)) << "  " << Word(archive.collection.name) << "  "
+        << (isUnknown ? "sealed: without the key nobody knows" : first) << '\n';
 }
 
 } // namespace

@@ -21,7 +21,10 @@ struct Section
     std::size_t firstLine = 1; ///< The number of the body's first line in the item.
 };
 
-/** The parts of an item, which begin with lines such as "==> TITLE <=="; without such a line, the whole item. */
+/**
+ * The parts of an item, which begin with lines such as "==> TITLE <==", or all of them with "==== TITLE ====", as devices
+ * with earlier scripts write them; without such a line, the whole item.
+ */
 std::vector<Section> Sections(const Document& document, std::size_t index);
 
 } // namespace DfsReport

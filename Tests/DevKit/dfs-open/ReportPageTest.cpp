@@ -155,6 +155,9 @@ TEST(ReportTool, PageOfAnArchive_IsWrittenWhateverIsWrong)
         list.output,
         HasSubstr(
             R"({"archive":"before.tar.gz","device":"08","findings":[{"text":"The device has been up for 5 s only")"));
+    EXPECT_THAT(RunProgram({Program("dfs-open"), maker.Path(".")}).output,
+                testing::AllOf(HasSubstr(" -         -  before.tar.gz  sealed"),
+                               HasSubstr(" 1         1  archive.tar.gz  Item")));
     EXPECT_EQ(maker.Open(archive, {"--report", archive}).output,
               "dfs-open: " + archive + " is there already, and is no page\n");
     ASSERT_EQ(symlink(path.c_str(), maker.Path("link").c_str()), 0);
