@@ -41,8 +41,9 @@ bool ReadProcesses(const Section& section, Facts& facts)
             facts.processes.push_back({std::string(columns.Get(words, "PID")),
                                        std::string(columns.Get(words, "COMMAND")),
                                        share ? std::optional(*share * processors) : std::nullopt,
-                                       Kibibytes(columns.Get(words, "RSS")),
-                                       Kibibytes(columns.Get(words, "VSZ")),
+                                       // The latter titles are those of top(1).
+                                       Kibibytes(columns.Get(words, columns.Has("RSS") ? "RSS" : "RES")),
+                                       Kibibytes(columns.Get(words, columns.Has("VSZ") ? "VSZ" : "VIRT")),
                                        {section.document, line.number}});
         }
     }

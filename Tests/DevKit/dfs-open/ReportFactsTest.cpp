@@ -141,8 +141,8 @@ TEST(ReportFacts, WhatIsNotThere_IsToldApartFromWhatIsNotUnderstood)
     const std::pair<Document, const char*> cases[] = {
         {Item("disk", "==> /proc/meminfo <==\nMemTotal: 512000 kB\n"),
          "unread the section \"/proc/meminfo\" of the item \"disk\"\n"},
-        {Item("net", "\n==== routes ====\n192.0.2.0/24 dev wlan0\n"),
-         "route 0, name servers -, processors -, killed -\n"},
+        {Item("top", "\n==== processes ====\nPID VIRT RES %CPU COMMAND\n7 0.6g 17628 3.0 init\n"),
+         "process 7 init 3 17628 629146\n"},
         {Item("net", "an IP\n==== routes ====\n192.0.2.0/24 dev wlan0\n"), ""},
         {Item("disk", "==> file systems <==\ndf: no such thing\n"),
          "unread the section \"file systems\" of the item \"disk\"\n"},
