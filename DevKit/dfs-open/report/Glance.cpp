@@ -144,12 +144,18 @@ std::optional<std::string> ClockValue(const Facts& facts)
     return date;
 }
 
-View Fact(const std::string& name, const std::optional<std::string>& value)
+// What it says of an archive when no rule has found anything.
+const char* NoFindings(const Collection& collection)
+{
+    return collection.isSealed ? "Sealed: only the key tells what is in it" : "Nothing out of the ordinary";
+}
+
+View Fact(const std::string& name, const std::optional<std::string>& value, bool isSealed)
 {
     constexpr std::size_t kLongest = 100;
     return View()
         .Set("name", name)
-        .Set("value", value ? Markup::Shortened(*value, kLongest) : "not in the archive")
+        .Set("value", value ? Markup::Shortened(*value, kLongest) : (isSealed ? "sealed" : "not in the archive"))
         .Set("isAbsent", !value);
 }
 
@@ -215,20 +221,24 @@ void SetGlance(View& page, const Collection& collection, const Facts& facts, con
         .Set("serial", facts.serialNumber.value_or(""))
         .Set("collected", facts.collected ? Clock::Text(*facts.collected) : collection.name)
         .Set("archive", collection.name)
-        .Set("headline", findings.empty() ? "Nothing out of the ordinary"
+        .Set("headline", findings.empty() ? NoFindings(collection)
                                           : Counted(findings.size(), "finding") +
                                                 (serious > 0 ? ", " + std::to_string(serious) + " serious" : ""));
+    const auto fact = [&](const std::string& name, const std::optional<std::string>& value) {
+        return Fact(name, value, collection.isSealed);
+    };
+    page.Set("isSealed", collection.isSealed);
     page.Set(
         "identity",
-        {Fact("Device", facts.productName ? std::optional(*facts.productName +
+        {fact("Device", facts.productName ? std::optional(*facts.productName +
                                                           (facts.productType ? " (" + *facts.productType + ')' : ""))
                                           : std::nullopt),
-         Fact("Serial number", facts.serialNumber), Fact("Identifier", facts.guid), Fact("Software", facts.version),
-         Fact("Collected, by the device's clock",
+         fact("Serial number", facts.serialNumber), fact("Identifier", facts.guid), fact("Software", facts.version),
+         fact("Collected, by the device's clock",
               facts.collected ? std::optional(Clock::Text(*facts.collected) + " UTC") : std::nullopt),
-         Fact("Up for",
+         fact("Up for",
               facts.uptime ? std::optional(Clock::Duration(static_cast<Seconds>(*facts.uptime))) : std::nullopt),
-         Fact("Archive", Bytes(static_cast<double>(collection.size)) + ", " + Integrity(collection))});
+         fact("Archive", Bytes(static_cast<double>(collection.size)) + ", " + Integrity(collection))});
     page.Set("tiles", {Tile("Memory", Subject::Memory, "memory", MemoryValue(facts), findings),
                        Tile("Fullest disk", Subject::Storage, "storage", StorageValue(facts), findings),
                        Tile("Load, 5 min", Subject::Load, "load", LoadValue(facts), findings),

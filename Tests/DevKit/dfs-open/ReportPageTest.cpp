@@ -155,6 +155,8 @@ TEST(ReportTool, PageOfAnArchive_IsWrittenWhateverIsWrong)
         list.output,
         HasSubstr(
             R"({"archive":"before.tar.gz","device":"08","findings":[{"text":"The device has been up for 5 s only")"));
+    EXPECT_EQ(RunProgram({Program("dfs-open"), maker.Path("before.tar.gz"), "--report", path}).status, 0);
+    EXPECT_THAT(ReadWholeFile(path), testing::AllOf(HasSubstr("<h1>Sealed: "), Not(HasSubstr("not in the archive"))));
     EXPECT_THAT(RunProgram({Program("dfs-open"), maker.Path(".")}).output,
                 testing::AllOf(HasSubstr(" -         -  before.tar.gz  sealed"),
                                HasSubstr(" 1         1  archive.tar.gz  Item")));
