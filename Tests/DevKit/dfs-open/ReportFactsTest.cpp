@@ -238,3 +238,23 @@ TEST(ReportFacts, Logs_CountALineOnceAndACrashOnce)
     EXPECT_EQ(facts.log->errors.at("kernel: A[#]: segfault at # ip #").count, 2U);
     EXPECT_THAT(facts.ended.begin()->first, HasSubstr("kernel messages: dmesg ended with exit status 1"));
 }
+
+TEST(ReportFacts, EveryList_HasABound)
+{
+    std::string log = "==> system log <==\n",
+                disks = "==> file systems <==\nFilesystem Size Used Avail Use% Mounted on\n";
+    for (Seconds minute = 0; minute < 50001; ++minute) {
+        std::string time = Clock::Text(1600000000 + minute * Clock::kMinute);
+        time[10] = 'T';
+        // Digits do not tell errors apart.
+        const auto letter = [minute](Seconds step) { return static_cast<char>('a' + minute / step % 26); };
+        log += time + "+0000 v A: error " + letter(1) + letter(26) + letter(26 * 26) + '\n';
+        disks += "disk 100 50 50 50% /mnt/" + std::to_string(minute) + '\n';
+    }
+    const Facts facts = Read(Item("all", log + disks.substr(0, 1000 * 1000)));
+    EXPECT_EQ(facts.log->minutes.size(), 50000U);
+    EXPECT_EQ(facts.log->undated, 1U);
+    EXPECT_EQ(facts.log->errors.size(), 2000U);
+    EXPECT_THAT(facts.log->lines, ElementsAre(50001, 0, 0));
+    EXPECT_EQ(facts.fileSystems.size(), 1000U);
+}
