@@ -223,6 +223,8 @@ class World {
         assert.deepStrictEqual(item.map(({ subType }) => subType), subTypes, 'the items of the next upload');
         assert.deepStrictEqual(tar('-tzf', archive).trim().split('\n').sort(),
             [kManifest, ...item.map(({ filename }) => `${filename}.gz`)].sort(), 'the files of the next upload');
+        const left = () => fs.readdirSync(kFolder).filter((name) => item.some(({ filename }) => name.startsWith(filename)));
+        await eventually(() => assert.deepStrictEqual(left(), [], 'files of the next upload stay'));
     }
 
     /** The next upload succeeds and packs exactly its own files; all else is as it was. */
