@@ -29,7 +29,9 @@ function(proto_library target)
     endforeach()
 
     add_library(${target} STATIC ${sources})
+    # What is generated is checked by nobody here.
     target_compile_options(${target} PRIVATE -w)
+    set_target_properties(${target} PROPERTIES CXX_CLANG_TIDY "")
     target_include_directories(${target} SYSTEM PUBLIC ${output})
     target_link_libraries(${target} PUBLIC protobuf::libprotobuf ${arg_DEPENDS})
     set_target_properties(${target} PROPERTIES PROTO_ROOTS "${roots}")
