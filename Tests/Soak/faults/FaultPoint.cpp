@@ -1,36 +1,13 @@
 #include "FaultPoint.h"
 
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 namespace
 {
-FaultControl* s_control = nullptr;
-
-__attribute__((constructor)) void Attach()
-{
-    const char* const program = std::getenv("FAULT_PROGRAM");
-    const char* const path = std::getenv("FAULT_CONTROL");
-    if (program == nullptr || path == nullptr || std::strcmp(program, program_invocation_short_name) != 0) {
-        return;
-    }
-    const int file = static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, O_RDWR | O_CLOEXEC));
-    void* const shared = mmap(nullptr, sizeof(FaultControl), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
-    if (file < 0 || shared == MAP_FAILED) {
-        std::perror(path);
-        _exit(120);
-    }
-    close(file);
-    // What the process starts is not under test.
-    unsetenv("LD_PRELOAD");
-    s_control = static_cast<FaultControl*>(shared);
-}
+FaultControl* const s_control = static_cast<FaultControl*>(MapControl(sizeof(FaultControl)));
 } // namespace
 
 FaultControl* Control()

@@ -1,22 +1,17 @@
 // Makes each call of the service go wrong once, one at a time, and checks after each that nothing was lost.
 // Usage: faults.js PROGRAMS KEY LIBRARY faults|kills [--every N] [--seconds N] [--share FOLDER]
 //                  [--scenario NAME] [--kind KIND] [--mode MODE]
-// Drivers that share a folder share the work, and leave their rows there.
 'use strict';
 
-const fs = require('node:fs');
 const { setTimeout: sleep } = require('node:timers/promises');
 const { Control, kKinds } = require('./control.js');
 const { kScenarios } = require('./scenarios.js');
-const table = require('./table.js');
+const { addRow, claim, exitStatus, library, option, part } = require('../driver.js');
 const { World } = require('../world.js');
 
-const [, , , , library, part, ...words] = process.argv;
-const option = (name, other) => (words.includes(name) ? words[words.indexOf(name) + 1] : other);
 const isWanted = (name, value) => [value, 'all'].includes(option(name, 'all'));
 const every = Number(option('--every', '1'));
 const seconds = Number(option('--seconds', '86400'));
-const share = option('--share', '/tmp');
 /** At how many moments of its life each child is killed. */
 const kMoments = 100;
 const kShortened = ['read', 'write', 'log', 'send', 'receive'];
@@ -92,7 +87,7 @@ async function tryAll(unit) {
         row.outcomes[outcome] = (row.outcomes[outcome] || 0) + 1;
     }
     if (row.tried > 0) {
-        fs.appendFileSync(`${share}/rows`, `${JSON.stringify({ ...row, seconds: (Date.now() - begin) / 1000 })}\n`);
+        addRow({ ...row, seconds: (Date.now() - begin) / 1000 });
     }
 }
 
@@ -123,16 +118,6 @@ async function unitsOf(scenario) {
     return units;
 }
 
-/** Whether no other driver has taken that piece of work. */
-function claim({ scenario, kind, mode, child }) {
-    try {
-        fs.mkdirSync(`${share}/claim-${scenario.name}-${kind}-${mode}-${child || ''}`);
-        return true;
-    } catch (error) {
-        return false;
-    }
-}
-
 async function main() {
     const scenarios = kScenarios.filter(({ name }) => isWanted('--scenario', name));
     const last = Date.now() + 2000 * seconds; // a slow machine takes long to prepare a scenario
@@ -141,7 +126,8 @@ async function main() {
         const units = Date.now() < last ? await unitsOf(scenario) : [];
         end = Date.now() + (1000 * seconds) / scenarios.length;
         for (const unit of units) {
-            if (isWanted('--kind', unit.kind) && isWanted('--mode', unit.mode) && claim(unit)) {
+            const piece = [scenario.name, unit.kind, unit.mode, unit.child].join('-');
+            if (isWanted('--kind', unit.kind) && isWanted('--mode', unit.mode) && claim(piece)) {
                 await tryAll(unit);
             }
         }
@@ -150,7 +136,7 @@ async function main() {
     if (notTried > 0) {
         console.log(`${notTried} faults were not tried for want of time`);
     }
-    process.exit(share !== '/tmp' || table.print('/tmp/rows') ? 0 : 1);
+    process.exit(exitStatus());
 }
 
 main().catch((error) => {
