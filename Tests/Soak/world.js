@@ -54,9 +54,13 @@ class World {
         fs.mkdirSync(kFolder, { recursive: true });
         // It does not compress, so that the archive takes large allocations.
         fs.writeFileSync('/tmp/plain.txt', `${kPlain}\n${randomBytes(45000).toString('base64')}`);
-        await startCloud();
+        await this.startCloud();
         await start('gatrix-gateway', [], '8084');
         await this.startPeer();
+    }
+
+    startCloud() {
+        return startCloud();
     }
 
     end() {
@@ -232,11 +236,19 @@ class World {
         if (!this.mayFilesStay) {
             await eventually(() => assert.deepStrictEqual(this.files(), this.before.files, 'files stay'));
         }
-        assert.strictEqual(this.link.frames.filter(({ id }) => id === this.lastId).length, 0, 'a second answer');
+        this.checkAnsweredOnce();
         await this.checkUpload('TOP', this.subTypes);
         this.checkLeftovers();
-        await eventually(() => assert.deepStrictEqual(this.held(), this.before));
+        await this.checkHeld();
         this.checkConfiguration();
+    }
+
+    checkAnsweredOnce() {
+        assert.ok(!this.link.frames.some(({ id }) => id === this.lastId), 'a second answer');
+    }
+
+    checkHeld() {
+        return eventually(() => assert.deepStrictEqual(this.held(), this.before));
     }
 
     /** The latest lines of the log, and before them the latest warnings and errors. */
@@ -247,4 +259,4 @@ class World {
     }
 }
 
-module.exports = { World, kConfiguration, kConfigurationText, kItems };
+module.exports = { World, kConfiguration, kConfigurationText, kFolder, kItems };

@@ -53,7 +53,8 @@ const sockets = [];
 /** Starts a program of this tree, its output going to a file. */
 function launch(name, words, environment = {}) {
     const log = `/tmp/${name}.log`;
-    const output = fs.openSync(log, 'w');
+    const { O_APPEND, O_CREAT, O_TRUNC, O_WRONLY } = fs.constants;
+    const output = fs.openSync(log, O_APPEND | O_CREAT | O_TRUNC | O_WRONLY);
     const child = spawn(`${programs}/${name}`, words, {
         stdio: ['ignore', output, output], env: { ...process.env, ...environment },
     });
@@ -62,6 +63,7 @@ function launch(name, words, environment = {}) {
     return {
         pid: child.pid,
         log: () => fs.readFileSync(log, 'utf8'),
+        clearLog: () => fs.truncateSync(log),
         isAlive: () => child.exitCode === null && child.signalCode === null,
         kill: () => new Promise((resolve) => { child.on('exit', resolve); child.kill('SIGKILL'); }),
     };
