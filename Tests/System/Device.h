@@ -28,14 +28,5 @@ protected:
         return RunProgram(words);
     }
 
-    /** What the log says after the text; the running test fails when it does not say it. */
-    std::string LogAfter(const std::string& text) const
-    {
-        const std::string log = m_service->Output();
-        const std::size_t at = log.find(text);
-        EXPECT_NE(at, std::string::npos) << text << "\nis not in\n" << log;
-        return at == std::string::npos ? "" : log.substr(at + text.size());
-    }
-
     std::unique_ptr<ChildProcess> m_service;
 };

@@ -120,24 +120,6 @@ TEST_F(Upload, LeavesSecretsOnTheDevice)
     }
 }
 
-TEST_F(Upload, TriesAnEmptyUrl_WhenTheMetadataAnswerNamesNone)
-{
-    for (const char* body : {"{}", R"({"uploadUrl": 7})", R"({"uploadUrl": null})", "[\"uploadUrl\"]", "3"}) {
-        SCOPED_TRACE(body);
-        Outcome answer;
-        answer.status = 200;
-        answer.body = body;
-        const CloudServer cloud(CloudOnItsPort({answer}));
-        StartService();
-        EXPECT_EQ(Vcli({"--no-wait", "diagfileservice", "upload", "6"}).status, 0);
-        // The first wait for a retry is 10 s at the least, so the test does not stay for the outcome.
-        ASSERT_TRUE(m_service->WaitForOutput("Attempt:1 retrying POST in "));
-        EXPECT_THAT(LogAfter("MetaDataPostRespCB, uploadUrl: "), testing::StartsWith("\n"));
-        EXPECT_THAT(LogAfter("Attempt:1 retrying POST in "), testing::ContainsRegex("^(1[0-9]|20) seconds on \n"));
-        m_service.reset();
-    }
-}
-
 TEST_F(Upload, KeepsThePersistenceFolderClean_AlsoAfterAKill)
 {
     LayOutUsedDevice();
