@@ -76,8 +76,8 @@ both|pts-logs|files|/var/log/messages /var/log/syslog
 debian|mpstat|files|/proc/interrupts /proc/softirqs
 busybox|mpstat|files|/proc/interrupts /proc/softirqs /proc/stat
 both|top|files|/proc/loadavg /proc/pressure/cpu /proc/pressure/memory /proc/pressure/io
-debian|top|processes|^ *[0-9]+ +[0-9]+ root +S .* [0-9]+:[0-9]+ [a-z_]*sleep +sleep$
-busybox|top|processes|^ *[0-9]+ +[0-9]+ root +S .* [0-9]+% sleep (0|[a-z_]*sleep)$
+debian|top|processes|^ *[0-9]+ +[0-9]+ root +SN? .* [0-9]+:[0-9]+ [a-z_]*sleep +sleep$
+busybox|top|processes|^ *[0-9]+ +[0-9]+ root +S ?N? .* [0-9]+% sleep (0|[a-z_]*sleep)$
 both|wifi-site-scan|files|/proc/net/wireless
 TABLE
 path=$PATH
