@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <iterator>
 #include <set>
 #include <utility>
@@ -12,6 +14,7 @@
 namespace
 {
 using namespace Gatrix;
+using JsonText::Digits;
 using Wire::FrameError;
 
 // What a frame may hold beside its body.
@@ -209,15 +212,19 @@ Json::Value Object(const char* op, std::uint64_t id)
     return object;
 }
 
+bool IsExact(double number, Digits digits)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%.*g", static_cast<int>(digits), number);
+    return std::strtod(text, nullptr) == number;
+}
+
 // A frame without a body has the empty one.
 std::string Text(const Json::Value& object, const std::optional<std::string>& body = std::nullopt)
 {
-    // Fewer digits do for most numbers, and read better.
-    constexpr unsigned int kFew = 15;
-    constexpr unsigned int kEnough = 17;
     const Json::Value& version = object["version"];
-    const bool isFew = version.isNull() || StrictJson::Parse(JsonText::Write(version, kFew)) == version;
-    std::string text = JsonText::Write(object, isFew ? kFew : kEnough);
+    const bool isFew = version.isNull() || IsExact(version.asDouble(), Digits::Few);
+    std::string text = JsonText::Write(object, isFew ? Digits::Few : Digits::Enough);
     if (body) {
         text.pop_back();
         text.append(",\"body\":").append(*body).append("}");

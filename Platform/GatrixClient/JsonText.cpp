@@ -47,6 +47,14 @@ std::string_view TakeValue(std::string_view& text)
     text.remove_prefix(length);
     return value;
 }
+
+Json::StreamWriterBuilder BuilderOf(Gatrix::JsonText::Digits digits)
+{
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = "";
+    builder["precision"] = static_cast<unsigned int>(digits);
+    return builder;
+}
 } // namespace
 
 std::optional<std::vector<Gatrix::JsonText::Member>> Gatrix::JsonText::Split(std::string_view text)
@@ -83,10 +91,10 @@ std::string Gatrix::JsonText::Compact(std::string_view text)
     return compact;
 }
 
-std::string Gatrix::JsonText::Write(const Json::Value& value, unsigned int digits)
+std::string Gatrix::JsonText::Write(const Json::Value& value, Digits digits)
 {
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "";
-    builder["precision"] = digits;
-    return Json::writeString(builder, value);
+    // To fill a builder takes longer than to write a short text.
+    static const Json::StreamWriterBuilder s_few = BuilderOf(Digits::Few);
+    static const Json::StreamWriterBuilder s_enough = BuilderOf(Digits::Enough);
+    return Json::writeString(digits == Digits::Few ? s_few : s_enough, value);
 }

@@ -35,6 +35,13 @@ std::optional<std::vector<Member>> Split(std::string_view text);
 /** A text that StrictJson takes, without its white space, otherwise as it was written. */
 std::string Compact(std::string_view text);
 
-/** The value on one line of ASCII: bytes in texts that are not UTF-8 as U+FFFD. @param digits of its numbers */
-std::string Write(const Json::Value& value, unsigned int digits = 17);
+/** Significant digits of a number: with Few, most are exact, and read better; with Enough, all are exact. */
+enum class Digits : unsigned int
+{
+    Few = 15,
+    Enough = 17,
+};
+
+/** The value on one line of ASCII: bytes in texts that are not UTF-8 as U+FFFD. */
+std::string Write(const Json::Value& value, Digits digits = Digits::Enough);
 } // namespace Gatrix::JsonText

@@ -163,6 +163,16 @@ private:
     std::size_t m_values = 0;
 };
 
+std::unique_ptr<Json::CharReader> MakeReader()
+{
+    Json::CharReaderBuilder builder;
+    Json::CharReaderBuilder::strictMode(&builder.settings_);
+    builder["strictRoot"] = false;
+    // jsoncpp counts the value in the innermost list as a level.
+    builder["stackLimit"] = StrictJson::kMostLevels + 1;
+    return std::unique_ptr<Json::CharReader>(builder.newCharReader());
+}
+
 // The first error of jsoncpp's report, which is "* Line 1, Column 2\n  what is wrong\n" and more of these.
 std::string FirstOf(const std::string& report)
 {
@@ -183,12 +193,9 @@ Json::Value StrictJson::Parse(std::string_view text, const Limits& limits)
     }
     TokenCheck(text, limits).Run();
 
-    Json::CharReaderBuilder builder;
-    Json::CharReaderBuilder::strictMode(&builder.settings_);
-    builder["strictRoot"] = false;
-    // jsoncpp counts the value in the innermost list as a level.
-    builder["stackLimit"] = limits.levels + 1;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    // To make a reader takes longer than to read a short text.
+    thread_local std::unique_ptr<Json::CharReader> t_reader;
+    std::unique_ptr<Json::CharReader> reader = t_reader ? std::move(t_reader) : MakeReader();
     Json::Value value;
     std::string report;
     bool isGood = false;
@@ -198,7 +205,9 @@ Json::Value StrictJson::Parse(std::string_view text, const Limits& limits)
         report = error.what();
     }
     if (!isGood) {
+        // The reader is not kept, as it holds all that it has found wrong.
         throw Error(std::string(Utf8Text::Cut(FirstOf(report), kMaxReasonBytes)));
     }
+    t_reader = std::move(reader);
     return value;
 }

@@ -21,11 +21,14 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/** How deep lists and objects may nest, whatever the limits. */
+inline constexpr int kMostLevels = 255;
+
 /** What a text may cost. A value takes about 100 bytes of memory beside its text. */
 struct Limits
 {
     std::size_t bytes = std::size_t{16} * 1024 * 1024;
-    /** Of lists and objects within each other. */
+    /** Of lists and objects within each other, at most kMostLevels. */
     int levels = 100;
     /** Numbers, texts, literals, lists, objects and member names, all told. */
     std::size_t values = std::size_t{64} * 1024;
