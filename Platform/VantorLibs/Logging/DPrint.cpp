@@ -12,7 +12,9 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
+#include <limits>
 #include <map>
 #include <mutex>
 #include <set>
@@ -26,20 +28,37 @@ namespace
 constexpr char kConfigurationFile[] = "/opt/Vantor/etc/DPrintCfg.json";
 constexpr int kDefaultThreshold = 3;
 
+// What the lines share.
+struct Output
+{
+    std::mutex mutex;
+    // The latest line, whose memory the next one takes over.
+    std::string line;
+    // Of the latest line: most lines are written in the same second as the one before.
+    std::int64_t second = std::numeric_limits<std::int64_t>::min();
+    std::string secondText;
+};
+
 // Writes the line behind the time and the thread, with one write(2). One that cannot be written is dropped.
-void WriteLine(const std::string& line)
+void WriteLine(const std::string& text)
 {
     using namespace std::chrono;
-    static std::mutex s_mutex;
+    // Never destroyed: a thread may log while the process ends.
+    static Output& output = *new Output;
+    thread_local const long t_thread = syscall(SYS_gettid);
+    constexpr int kThousand = 1000;
 
+    const std::lock_guard lock(output.mutex);
     const auto now = WallClock::Now().time_since_epoch();
-    char rest[48];
-    std::snprintf(rest, sizeof rest, ".%03dZ %ld ", static_cast<int>(duration_cast<milliseconds>(now).count() % 1000),
-                  syscall(SYS_gettid));
-    const std::string whole = WallClock::Text("%FT%T", duration_cast<seconds>(now).count()) + rest + line + '\n';
-
-    const std::lock_guard lock(s_mutex);
-    for (std::string_view left = whole; !left.empty();) {
+    const std::int64_t second = duration_cast<seconds>(now).count();
+    if (second != output.second) {
+        output.secondText = WallClock::Text("%FT%T.", second);
+        output.second = second;
+    }
+    const std::string thousandths = std::to_string(kThousand + duration_cast<milliseconds>(now).count() % kThousand);
+    output.line.assign(output.secondText).append(thousandths, 1).append("Z ").append(std::to_string(t_thread));
+    output.line.append(" ").append(text).push_back('\n');
+    for (std::string_view left = output.line; !left.empty();) {
         const ssize_t written = ::write(STDERR_FILENO, left.data(), left.size());
         if (written < 0 && errno != EINTR) {
             return;
@@ -157,8 +176,14 @@ DPrint::~DPrint()
 
 std::ostream& DPrint::Prefix(std::ostream& stream, int level, const char* functionName) const
 {
-    LineBuffer::Begin(stream);
-    return stream << level << ' ' << m_name << ": " << functionName << ": ";
+    LineBuffer& line = LineBuffer::Begin(stream);
+    line.Append(std::to_string(level));
+    line.Append(" ");
+    line.Append(m_name);
+    line.Append(": ");
+    line.Append(functionName);
+    line.Append(": ");
+    return stream;
 }
 
 void DPrint::Put(const std::ostringstream& stream) const

@@ -8,6 +8,8 @@
 
 namespace
 {
+constexpr std::size_t kUsualLine = 256;
+
 // The place of a stream's buffer among what users may hang on a stream, see std::ios_base::xalloc.
 int BufferIndex()
 {
@@ -56,7 +58,7 @@ std::string TakeUnit(std::string_view& text)
 }
 } // namespace
 
-void LineBuffer::Begin(std::ostream& stream)
+LineBuffer& LineBuffer::Begin(std::ostream& stream)
 {
     void*& place = stream.pword(BufferIndex());
     if (place == nullptr) {
@@ -66,8 +68,10 @@ void LineBuffer::Begin(std::ostream& stream)
     }
     auto* const buffer = static_cast<LineBuffer*>(place);
     buffer->m_begin.clear();
+    buffer->m_begin.reserve(kUsualLine);
     buffer->m_length = 0;
     stream.rdbuf(buffer);
+    return *buffer;
 }
 
 const LineBuffer* LineBuffer::Of(const std::ios& stream)
@@ -104,10 +108,14 @@ std::string LineBuffer::Line(std::string_view begin, std::size_t length)
 
 std::streamsize LineBuffer::xsputn(const char* text, std::streamsize count)
 {
-    const auto size = static_cast<std::size_t>(count);
-    m_begin.append(text, std::min(size, kMaxKept - m_begin.size()));
-    m_length += size;
+    Append({text, static_cast<std::size_t>(count)});
     return count;
+}
+
+void LineBuffer::Append(std::string_view text)
+{
+    m_begin.append(text, 0, kMaxKept - m_begin.size());
+    m_length += text.size();
 }
 
 LineBuffer::int_type LineBuffer::overflow(int_type character)

@@ -17,7 +17,7 @@ public:
     static constexpr std::size_t kMaxKept = kMaxLine + 3;
 
     /** Begins a new line, which takes what is written to the stream from here on. The stream owns the buffer. */
-    static void Begin(std::ostream& stream);
+    static LineBuffer& Begin(std::ostream& stream);
 
     /** The buffer of a stream; null before Begin. */
     static const LineBuffer* Of(const std::ios& stream);
@@ -30,6 +30,9 @@ public:
      * @param length of the whole text
      */
     static std::string Line(std::string_view begin, std::size_t length);
+
+    /** As writing to the stream, which takes longer. */
+    void Append(std::string_view text);
 
     std::string Line() const { return Line(m_begin, m_length); }
 
