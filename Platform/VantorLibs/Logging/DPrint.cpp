@@ -55,6 +55,7 @@ void WriteLine(const std::string& text)
         output.secondText = WallClock::Text("%FT%T.", second);
         output.second = second;
     }
+    // With a digit in front, which keeps the zeros and is left out.
     const std::string thousandths = std::to_string(kThousand + duration_cast<milliseconds>(now).count() % kThousand);
     output.line.assign(output.secondText).append(thousandths, 1).append("Z ").append(std::to_string(t_thread));
     output.line.append(" ").append(text).push_back('\n');

@@ -2,6 +2,7 @@
 #include "Memory.h"
 #include "Sanitized.h"
 #include "Texts.h"
+#include "WallClock.h"
 
 #include <gmock/gmock.h>
 
@@ -44,6 +45,21 @@ TEST(DPrint, EitherForm_IsOneLine)
         const std::regex pattern(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z \d+ )" + expected[at]);
         EXPECT_TRUE(std::regex_match(lines[at], pattern)) << lines[at];
     }
+}
+
+TEST(DPrint, Line_BeginsWithThePresentTime)
+{
+    testing::internal::CaptureStderr();
+    s_log.Log(3, "first");
+    const std::int64_t before = WallClock::Seconds();
+    while (WallClock::Seconds() == before) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    s_log.Log(3, "in another second");
+    const std::string after = WallClock::Text("%FT%T", WallClock::Seconds());
+    const auto lines = CapturedLines();
+    EXPECT_GT(lines.at(1), WallClock::Text("%FT%TZ", before));
+    EXPECT_LE(lines.at(1).substr(0, after.size()), after);
 }
 
 TEST(DPrint, LongLine_IsCutBetweenCharactersAndEscapes)
