@@ -113,7 +113,7 @@ void MeasureRoundTrips()
     std::printf(
         "refused request through the gateway, us\t%.0f\t%.0f\tat most 2\t"
         "it is two exchanges, two hand-overs between the service's threads, three lines of its log, and "
-        "six readings or writings of JSON\n",
+        "eight readings or writings of JSON\n",
         Median(ours), Median(floor));
 }
 
