@@ -2,6 +2,7 @@
 'use strict';
 
 const fs = require('node:fs');
+const bounds = require('./bounds.js');
 
 const kFaults = [['kind', 8], ['mode', 6], ['tried', 7, 'faults'], ['answered', 19, 'answered as stated'],
     ['ended', 16, 'ended as stated'], ['lost', 5]];
@@ -10,6 +11,9 @@ const kCells = [['kind', 18, 'outcome'], ['mode', 8, 'exchange'], ['tried', 6, '
 
 /** Adds up the rows, one JSON object a line, that the drivers have written; whether nothing was lost. */
 function print(part, path) {
+    if (!['faults', 'kills', 'cloud'].includes(part)) {
+        return bounds.print(path);
+    }
     const columns = part === 'cloud' ? kCells : kFaults;
     const sums = new Map();
     const add = (key, row) => {

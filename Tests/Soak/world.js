@@ -55,7 +55,11 @@ class World {
         // It does not compress, so that the archive takes large allocations.
         fs.writeFileSync('/tmp/plain.txt', `${kPlain}\n${randomBytes(45000).toString('base64')}`);
         await this.startCloud();
-        await start('gatrix-gateway', [], '8084');
+        await this.startGateway();
+    }
+
+    async startGateway() {
+        this.gateway = await start('gatrix-gateway', [], '8084');
         await this.startPeer();
     }
 
@@ -93,7 +97,9 @@ class World {
         await sleep(300);
         const isWorking = () => !this.hasEnded() && (this.children() !== ''
             || [kManifest, 'dfs_diagfile.tar.gz'].some((name) => fs.existsSync(`${kFolder}/${name}`)));
+        const end = Date.now() + 60000;
         for (let idle = 0; idle < 10; idle = isWorking() ? 0 : idle + 1) {
+            assert.ok(Date.now() < end, `the service does not come to rest, children: ${this.children() || 'none'}`);
             await sleep(20);
         }
     }
