@@ -1,18 +1,21 @@
 // One hostile source against a fresh service, in a device box; prints one line of figures, separated by tabs.
-// usage: in-box.js PROGRAM_DIRECTORY SOURCE, or in-box.js --list for the names of all sources
+// usage: in-box.js PROGRAM_DIRECTORY SOURCE [cloud], or in-box.js --list [cloud] for the names of all sources; with "cloud",
+// of those that speak through the cloud, and the service is built with sanitizers
 'use strict';
 
 const { execFileSync, spawn } = require('node:child_process');
 const fs = require('node:fs');
 
-const [, , programs, name] = process.argv;
+const [, , programs, name, only] = process.argv;
 const sources = require('./sources.js');
 const { Cloud, kMiB, sleep } = require('./peers.js');
 
 const kLogPath = '/tmp/service.log';
 const kConfiguration = '/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json';
 const kAttackDeadline = 40000; // milliseconds
-const kDeadline = 20000; // milliseconds
+const isSanitized = only === 'cloud';
+const kDeadline = isSanitized ? 60000 : 20000; // milliseconds
+const kReports = '/tmp/sanitizer';
 const kMemoryGoal = 16 * kMiB;
 const kLogGoal = kMiB;
 const kTwelveTypes = ['1', '4', '6', '7', '9', '10', '11', '12', '13', '14', '15', '16'];
@@ -21,7 +24,10 @@ const kTwelveTypes = ['1', '4', '6', '7', '9', '10', '11', '12', '13', '14', '15
 class Device {
     constructor() {
         this.log = fs.openSync(kLogPath, 'a+');
-        this.child = spawn(`${programs}/DiagnosticFileService`, [], { stdio: ['ignore', 'ignore', this.log] });
+        this.child = spawn(`${programs}/DiagnosticFileService`, [], {
+            stdio: ['ignore', 'ignore', this.log],
+            env: { ...process.env, ASAN_OPTIONS: `log_path=${kReports}` },
+        });
         this.child.on('exit', (code, signal) => { this.end = `the service ended: ${signal || code}`; });
     }
 
@@ -133,10 +139,11 @@ async function run(source) {
     const peak = device.memory('VmHWM') - idle - cloud.archiveSize;
     const log = device.logSize() - logBefore;
     const isMissed = {
-        memory: !(peak <= kMemoryGoal),
+        memory: !isSanitized && !(peak <= kMemoryGoal),
         log: !(log <= (source.logLimit ?? kLogGoal)),
         answer: end.hasEnded || (end.isLate && !source.mayBeLate),
         connections: device.isMissed,
+        sanitizer: fs.readdirSync('/tmp').some((file) => `/tmp/${file}`.startsWith(kReports)),
     };
     const missed = Object.keys(isMissed).filter((each) => isMissed[each]);
     const mebibytes = (bytes) => (Number.isNaN(bytes) ? '-' : (bytes / kMiB).toFixed(1));
@@ -148,7 +155,8 @@ async function run(source) {
 }
 
 if (programs === '--list') {
-    console.log(Object.keys(sources).join('\n'));
+    const isWanted = ([, { metadata, archive, memoryLeft }]) => name !== 'cloud' || ((metadata || archive) && !memoryLeft);
+    console.log(Object.entries(sources).filter(isWanted).map(([each]) => each).join('\n'));
 } else {
     run(sources[name]);
 }
