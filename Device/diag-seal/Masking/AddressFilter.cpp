@@ -16,6 +16,8 @@ namespace
 constexpr std::size_t kMacSize = 17;
 // Bytes of "2a00::".
 constexpr std::size_t kShortestRun = 6;
+// Of one that is written in full and ends as an IPv4 address does.
+constexpr std::ptrdiff_t kColonsOfIpv6 = 6;
 // Bytes for which BusyBox's netstat has room.
 constexpr std::size_t kCutAddress = 23;
 
@@ -73,28 +75,41 @@ std::size_t EndOfSequence(std::string_view line, std::size_t at)
     return end == std::string_view::npos ? at : end + 1;
 }
 
-/** Whether a MAC address without colons may begin here. The length rules out most words. */
+/** Whether a MAC address without colons may begin with this word. The length rules out most words. */
 bool MayBeMac(std::string_view line, std::size_t begin, std::size_t end)
 {
+    constexpr unsigned kSizes = 1U << 2 | 1U << 4 | 1U << 12 | 1U << 15;
+    const std::size_t size = end - begin;
+    if (size > 15 || (kSizes >> size & 1) == 0) {
+        return false;
+    }
     const char next = end < line.size() ? line[end] : ' ';
-    switch (end - begin) {
+    switch (size) {
         case 2:
             return next == '-' || next == '_' || next == '\\' || next == '%';
         case 4:
             return next == '.';
         case 12:
             return kHex(line[begin]) && kHex(line[end - 1]);
-        case 15:
-            return line[begin + 2] == 'x';
         default:
-            return false;
+            return line[begin + 2] == 'x';
     }
+}
+
+/** Whether an address may begin with this word, or with the colon that stands in its place. Rules out most words. */
+bool MayBeAddress(std::string_view line, std::size_t begin, std::size_t end)
+{
+    const std::string_view word = line.substr(begin, end - begin);
+    const bool goesOn = end < line.size() && (line[end] == ':' || line[end] == '.');
+    const auto isHex = [](char c) { return kHex(c); }; // kHex itself is 256 bytes
+    return (goesOn && std::all_of(word.begin(), word.end(), isHex)) || MayBeMac(line, begin, end);
 }
 
 } // namespace
 
 void AddressFilter::Append(std::string_view line, std::size_t begin, std::size_t end, std::string& out) const
 {
+    const std::string_view part = line.substr(0, end);
     std::size_t copied = begin;
     std::size_t sequenceEnd = 0;
     std::size_t runEnd = begin;
@@ -108,8 +123,16 @@ void AddressFilter::Append(std::string_view line, std::size_t begin, std::size_t
             at = sequenceEnd = std::clamp(EndOfSequence(line, at), at + 1, end);
             continue;
         }
+        std::size_t wordEnd = at;
+        while (wordEnd < end && kWord(line[wordEnd])) {
+            ++wordEnd;
+        }
         const bool beginsWord = at == 0 || at == sequenceEnd || !kWord(line[at - 1]);
-        const std::size_t next = AddressAt(line, at, end, beginsWord, runEnd, text);
+        if (!beginsWord || !MayBeAddress(part, at, wordEnd)) { // most words
+            at = std::max(wordEnd, at + 1);
+            continue;
+        }
+        const std::size_t next = AddressAt(line, end, {at, wordEnd}, runEnd, text);
         if (text) {
             out.append(line, copied, at - copied);
             out += *text;
@@ -121,22 +144,12 @@ void AddressFilter::Append(std::string_view line, std::size_t begin, std::size_t
     out.append(line, copied, end - copied);
 }
 
-/** Sets `text` if an address begins at `begin`, and `runEnd` if it is before that. Returns where to look on. */
-std::size_t AddressFilter::AddressAt(std::string_view line, std::size_t begin, std::size_t end, bool beginsWord,
-                                     std::size_t& runEnd, Text& text) const
+/** Sets `text` if an address begins with the word, and `runEnd` if it is before that. Returns where to look on. */
+std::size_t AddressFilter::AddressAt(std::string_view line, std::size_t end, Word word, std::size_t& runEnd,
+                                     Text& text) const
 {
-    std::size_t wordEnd = begin;
-    while (wordEnd < end && kWord(line[wordEnd])) {
-        ++wordEnd;
-    }
-    if (!beginsWord) {
-        return std::max(wordEnd, begin + 1);
-    }
-    const bool mayBeMac = MayBeMac(line.substr(0, end), begin, wordEnd);
-    if (!mayBeMac && !kRun(line[begin])) { // most words
-        return wordEnd;
-    }
-    if (mayBeMac) {
+    const std::size_t begin = word.begin;
+    if (MayBeMac(line.substr(0, end), begin, word.end)) {
         if (const std::string_view mac = MacAt(line.substr(0, end), begin); !mac.empty()) {
             const auto macBegin = static_cast<std::size_t>(mac.data() - line.data());
             text = std::string(line.substr(begin, macBegin - begin)) + OfMac(mac);
@@ -156,7 +169,7 @@ std::size_t AddressFilter::AddressAt(std::string_view line, std::size_t begin, s
     const std::size_t size = addressEnd - begin;
     const bool endsWord = runEnd == line.size() || addressEnd < runEnd || !kWord(line[runEnd]);
     if (!endsWord || size < kShortestRun) {
-        return std::max(begin + 1, endsWord ? runEnd : wordEnd);
+        return std::max(begin + 1, endsWord ? runEnd : word.end);
     }
     text = OfRun(line.substr(0, begin), line.substr(begin, size));
     return addressEnd;
@@ -166,8 +179,12 @@ std::size_t AddressFilter::AddressAt(std::string_view line, std::size_t begin, s
 AddressFilter::Text AddressFilter::OfRun(std::string_view before, std::string_view run) const
 {
     const auto colons = std::count(run.begin(), run.end(), ':');
+    const auto dots = std::count(run.begin(), run.end(), '.');
+    if (colons <= 1 && dots < 3) {
+        return std::nullopt;
+    }
     if (colons == 0) {
-        return std::count(run.begin(), run.end(), '.') == 4 ? OfIpv4WithPort(run) : OfIpv4(before, run);
+        return dots == 4 ? OfIpv4WithPort(run) : OfIpv4(before, run);
     }
     if (colons == 1) {
         // A port follows, or a word stands before.
@@ -180,6 +197,9 @@ AddressFilter::Text AddressFilter::OfRun(std::string_view before, std::string_vi
     }
     if (IsPairs(run)) {
         return run.size() == kMacSize ? OfMac(run) : OfPairs(run);
+    }
+    if (colons < kColonsOfIpv6 && run.find("::") == std::string_view::npos) {
+        return IsCutIpv6(run) ? Text(m_pseudonyms.Of("ip", run)) : std::nullopt;
     }
     if (Text address = OfIpv6(run)) {
         return address;
@@ -194,6 +214,9 @@ AddressFilter::Text AddressFilter::OfRun(std::string_view before, std::string_vi
 
 AddressFilter::Text AddressFilter::OfPairs(std::string_view pairs) const
 {
+    if (pairs.size() < kMacSize) { // a time
+        return std::nullopt;
+    }
     // The middle of an EUI-64 (RFC 4291, appendix A).
     static constexpr std::string_view kMiddle = ":ff:fe:";
     if (pairs.size() == 8 * 3 - 1 && pairs.substr(8, kMiddle.size()) == kMiddle) {

@@ -31,8 +31,14 @@ public:
 private:
     using Text = std::optional<std::string>;
 
-    std::size_t AddressAt(std::string_view line, std::size_t begin, std::size_t end, bool beginsWord,
-                          std::size_t& runEnd, Text& text) const;
+    /** Empty if a colon stands there. */
+    struct Word
+    {
+        std::size_t begin;
+        std::size_t end;
+    };
+
+    std::size_t AddressAt(std::string_view line, std::size_t end, Word word, std::size_t& runEnd, Text& text) const;
     Text OfRun(std::string_view before, std::string_view run) const;
     Text OfPairs(std::string_view pairs) const;
     std::string OfMac(std::string_view text) const;

@@ -1,9 +1,10 @@
 #include "FollowingLines.h"
 
+#include "Characters.h"
+
 #include <re2/re2.h>
 
 #include <algorithm>
-#include <cctype>
 
 namespace DiagSeal
 {
@@ -17,12 +18,15 @@ constexpr int kMaxDumpLines = 64;
 // Other programs' lines stand between those of a dump.
 constexpr int kLinesForEachDumped = 4;
 constexpr std::size_t kShortestRun = 16;
+constexpr std::string_view kKeyBegin = "-----BEGIN "; // the shorter one of the two that begin a block
 constexpr std::string_view kKeyEnd = "-----END";
 
-bool IsBase64(char c)
+constexpr bool IsOfKey(char c)
 {
-    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '+' || c == '/' || c == '=';
+    return IsWord(c) || c == '+' || c == '/' || c == '=';
 }
+
+constexpr CharacterClass<IsOfKey> kBase64;
 
 /** Whether nothing but the end of a quoted text follows. */
 bool EndsLine(std::string_view rest)
@@ -37,7 +41,10 @@ FollowingLines::~FollowingLines() = default;
 
 void FollowingLines::Announce(std::string_view name, std::string_view text)
 {
-    if (text.find("-----BEGIN ") != std::string_view::npos) {
+    if (text.size() < kKeyBegin.size()) { // most names
+        return;
+    }
+    if (text.find(kKeyBegin) != std::string_view::npos) {
         m_isKey = true;
         m_linesLeft = text.find(kKeyEnd) == std::string_view::npos ? kMaxKeyLines : 0;
     } else if (const std::size_t dump = text.find("hexdump_ascii(len="); dump != std::string_view::npos) {
@@ -68,17 +75,19 @@ std::string FollowingLines::MaskedKeyLine(std::string_view line)
     }
     const std::string_view body = line.substr(0, end);
     std::string masked;
+    std::size_t copied = 0;
     for (std::size_t at = 0; at < body.size();) {
         std::size_t runEnd = at;
-        while (runEnd < body.size() && IsBase64(body[runEnd])) {
+        while (runEnd < body.size() && kBase64(body[runEnd])) {
             ++runEnd;
         }
-        const bool isKey = runEnd - at >= kShortestRun || (runEnd > at && EndsLine(body.substr(runEnd)));
-        masked += isKey ? std::string_view(m_mask) : body.substr(at, runEnd - at);
-        masked += body.substr(runEnd, 1);
+        if (runEnd - at >= kShortestRun || (runEnd > at && EndsLine(body.substr(runEnd)))) {
+            masked.append(line, copied, at - copied).append(m_mask);
+            copied = runEnd;
+        }
         at = runEnd + 1;
     }
-    return masked.append(line.substr(body.size()));
+    return masked.append(line, copied);
 }
 
 std::string FollowingLines::MaskedDumpLine(std::string_view line)

@@ -1,5 +1,7 @@
 #include "Masker.h"
 
+#include "Characters.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -12,18 +14,33 @@ constexpr std::size_t kContext = 64;      // bytes: what is kept of the line bef
 constexpr std::size_t kLongestWord = 512; // bytes: a piece ends between two words, unless they are longer
 constexpr std::string_view kNetworkName = "ssid";
 
+constexpr bool IsBetweenWords(char c)
+{
+    return c == ' ' || c == '\t' || c == ',' || c == ';' || c == '"' || c == '\'';
+}
+
+constexpr CharacterClass<IsBetweenWords> kBetweenWords;
+
 /** Where the part of an incomplete line ends whose matches are all known. */
 std::size_t EndOfKnown(std::string_view line)
 {
     const std::size_t end = line.size() - Masker::kOverlap;
-    const std::size_t blank = line.find_last_of(" \t,;\"'", end);
-    return blank != std::string_view::npos && end - blank < kLongestWord ? blank : end;
+    std::size_t blank = end;
+    while (end - blank < kLongestWord && !kBetweenWords(line[blank])) {
+        --blank;
+    }
+    return end - blank < kLongestWord ? blank : end;
+}
+
+bool HasControls(std::string_view text)
+{
+    return text.find('\0') != std::string_view::npos || text.find('\x1b') != std::string_view::npos;
 }
 
 /** Rules see blanks for a NUL, as it stands between arguments in /proc/PID/cmdline, and for a terminal's colours. */
 std::string_view WithoutControls(std::string_view line, std::string& copy)
 {
-    if (line.find('\0') == std::string_view::npos && line.find('\x1b') == std::string_view::npos) {
+    if (!HasControls(line)) {
         return line;
     }
     copy = line;
@@ -46,6 +63,8 @@ Masker::Masker(const MaskKey& key, std::unique_ptr<SecretFinder> finder)
 
 void Masker::Feed(std::string_view bytes, std::string& out)
 {
+    m_hasControls =
+        (m_hasControls && !m_pending.empty()) || HasControls(bytes); // one look instead of one for each line
     while (!bytes.empty()) {
         const std::size_t newline = bytes.substr(0, kMaxPiece + 1).find('\n');
         if (m_pending.empty() && !m_isDropping && newline != std::string_view::npos) {
@@ -117,7 +136,7 @@ void Masker::EndPiece(std::string& out)
 std::size_t Masker::Mask(std::string_view line, std::size_t from, bool isComplete, std::string& out)
 {
     std::string copy;
-    const std::string_view seen = WithoutControls(line, copy);
+    const std::string_view seen = m_hasControls ? WithoutControls(line, copy) : line;
     const std::size_t known = isComplete ? line.size() : EndOfKnown(line);
     FoundSecret found;
     m_finder->Begin(seen, from);

@@ -49,7 +49,8 @@ private:
     FollowingLines m_following;
     std::string m_pending;  ///< of a line whose end is not there yet: what is done, as far as it counts, and the rest
     std::size_t m_done = 0; ///< bytes at the beginning of m_pending that have been passed on
-    bool m_isDropping = false; ///< the rest of the line belongs to a secret
+    bool m_hasControls = false; ///< what is pending or fed may hold bytes that rules see as blanks
+    bool m_isDropping = false;  ///< the rest of the line belongs to a secret
 };
 
 } // namespace DiagSeal
