@@ -32,8 +32,8 @@ LiteralFilter::LiteralFilter()
         const std::size_t folded = isUpper ? i | 0x20 : i;
         const bool isLetter = folded >= 'a' && folded <= 'z';
         const bool isBlank = i == ' ' || (i >= '\t' && i <= '\r');
-        m_bytes[i].folded = isBlank ? ' ' : static_cast<char>(folded);
-        m_bytes[i].code = static_cast<std::uint8_t>(isLetter ? folded - 'a' : isBlank ? 26 : 27 + i % 5);
+        m_folded[i] = isBlank ? ' ' : static_cast<char>(folded);
+        m_bytes[i].code = static_cast<std::uint32_t>(isLetter ? folded - 'a' : isBlank ? 26 : 27 + i % 5);
     }
     m_first.fill(kNone);
     for (Patterns& patterns : m_without) {
@@ -91,18 +91,16 @@ std::uint16_t LiteralFilter::NumberOf(const std::string& text)
     }
     const std::uint32_t hash = HashOf(text);
     std::uint16_t& first = m_first[Place(hash)];
-    for (std::uint16_t i = first; i != kNone; i = m_literals[i].next) {
+    for (std::uint16_t i = first; i != kNone; i = m_keys[i].next) {
         if (m_literals[i].text == text) {
             return i;
         }
     }
     m_hashes[hash / 64] |= std::uint64_t{1} << hash % 64;
     m_literals.push_back({text});
-    m_literals.back().hash = hash;
-    for (char& c : m_literals.back().text) {
-        c = m_bytes[Index(c)].folded;
-    }
-    m_literals.back().next = first;
+    std::string& folded = m_literals.back().text;
+    std::transform(folded.begin(), folded.end(), folded.begin(), [this](char c) { return Folded(c); });
+    m_keys.push_back({static_cast<std::uint16_t>(hash), first, static_cast<std::uint16_t>(text.size()), folded.back()});
     first = number;
     return number;
 }
@@ -121,6 +119,7 @@ std::uint16_t LiteralFilter::NumberOf(char c)
     m_bytes[Index(c)].bit = bit;
     m_singles.push_back(static_cast<std::uint16_t>(m_literals.size()));
     m_literals.push_back({std::string(1, c)});
+    m_keys.emplace_back();
     return m_singles.back();
 }
 
@@ -154,28 +153,42 @@ LiteralFilter::Patterns LiteralFilter::Scan(std::string_view text, std::size_t f
     m_found.clear();
     m_hits.clear();
     m_text = text;
-    std::uint32_t hash = 0;
-    std::uint32_t bits = 0;
-    for (std::size_t i = from; i < text.size(); ++i) {
-        const Byte byte = m_bytes[Index(text[i])];
-        hash = hash << 5 ^ byte.code;
-        bits |= byte.bit;
-        const std::uint32_t ofLast = hash % kHashes;
-        if ((m_hashes[ofLast / 64] >> ofLast % 64 & 1) != 0 && i - from + 1 >= kHashed) {
-            Compare(text, i + 1 - kHashed, ofLast);
-        }
-    }
-    for (std::size_t i = 0; bits != 0; ++i, bits >>= 1) {
-        if ((bits & 1) != 0) {
-            Literal& literal = m_literals[m_singles[i]];
-            literal.first = from;
-            literal.last = kNowhere;
-            m_found.push_back(m_singles[i]);
-        }
+    std::uint32_t bits = FindLiterals(from);
+    for (; bits != 0; bits &= bits - 1) {
+        const std::uint16_t number = m_singles[static_cast<std::size_t>(__builtin_ctz(bits))];
+        m_literals[number].first = from;
+        m_literals[number].last = kNowhere;
+        m_found.push_back(number);
     }
     const Patterns patterns = CanMatch(from);
     m_from = from;
     return patterns.none() ? patterns : patterns & (m_unled | FindLeading(patterns));
+}
+
+/** Finds the literals. Returns the bytes that are looked for, a bit each. */
+std::uint32_t LiteralFilter::FindLiterals(std::size_t from)
+{
+    std::array<std::uint32_t, kBlock> candidates; // NOLINT(*-member-init): places, written before they are read
+    std::uint32_t hash = 0;
+    std::uint32_t bits = 0;
+    for (std::size_t i = from; i < m_text.size();) {
+        // No branch for what is at a place: one that is taken now and then costs as much as ten places.
+        const std::size_t end = std::min(i + kBlock, m_text.size());
+        std::size_t count = 0;
+        while (i < end) {
+            const Byte& byte = m_bytes[Index(m_text[i++])];
+            hash = (hash << 5 ^ byte.code) % kHashes;
+            bits |= byte.bit;
+            candidates[count] = static_cast<std::uint32_t>(i);
+            count += m_hashes[hash / 64] >> hash % 64 & 1;
+        }
+        for (std::size_t n = 0; n < count; ++n) {
+            if (candidates[n] - from >= kHashed) {
+                Compare(candidates[n] - kHashed);
+            }
+        }
+    }
+    return bits;
 }
 
 /** Finds the texts that tell where matches of the patterns can begin. Returns the patterns that have one. */
@@ -212,20 +225,19 @@ LiteralFilter::Patterns LiteralFilter::FindLeading(const Patterns& patterns)
     return m_led;
 }
 
-void LiteralFilter::Compare(std::string_view text, std::size_t at, std::uint32_t hash)
+/** Looks for the literals that stand at this place. */
+void LiteralFilter::Compare(std::size_t at)
 {
-    for (std::uint16_t i = m_first[Place(hash)]; i != kNone; i = m_literals[i].next) {
-        Literal& literal = m_literals[i];
-        const std::size_t size = literal.text.size();
-        if (literal.hash != hash || size > text.size() - at ||
-            m_bytes[Index(text[at + size - 1])].folded != literal.text.back()) {
+    const std::string_view text = m_text.substr(at);
+    const std::uint32_t hash = HashOf(text);
+    for (std::uint16_t i = m_first[Place(hash)]; i != kNone; i = m_keys[i].next) {
+        const Key& key = m_keys[i];
+        if (key.hash != hash || key.size > text.size() || Folded(text[key.size - std::size_t{1}]) != key.last) {
             continue;
         }
-        std::size_t same = 0;
-        while (same < size && m_bytes[Index(text[at + same])].folded == literal.text[same]) {
-            ++same;
-        }
-        if (same < size) {
+        Literal& literal = m_literals[i];
+        const auto isSame = [this](char folded, char c) { return folded == Folded(c); };
+        if (!std::equal(literal.text.begin(), literal.text.end(), text.begin(), isSame)) {
             continue;
         }
         literal.last = at;

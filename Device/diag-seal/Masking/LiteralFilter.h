@@ -52,6 +52,7 @@ public:
 private:
     static constexpr std::size_t kMaxLists = 3; // for each pattern: the more, the fewer searches are in vain
     static constexpr std::size_t kHashed = 3;   // bytes
+    static constexpr std::size_t kBlock = 256;  // bytes
     static constexpr std::size_t kMaxBytes = 32;
     static constexpr std::size_t kHashes = 1 << 15;
     static constexpr std::uint16_t kNone = 0xffff;
@@ -79,12 +80,19 @@ private:
     struct Literal
     {
         std::string text;
-        std::uint32_t hash = 0;                  ///< of its beginning
         std::array<Patterns, kMaxLists> lists{}; ///< the patterns in whose list it is
         std::vector<Use> leads{};                ///< to the patterns of which it tells a place
         std::size_t first = kNowhere;            ///< where it was found
         std::size_t last = 0;
-        std::uint16_t next = kNone; ///< with the same place in m_first
+    };
+
+    /** What rules out most literals without a look at them. */
+    struct Key
+    {
+        std::uint16_t hash = 0;     ///< of the text's beginning
+        std::uint16_t next = kNone; ///< literal with the same place in m_first
+        std::uint16_t size = 0;
+        char last = 0;
     };
 
     /** Of a pattern, what tells where a match can begin. */
@@ -127,9 +135,8 @@ private:
 
     struct Byte
     {
-        std::uint32_t bit = 0; ///< in the set of the bytes that are looked for
-        std::uint8_t code = 0; ///< 5 bits
-        char folded = 0;
+        std::uint32_t bit = 0;  ///< in the set of the bytes that are looked for
+        std::uint32_t code = 0; ///< 5 bits
     };
 
     std::uint16_t NumberOf(const std::string& text);
@@ -137,18 +144,22 @@ private:
     Wanted WantedOf(const RequiredText& text);
     std::uint32_t HashOf(std::string_view text) const;
     bool IsByte(std::uint16_t literal) const { return m_literals[literal].text.size() == 1; }
+    char Folded(char c) const { return m_folded[static_cast<unsigned char>(c)]; }
     bool IsAt(std::size_t place, const Wanted& wanted);
     Patterns FindLeading(const Patterns& patterns);
     static std::size_t BeginOf(const Leading& leading, std::size_t from);
     bool HasOneOf(const std::vector<Wanted>& list, std::size_t from);
     std::vector<Hit>::const_iterator HitsFrom(std::size_t from) const;
-    void Compare(std::string_view text, std::size_t at, std::uint32_t hash);
+    std::uint32_t FindLiterals(std::size_t from);
+    void Compare(std::size_t at);
 
     std::array<Byte, 256> m_bytes;
+    std::array<char, 256> m_folded;
     const ByteKinds m_kinds;
     std::array<std::uint64_t, kHashes / 64> m_hashes{}; ///< a bit each: whether a literal has it
     std::array<std::uint16_t, 512> m_first;             ///< literal by hash
     std::vector<Literal> m_literals;
+    std::vector<Key> m_keys;              ///< by literal
     std::vector<std::uint16_t> m_singles; ///< literals of one byte, by bit
     std::string_view m_text;
     std::size_t m_from = 0; ///< where the scan began
