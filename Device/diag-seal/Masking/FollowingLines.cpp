@@ -28,10 +28,15 @@ constexpr bool IsOfKey(char c)
 
 constexpr CharacterClass<IsOfKey> kBase64;
 
+constexpr bool IsBehindQuoted(char c)
+{
+    return c == ' ' || c == '\t' || c == '\r' || c == '"' || c == '\'' || c == ',' || c == ';' || c == '\\' || c == 'n';
+}
+
 /** Whether nothing but the end of a quoted text follows. */
 bool EndsLine(std::string_view rest)
 {
-    return rest.find_first_not_of(" \t\r\"',;\\n") == std::string_view::npos;
+    return std::all_of(rest.begin(), rest.end(), IsBehindQuoted);
 }
 
 } // namespace

@@ -15,7 +15,7 @@ bool IsRare(char c)
 
 std::size_t Place(std::uint32_t hash)
 {
-    return (hash ^ hash >> 6) % 512;
+    return (hash ^ hash >> 4) % 2048;
 }
 
 std::size_t Index(char c)

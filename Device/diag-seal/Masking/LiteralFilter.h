@@ -157,7 +157,7 @@ private:
     std::array<char, 256> m_folded;
     const ByteKinds m_kinds;
     std::array<std::uint64_t, kHashes / 64> m_hashes{}; ///< a bit each: whether a literal has it
-    std::array<std::uint16_t, 512> m_first;             ///< literal by hash
+    std::array<std::uint16_t, 2048> m_first;            ///< literal by hash
     std::vector<Literal> m_literals;
     std::vector<Key> m_keys;              ///< by literal
     std::vector<std::uint16_t> m_singles; ///< literals of one byte, by bit
