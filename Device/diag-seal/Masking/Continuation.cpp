@@ -8,7 +8,7 @@ namespace
 {
 
 // Behind so large a class that repeats, nearly everything can follow.
-constexpr std::size_t kWide = 128;
+constexpr std::size_t kWide = 248;
 
 } // namespace
 
@@ -24,14 +24,25 @@ void Continuation::AddOptional(const ByteSet& bytes, bool repeats)
 
 void Continuation::AddOptionalGroup(const ByteSet& first, const ByteSet& bytes)
 {
-    m_isClosed = m_isClosed || m_steps.size() + 2 > kMaxSteps;
     AddStep({first, 2, false});
     AddStep({bytes, 1, true});
 }
 
+void Continuation::Append(const Continuation& next)
+{
+    std::for_each(next.m_steps.begin(), next.m_steps.end(), [this](const Step& step) { AddStep(step); });
+    m_isClosed = m_isClosed || next.m_isClosed;
+}
+
+std::size_t Continuation::FixedSize() const
+{
+    const auto isOther = [](const Step& step) { return step.skips > 0 || step.repeats; };
+    return static_cast<std::size_t>(std::find_if(m_steps.begin(), m_steps.end(), isOther) - m_steps.begin());
+}
+
 void Continuation::AddStep(const Step& step)
 {
-    m_isClosed = m_isClosed || m_steps.size() == kMaxSteps;
+    m_isClosed = m_isClosed || m_steps.size() + std::max<std::size_t>(step.skips, 1) > kMaxSteps;
     if (m_isClosed || step.bytes.none()) {
         return;
     }

@@ -30,6 +30,15 @@ public:
     /** One byte of the first set and any number of the second may follow. */
     void AddOptionalGroup(const ByteSet& first, const ByteSet& bytes);
 
+    /** What `next` says follows. */
+    void Append(const Continuation& next);
+
+    /** How many bytes follow in any case: each is one of its own set. */
+    std::size_t FixedSize() const;
+
+    /** The set of one of those bytes. */
+    const ByteSet& At(std::size_t i) const { return m_steps[i].bytes; }
+
     /** Anything may follow from here on: what is added later is without effect. */
     void Close() { m_isClosed = true; }
 
@@ -48,7 +57,7 @@ private:
     struct Step
     {
         ByteSet bytes;
-        std::size_t skips; ///< steps that may be left out from this one on, itself included
+        std::uint8_t skips; ///< steps that may be left out from this one on, itself included
         bool repeats;
 
         bool operator==(const Step& other) const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OnePass.h"
 #include "RequiredTexts.h"
 
 #include <cstddef>
@@ -19,10 +20,13 @@ struct PatternPart
     std::size_t size = kUnbounded; ///< bytes of a match, at most
     bool repeats = false;          ///< it matches what it says, once or more often
     bool mayBeEmpty = true;
-    bool isFixed = false;               ///< all matches have this size
-    std::optional<ByteSet> assertion{}; ///< it is "\b", "^" or one of these or a byte: what can stand behind it
-    ByteSet first = ByteSet().set();    ///< with which a match begins
-    ByteSet bytes = ByteSet().set();    ///< that a match holds
+    bool isFixed = false;                ///< all matches have this size
+    std::optional<ByteSet> assertion{};  ///< it is "\b", "^" or one of these or a byte: what can stand behind it
+    ByteSet first = ByteSet().set();     ///< with which a match begins
+    ByteSet last = ByteSet().set();      ///< with which one ends
+    ByteSet bytes = ByteSet().set();     ///< that a match holds
+    std::optional<Continuation> steps{}; ///< the same, byte by byte, if more is known than these sets
+    OnePass onePass{};
 };
 
 /** The bytes of which the predicate holds. */
@@ -52,26 +56,7 @@ PatternPart EitherPart(PatternPart a, PatternPart b);
 /** What each match of the part requires, the rarest first. */
 RequiredLists RequiredByPart(PatternPart part);
 
-/** Puts parts together that follow each other. */
-class PatternSequence
-{
-public:
-    void Add(PatternPart part);
-    PatternPart Finish();
-
-private:
-    void AddBytes(PatternPart part);
-    void Precede(RequiredTexts& list) const;
-    void Widen();
-    RequiredTexts TakeRun();
-
-    PatternPart m_all = PartOfText("");
-    std::vector<std::string> m_run{""};   ///< what the parts that were added last match together
-    ByteSet m_previous = ByteSet().set(); ///< what can stand before that
-    ByteSet m_prefix;                     ///< what belongs to the match if it stands before that
-    std::size_t m_before = 0;             ///< bytes of the sequence before that, at most
-    bool m_isFixed = true;                ///< exactly
-    std::size_t m_order = 0;
-};
+/** Adds what is known of the part's bytes to what follows a text. */
+void Continue(Continuation& next, const PatternPart& part);
 
 } // namespace DiagSeal

@@ -116,4 +116,13 @@ std::optional<PatternSplit> Split(std::string_view pattern)
     return parts;
 }
 
+bool HasGroups(std::string_view pattern)
+{
+    Walker walker(pattern);
+    while (!walker.IsAtEnd() && !walker.BeginsGroup()) {
+        walker.Skip();
+    }
+    return !walker.IsAtEnd();
+}
+
 } // namespace DiagSeal

@@ -26,4 +26,7 @@ struct PatternSplit
  */
 std::optional<PatternSplit> Split(std::string_view pattern);
 
+/** Whether the pattern has a group that counts. As Split, it takes any text. Thread-safe. */
+bool HasGroups(std::string_view pattern);
+
 } // namespace DiagSeal

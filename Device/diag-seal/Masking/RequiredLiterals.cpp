@@ -1,7 +1,7 @@
 #include "RequiredLiterals.h"
 
 #include "Characters.h"
-#include "PatternPart.h"
+#include "PatternSequence.h"
 
 #include <algorithm>
 #include <string>
@@ -15,6 +15,7 @@ namespace
 
 constexpr std::size_t kMaxClass = 5;  // characters of a class that counts as alternatives
 constexpr std::size_t kMaxDepth = 50; // of groups
+constexpr std::size_t kMany = 1000;   // repetitions
 
 /** Reading ends at a construct that the reader does not know. */
 struct Unknown
@@ -148,9 +149,7 @@ private:
             } else if (Take("*")) {
                 part = OptionalPart(RepeatedPart(std::move(part)));
             } else if (const std::size_t size = CountSize(); size > 0) {
-                const bool mayBeMissing = m_rest[1] == '0';
-                part = RepeatedPart(std::move(part));
-                part = mayBeMissing ? OptionalPart(std::move(part)) : std::move(part);
+                part = Counted(part, m_rest.substr(1, size - 2));
                 m_rest.remove_prefix(size);
             } else if (Take("+")) {
                 part = RepeatedPart(std::move(part));
@@ -160,6 +159,17 @@ private:
             Take("?"); // as few as possible
         }
         return part;
+    }
+
+    /** @param count "3", "3," or "3,5" */
+    static PatternPart Counted(const PatternPart& part, std::string_view count)
+    {
+        const std::string_view digits = count.substr(0, count.find(','));
+        std::size_t least = 0;
+        for (const char c : digits) {
+            least = std::min(10 * least + static_cast<std::size_t>(HexValue(c)), kMany);
+        }
+        return CountedPart(part, least, digits.size() < count.size());
     }
 
     /** Of "{3}", "{3,}" or "{3,5}" at the beginning of the rest, or 0: other braces stand for themselves. */
@@ -281,8 +291,8 @@ private:
             case 'r':
                 return PartOfText("\r");
             case 's': {
-                PatternPart part = PartOfText(" ");
-                part.first = part.bytes = ClassOf(c);
+                PatternPart part = PartOfOneByte(ClassOf(c));
+                part.exact.emplace().emplace_back(" ");
                 return part;
             }
             case 'b':
@@ -307,6 +317,15 @@ private:
 };
 
 } // namespace
+
+bool IsOnePass(std::string_view pattern)
+{
+    try {
+        return Reader(pattern).Read().onePass.Holds();
+    } catch (const Unknown&) {
+        return false;
+    }
+}
 
 RequiredLists RequiredLiterals(std::string_view pattern)
 {

@@ -20,4 +20,7 @@ namespace DiagSeal
  */
 RequiredLists RequiredLiterals(std::string_view pattern);
 
+/** Whether the pattern is one that OnePass describes. If the reader does not know it, it is not. Thread-safe. */
+bool IsOnePass(std::string_view pattern);
+
 } // namespace DiagSeal

@@ -120,6 +120,13 @@ RequiredLists RequiredByEither(RequiredLists a, RequiredLists b)
     return lists;
 }
 
+void CloseAll(RequiredTexts& list)
+{
+    for (RequiredText& text : list.texts) {
+        text.next.Close();
+    }
+}
+
 RequiredLists WithoutRedundant(const RequiredLists& lists)
 {
     RequiredLists all;

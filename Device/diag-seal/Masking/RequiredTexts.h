@@ -50,6 +50,9 @@ RequiredLists Rarest(RequiredLists lists);
 /** What is required if one of two parts of a pattern matches. */
 RequiredLists RequiredByEither(RequiredLists a, RequiredLists b);
 
+/** Lets anything follow each of the texts. */
+void CloseAll(RequiredTexts& list);
+
 /** Leaves out what says nothing new: a list if one before it implies it, and a text that holds another one. */
 RequiredLists WithoutRedundant(const RequiredLists& lists);
 

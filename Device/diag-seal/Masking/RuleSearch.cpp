@@ -1,6 +1,7 @@
 #include "RuleSearch.h"
 
 #include "PatternSplit.h"
+#include "RequiredLiterals.h"
 
 #include <algorithm>
 #include <cctype>
@@ -47,6 +48,13 @@ bool IsRestOfLine(std::string_view line, std::size_t begin)
     return std::find(std::begin(kAssignments), std::end(kAssignments), before) != std::end(kAssignments);
 }
 
+/** RE2 searches in one pass only if it is asked for a group, so there has to be one. */
+std::string WithGroup(std::string_view pattern, bool isOnePass)
+{
+    const bool needsGroup = isOnePass && !HasGroups(pattern);
+    return (needsGroup ? "(" : "") + std::string(pattern) + (needsGroup ? ")" : "");
+}
+
 } // namespace
 
 RE2::Options PatternOptions(std::string_view pattern)
@@ -64,11 +72,19 @@ RE2::Options PatternOptions(std::string_view pattern)
 }
 
 RuleSearch::Expression::Expression(std::string_view pattern)
-    : compiled({pattern.data(), pattern.size()}, PatternOptions(pattern)), groups(compiled.NumberOfCapturingGroups())
+    : isOnePass(IsOnePass(pattern)),
+      compiled(WithGroup(pattern, isOnePass), PatternOptions(pattern)),
+      groups(compiled.NumberOfCapturingGroups())
 {
     const auto& names = compiled.NamedCapturingGroups();
     const auto value = names.find("value");
     valueGroup = value == names.end() ? 0 : value->second;
+}
+
+bool RuleSearch::Expression::MatchAt(std::string_view line, std::size_t begin, Groups& found) const
+{
+    return compiled.Match({line.data(), line.size()}, begin, line.size(), RE2::ANCHOR_START, found.data(),
+                          isOnePass ? 1 + groups : 1);
 }
 
 int RuleSearch::Check() const
@@ -101,7 +117,7 @@ const RuleSearch::PartExpressions* RuleSearch::Parts()
         ++m_searches;
     } else if (!m_isSplit) {
         m_isSplit = true;
-        const auto split = m_rule.name == kKeep ? std::nullopt : Split(m_rule.pattern);
+        const auto split = m_rule.name == kKeep || Whole().isOnePass ? std::nullopt : Split(m_rule.pattern);
         if (split) {
             m_parts.reset(
                 new PartExpressions{Expression(split->head), Expression(split->tail), split->sizeBehindGroup});
@@ -112,13 +128,14 @@ const RuleSearch::PartExpressions* RuleSearch::Parts()
     return m_parts.get();
 }
 
-bool RuleSearch::Take(const re2::StringPiece& match, std::string_view line)
+void RuleSearch::Take(std::size_t begin, std::size_t end, const Expression* grouped, std::size_t groupedBegin)
 {
-    m_begin = static_cast<std::size_t>(match.data() - line.data());
-    m_end = m_begin + match.size();
-    m_grouped = nullptr;
+    m_begin = begin;
+    m_end = end;
     m_isCut = false;
-    return true;
+    m_grouped = grouped;
+    m_groupedBegin = groupedBegin;
+    m_knowsGroups = grouped != nullptr && grouped->isOnePass;
 }
 
 bool RuleSearch::Find(std::string_view line, std::size_t from)
@@ -127,7 +144,12 @@ bool RuleSearch::Find(std::string_view line, std::size_t from)
         return from == 0 && FindAt(line, 0);
     }
     re2::StringPiece match;
-    return Whole().Match(line, from, line.size(), RE2::UNANCHORED, &match, 1) && Take(match, line);
+    if (!Whole().compiled.Match({line.data(), line.size()}, from, line.size(), RE2::UNANCHORED, &match, 1)) {
+        return false;
+    }
+    const auto begin = static_cast<std::size_t>(match.data() - line.data());
+    Take(begin, begin + match.size(), nullptr, 0);
+    return true;
 }
 
 bool RuleSearch::FindAt(std::string_view line, std::size_t place)
@@ -136,8 +158,12 @@ bool RuleSearch::FindAt(std::string_view line, std::size_t place)
     if (result != PartsResult::Unknown) {
         return result == PartsResult::Match;
     }
-    re2::StringPiece match;
-    return Whole().Match(line, place, line.size(), RE2::ANCHOR_START, &match, 1) && Take(match, line);
+    const Expression& whole = Whole();
+    if (!whole.MatchAt(line, place, m_groups)) {
+        return false;
+    }
+    Take(place, place + m_groups[0].size(), whole.isOnePass ? &whole : nullptr, place);
+    return true;
 }
 
 /** Finds the match at `place`, part by part. */
@@ -147,17 +173,14 @@ RuleSearch::PartsResult RuleSearch::MatchParts(std::string_view line, std::size_
     if (parts == nullptr) {
         return PartsResult::Unknown;
     }
-    re2::StringPiece head;
-    if (!parts->head.Match(line, place, line.size(), RE2::ANCHOR_START, &head, 1)) {
+    if (!parts->head.MatchAt(line, place, m_groups)) {
         return PartsResult::None;
     }
-    re2::StringPiece tail;
-    if (!parts->tail.Match(line, place + head.size(), line.size(), RE2::ANCHOR_START, &tail, 1)) {
+    const std::size_t tailBegin = place + m_groups[0].size();
+    if (!parts->tail.MatchAt(line, tailBegin, m_groups)) {
         return PartsResult::Unknown;
     }
-    Take({head.data(), head.size() + tail.size()}, line);
-    m_grouped = &parts->tail;
-    m_groupedBegin = place + head.size();
+    Take(place, tailBegin + m_groups[0].size(), &parts->tail, tailBegin);
     return PartsResult::Match;
 }
 
@@ -169,6 +192,10 @@ bool RuleSearch::FindGroups(std::string_view line)
         m_end = end;
         m_grouped = &Whole();
         m_groupedBegin = m_begin;
+        m_knowsGroups = false;
+    }
+    if (m_knowsGroups) {
+        return true;
     }
     if (m_parts && m_grouped == &m_parts->tail && m_parts->sizeBehindGroup) {
         m_groups[1].set(line.data() + m_groupedBegin, m_end - m_groupedBegin - *m_parts->sizeBehindGroup);
@@ -176,8 +203,9 @@ bool RuleSearch::FindGroups(std::string_view line)
     }
     // One byte on each side is what "^", "$" and "\\b" look at: a short text is what RE2 is fast on.
     const std::size_t before = m_groupedBegin - std::min<std::size_t>(m_groupedBegin, 1);
-    return m_grouped->Match(line.substr(before, m_end + 1 - before), m_groupedBegin - before, m_end - before,
-                            RE2::ANCHOR_BOTH, m_groups.data(), 1 + m_grouped->groups);
+    const std::string_view text = line.substr(before, m_end + 1 - before);
+    return m_grouped->compiled.Match({text.data(), text.size()}, m_groupedBegin - before, m_end - before,
+                                     RE2::ANCHOR_BOTH, m_groups.data(), 1 + m_grouped->groups);
 }
 
 FoundSecret RuleSearch::Explain(std::string_view line)

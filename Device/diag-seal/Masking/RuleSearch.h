@@ -33,8 +33,10 @@ struct FoundSecret
 /**
  * Searches lines for the matches of one rule, in linear time.
  *
- * RE2 finds where a match ends several times as fast as what its groups hold. So a rule that is searched for often is
- * split: the head's end is where the tail begins, and of most tails the group is known from where they begin and end.
+ * If the pattern can be matched in one pass, one search at a place finds the match and its groups. Of other patterns
+ * RE2 finds where a match ends several times as fast as what its groups hold. So a rule of that kind that is searched
+ * for often is split: the head's end is where the tail begins, and of most tails the group is known from where they
+ * begin and end, or they can be matched in one pass.
  *
  * Patterns are compiled when they are needed first: most rules are not needed in a run. Each takes 20 KiB at first and
  * more with each line that is unlike those before, up to a bound that PatternOptions sets. Not thread-safe.
@@ -72,17 +74,17 @@ public:
 private:
     static constexpr int kMaxGroups = 4; ///< what RE2's one-pass search can tell apart
 
+    using Groups = std::array<re2::StringPiece, 1 + kMaxGroups>; ///< the first is the match
+
     struct Expression
     {
         explicit Expression(std::string_view pattern);
 
-        /** Finds the match, and in `found` as many groups as there is room for. */
-        bool Match(std::string_view line, std::size_t begin, std::size_t end, RE2::Anchor anchor,
-                   re2::StringPiece* found, int count) const
-        {
-            return compiled.Match({line.data(), line.size()}, begin, end, anchor, found, count);
-        }
+        /** Finds the match at `begin`. Of a pattern that is matched in one pass, sets all groups, else only the match.
+         */
+        bool MatchAt(std::string_view line, std::size_t begin, Groups& found) const;
 
+        bool isOnePass;
         RE2 compiled;
         int groups = 0;
         int valueGroup = 0; ///< the number of the group "value", or 0
@@ -104,7 +106,7 @@ private:
 
     const Expression& Whole();
     const PartExpressions* Parts();
-    bool Take(const re2::StringPiece& match, std::string_view line);
+    void Take(std::size_t begin, std::size_t end, const Expression* grouped, std::size_t groupedBegin);
     PartsResult MatchParts(std::string_view line, std::size_t place);
     bool FindGroups(std::string_view line);
 
@@ -117,7 +119,8 @@ private:
     std::size_t m_end = 0;
     const Expression* m_grouped = nullptr; ///< what finds the groups of the match, if that is known
     std::size_t m_groupedBegin = 0;        ///< and where it matches
-    std::array<re2::StringPiece, 1 + kMaxGroups> m_groups;
+    Groups m_groups;
+    bool m_knowsGroups = false; ///< m_groups are those of the match
     bool m_isCut = false;
 };
 
