@@ -1,17 +1,25 @@
 #include "OnePass.h"
 
 #include <algorithm>
+#include <string_view>
 
 namespace DiagSeal
 {
 namespace
 {
 
-std::size_t CommonSize(const std::string& a, const std::string& b)
+std::size_t CommonSize(std::string_view a, std::string_view b)
 {
-    const std::size_t size = std::min(a.size(), b.size());
-    const auto end = a.begin() + static_cast<std::ptrdiff_t>(size);
-    return static_cast<std::size_t>(std::mismatch(a.begin(), end, b.begin()).first - a.begin());
+    a = a.substr(0, b.size());
+    return static_cast<std::size_t>(std::mismatch(a.begin(), a.end(), b.begin()).first - a.begin());
+}
+
+/** The next one of texts that have a NUL behind each. */
+std::string_view Take(std::string_view& texts)
+{
+    const std::string_view text = texts.substr(0, texts.find('\0'));
+    texts.remove_prefix(text.size() + 1);
+    return text;
 }
 
 } // namespace
@@ -22,7 +30,8 @@ OnePass OnePass::OfText(const std::string& text, const ByteSet& first)
     part.m_mayBeEmpty = text.empty();
     part.m_first = first;
     if (!text.empty()) {
-        part.m_leads.push_back(text);
+        part.m_leads = text;
+        part.m_leads += '\0';
         part.m_areWhole = true;
     }
     return part;
@@ -77,7 +86,7 @@ void OnePass::AddAlternative(const OnePass& other)
     if (m_leads.empty() || other.m_leads.empty()) {
         m_leads.clear();
     } else {
-        m_leads.insert(m_leads.end(), other.m_leads.begin(), other.m_leads.end());
+        m_leads += other.m_leads;
     }
 }
 
@@ -87,9 +96,11 @@ bool OnePass::IsDistinct(const OnePass& other)
     if (m_leads.empty() || other.m_leads.empty()) {
         return (m_first & other.m_first).none();
     }
-    for (const std::string& lead : other.m_leads) {
+    for (std::string_view others = other.m_leads; !others.empty();) {
+        const std::string_view lead = Take(others);
         std::size_t least = 0;
-        for (const std::string& known : m_leads) {
+        for (std::string_view leads = m_leads; !leads.empty();) {
+            const std::string_view known = Take(leads);
             const std::size_t common = CommonSize(known, lead);
             const bool isWithin = common == std::min(known.size(), lead.size());
             if (common < least || (isWithin && (known == lead || !m_areWhole || !other.m_areWhole))) {

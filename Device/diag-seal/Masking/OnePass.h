@@ -3,7 +3,6 @@
 #include "Continuation.h"
 
 #include <string>
-#include <vector>
 
 namespace DiagSeal
 {
@@ -43,10 +42,10 @@ private:
 
     bool m_holds = true;
     bool m_mayBeEmpty = true;
-    ByteSet m_first;                  ///< with which a match begins
-    ByteSet m_more;                   ///< with which a match may go on, although it may end as well
-    std::vector<std::string> m_leads; ///< texts with which the alternatives begin; empty if one begins otherwise
-    bool m_areWhole = false;          ///< and which they are
+    ByteSet m_first;     ///< with which a match begins
+    ByteSet m_more;      ///< with which a match may go on, although it may end as well
+    std::string m_leads; ///< texts with which the alternatives begin, each with a NUL; empty if one begins otherwise
+    bool m_areWhole = false; ///< and which they are
 };
 
 } // namespace DiagSeal
