@@ -33,7 +33,7 @@ private:
     std::size_t m_order = 0;
 };
 
-/** The part so often, or more often if it goes on. Of a part of one byte, the steps tell each repetition if they are few. */
+/** The part so often, or more often if it goes on. Of a part of one byte, the steps tell each repetition. */
 PatternPart CountedPart(const PatternPart& part, std::size_t least, bool goesOn);
 
 } // namespace DiagSeal
