@@ -8,12 +8,12 @@ file(WRITE ${FUZZ_TARGET_LIST} "")
 
 # add_fuzz_target(TARGET SOURCE CORPUS dir [LIBS libraries...])
 #
-# SOURCE defines LLVMFuzzerTestOneInput, which aborts when it finds a fault. With FUZZ the target is a libFuzzer
+# SOURCE defines CheckInput, see FuzzTarget.h, which aborts when it finds a fault. With FUZZ the target is a libFuzzer
 # program, and no test. Otherwise it is a program, and a test in a device box, that runs every file of CORPUS once.
 function(add_fuzz_target target source)
     cmake_parse_arguments(arg "" "CORPUS" "LIBS" ${ARGN})
     cmake_path(ABSOLUTE_PATH arg_CORPUS)
-    add_executable(${target} ${source})
+    add_executable(${target} ${source} ${CMAKE_SOURCE_DIR}/Tests/Support/LibFuzzer.cpp)
     target_include_directories(${target} PRIVATE ${CMAKE_SOURCE_DIR}/Tests/Support)
     target_link_libraries(${target} PRIVATE ${arg_LIBS})
     add_dependencies(${target} device-root)

@@ -1,18 +1,16 @@
 #include "DFItemConfigFile.h"
 #include "DFLimits.h"
-#include "FuzzCheck.h"
+#include "FuzzTarget.h"
 #include "Items.h"
 
-#include <cstdint>
 #include <fstream>
 
 using namespace DiagnosticFileSvc;
 
 /** The input is the item configuration file. What a start makes of it is what the next start finds. */
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void CheckInput(const std::string& input)
 {
-    std::ofstream("/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json", std::ios::binary | std::ios::trunc)
-        .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+    std::ofstream("/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json", std::ios::binary) << input;
     DFItemRegistry first({});
     LoadDiagItemsFromConfigFile(first);
     FUZZ_CHECK(first.GetItems().size() <= kMaxRegisteredItems);
@@ -23,5 +21,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     DFItemRegistry next({});
     LoadDiagItemsFromConfigFile(next);
     FUZZ_CHECK(SubTypesOf(next) == SubTypesOf(first));
-    return 0;
 }

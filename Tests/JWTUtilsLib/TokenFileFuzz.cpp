@@ -1,28 +1,26 @@
-#include "FuzzCheck.h"
+#include "FuzzTarget.h"
 #include "QuillaneTokens.h"
 
-#include <cstdint>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
-#include <string>
 
 using JwtUtils::FromSeconds;
 using JwtUtils::QuillaneTokens;
 
 /** The input is the token file, 0xff, the file of its time stamp, 0xff, the file of the refresh token's. */
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void CheckInput(const std::string& input)
 {
-    std::istringstream input(std::string(reinterpret_cast<const char*>(data), size));
+    std::istringstream files(input);
     for (const char* path : {"/run/fuzzed.json", "/run/fuzzed.timestamp", "/run/fuzzed.refresh_token"}) {
         std::string content;
-        std::getline(input, content, '\xff');
-        std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
+        std::getline(files, content, '\xff');
+        std::ofstream(path, std::ios::binary) << content;
     }
     QuillaneTokens tokens;
     try {
         if (!tokens.ReadFile("/run/fuzzed.json")) {
-            return 0;
+            return;
         }
     } catch (const std::logic_error&) {
         // A time stamp that is none is no finding: all else is loaded.
@@ -34,5 +32,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FUZZ_CHECK(again.Tokens().SerializeAsString() == tokens.Tokens().SerializeAsString());
     FUZZ_CHECK(again.AccessRefreshDelay(FromSeconds(0)) == tokens.AccessRefreshDelay(FromSeconds(0)));
     FUZZ_CHECK(again.RefreshRefreshDelay(FromSeconds(0)) == tokens.RefreshRefreshDelay(FromSeconds(0)));
-    return 0;
 }

@@ -1,16 +1,14 @@
 // Runs a fuzz target once for each file of the folders given: what fuzzing begins with, and what it has found before.
 
 #include "DeviceBoxOnly.h"
+#include "FuzzTarget.h"
 
-#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <string>
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 int main(int argc, char* argv[])
 {
@@ -29,7 +27,7 @@ int main(int argc, char* argv[])
                 std::cerr << "cannot be read\n";
                 return EXIT_FAILURE;
             }
-            LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
+            CheckInput(input);
             ++count;
         }
     }

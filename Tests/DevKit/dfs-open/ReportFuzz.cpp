@@ -1,11 +1,9 @@
 #include "FactReader.h"
-#include "FuzzCheck.h"
+#include "FuzzTarget.h"
 #include "Page.h"
 #include "Utf8Text.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <string>
 
 namespace
 {
@@ -34,9 +32,8 @@ void CheckTags(const std::string& page)
 } // namespace
 
 /** The first line is the item's name and sub-type; the rest its text. */
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void CheckInput(const std::string& input)
 {
-    const std::string input(reinterpret_cast<const char*>(data), size);
     const std::size_t end = std::min(input.find('\n'), input.size());
     DfsReport::Archive archive;
     archive.collection.name = input.substr(0, end);
@@ -63,5 +60,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     page.erase(page.rfind("<script"));
     page.erase(0, page.find("</style>"));
     CheckTags(page);
-    return 0;
 }

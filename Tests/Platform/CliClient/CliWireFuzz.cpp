@@ -1,9 +1,7 @@
 #include "CliWire.h"
-#include "FuzzCheck.h"
+#include "FuzzTarget.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <string>
 #include <vector>
 
 static std::vector<std::string> Lines(const std::string& input, std::size_t pieceSize)
@@ -31,14 +29,12 @@ static void CheckReadsBack(const std::optional<Message>& message,
     }
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void CheckInput(const std::string& input)
 {
-    const std::string input(reinterpret_cast<const char*>(data), size);
     const auto lines = Lines(input, input.size() + 1);
-    FUZZ_CHECK(Lines(input, 1 + size % 7) == lines);
+    FUZZ_CHECK(Lines(input, 1 + input.size() % 7) == lines);
     for (const std::string& line : lines) {
         CheckReadsBack(CliWire::DecodeRequest(line), CliWire::DecodeRequest);
         CheckReadsBack(CliWire::DecodeEvent(line), CliWire::DecodeEvent);
     }
-    return 0;
 }

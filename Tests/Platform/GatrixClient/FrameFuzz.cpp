@@ -1,11 +1,9 @@
-#include "FuzzCheck.h"
+#include "FuzzTarget.h"
 #include "GatrixBody.h"
 #include "GatrixWire.h"
 #include "Utf8Text.h"
 
-#include <cstdint>
 #include <optional>
-#include <string>
 
 using namespace Gatrix;
 
@@ -26,9 +24,8 @@ static void CheckReadsBack(const Wire::Frame& frame)
     FUZZ_CHECK(again && Wire::Serialize(*again) == text && text.find('\n') == std::string::npos);
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void CheckInput(const std::string& input)
 {
-    const std::string input(reinterpret_cast<const char*>(data), size);
     if (const auto frame = Read(input)) {
         CheckReadsBack(*frame);
         FUZZ_CHECK(!Utf8Text::IsValid(input) || Utf8Text::IsValid(Wire::Serialize(*frame)));
@@ -37,5 +34,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FUZZ_CHECK(Utf8Text::IsValid(body));
     CheckReadsBack(Wire::Answer{1, body});
     TextOfBody(body);
-    return 0;
 }

@@ -1,9 +1,6 @@
-#include "FuzzCheck.h"
+#include "FuzzTarget.h"
 #include "ProtoToMarkup.h"
 #include "UploadSysInfo.pb.h"
-
-#include <cstdint>
-#include <string>
 
 /** What is read is written, and read again, without a loss. What is refused leaves the message alone. */
 template <class Message>
@@ -24,11 +21,9 @@ static void CheckReadsBack(const std::string& input)
     FUZZ_CHECK(again.ByteSizeLong() == message.ByteSizeLong());
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void CheckInput(const std::string& input)
 {
-    const std::string input(reinterpret_cast<const char*>(data), size);
     CheckReadsBack<DFSCommonPB::UploadRequest>(input);
     CheckReadsBack<DFSCommonPB::MetadataPayload>(input);
     CheckReadsBack<DFSCommonPB::diagItemConfigList>(input);
-    return 0;
 }

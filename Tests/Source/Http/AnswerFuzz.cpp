@@ -1,11 +1,10 @@
-#include "FuzzCheck.h"
+#include "FuzzTarget.h"
 #include "HttpUrl.h"
 #include "JsonReader.h"
 #include "ResponseCollector.h"
 #include "RetryPolicy.h"
 
 #include <cstdint>
-#include <string>
 #include <string_view>
 
 namespace
@@ -52,9 +51,8 @@ void CheckWaits(Http::HSMResponse response, bool withTable)
 } // namespace
 
 /** The answer's header section, an empty line, its body. */
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void CheckInput(const std::string& input)
 {
-    const std::string input(reinterpret_cast<const char*>(data), size);
     const Http::HSMResponse response = Collect(input);
     CheckWaits(response, true);
     CheckWaits(response, false);
@@ -63,5 +61,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (answer.value && answer.value->isObject() && (*answer.value)["uploadUrl"].isString()) {
         Http::IsHttpUrl((*answer.value)["uploadUrl"].asString());
     }
-    return 0;
 }
