@@ -7,73 +7,56 @@
 
 #include <fcntl.h>
 #include <filesystem>
-#include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace
-{
 using testing::HasSubstr;
 
 constexpr char kLock[] = "/run/vantor/vantorlibs_tests.lock";
 
-/** A process that has asked, without standard descriptors, to be the only one. It lives until it is killed. */
-struct Contender
+/** What asking to be the only one brings. */
+static std::string Ask()
 {
-    Contender() : pid(fork())
-    {
-        if (pid == 0) {
-            umask(0);
-            for (const int standard : {0, 1, 2}) {
-                close(standard);
-            }
-            std::string answer = ErrorOf<std::exception>([] {
-                SystemUtils::ThereCanBeOnlyOne();
-                SystemUtils::ThereCanBeOnlyOne();
-            });
-            for (const int standard : {0, 1, 2}) {
-                answer += fcntl(standard, F_GETFD) == -1 ? "" : " on a standard descriptor";
-            }
-            WriteWholeFile("/tmp/answer.part", answer);
-            std::filesystem::rename("/tmp/answer.part", "/tmp/answer");
-            pause();
+    return ErrorOf<std::exception>(SystemUtils::ThereCanBeOnlyOne);
+}
+
+/** What it brings another process, which is started without standard descriptors. */
+static std::string AskElsewhere()
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        umask(0);
+        for (const int standard : {0, 1, 2}) {
+            close(standard);
         }
-        EXPECT_TRUE(WaitUntil([] { return std::filesystem::exists("/tmp/answer"); }));
-        said = ReadWholeFile("/tmp/answer");
-        std::filesystem::remove("/tmp/answer");
+        std::string answer = Ask();
+        for (const int standard : {0, 1, 2}) {
+            answer += fcntl(standard, F_GETFD) == -1 ? "" : " on a standard descriptor";
+        }
+        WriteWholeFile("/tmp/answer", answer);
+        _exit(0);
     }
-    ~Contender()
-    {
-        kill(pid, SIGKILL);
-        waitpid(pid, nullptr, 0);
-    }
+    EXPECT_EQ(waitpid(child, nullptr, 0), child);
+    return ReadWholeFile("/tmp/answer");
+}
 
-    pid_t pid;
-    std::string said;
-};
-} // namespace
-
-TEST(ThereCanBeOnlyOne, SecondProcess_IsRefusedByNameUntilTheHolderIsKilled)
+TEST(ThereCanBeOnlyOne, SecondProcess_IsRefusedByNameUntilTheHolderEnds)
 {
     std::filesystem::remove_all("/run/vantor");
-    {
-        const Contender holder;
-        EXPECT_EQ(holder.said, "no error");
-        EXPECT_EQ(Contender().said, "vantorlibs_tests is already running as process " + std::to_string(holder.pid));
-        EXPECT_EQ(std::filesystem::status(kLock).permissions(), std::filesystem::perms(0600));
-    }
+    EXPECT_EQ(AskElsewhere(), "no error");
+    EXPECT_EQ(std::filesystem::status(kLock).permissions(), std::filesystem::perms(0600));
+    EXPECT_EQ(Ask() + Ask(), "no errorno error");
     // A forked child is another process, and a program that is run holds nothing.
-    EXPECT_NO_THROW(SystemUtils::ThereCanBeOnlyOne());
-    EXPECT_THAT(Contender().said, HasSubstr(std::to_string(getpid())));
+    EXPECT_EQ(AskElsewhere(), "vantorlibs_tests is already running as process " + std::to_string(getpid()));
     EXPECT_THAT(RunProgram({"ls", "-l", "/proc/self/fd"}).output, Not(HasSubstr("vantorlibs_tests.lock")));
     for (const std::string& foreign : {std::string(), std::string("12a\n"), std::string(100000, '7')}) {
         WriteWholeFile(kLock, foreign);
-        EXPECT_EQ(Contender().said, "vantorlibs_tests is already running");
+        EXPECT_EQ(AskElsewhere(), "vantorlibs_tests is already running");
     }
     std::filesystem::remove_all("/run/vantor");
     WriteWholeFile("/run/vantor", "");
-    EXPECT_THAT(Contender().said, HasSubstr("/run/vantor"));
+    EXPECT_THAT(AskElsewhere(), HasSubstr("/run/vantor"));
 }
 
 TEST(SystemUtils, ReadFile_ReadsWholeFilesAndNothingElse)
