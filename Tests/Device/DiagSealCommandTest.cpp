@@ -9,8 +9,6 @@
 #include <chrono>
 #include <regex>
 #include <set>
-#include <string>
-#include <vector>
 
 namespace
 {

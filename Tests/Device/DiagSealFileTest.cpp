@@ -6,8 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <string>
-#include <utility>
 
 namespace
 {

@@ -3,15 +3,12 @@
 
 #include <gmock/gmock.h>
 
-namespace
-{
 using namespace DFSCommonPB;
 using namespace DiagnosticFileSvc;
 using Inputs = std::deque<std::string>;
 using testing::HasSubstr;
 
 constexpr auto kUndeclared = static_cast<DiagFileType>(50);
-} // namespace
 
 TEST(DFItemSelection, GoesByTypesAndSubType_OrAddsACustomFile)
 {

@@ -10,8 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <future>
-#include <string>
-#include <vector>
 
 /** The real tasks of the service, with the cloud's stand-in, and without the process around them. */
 class Pipeline : public testing::Test

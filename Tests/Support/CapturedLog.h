@@ -7,8 +7,6 @@
 
 #include <functional>
 #include <regex>
-#include <string>
-#include <vector>
 
 /** Has every logger write its lines down to `threshold`, and takes them in from here on. */
 class CapturedLog

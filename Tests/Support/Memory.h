@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
 #include <sys/resource.h>
 
 /** The memory of this process, in kB: a field of /proc/self/status, see proc(5). VmHWM is the most that it has had. */

@@ -5,10 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <string>
-#include <vector>
-
 /** A device in its box: the daemon runs as on the product, and is asked over its command line. */
 class Device : public testing::Test
 {

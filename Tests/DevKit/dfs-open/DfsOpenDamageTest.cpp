@@ -113,25 +113,3 @@ TEST(DfsOpenDamage, FaultyArchive_IsToldAndItsItemIsExtracted)
         EXPECT_EQ(ReadWholeFile(folder.Path() + "/out/log"), kLog) << expected;
     }
 }
-
-TEST(DfsOpenDamage, AnyByte_IsSurvivedAndGivesNoWrongContent)
-{
-    const ArchiveMaker maker;
-    const Member manifest = maker.Manifest({{"log", "l"}});
-    const std::string message = maker.Encrypt(maker.Gzip(kLog));
-    const std::string archive = ReadWholeFile(maker.Write({manifest, {"log.gz", maker.Gzip(message)}}));
-    std::mt19937 random(1);
-    const auto damaged = [&random](const std::string& data) {
-        const std::size_t at = random() % data.size();
-        return random() % 4 == 0 ? data.substr(0, at) : Flip(data, at);
-    };
-    const TemporaryFolder folder;
-    for (int round = 0; round < 100; ++round) {
-        // In turn of the archive, and of the encrypted message in it.
-        const std::string path = round % 2 == 0 ? folder.Write("archive", damaged(archive))
-                                                : maker.Write({manifest, {"log.gz", maker.Gzip(damaged(message))}});
-        const Finished result = maker.Open(path, {"--cat", "l"});
-        const bool isRight = result.status == 0 && result.output.find(kLog) == 0;
-        EXPECT_TRUE(isRight || result.status == 1) << round << ": " << result.status << ' ' << result.output;
-    }
-}

@@ -6,11 +6,8 @@
 
 #include <future>
 
-namespace
-{
 using testing::HasSubstr;
 using testing::StartsWith;
-} // namespace
 
 TEST(CloudFault, BrokenHttp_IsAnsweredAndTheConnectionEnded)
 {

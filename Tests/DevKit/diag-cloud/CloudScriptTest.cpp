@@ -5,11 +5,8 @@
 
 #include <stdexcept>
 
-namespace
-{
 using DiagCloud::ParseScript;
 using testing::HasSubstr;
-} // namespace
 
 TEST(CloudScript, Outcomes_AreTakenInTurnEachByItsKind)
 {

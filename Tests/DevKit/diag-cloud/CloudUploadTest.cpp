@@ -1,4 +1,5 @@
 #include "ChildProcess.h"
+#include "StringUtils.h"
 #include "TestCloud.h"
 
 #include <gmock/gmock.h>
@@ -6,15 +7,7 @@
 #include <signal.h>
 #include <system_error>
 
-namespace
-{
 using testing::HasSubstr;
-
-std::string Replaced(std::string text, const std::string& from, const std::string& to)
-{
-    return text.replace(text.find(from), from.size(), to);
-}
-} // namespace
 
 TEST(CloudUpload, MetadataAndArchive_AreStoredAndRecorded)
 {
@@ -64,11 +57,13 @@ TEST(CloudUpload, BadMetadata_IsRefusedWithTheReason)
         {"[]", "not a JSON object"},
         {std::string("{}\0{}", 5), "not a JSON object"},
         {R"({"MetadataPayload":)" + good + "}", R"(no text \"productName\")"},
-        {Replaced(good, R"("fileType":"f",)", ""), R"(no text \"fileType\")"},
-        {Replaced(good, R"("softwareVersion":"1.0")", R"("softwareVersion":1)"), R"(no text \"softwareVersion\")"},
-        {Replaced(good, "GUID-1", "GUID-2"), R"(\"productId\" is not the product id of the path)"},
-        {Replaced(good, "05Z", "05+00:00"), R"(\"uploadTimeStamp\" is not a time)"},
-        {Replaced(good, R"("subType":"top")", R"("subtype":"top")"), R"(an entry of \"uploadedItems\")"},
+        {StringUtils::FindReplace(good, R"("fileType":"f",)", ""), R"(no text \"fileType\")"},
+        {StringUtils::FindReplace(good, R"("softwareVersion":"1.0")", R"("softwareVersion":1)"),
+         R"(no text \"softwareVersion\")"},
+        {StringUtils::FindReplace(good, "GUID-1", "GUID-2"), R"(\"productId\" is not the product id of the path)"},
+        {StringUtils::FindReplace(good, "05Z", "05+00:00"), R"(\"uploadTimeStamp\" is not a time)"},
+        {StringUtils::FindReplace(good, R"("subType":"top")", R"("subtype":"top")"),
+         R"(an entry of \"uploadedItems\")"},
     };
     for (const auto& [body, reason] : cases) {
         const Reply reply = cloud.PostMetadata(body);

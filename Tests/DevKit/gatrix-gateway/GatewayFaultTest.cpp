@@ -5,13 +5,10 @@
 
 #include <atomic>
 
-namespace
-{
 namespace Wire = Gatrix::Wire;
 using GatrixGateway::Gateway;
 using testing::HasSubstr;
 using testing::StartsWith;
-} // namespace
 
 TEST(GatewayFault, BadFrame_ClosesTheConnectionWithTheReason)
 {

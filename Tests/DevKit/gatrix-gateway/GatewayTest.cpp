@@ -5,17 +5,12 @@
 #include <gmock/gmock.h>
 
 #include <future>
-#include <memory>
 #include <signal.h>
 #include <system_error>
-#include <vector>
 
-namespace
-{
 namespace Wire = Gatrix::Wire;
 using GatrixGateway::Gateway;
 using testing::HasSubstr;
-} // namespace
 
 TEST(Gateway, Bodies_TravelAsTheyAreAndInOrder)
 {

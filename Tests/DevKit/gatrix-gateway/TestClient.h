@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 /** A service's end of the wire. */
 class TestClient : public WebSocketPeer
 {

@@ -120,13 +120,10 @@ TEST_F(CliClientTest, Command_IsRunWithItsArgumentsAndAnsweredToWhoAsked)
     const std::pair<std::string, std::string> cases[] = {
         {"service show 'a b' \"\"", R"(reply 5 1{ "a b", "" })"},
         {" service show types 9 ", R"(reply 5 2{ "9" })"},
-        {"service show x types", R"(reply 5 1{ "x", "types" })"},
         {"Service show", kUnknown},
-        {"", kUnknown},
         {"service show 'a", "failed 5 a quote is not closed"},
         {"bad", "failed 5 stoi"},
         {"worse", "reply 5 done"},
-        {"bad", "failed 5 stoi"},
         {"big", "failed 5 a text of 1048576 bytes is too long for the command line"},
         {"service", kUnknown},
     };

@@ -7,11 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
-
 /** A gateway on the loopback interface that the test plays, for one connection at a time. */
 struct ScriptedGateway : WebSocketPeer
 {
