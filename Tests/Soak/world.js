@@ -95,10 +95,10 @@ class World {
     /** Waits until the process has ended, if it was about to, or what it does for a requester who is gone. */
     async settle() {
         await sleep(300);
-        const isWorking = () => !this.hasEnded() && (this.children() !== ''
-            || [kManifest, 'dfs_diagfile.tar.gz'].some((name) => fs.existsSync(`${kFolder}/${name}`)));
+        const isWorking = () => this.children() !== ''
+            || [kManifest, 'dfs_diagfile.tar.gz'].some((name) => fs.existsSync(`${kFolder}/${name}`));
         const end = Date.now() + 60000;
-        for (let idle = 0; idle < 10; idle = isWorking() ? 0 : idle + 1) {
+        for (let idle = 0; idle < 10 && !this.hasEnded(); idle = isWorking() ? 0 : idle + 1) {
             assert.ok(Date.now() < end, `the service does not come to rest, children: ${this.children() || 'none'}`);
             await sleep(20);
         }
