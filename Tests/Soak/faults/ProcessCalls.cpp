@@ -91,6 +91,7 @@ extern "C" pid_t waitpid(pid_t process, int* status, int options)
         return real(process, status, options);
     }
     if (Control()->mode == FaultMode::Error) {
+        real(process, nullptr, options); // as the kernel answers when somebody else has collected the child
         return Fail(ECHILD, pid_t{-1});
     }
     const std::uint32_t begin = Microseconds();
