@@ -27,7 +27,8 @@ function print(part, path) {
         });
     };
     const rows = fs.readFileSync(path, 'utf8').trim().split('\n').map((line) => JSON.parse(line));
-    rows.forEach((row) => add(`${row.kind} ${row.mode}`, row));
+    const name = ({ kind, mode }) => `${kind} ${mode}`;
+    rows.sort((a, b) => name(a).localeCompare(name(b))).forEach((row) => add(name(row), row));
     rows.forEach((row) => add('all', { ...row, kind: 'all', mode: '' }));
     const line = (cell, told) => console.log(`${columns.map(([name, width, title]) => {
         const text = String(cell(name, title));
