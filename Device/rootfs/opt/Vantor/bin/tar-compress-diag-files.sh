@@ -132,3 +132,6 @@ trap '' XFSZ
 pack "$@" || pack_again "$@" || fail "$archive could not be written"
 remove_leftovers
 mv -f -- "$partial" "$archive" || fail "$archive could not be put in place"
+# If the caller has been killed, nobody takes the archive away: its process has another parent then.
+IFS=' ' read -r _ _ _ parent _ <"/proc/$$/stat" || parent=$PPID
+[ "$parent" = "$PPID" ] || { remove "$archive"; fail "the caller has gone, and $archive with it"; }
