@@ -1,7 +1,5 @@
 #include "MaskCases.h"
 
-#include "Masker.h"
-
 #include <algorithm>
 #include <fstream>
 #include <stdexcept>
@@ -74,6 +72,11 @@ std::string Masked(const std::string& input, std::size_t pieceSize, const std::s
     bytes.fill(static_cast<std::uint8_t>(key));
     DiagSeal::Masker masker(bytes, std::make_unique<DiagSeal::SecretFinder>(rules.empty() ? DiagSeal::BuiltInRules()
                                                                                           : std::string_view(rules)));
+    return MaskedBy(masker, input, pieceSize);
+}
+
+std::string MaskedBy(DiagSeal::Masker& masker, const std::string& input, std::size_t pieceSize)
+{
     std::string out;
     for (std::size_t at = 0; at < input.size(); at += std::min(pieceSize, input.size())) {
         masker.Feed(std::string_view(input).substr(at, pieceSize), out);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Masker.h"
+
 #include <map>
 #include <string>
 #include <vector>
@@ -25,3 +27,6 @@ std::vector<std::string> MaskedEach(const std::vector<std::string>& texts, const
 /** What comes out for the input, fed in pieces of so many bytes, with the built-in rules if none are given. */
 std::string Masked(const std::string& input, std::size_t pieceSize = std::string::npos, const std::string& rules = {},
                    char key = 'k');
+
+/** The same with an object that may have masked other texts before. */
+std::string MaskedBy(DiagSeal::Masker& masker, const std::string& input, std::size_t pieceSize);
