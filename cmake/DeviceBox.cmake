@@ -18,6 +18,7 @@ function(add_box_test_program target)
     cmake_parse_arguments(arg "" "" "LIBS" ${ARGN})
     add_executable(${target} ${arg_UNPARSED_ARGUMENTS})
     target_link_libraries(${target} PRIVATE ${arg_LIBS} TestSupport TestMain)
+    target_precompile_headers(${target} REUSE_FROM TestMain)
     add_dependencies(${target} device-root)
     set_target_properties(${target} PROPERTIES CROSSCOMPILING_EMULATOR "${DEVICE_BOX}")
     gtest_discover_tests(${target} TEST_PREFIX ${target}. DISCOVERY_MODE PRE_TEST
