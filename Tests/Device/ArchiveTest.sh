@@ -124,7 +124,7 @@ equal "members when one has gone, and lines on two" "dfs_b_20260101000000 dfs_le
 # A caller that is killed leaves the script behind, and the script no archive.
 shadow mv "kill -KILL \$(cat /tmp/caller); sleep 0.1; exec $(command -v mv) \"\$@\""
 sh -c 'echo $$ >/tmp/caller; tar-compress-diag-files.sh dfs_a.txt.gz 2>/tmp/err; :'
-until [ -s /tmp/err ]; do sleep 0.01; done
+check "a line on it" timeout 10 sh -c 'until [ -s /tmp/err ]; do sleep 0.01; done'
 no_archive "a killed caller"
 
 finish_tests
