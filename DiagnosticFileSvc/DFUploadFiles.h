@@ -35,8 +35,8 @@ public:
     std::string FilesToTar() const;
 
     /**
-     * Removes the files that the stored manifest lists, be it one that a crash has left, the manifest and the archive,
-     * and lists no item any more. What is not in the persistence directory itself is left alone. Blocks.
+     * Removes the manifest, the archive, and the files that the stored manifest lists, be it one that a crash has left.
+     * Lists no item any more. What is not in the persistence directory itself is left alone. Blocks.
      */
     void RemoveAll();
 

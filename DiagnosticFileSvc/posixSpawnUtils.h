@@ -28,9 +28,9 @@ public:
      * Runs a command with standard output and standard error going to a file (made anew, mode 0644 less the umask),
      * then compresses that file, whatever the command's outcome.
      *
-     * @return 0 when the command exited with 0; otherwise the wait status (see waitpid(2)) of a command that ran, or
-     * the error number of the call that kept it from running, in which case nothing is compressed. When waiting for the
-     * command fails, what the last wait gave, or 0.
+     * @return 0 when the command exited with 0, otherwise its wait status (see waitpid(2)). If a call kept it from
+     * running, the error number of that call; then nothing is compressed. When waiting for the command fails, what the
+     * last wait gave, or 0.
      */
     int CollectEncryptLogs(const std::string& outputPath, const std::string& command);
 

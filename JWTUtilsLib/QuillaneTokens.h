@@ -13,9 +13,8 @@ namespace JwtUtils
 /**
  * The product's tokens for the cloud: an access token, and perhaps a refresh token, each with the time that it expires.
  *
- * They are kept in three files: the token file, and beside it, under its name with another extension, the file
- * ".timestamp" with the time that the access token expires and ".refresh_token" with the time that the refresh token
- * expires, each in decimal seconds since the epoch.
+ * They are kept in the token file. Two files beside it have its name with another extension, and hold a time in decimal
+ * seconds since the epoch: ".timestamp" when the access token expires, ".refresh_token" when the refresh token does.
  *
  * Nothing refreshes the tokens by itself: the owner reads the files again when it needs what they hold then. Failures
  * are results and lines of the log, but for the one that ReadFile throws.

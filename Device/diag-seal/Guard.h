@@ -9,9 +9,10 @@ namespace DiagSeal
  * Forks and returns in the child, the worker. The parent, the guard, waits, passes HUP, INT and TERM on, and exits as
  * the worker does.
  *
- * If the worker is killed, or is not done in time because it is stopped or a file system does not answer, the guard
- * kills it with all its descendants, writes a line to standard error and exits with status 1. If the guard is killed,
- * the worker gets TERM. For a process of one thread without children; call it once, before anything that blocks.
+ * The worker may be killed, or not be done in time, because it is stopped or a file system does not answer. Then the
+ * guard kills it with all its descendants, writes a line to standard error and exits with status 1. If the guard is
+ * killed, the worker gets TERM. For a process of one thread without children; call it once, before anything that
+ * blocks.
  *
  * @throws std::runtime_error with the reason when no worker can be started
  */

@@ -35,9 +35,9 @@ struct Outcome
 };
 
 /**
- * Runs a task in a child process: in a session of its own, with standard input at its end, with both output streams in
- * one pipe, with signals as a fresh process has them. When Run returns or throws, neither the child nor anything that
- * descends from it is left, whatever it has done to stay. Not thread-safe; for a process of one thread without
+ * Runs a task in a child process with a session of its own. Its standard input is at its end, both output streams go to
+ * one pipe, and signals are as a fresh process has them. When Run returns or throws, neither the child nor anything
+ * that descends from it is left, whatever it has done to stay. Not thread-safe; for a process of one thread without
  * children.
  */
 class Supervisor

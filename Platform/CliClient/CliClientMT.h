@@ -43,8 +43,8 @@ public:
     CliClientMT& operator=(const CliClientMT&) = delete;
 
     /**
-     * Starts listening. When that is not possible (the name is taken, no descriptor is left) it logs the reason at
-     * level 1, and the service goes on without a command line. To be called once.
+     * Starts listening. When the name is taken or no descriptor is left, it logs the reason at level 1, and the service
+     * goes on without a command line. To be called once.
      *
      * @param task runs the handlers of commands that are registered without a task; must outlive this client
      */

@@ -6,9 +6,8 @@
 #include <cstdint>
 
 /**
- * Replies as a frame can carry them, whatever texts a handler puts into them: bytes that are not UTF-8 become U+FFFD,
- * and where the frame would be too large, up to 16 of the longest texts are cut and say how much is missing.
- * Thread-safe.
+ * Replies as a frame can carry them, whatever texts a handler puts into them. Bytes that are not UTF-8 become U+FFFD.
+ * If the frame would be too large, up to 16 of the longest texts are cut and say how much is missing. Thread-safe.
  */
 namespace Gatrix::FittingReply
 {

@@ -25,10 +25,13 @@ namespace Gatrix
  * What is offered, subscribed to or declared of interest holds as long as the connection: it is lost when the
  * connection drops, and does nothing while there is none. Offer it again whenever the connection is reported.
  *
- * Each request is completed once, through one of its two callbacks. The error callback gets status 503 when there is no
- * connection (at once), when it drops before the answer or when 16 MiB of frames wait for the gateway to read them, 504
- * when no answer came within the client's limit, 413 when the request is too large for a frame, 400 when the answer
- * does not convert, and otherwise what the gateway or the handler says. An answer that comes after that is dropped.
+ * Each request is completed once, through one of its two callbacks. The error callback gets one of these statuses, or
+ * what the gateway or the handler says:
+ * - 400: the answer does not convert.
+ * - 413: the request is too large for a frame.
+ * - 503: there is no connection (told at once), it dropped before the answer, or 16 MiB of frames wait for the gateway
+ *   to read them.
+ * - 504: no answer came within the client's limit. One that comes later is dropped.
  *
  * What is called while connected is sent in the order of the calls. A frame that is too large, or that would make more
  * than 16 MiB wait, is logged and dropped. A request gets its error callback instead, and the request of an answer that

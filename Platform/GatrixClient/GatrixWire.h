@@ -130,8 +130,8 @@ private:
  * keeps its numbers as they are spelled and loses its white space.
  *
  * @throws FrameError for text that is not a JSON object with a known "op", for members that are missing or of the wrong
- *         type, and for those that StrictJson refuses: nested in more than 255 levels, a body of more than 65536
- *         values, another member of more than 4096
+ *         type, and for what StrictJson refuses: more than 255 levels, a body of more than 65536 values, another member
+ *         of more than 4096
  */
 Frame Parse(const std::string& text);
 

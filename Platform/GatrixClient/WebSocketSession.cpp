@@ -257,8 +257,8 @@ private:
         }
     }
 
-    // Bypasses the WebSocket layer, whose operation that closes and whose operation that reads may wait for each other
-    // without end when the other side breaks the protocol meanwhile.
+    // Bypasses the WebSocket layer: when the other side breaks the protocol meanwhile, its closing operation and its
+    // reading one may wait for each other without end.
     void WriteClose() { asio::async_write(m_stream.next_layer(), asio::buffer(m_closeFrame), Then(&Stream::ShutDown)); }
 
     void EndAfter(std::chrono::milliseconds time)

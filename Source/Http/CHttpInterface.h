@@ -15,8 +15,8 @@
 namespace Http
 {
 /**
- * The HTTP client of tasks: each call returns at once, its exchange runs with its retries on a thread of its own, and
- * its outcome, exactly one whatever happens, is posted to the callback's task. Calls are independent of each other.
+ * The HTTP client of tasks. Each call returns at once; its exchange runs with its retries on a thread of its own.
+ * Whatever happens, exactly one outcome is posted to the callback's task. Calls are independent of each other.
  *
  * It may be destroyed while calls are under way: they go on. Runs on the task's thread.
  *

@@ -28,8 +28,7 @@ Archive Read(const std::string& path, const DfsOpen::PrivateKey& key, const DfsO
  *
  * @param out takes a line with the number of findings
  * @return whether nothing is missing, damaged, refused or unlisted
- * @throws std::invalid_argument with one line for the user when an archive or key cannot be opened, or the page not
- *     be written
+ * @throws std::invalid_argument with one line for the user: an archive or key cannot be opened, or the page not written
  */
 bool Run(const Options& options, std::ostream& out);
 

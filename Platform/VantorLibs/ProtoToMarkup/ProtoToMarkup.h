@@ -43,13 +43,13 @@ public:
      * Reads both forms. The message afterwards holds what the text says and nothing else; when an error is thrown, it
      * is unchanged.
      *
-     * Enumeration values are taken by name or number (one that the schema does not declare is kept as an unknown field,
-     * as proto2 has it), a text member may be a field's lowerCamelCase name, null stands for a field that is not set.
-     * Members that the schema does not know are ignored, except beside a root.
+     * Enumeration values are taken by name or number. A number that the schema does not declare is kept as an unknown
+     * field, as proto2 has it. A member may have the field's lowerCamelCase name, and null stands for a field that is
+     * not set. Members that the schema does not know are ignored, except beside a root.
      *
-     * @throws MarkupError for text that is not an object or that StrictJson refuses (a member named twice, a limit that
-     *         is passed), for a field under both its names, a value of the wrong type, an unknown enumeration name, a
-     *         required field that is missing
+     * @throws MarkupError for text that is not an object, or that StrictJson refuses: a member named twice, a limit
+     *         that is passed. Also for a field under both its names, a value of the wrong type, an unknown enumeration
+     *         name, and a required field that is missing.
      */
     static void FromJson(const std::string& text, google::protobuf::Message& message);
 

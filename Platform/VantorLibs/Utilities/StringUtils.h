@@ -27,8 +27,8 @@ std::string trim(std::string text);
 std::string ToJson(const std::map<std::string, std::string>& values);
 
 /**
- * The value as text: numbers in decimal (a floating-point number with as few digits as read back to the same number),
- * bool as "true" or "false", anything else as the stream operator << writes it.
+ * The value as text: numbers in decimal, bool as "true" or "false", anything else as the stream operator << writes it.
+ * A floating-point number has as few digits as read back to the same number.
  */
 template <class T>
 std::string ToString(const T& value)
