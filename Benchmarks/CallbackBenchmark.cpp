@@ -114,6 +114,7 @@ template <class Produce>
 void RunProducers(int producers, Produce produce)
 {
     std::vector<std::thread> threads;
+    threads.reserve(static_cast<std::size_t>(producers));
     for (int index = 0; index < producers; ++index) {
         threads.emplace_back(produce);
     }

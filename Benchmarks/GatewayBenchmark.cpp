@@ -120,6 +120,7 @@ void MeasureRoundTrips()
 pid_t Start(std::vector<std::string> command)
 {
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (std::string& word : command) {
         arguments.push_back(word.data());
     }
@@ -155,9 +156,9 @@ void MeasureStart(const std::string& self, const std::string& service, const std
     for (int start = 0; start < kStarts; ++start) {
         ours.push_back(TimeOfStart(acceptor, {service}, "register", kRegistrations));
         floor.push_back(TimeOfStart(acceptor, {self, "hello"}, "hello", 1));
-        setenv("LD_PRELOAD", libraries.c_str(), 1);
+        setenv("LD_PRELOAD", libraries.c_str(), 1); // NOLINT(concurrency-mt-unsafe): there is one thread
         loaded.push_back(TimeOfStart(acceptor, {self, "hello"}, "hello", 1));
-        unsetenv("LD_PRELOAD");
+        unsetenv("LD_PRELOAD"); // NOLINT(concurrency-mt-unsafe)
     }
     std::printf(
         "start to all registrations, us\t%.0f\t%.0f\tat most 2\t"

@@ -61,7 +61,7 @@ std::string Binary()
 void MaskText(benchmark::State& state, const std::string& input)
 {
     std::string out;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         Masker masker(MaskKey{}, std::make_unique<SecretFinder>(BuiltInRules()));
         for (std::size_t at = 0; at < input.size(); at += kPiece) {
             out.clear();
@@ -80,7 +80,7 @@ void Mask(benchmark::State& state, const std::string& unit)
 
 void Start(benchmark::State& state)
 {
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         const SecretFinder finder(BuiltInRules());
         benchmark::DoNotOptimize(&finder);
     }

@@ -19,6 +19,7 @@ constexpr int kPlotTop = 28;
 constexpr std::uint32_t kMinute = 60;
 constexpr std::uint32_t kHour = 3600;
 constexpr std::uint32_t kShownHours = 6;
+constexpr std::uint32_t kShown = kShownHours * kHour; // seconds
 constexpr double kDecades = 5;
 
 constexpr char kStyle[] = R"(<style>
@@ -38,7 +39,7 @@ text { font: 12px system-ui, sans-serif; fill: #222 }
 
 double X(double second)
 {
-    return kLeft + second / (kShownHours * kHour) * kWidth;
+    return kLeft + second / kShown * kWidth;
 }
 
 double Y(double perSecond)
@@ -66,7 +67,7 @@ void DrawAxes(std::ostream& stream, const Setting& setting)
 
 void DrawArrivals(std::ostream& stream, const Setting& setting, const std::vector<std::uint32_t>& arrivals)
 {
-    const std::size_t shown = std::min<std::size_t>(arrivals.size(), kShownHours * kHour);
+    const std::size_t shown = std::min<std::size_t>(arrivals.size(), kShown);
     for (std::size_t begin = 0; begin + kMinute <= shown; begin += kMinute) {
         const auto first = std::next(arrivals.begin(), static_cast<std::ptrdiff_t>(begin));
         const double peak = *std::max_element(first, first + kMinute);

@@ -107,7 +107,8 @@ Outcome ParseOutcome(const Json::Value& value)
     if (!outcome.status && (value.isMember("headers") || value.isMember("body"))) {
         throw std::invalid_argument("\"headers\" and \"body\" need a \"status\"");
     }
-    if ((outcome.status == 204 || outcome.status == 304) && value.isMember("body")) {
+    const int status = outcome.status.value_or(0);
+    if ((status == 204 || status == 304) && value.isMember("body")) {
         throw std::invalid_argument("an answer of status 204 or 304 has no \"body\"");
     }
     const bool isAnswered = outcome.status || outcome.resetAfterBytes;

@@ -44,6 +44,7 @@ View Chart(const std::string& id, const std::string& title, std::vector<View> ro
     chart.Set("id", id).Set("title", title).Set("isAbsent", rows.empty()).Set("absent", absent).Set("note", note);
     chart.Set("rows", std::move(rows)).Set("hasLegend", !legend.empty());
     std::vector<View> entries;
+    entries.reserve(legend.size());
     for (const auto& [kind, name] : legend) {
         entries.push_back(View().Set("kind", kind).Set("name", name));
     }

@@ -1,6 +1,8 @@
 #include "Lines.h"
 
+#include <cctype>
 #include <charconv>
+#include <cmath>
 #include <cstdlib>
 #include <string>
 
@@ -65,33 +67,17 @@ std::optional<std::uint64_t> Whole(std::string_view word)
 
 std::optional<double> Kibibytes(std::string_view word)
 {
-    constexpr double kStep = 1024;
+    constexpr int kBitsOfAStep = 10;
     if (word.empty()) {
         return std::nullopt;
     }
-    double unit = 1;
-    switch (word.back()) {
-        case 'T':
-        case 't':
-            unit *= kStep;
-            [[fallthrough]];
-        case 'G':
-        case 'g':
-            unit *= kStep;
-            [[fallthrough]];
-        case 'M':
-        case 'm':
-            unit *= kStep;
-            [[fallthrough]];
-        case 'K':
-        case 'k':
-            word.remove_suffix(1);
-            break;
-        default:
-            break;
+    const char last = static_cast<char>(std::tolower(static_cast<unsigned char>(word.back())));
+    const std::size_t steps = std::string_view("kmgt").find(last);
+    if (steps == std::string_view::npos) {
+        return Number(word);
     }
-    const auto number = Number(word);
-    return number ? std::optional(*number * unit) : std::nullopt;
+    const auto number = Number(word.substr(0, word.size() - 1));
+    return number ? std::optional(std::ldexp(*number, kBitsOfAStep * static_cast<int>(steps))) : std::nullopt;
 }
 
 bool StartsWith(std::string_view text, std::string_view beginning)

@@ -148,6 +148,7 @@ std::vector<View> MessageViews(const std::vector<const Message*>& messages, std:
                      [](const Message* one, const Message* other) { return one->count > other->count; });
     sorted.resize(std::min(sorted.size(), most));
     std::vector<View> views;
+    views.reserve(sorted.size());
     for (const Message* message : sorted) {
         views.push_back(View()
                             .Set("times", std::to_string(message->count) + "\xc3\x97")

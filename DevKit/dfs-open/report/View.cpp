@@ -29,7 +29,7 @@ data ToData(const View& view)
         for (const View& entry : list) {
             entries.push_back(ToData(entry));
         }
-        object.set(name, std::move(entries));
+        object.set(name, entries);
     }
     return object;
 }
