@@ -1,24 +1,18 @@
 #pragma once
 
-#include <cerrno>
 #include <cstddef>
 #include <dlfcn.h>
 
 /** What libraries share that are loaded before all others, to stand between the service and the C library. */
 
-/**
- * The driver's file, of that size, mapped if this is the process under test; null in every other process. What the
- * process starts is not under test. FAULT_PROGRAM names the program, FAULT_CONTROL the file.
+/** The driver's file SOAK_CONTROL, of that size, mapped. For static initialization. Ends a process that cannot have it.
  */
 void* MapControl(std::size_t size);
 
-/** Sets errno, and returns the result. */
-template <class Result>
-Result Fail(int error, Result result)
+/** The function of the next library that the calling one, of the same name, stands for. Thread-safe. */
+template <auto Function>
+auto Next(const char* name = __builtin_FUNCTION())
 {
-    errno = error;
-    return result;
+    static const auto next = reinterpret_cast<decltype(Function)>(dlsym(RTLD_NEXT, name));
+    return next;
 }
-
-/** In a function that stands for one of another library: `real` is the next library's function of that name. */
-#define REAL(name) static const auto real = reinterpret_cast<decltype(&::name)>(dlsym(RTLD_NEXT, #name))

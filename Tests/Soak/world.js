@@ -7,8 +7,10 @@ const { execFileSync } = require('node:child_process');
 const fs = require('node:fs');
 const zlib = require('node:zlib');
 const {
-    cleanUp, connect, kUpload, latest, sleep, start, startCloud, startService, until,
+    connect, kUpload, latest, sleep, start, startCloud, startService, until,
 } = require('../System/gateway/support.js');
+const { kPath } = require('./control.js');
+const { library } = require('./driver.js');
 
 const kFolder = '/mnt/nv/product-persistence';
 const kConfiguration = `${kFolder}/DFSDiagItemConfigurationFile.json`;
@@ -30,45 +32,32 @@ const kStatedEnd = /Fatal Error: No Product (Name|Type|Id) *\n$|Caught top level
 
 /** Waits until it holds; fails as it does when it never does. */
 async function eventually(check) {
-    for (const end = Date.now() + 10000; ;) {
+    for (const end = Date.now() + 10000; ; await sleep(20)) {
         try {
             return check();
         } catch (error) {
-            if (Date.now() > end) {
-                throw error;
-            }
+            assert.ok(Date.now() < end, error);
         }
-        await sleep(20);
     }
 }
 
 class World {
-    constructor(control, library) {
-        this.environment = {
-            LD_PRELOAD: library, FAULT_PROGRAM: 'DiagnosticFileService', FAULT_CONTROL: control.path,
-        };
+    constructor() {
+        this.environment = { LD_PRELOAD: library, SOAK_CONTROL: kPath };
         this.lastNumber = 0;
     }
 
-    async start() {
+    async start(startsCloud = true) {
         fs.mkdirSync(kFolder, { recursive: true });
         // It does not compress, so that the archive takes large allocations.
         fs.writeFileSync('/tmp/plain.txt', `${kPlain}\n${randomBytes(45000).toString('base64')}`);
-        await this.startCloud();
+        await (startsCloud && startCloud());
         await this.startGateway();
     }
 
     async startGateway() {
         this.gateway = await start('gatrix-gateway', [], '8084');
         await this.startPeer();
-    }
-
-    startCloud() {
-        return startCloud();
-    }
-
-    end() {
-        cleanUp();
     }
 
     /** Another service: answers what the diagnostic-file service asks for its items. */
@@ -136,10 +125,14 @@ class World {
     }
 
     /** Asks through the gateway: the status and text, of an answer or an error alike. */
-    async ask(endpoint, body) {
+    ask(endpoint, body) {
         this.lastId = this.link.ask('POST', endpoint, body);
-        const frame = await this.link.take({ id: this.lastId });
-        const { statusCode, message } = frame.op === 'answer' ? frame.body : frame.error;
+        return this.answer();
+    }
+
+    async answer() {
+        const { body, error } = await this.link.take({ id: this.lastId });
+        const { statusCode, message } = body || error;
         return { status: statusCode || 0, message: message || '' };
     }
 
@@ -149,14 +142,10 @@ class World {
 
     /** Uploads until the answer will do: the service may be busy still, or its registrations on their way. */
     async uploadWhenReady(isReady, fileType, subType) {
-        for (const end = Date.now() + 20000; ;) {
+        return until('an upload that ends as it is to', async () => {
             const answer = await this.upload(fileType, subType);
-            if (isReady(answer)) {
-                return answer;
-            }
-            assert.ok(Date.now() < end, `the next upload ends with ${answer.status} ${answer.message}`);
-            await sleep(50);
-        }
+            return isReady(answer) && answer;
+        });
     }
 
     /** What the descriptors are of. Two ends of a pipe are as good as an event descriptor: threads wake each other. */
@@ -186,15 +175,9 @@ class World {
     checkLeftovers() {
         for (const name of fs.readdirSync(kFolder)) {
             const bytes = fs.readFileSync(`${kFolder}/${name}`);
-            const isPlain = (each) => each.includes(kPlain) && !kConfiguration.endsWith(name);
-            let unzipped = bytes;
-            for (let depth = 0; depth < 2 && unzipped.readUInt16BE && unzipped.length > 2; ++depth) {
-                assert.ok(!isPlain(unzipped), `${name} can be read`);
-                if (unzipped.readUInt16BE(0) !== 0x1f8b) {
-                    break;
-                }
-                unzipped = zlib.gunzipSync(unzipped, { finishFlush: zlib.constants.Z_SYNC_FLUSH });
-            }
+            const isZipped = bytes.length > 2 && bytes.readUInt16BE() === 0x1f8b;
+            const text = isZipped ? zlib.gunzipSync(bytes, { finishFlush: zlib.constants.Z_SYNC_FLUSH }) : bytes;
+            assert.ok(!text.includes(kPlain) || kConfiguration.endsWith(name), `${name} can be read`);
             if (kLeftover.test(name)) {
                 fs.unlinkSync(`${kFolder}/${name}`);
             }
@@ -203,20 +186,10 @@ class World {
 
     /** Starts the service anew whose end is stated, or came by a kill; a word for that end. */
     async restart(isKilled) {
-        if (isKilled && !this.hasEnded()) {
-            await sleep(20);
-        }
-        let outcome = 'killed';
-        if (!isKilled && this.hasEnded()) {
-            assert.match(this.service.log(), kStatedEnd, 'the process has ended');
-            outcome = 'ended as stated';
-        }
-        if (!this.hasEnded()) {
-            return undefined;
-        }
+        assert.ok(isKilled || kStatedEnd.test(this.service.log()), 'the process has ended');
         await this.startAnew();
         this.checkConfiguration();
-        return outcome;
+        return isKilled ? 'killed' : 'ended as stated';
     }
 
     checkConfiguration() {

@@ -6,10 +6,11 @@ const assert = require('node:assert');
 const fs = require('node:fs');
 const { cells, kFine } = require('./matrix.js');
 const { expected, isText, kRefusals } = require('./model.js');
-const { Clock, Peer } = require('./peer.js');
-const { addRow, claim, exitStatus, library, option } = require('../driver.js');
+const { Peer } = require('./peer.js');
+const { Clock } = require('../control.js');
+const { addRow, claim, exitStatus, option } = require('../driver.js');
 const { World, kFolder } = require('../world.js');
-const { kUpload, sleep } = require('../../System/gateway/support.js');
+const { cleanUp, kUpload, sleep } = require('../../System/gateway/support.js');
 
 const [every, only] = [option('--every', 1), option('--cell', -1)].map(Number);
 /** How long an upload may take, in ms, without what is skipped, and with how many steps. */
@@ -18,13 +19,11 @@ const kMostSteps = 2500;
 const kItems = [{ input: 'cat /tmp/plain.txt', harvestType: 'SCRIPT', subType: 'one', fileType: 'TOP' }];
 const kLine = /Attempt:\d+ retrying POST in \d+ seconds on .*$|The POST request for .* failed with \d+$/gm;
 
-const clock = new Clock('/tmp/clock-control');
+const clock = new Clock();
 const proxy = new Peer('metadata', 8888, clock);
 const archive = new Peer('archive', 8889, clock);
 
 class CloudWorld extends World {
-    async startCloud() {} // begins with each upload
-
     /** An upload to which nothing happens. */
     upload() {
         return this.play({ ...kFine.archive, proxy: 'there' });
@@ -68,9 +67,7 @@ class CloudWorld extends World {
             }
         }
         await Promise.all([proxy.passing, archive.passing]);
-        const { op, body, error } = await this.link.take({ id: this.lastId });
-        const { statusCode, message } = op === 'answer' ? body : error;
-        return { steps, lines: this.service.log().match(kLine) || [], status: statusCode || 0, message: message || '' };
+        return { steps, lines: this.service.log().match(kLine) || [], ...await this.answer() };
     }
 }
 
@@ -95,8 +92,8 @@ async function tryCell(world, cell) {
 }
 
 async function main() {
-    const world = new CloudWorld(clock, library);
-    await world.start();
+    const world = new CloudWorld();
+    await world.start(false); // the cloud begins with each upload
     await world.configure(JSON.stringify({ diagItemConfigList: { version: 1.2, item: kItems } }), ['one']);
     let number = -1;
     for (const cell of cells()) {
@@ -104,17 +101,18 @@ async function main() {
         if ((only >= 0 ? number !== only : number % every !== Math.floor(every / 2)) || !claim(number)) {
             continue;
         }
-        const row = { kind: cell.outcome.name, mode: cell.exchange, tried: 1, answered: 0, lost: 0, outcomes: {} };
+        let status = 'lost';
         try {
-            row.outcomes[await tryCell(world, cell)] = ++row.answered;
+            status = await tryCell(world, cell);
         } catch (error) {
             console.log(`LOST: --cell ${number}: ${error.message}; ${told({ ...cell, body: String(cell.body) })}`);
-            ++row.lost;
             await world.startAnew();
         }
-        addRow(row);
+        const lost = status === 'lost' ? 1 : 0;
+        const of = `${cell.outcome.name}, ${cell.exchange}`;
+        addRow({ of, tried: 1, 'as the model says': 1 - lost, lost, seen: [status] });
     }
-    world.end();
+    cleanUp();
     process.exit(exitStatus());
 }
 

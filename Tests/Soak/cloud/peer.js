@@ -3,7 +3,6 @@
 'use strict';
 
 const { once } = require('node:events');
-const fs = require('node:fs');
 const net = require('node:net');
 const { setTimeout: sleep } = require('node:timers/promises');
 const { answerOf, kFine } = require('./matrix.js');
@@ -11,31 +10,6 @@ const { kUrls } = require('./model.js');
 
 /** What requests name: a proxy is told the whole URL. */
 const kTargets = { metadata: kUrls.metadata, archive: new URL(kUrls.archive).pathname };
-
-/** The clock of the service's exchanges: see Clock.cpp. */
-class Clock {
-    constructor(path) {
-        fs.writeFileSync(path, Buffer.alloc(16));
-        Object.assign(this, { path, file: fs.openSync(path, 'r+'), skipped: 0, waits: 0 });
-    }
-
-    skip(milliseconds) {
-        this.skipped += milliseconds;
-        fs.writeSync(this.file, new BigInt64Array([BigInt(this.skipped)]), 0, 8, 0);
-    }
-
-    now() {
-        return Date.now() + this.skipped;
-    }
-
-    /** The length of a wait that has begun since the last look, in milliseconds; 0 if there is none. */
-    newWait() {
-        const [before, numbers] = [this.waits, new Int32Array(2)];
-        fs.readSync(this.file, numbers, 0, 8, 8);
-        [this.waits] = numbers;
-        return this.waits !== before ? numbers[1] : 0;
-    }
-}
 
 class Peer {
     constructor(kind, port, clock) {
@@ -125,4 +99,4 @@ class Peer {
     }
 }
 
-module.exports = { Clock, Peer };
+module.exports = { Peer };

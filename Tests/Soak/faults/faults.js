@@ -3,11 +3,11 @@
 //                  [--scenario NAME] [--kind KIND] [--mode MODE]
 'use strict';
 
-const { setTimeout: sleep } = require('node:timers/promises');
-const { Control, kKinds } = require('./control.js');
 const { kScenarios } = require('./scenarios.js');
-const { addRow, claim, exitStatus, library, option, part } = require('../driver.js');
+const { Faults, kKinds } = require('../control.js');
+const { addRow, claim, exitStatus, option, part } = require('../driver.js');
 const { World } = require('../world.js');
+const { cleanUp, sleep, until } = require('../../System/gateway/support.js');
 
 const isWanted = (name, value) => [value, 'all'].includes(option(name, 'all'));
 const every = Number(option('--every', '1'));
@@ -15,9 +15,10 @@ const seconds = Number(option('--seconds', '86400'));
 /** At how many moments of its life each child is killed. */
 const kMoments = 100;
 const kShortened = ['read', 'write', 'log', 'send', 'receive'];
+const kEnds = { lost: 'lost', killed: 'ended as stated', 'ended as stated': 'ended as stated' };
 
-const control = new Control('/tmp/fault-control');
-const world = new World(control, library);
+const control = new Faults();
+const world = new World();
 let faults = Math.floor(every / 2);
 let notTried = 0;
 /** When the scenario must be left, so that each has its share of the time. */
@@ -30,10 +31,14 @@ async function tryFault(scenario, { kind, mode, failAt, moment }) {
     const outcome = await scenario.run(world);
     await sleep(20); // what the service does after its answer counts as well
     const { name } = control.end();
-    if (name === '' || world.hasEnded()) {
-        const isNone = name === '' && !world.hasEnded();
-        const ending = await world.restart(mode === 'kill');
-        return isNone ? undefined : ending;
+    if (mode === 'kill' && name !== '') {
+        await until('the end', () => world.hasEnded());
+    }
+    if (world.hasEnded()) {
+        return world.restart(mode === 'kill');
+    }
+    if (name === '') {
+        return undefined;
     }
     world.mayFilesStay = kind === 'unlink'; // until the next request
     await scenario.check(world, outcome);
@@ -57,8 +62,6 @@ function* faultsOf({ kind, mode, count, child, life }) {
 
 async function tryAll(unit) {
     const { scenario, kind, mode, child } = unit;
-    const row = { scenario: scenario.name, kind, mode, tried: 0, answered: 0, ended: 0, lost: 0, outcomes: {} };
-    const begin = Date.now();
     await scenario.enter(world);
     for (const fault of faultsOf(unit)) {
         if (Date.now() > end) {
@@ -73,21 +76,15 @@ async function tryAll(unit) {
             console.log(`LOST: ${scenario.name}, ${kind} ${fault.failAt} (${name}), ${fault.mode} ${fault.moment || ''}: ` +
                 `${error.message}\n${world.endOfLog()}`);
             outcome = 'lost';
-            ++row.lost;
             await scenario.enter(world);
         }
-        if (outcome === undefined) {
-            if (every === 1 && !child) {
-                break;
-            }
-            continue;
+        if (outcome !== undefined) {
+            const counts = { tried: 1, 'answered as stated': 0, 'ended as stated': 0, lost: 0 };
+            counts[kEnds[outcome] || 'answered as stated'] = 1;
+            addRow({ of: `${kind} ${mode}`, ...counts, seen: [outcome] });
+        } else if (every === 1 && !child) {
+            break;
         }
-        ++row.tried;
-        row[outcome.startsWith('ended') || outcome === 'killed' ? 'ended' : 'answered'] += outcome === 'lost' ? 0 : 1;
-        row.outcomes[outcome] = (row.outcomes[outcome] || 0) + 1;
-    }
-    if (row.tried > 0) {
-        addRow({ ...row, seconds: (Date.now() - begin) / 1000 });
     }
 }
 
@@ -99,21 +96,14 @@ async function unitsOf(scenario) {
     await scenario.run(world);
     const { count } = control.end();
     const units = [];
-    const add = (unit) => units.push({ scenario, ...unit });
     for (const kind of kKinds) {
-        if (part === 'kills') {
-            add({ kind, mode: 'kill', count: count(kind, false) });
-        } else {
-            add({ kind, mode: 'error', count: count(kind, false) });
-            if (kShortened.includes(kind)) {
-                add({ kind, mode: 'short', count: count(kind, true) });
-            }
-        }
+        const modes = part === 'kills' ? ['kill'] : ['error', ...kShortened.includes(kind) ? ['short'] : []];
+        modes.forEach((mode) => units.push({ scenario, kind, mode, count: count(kind, mode === 'short') }));
     }
     for (let child = 1; part === 'kills' && scenario.hasChildren && child <= count('waitpid', false); ++child) {
         control.begin('waitpid', 'child', child);
         await scenario.run(world);
-        add({ kind: 'waitpid', mode: 'child', child, life: control.end().moment });
+        units.push({ scenario, kind: 'waitpid', mode: 'child', child, life: control.end().moment });
     }
     return units;
 }
@@ -132,7 +122,7 @@ async function main() {
             }
         }
     }
-    world.end();
+    cleanUp();
     if (notTried > 0) {
         console.log(`${notTried} faults were not tried for want of time`);
     }
@@ -141,6 +131,6 @@ async function main() {
 
 main().catch((error) => {
     console.error(error, world.endOfLog());
-    world.end();
+    cleanUp();
     process.exit(2);
 });

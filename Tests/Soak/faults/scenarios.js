@@ -2,9 +2,8 @@
 'use strict';
 
 const assert = require('node:assert');
-const { execFile } = require('node:child_process');
 const fs = require('node:fs');
-const { kRegistration, launch, programs, sleep, until } = require('../../System/gateway/support.js');
+const { kRegistration, launch, run, sleep, until } = require('../../System/gateway/support.js');
 const { kConfiguration, kConfigurationText, kItems } = require('../world.js');
 
 /** Every answer that is stated, as status and text. */
@@ -21,13 +20,6 @@ async function stated(world, { status, message }) {
         await world.settle();
     }
     return String(status);
-}
-
-/** Runs a command of the command line to its end. */
-function command(...words) {
-    return new Promise((resolve) => {
-        execFile(`${programs}/vcli`, words, (error, output) => resolve({ exitStatus: error ? error.code : 0, output }));
-    });
 }
 
 const kUp = /LoadDiagItemsFromConfigFile - END|SetGatrixClientCB - END/;
@@ -87,11 +79,12 @@ const kScenarios = [
     {
         name: 'command',
         run: async (world) => {
-            const { exitStatus, output } = await command('--wait=60', '--timeout=60', 'diagfileservice', 'upload', '6');
-            if (exitStatus !== 0) {
-                assert.ok([1, 5, 6].includes(exitStatus), `vcli ends with ${exitStatus}`);
+            const words = ['--wait=60', '--timeout=60', 'diagfileservice', 'upload', '6'];
+            const output = await run('vcli', ...words).catch(({ code }) => code);
+            if (typeof output === 'number') {
+                assert.ok([1, 5, 6].includes(output), `vcli ends with ${output}`);
                 await world.settle();
-                return `vcli told so (${exitStatus})`;
+                return `vcli told so (${output})`;
             }
             const told = /^Upload Request Triggered\nUpload status code = (\d+)\n$/.exec(output);
             assert.ok(told, `vcli says ${output}`);

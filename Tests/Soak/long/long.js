@@ -5,8 +5,9 @@
 
 const assert = require('node:assert');
 const fs = require('node:fs');
-const { connect, kUpload, sleep } = require('../../System/gateway/support.js');
-const { addRow, exitStatus, library, option } = require('../driver.js');
+const { cleanUp, connect, kUpload, sleep } = require('../../System/gateway/support.js');
+const { Clock } = require('../control.js');
+const { addMeasure, exitStatus, option } = require('../driver.js');
 const { World, kItems } = require('../world.js');
 
 const hundreds = Number(option('--hundreds', '25'));
@@ -14,7 +15,6 @@ const hundreds = Number(option('--hundreds', '25'));
 const kWarmUp = 5;
 const kCancelled = 200;
 const kWhenFull = 50;
-const kShift = '/tmp/clock-shift';
 const kLog = '/tmp/DiagnosticFileService.log';
 const kFiller = '/mnt/nv/filler';
 
@@ -27,8 +27,8 @@ const kToleratedBytes = 64;
 /** Process numbers grow longer. */
 const kToleratedLog = 32;
 
-const world = new World({ path: kShift }, library);
-const add = (what, value, bound, isMet) => addRow({ what, value, bound, isMet });
+const clock = new Clock();
+const world = new World();
 const count = { uploads: 0, full: 0, jumps: 0, restarts: 0, cancelled: 0, requests: 0, collections: 0 };
 let logRead = 0;
 
@@ -37,9 +37,7 @@ const kTimes = [915148799, 2147483646, 4294967295, 0];
 
 function jump() {
     const time = kTimes[count.jumps++ % kTimes.length];
-    const shift = Buffer.alloc(8);
-    shift.writeBigInt64LE(BigInt(time === 0 ? 0 : time - Math.floor(Date.now() / 1000)));
-    fs.writeFileSync(kShift, shift, { flag: 'r+' });
+    clock.shift(time === 0 ? 0 : time - Math.floor(Date.now() / 1000));
 }
 
 /** So many uploads, each answered so. In the middle of every tenth the clock jumps. */
@@ -117,7 +115,6 @@ async function hundred(number) {
 }
 
 async function years() {
-    fs.writeFileSync(kShift, Buffer.alloc(8));
     await world.start();
     await world.configure(JSON.stringify({ diagItemConfigList: { version: 1.2, item: [kItems[0]] } }), ['script']);
     const log = [];
@@ -128,25 +125,25 @@ async function years() {
     }
     const end = await sample();
     const bytes = Math.round((end.memory - begin.memory) / (end.collections - begin.collections));
-    add('memory, bytes a collection', bytes, `${kStatedBytes} +- ${kToleratedBytes}`,
+    addMeasure('memory, bytes a collection', bytes, `${kStatedBytes} +- ${kToleratedBytes}`,
         Math.abs(bytes - kStatedBytes) <= kToleratedBytes);
     const size = (held) => held.length ?? held;
-    ['descriptors', 'threads', 'children', 'files'].forEach((what) => add(what,
+    ['descriptors', 'threads', 'children', 'files'].forEach((what) => addMeasure(what,
         `${size(begin[what])} to ${size(end[what])}`, 'no change', `${begin[what]}` === `${end[what]}`));
-    add('log, bytes an upload', `${log[0]} to ${log[hundreds - 1]}`, `${kToleratedLog} more`,
+    addMeasure('log, bytes an upload', `${log[0]} to ${log[hundreds - 1]}`, `${kToleratedLog} more`,
         log[hundreds - 1] - log[0] <= kToleratedLog);
 }
 
 years().catch((error) => {
     console.log(`LOST: ${error.stack}\n${world.endOfLog()}`);
-    add('lost', error.message, 'nothing', false);
+    addMeasure('lost', error.message, 'nothing', false);
 }).then(() => {
-    world.end();
+    cleanUp();
     [
         ['uploads answered with 200', count.uploads, 100 * hundreds],
         ['uploads answered with 400, the storage is full', count.full, kWhenFull * Math.ceil(hundreds / kWarmUp)],
         ['requests cancelled', count.cancelled, kCancelled * hundreds],
         ['requests that the service has taken', count.requests, 100 * hundreds + count.full + count.cancelled],
-    ].forEach(([what, value, bound]) => add(what, value, `${bound} or more`, value >= bound));
+    ].forEach(([what, value, bound]) => addMeasure(what, value, `${bound} or more`, value >= bound));
     process.exit(exitStatus());
 });

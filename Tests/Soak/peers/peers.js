@@ -12,11 +12,9 @@ const WebSocket = require('ws');
 const {
     Gateway, cleanUp, connect, kRegistration, kUpload, run, sleep, start, startCloud, startService, until,
 } = require('../../System/gateway/support.js');
-const { broken, filled, makeChance, oneOf } = require('./mutate.js');
-const { addRow, claim, exitStatus, option } = require('../driver.js');
+const { addMeasure, claim, exitStatus, option } = require('../driver.js');
 const { kConfiguration, kItems } = require('../world.js');
 
-const add = (what, value, bound, isMet) => addRow({ what, value, bound, isMet });
 let seed = Number(option('--seed', '1'));
 /** For each connection its own, so that the order among connections does not matter. */
 const nextChance = () => makeChance(seed++);
@@ -42,6 +40,51 @@ const kFramesToService = [
 const kLines = ['{"request":"list","id":#}', '{"request":"run","id":#,"line":$}'].concat(
     ['', 'upload', 'upload #', 'upload # # x 9', 'upload \\"16', 'show', 'upload 1e9 \\\\'].map((words) => (
         `{"request":"run","id":#,"line":"diagfileservice ${words}"}`)));
+
+/** Numbers by chance, each from 0 up to a limit that is not reached (xorshift, Marsaglia 2003). */
+function makeChance(number) {
+    let state = Math.imul(number, 2654435761) || 1;
+    return (limit) => {
+        state ^= state << 13;
+        state ^= state >>> 17;
+        state ^= state << 5;
+        return (state >>> 0) % limit;
+    };
+}
+
+const oneOf = (chance, list) => list[chance(list.length)];
+
+const kTexts = ['', '/a', '/peer/state', '/dfservice/upload', '/system/info', 'TOP', '\u0000', '\u007f\u001b[2J', '%s%n',
+    '../../x', 'a b', '"\'`$(x)', '\u00e9\u{1f600}', '\ufeff', 'x'.repeat(1000)];
+const kNumbers = ['0', '1', '16', '100', '2147483646', '4294967296', '9007199254740993', '18446744073709551615'];
+const kValues = ['null', 'true', '{}', '1e308', '-0.0', '"\\u0000"', '[[[[[[[[]]]]]]]]', '{"a":{"a":{"a":1}}}',
+    '{"fileType":["TOP"]}', '{"statusCode":200,"message":"m"}', `"${'z'.repeat(3000)}"`, `${'['.repeat(60)}${']'.repeat(60)}`];
+const kPieces = ['"', '\\', '{', '}', '[', ']', ',', ':', '\\u', '\\ud800', '1e400', '-', '.', 'null', '"op":', '"id":',
+    '"body":', '\u0000', '\u00e9', '['.repeat(300), '{"a":'.repeat(300), '9'.repeat(400), '/'.repeat(5000)];
+
+/** Fills a template: # is a number, $ a text, % a version, @ any value, in JSON's spelling. The result is well formed. */
+function filled(chance, template) {
+    const fill = {
+        '#': () => (chance(2) ? String(chance(5000)) : oneOf(chance, kNumbers)),
+        $: () => JSON.stringify(oneOf(chance, kTexts) + (chance(4) ? '' : chance(1000))),
+        '%': () => oneOf(chance, ['1', '1.0', '1.1', '0', '1e3', '-1']),
+        '@': () => oneOf(chance, kValues),
+    };
+    return template.replace(/[#$%@]/g, (mark) => fill[mark]());
+}
+
+/** Removes, repeats and replaces pieces of a text, and puts foreign ones in. */
+function broken(chance, text) {
+    let result = text;
+    for (let left = 1 + chance(3); left > 0; --left) {
+        const at = chance(result.length + 1);
+        const end = at + (chance(4) ? 1 + chance(4) : chance(result.length - at + 1));
+        const byte = String.fromCharCode(chance(128));
+        const piece = oneOf(chance, ['', byte, result.slice(at, end).repeat(2), oneOf(chance, kPieces)]);
+        result = result.slice(0, at) + piece + result.slice(end);
+    }
+    return result.slice(0, 65536);
+}
 
 /** The program under attack, and what it has read. */
 class Victim {
@@ -74,13 +117,10 @@ class Victim {
         }));
     }
 
-    /** The rate is by the program's own time, in ticks of 10 ms. */
     async end() {
-        const [user, system] = fs.readFileSync(`/proc/${this.program.pid}/stat`, 'latin1').split(' ').slice(13, 15);
-        const rate = Math.round((100 * this.done) / (Number(user) + Number(system)));
         const growth = this.memory() - this.warm;
-        add(this.what, `${this.done}, ${rate} a second`, `${this.total} or more`, this.done >= this.total);
-        add(`${this.what}: memory, KiB`, `${this.warm} + ${growth}`, `+ ${kGrowth}`, growth <= kGrowth);
+        addMeasure(this.what, this.done, `${this.total} or more`, this.done >= this.total);
+        addMeasure(`${this.what}: memory, KiB`, `${this.warm} + ${growth}`, `+ ${kGrowth}`, growth <= kGrowth);
         process.kill(this.program.pid); // the gateway then looks for leaks
         await until('the end', () => !this.program.isAlive());
     }
@@ -227,7 +267,7 @@ async function main() {
             fs.unlinkSync(`/tmp/${file}`);
         });
         said.forEach((text) => console.log(`${part}: ${text}`));
-        add(`${part}: ends well, and sanitizers report nothing`, said.length === 0, true, said.length === 0);
+        addMeasure(`${part}: ends well, and sanitizers report nothing`, said.length === 0, true, said.length === 0);
     }
     process.exit(exitStatus());
 }

@@ -33,14 +33,12 @@ const kRegistrations = [
 
 /** Waits, in small steps, until the function returns something true, and returns that. */
 async function until(what, condition) {
-    const end = Date.now() + kDeadline;
-    for (;;) {
-        const result = condition();
+    for (const end = Date.now() + kDeadline; ; await sleep(5)) {
+        const result = await condition();
         if (result) {
             return result;
         }
         assert.ok(Date.now() < end, `waited in vain: ${what}`);
-        await sleep(5);
     }
 }
 
@@ -187,6 +185,6 @@ async function connect(endpoint, interests) {
 }
 
 module.exports = {
-    Gateway, cleanUp, connect, contentOfLatest, kInterests, kRegistration, kUpload, latest, launch, programs, run,
+    Gateway, cleanUp, connect, contentOfLatest, kInterests, kRegistration, kUpload, latest, launch, run,
     sleep, start, startCloud, startService, until,
 };

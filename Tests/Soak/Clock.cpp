@@ -1,10 +1,8 @@
-// The clock of the threads that libcurl works on, and their waits by that clock. The driver moves it, so that hours
-// pass in milliseconds and in the right order. Other threads speak with programs that have the machine's clock, and
-// keep it.
+// Clocks that the driver moves: that of the day, for the process and its children; and each clock of the threads that
+// libcurl works on, with their waits by it, so that hours pass in milliseconds and in the right order. Other threads
+// speak with programs that have the machine's clock, and keep it.
 
 #include "Preload.h"
-
-#include <curl/curl.h>
 
 #include <algorithm>
 #include <atomic>
@@ -12,8 +10,6 @@
 #include <cstdint>
 #include <ctime>
 #include <poll.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 using std::chrono::steady_clock;
 
@@ -22,37 +18,40 @@ namespace
 /** What driver and library share, a file. The driver knows the offsets. */
 struct ClockControl
 {
-    /** By how many milliseconds the driver has moved the clock. */
+    /** By how many seconds the clock of the day is ahead, and by how many milliseconds the clocks of libcurl. */
+    std::atomic<std::int64_t> shift;
     std::atomic<std::int64_t> skipped;
 
     /** Waits between exchanges so far, and the length of the latest, in milliseconds. */
     std::atomic<std::uint32_t> waits;
     std::atomic<std::int32_t> length;
 };
-static_assert(sizeof(ClockControl) == 16);
+static_assert(sizeof(ClockControl) == 24);
 
 /** How long a wait sleeps, in milliseconds, before it looks at the clock again. */
 constexpr int kSlice = 2;
 
+/** Null while libraries ask for the time that are loaded before this one. */
 ClockControl* const s_control = static_cast<ClockControl*>(MapControl(sizeof(ClockControl)));
 thread_local bool s_isMoved = false;
 } // namespace
 
 // NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the C library's are reserved
 
-extern "C" CURLcode curl_easy_perform(CURL* handle)
+/** libcurl's, with the types of its calling convention alone. */
+extern "C" int curl_easy_perform(void* handle)
 {
-    REAL(curl_easy_perform);
-    s_isMoved = s_control != nullptr;
-    return real(handle);
+    s_isMoved = true;
+    return Next<::curl_easy_perform>()(handle);
 }
 
 extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept
 {
-    const auto result = static_cast<int>(syscall(SYS_clock_gettime, clock, now));
-    if (result == 0 && s_isMoved) {
-        const std::int64_t milliseconds = s_control->skipped + now->tv_nsec / 1'000'000;
-        now->tv_sec += milliseconds / 1000;
+    const int result = Next<::clock_gettime>()(clock, now);
+    if (result == 0 && s_control != nullptr) {
+        const bool isOfDay = clock == CLOCK_REALTIME || clock == CLOCK_REALTIME_COARSE;
+        const std::int64_t milliseconds = (s_isMoved ? s_control->skipped.load() : 0) + now->tv_nsec / 1'000'000;
+        now->tv_sec += (isOfDay ? s_control->shift.load() : 0) + milliseconds / 1000;
         now->tv_nsec = milliseconds % 1000 * 1'000'000 + now->tv_nsec % 1'000'000;
     }
     return result;
@@ -60,9 +59,9 @@ extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept
 
 extern "C" int poll(pollfd* entries, nfds_t count, int milliseconds)
 {
-    REAL(poll);
+    const auto next = Next<::poll>();
     if (!s_isMoved || milliseconds <= 0) {
-        return real(entries, count, milliseconds);
+        return next(entries, count, milliseconds);
     }
     // The library asks the function above, so that this is the clock that is moved.
     const auto end = steady_clock::now() + std::chrono::milliseconds(milliseconds);
@@ -73,7 +72,7 @@ extern "C" int poll(pollfd* entries, nfds_t count, int milliseconds)
     }
     for (;;) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - steady_clock::now()).count();
-        const int result = real(entries, count, static_cast<int>(std::clamp<std::int64_t>(left, 0, kSlice)));
+        const int result = next(entries, count, static_cast<int>(std::clamp<std::int64_t>(left, 0, kSlice)));
         if (result != 0 || left <= 0) {
             return result;
         }

@@ -1,0 +1,252 @@
+// The calls that can be made to fail, in place of the C library's. Long waits are shortened, so that a fault which
+// costs a retry does not cost its time.
+
+#include "FaultPoint.h"
+#include "Preload.h"
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <pthread.h>
+#include <spawn.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern "C" void* __libc_malloc(std::size_t size); // NOLINT(bugprone-reserved-identifier): the C library's
+
+namespace
+{
+constexpr int kLongWaitMilliseconds = 1000;
+constexpr int kSpeed = 100;
+constexpr std::size_t kLargeMemory = std::size_t{64} * 1024;
+
+/** The error indicator of ferror(3), as the C library's own functions set it. */
+constexpr int kErrorSeen = 0x20;
+
+/** None is what threads wake each other with: eventfd(2) names no error that could occur there. */
+FaultKind KindOf(int descriptor, std::size_t size, FaultKind other)
+{
+    char link[32];
+    char target[32] = {};
+    std::snprintf(link, sizeof link, "/proc/self/fd/%d", descriptor);
+    const bool isWakeUp = size == sizeof(std::uint64_t) && readlink(link, target, sizeof target - 1) > 0 &&
+                          std::strstr(target, "eventfd") != nullptr;
+    return isWakeUp ? FaultKind::None : other;
+}
+
+pid_t YoungestChild(pid_t process)
+{
+    char path[64];
+    std::snprintf(path, sizeof path, "/proc/%d/task/%d/children", process, process);
+    char text[256] = {};
+    const int file = static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, O_RDONLY | O_CLOEXEC));
+    syscall(SYS_read, file, text, sizeof text - 1);
+    close(file);
+    pid_t youngest = 0;
+    for (char* at = text; *at != '\0'; at += std::strspn(at, " ")) {
+        youngest = static_cast<pid_t>(std::strtol(at, &at, 10));
+    }
+    return youngest;
+}
+
+/** Kills the child, or its youngest descendant, at the moment that the driver has set. */
+void KillChild(pid_t process)
+{
+    usleep(Control()->moment);
+    if (Control()->mode == FaultMode::Leaf) {
+        while (const pid_t child = YoungestChild(process)) {
+            process = child;
+        }
+    }
+    kill(process, SIGKILL);
+}
+} // namespace
+
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the C library's are reserved
+
+extern "C" int open(const char* path, int flags, ...)
+{
+    va_list rest;
+    va_start(rest, flags);
+    const mode_t mode = va_arg(rest, mode_t);
+    va_end(rest);
+    return IsDue(FaultKind::Open, EMFILE) ? -1 : Next<::open>()(path, flags, mode);
+}
+
+extern "C" int openat(int folder, const char* path, int flags, ...)
+{
+    va_list rest;
+    va_start(rest, flags);
+    const mode_t mode = va_arg(rest, mode_t);
+    va_end(rest);
+    return IsDue(FaultKind::Open, EMFILE) ? -1 : Next<::openat>()(folder, path, flags, mode);
+}
+
+extern "C" int access(const char* path, int mode) noexcept
+{
+    return IsDue(FaultKind::Open, EIO) ? -1 : Next<::access>()(path, mode);
+}
+
+extern "C" std::FILE* fopen64(const char* path, const char* mode)
+{
+    return IsDue(FaultKind::Open, EMFILE) ? nullptr : Next<::fopen64>()(path, mode);
+}
+
+extern "C" ssize_t read(int descriptor, void* bytes, std::size_t size)
+{
+    const FaultKind kind = KindOf(descriptor, size, FaultKind::Read);
+    return IsDue(kind, EIO) ? -1 : Next<::read>()(descriptor, bytes, Moved(kind, size));
+}
+
+extern "C" std::size_t fread(void* bytes, std::size_t size, std::size_t count, std::FILE* file)
+{
+    if (IsDue(FaultKind::Read, EIO)) {
+        file->_flags |= kErrorSeen;
+        return 0;
+    }
+    return Next<::fread>()(bytes, size, count, file);
+}
+
+extern "C" ssize_t write(int descriptor, const void* bytes, std::size_t size)
+{
+    const FaultKind other = descriptor == STDERR_FILENO ? FaultKind::Log : FaultKind::Write;
+    const FaultKind kind = KindOf(descriptor, size, other);
+    return IsDue(kind, ENOSPC) ? -1 : Next<::write>()(descriptor, bytes, Moved(kind, size));
+}
+
+extern "C" int fsync(int descriptor)
+{
+    return IsDue(FaultKind::Fsync, EIO) ? -1 : Next<::fsync>()(descriptor);
+}
+
+extern "C" int rename(const char* from, const char* to) noexcept
+{
+    return IsDue(FaultKind::Rename, ENOSPC) ? -1 : Next<::rename>()(from, to);
+}
+
+extern "C" int renameat(int fromFolder, const char* from, int toFolder, const char* to) noexcept
+{
+    return IsDue(FaultKind::Rename, ENOSPC) ? -1 : Next<::renameat>()(fromFolder, from, toFolder, to);
+}
+
+extern "C" int unlink(const char* path) noexcept
+{
+    return IsDue(FaultKind::Unlink, EIO) ? -1 : Next<::unlink>()(path);
+}
+
+extern "C" int unlinkat(int folder, const char* path, int flags) noexcept
+{
+    return IsDue(FaultKind::Unlink, EIO) ? -1 : Next<::unlinkat>()(folder, path, flags);
+}
+
+extern "C" int mkdir(const char* path, mode_t mode) noexcept
+{
+    return IsDue(FaultKind::Mkdir, ENOSPC) ? -1 : Next<::mkdir>()(path, mode);
+}
+
+extern "C" int eventfd(unsigned int value, int flags) noexcept
+{
+    return IsDue(FaultKind::Eventfd, EMFILE) ? -1 : Next<::eventfd>()(value, flags);
+}
+
+extern "C" int poll(pollfd* entries, nfds_t count, int milliseconds)
+{
+    const int wait = milliseconds >= kLongWaitMilliseconds ? milliseconds / kSpeed : milliseconds;
+    return IsDue(FaultKind::Poll, ENOMEM) ? -1 : Next<::poll>()(entries, count, wait);
+}
+
+extern "C" int epoll_wait(int descriptor, epoll_event* events, int count, int milliseconds)
+{
+    return IsDue(FaultKind::Poll, EINTR) ? -1 : Next<::epoll_wait>()(descriptor, events, count, milliseconds);
+}
+
+extern "C" int socket(int domain, int type, int protocol) noexcept
+{
+    return IsDue(FaultKind::Socket, EMFILE) ? -1 : Next<::socket>()(domain, type, protocol);
+}
+
+extern "C" int accept4(int descriptor, sockaddr* address, socklen_t* size, int flags)
+{
+    return IsDue(FaultKind::Socket, EMFILE) ? -1 : Next<::accept4>()(descriptor, address, size, flags);
+}
+
+extern "C" int connect(int descriptor, const sockaddr* address, socklen_t size)
+{
+    return IsDue(FaultKind::Connect, ENETUNREACH) ? -1 : Next<::connect>()(descriptor, address, size);
+}
+
+extern "C" ssize_t send(int descriptor, const void* bytes, std::size_t size, int flags)
+{
+    return IsDue(FaultKind::Send, ECONNRESET) ? -1
+                                              : Next<::send>()(descriptor, bytes, Moved(FaultKind::Send, size), flags);
+}
+
+extern "C" ssize_t sendmsg(int descriptor, const msghdr* message, int flags)
+{
+    return IsDue(FaultKind::Send, ECONNRESET) ? -1 : Next<::sendmsg>()(descriptor, message, flags);
+}
+
+extern "C" ssize_t recv(int descriptor, void* bytes, std::size_t size, int flags)
+{
+    return IsDue(FaultKind::Receive, ECONNRESET)
+               ? -1
+               : Next<::recv>()(descriptor, bytes, Moved(FaultKind::Receive, size), flags);
+}
+
+extern "C" ssize_t recvmsg(int descriptor, msghdr* message, int flags)
+{
+    return IsDue(FaultKind::Receive, ECONNRESET) ? -1 : Next<::recvmsg>()(descriptor, message, flags);
+}
+
+extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
+                              void* argument) noexcept
+{
+    return IsDue(FaultKind::Thread, EAGAIN) ? EAGAIN : Next<::pthread_create>()(thread, attributes, body, argument);
+}
+
+extern "C" int posix_spawn(pid_t* process, const char* path, const posix_spawn_file_actions_t* actions,
+                           const posix_spawnattr_t* attributes, char* const arguments[], char* const environment[])
+{
+    return IsDue(FaultKind::Spawn, EAGAIN)
+               ? EAGAIN
+               : Next<::posix_spawn>()(process, path, actions, attributes, arguments, environment);
+}
+
+extern "C" pid_t waitpid(pid_t process, int* status, int options)
+{
+    const auto next = Next<::waitpid>();
+    if (!IsDue(FaultKind::Waitpid, ECHILD)) {
+        return next(process, status, options);
+    }
+    if (Control()->mode == FaultMode::Error) {
+        next(process, nullptr, options); // as the kernel answers when somebody else has collected the child
+        errno = ECHILD;
+        return -1;
+    }
+    const auto begin = std::chrono::steady_clock::now();
+    if (Control()->moment != 0) {
+        KillChild(process);
+    }
+    const pid_t result = next(process, status, options);
+    const auto life = std::chrono::steady_clock::now() - begin;
+    Control()->moment = std::chrono::duration_cast<std::chrono::microseconds>(life).count();
+    return result;
+}
+
+extern "C" void* malloc(std::size_t size) noexcept
+{
+    return size >= kLargeMemory && IsDue(FaultKind::Memory, ENOMEM) ? nullptr : __libc_malloc(size);
+}
+
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
