@@ -25,11 +25,10 @@ protected:
             std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing);
     }
 
-    /** The items that the device collects, as members of a JSON array. */
-    static void LayOutItems(const std::string& items)
+    static Finished RunPeer(std::vector<std::string> words)
     {
-        WriteWholeFile("/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json",
-                       R"({"diagItemConfigList":{"version":1.2,"item":[)" + items + "]}}");
+        words.insert(words.begin(), Program("gatrix-peer"));
+        return RunProgram(words);
     }
 
     static std::string UploadType(const std::string& type) { return Vcli({"diagfileservice", "upload", type}).output; }
@@ -71,11 +70,12 @@ TEST_F(Upload, OfEverything_BringsTheTwelveItems)
 TEST_F(Upload, LeavesSecretsOnTheDevice)
 {
     LayOutUsedDevice();
-    LayOutItems(
-        R"({"input":"encrypt-logs dfs-pts-logs.sh","harvestType":"SCRIPT","subType":"logs","fileType":1},
+    WriteWholeFile("/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json",
+                   R"({"diagItemConfigList":{"version":1.2,"item":[
+        {"input":"encrypt-logs dfs-pts-logs.sh","harvestType":"SCRIPT","subType":"logs","fileType":1},
         {"input":"encrypt-logs dfs-wifi-site-scan.sh","harvestType":"SCRIPT","subType":"scan","fileType":3},
         {"input":"encrypt-logs dfs-uptime.sh","harvestType":"SCRIPT","subType":"uptime","fileType":10},
-        {"input":"encrypt-logs dfs-top.sh","harvestType":"SCRIPT","subType":"top","fileType":16})");
+        {"input":"encrypt-logs dfs-top.sh","harvestType":"SCRIPT","subType":"top","fileType":16}]}})");
     WriteWholeFile("/opt/Vantor/etc/DPrintCfg.json", R"({"threshold":4})");
     std::filesystem::create_directories("/sys/class/net/wlan0/wireless");
     const std::string tool = "/opt/Vantor/bin/iw";
@@ -137,4 +137,36 @@ TEST_F(Upload, KeepsThePersistenceFolderClean_AlsoAfterAKill)
     StartService();
     EXPECT_EQ(UploadType("7"), kSucceeded);
     EXPECT_EQ(NamesIn(kPersistence), before);
+}
+
+TEST_F(Upload, AskedForByGatrixPeer_BringsItsItems)
+{
+    const CloudServer cloud(CloudOnItsPort());
+    const ChildProcess gateway({Program("gatrix-gateway")});
+    ASSERT_TRUE(gateway.WaitForOutput("8084"));
+    StartService();
+
+    const Finished uploaded = RunPeer({"--type", "INTROSPECTION", "--payload", "volume=31\x1b"});
+    EXPECT_EQ(uploaded.status, 0) << uploaded.output;
+    EXPECT_THAT(uploaded.output, HasSubstr("gatrix-peer: upload answered: 200 "));
+    const ArrivedUpload upload = LatestUpload(cloud);
+    EXPECT_EQ(upload.SubTypes(), (std::vector<std::string>{"peer note", "peer state"}));
+    EXPECT_EQ(upload.Content("peer note"), "A note that gatrix-peer left on the device.\n");
+    EXPECT_THAT(upload.Content("peer state"), HasSubstr(R"({"payloadToUpload":"volume=31\u001b"})"));
+    EXPECT_THAT(uploaded.output, HasSubstr("answers with the payload volume=31\\x1b\n"));
+    EXPECT_THAT(upload.metadata, HasSubstr("Kitchen")) << "the name that the peer gives the product";
+
+    const Finished refused = RunPeer({"--file", "/proc/uptime", "--type", "TOP", "--type", "LOGREAD"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.output, HasSubstr("upload refused: 400 Custom file upload requires exactly one file type\n"));
+}
+
+TEST_F(Upload, AskedForByGatrixPeer_GivesUpWithAWordAndAStatus)
+{
+    const Finished late = RunPeer({"--timeout", "1"});
+    EXPECT_EQ(late.status, 3);
+    EXPECT_THAT(late.output, HasSubstr(": the gateway or the diagnostic-file service did not come in time\n"));
+    const Finished wrong = RunPeer({"--type", "NONE"});
+    EXPECT_EQ(wrong.status, 2);
+    EXPECT_THAT(wrong.output, HasSubstr(": --type: there is no file type 'NONE'; see --help\n"));
 }
