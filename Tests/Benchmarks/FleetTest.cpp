@@ -6,23 +6,17 @@ namespace Fleet
 {
 namespace
 {
-/** A hundredth of the usual fleet and cloud. */
-Setting SmallSetting()
+TEST(Simulation, EachUpload_TakesTwoRequestsOrGivesUp_AndDevicesWithoutASeedComeInACrowd)
 {
+    // A hundredth of the usual fleet and cloud.
     Setting setting;
     setting.devices = 1000;
     setting.capacity = 2;
-    return setting;
-}
-
-TEST(Simulation, EachUpload_TakesTwoRequestsOrGivesUp)
-{
     // The first two end before the outage does: the table of waits, and four retries of ten minutes each.
     const std::pair<Http::HSMResponse (*)(const Load&), std::uint32_t> cases[] = {
         {Unavailable, 0},    {RetryAfter, 0},     {RetryAfterUnlimited, 1000},
         {Exponential, 1000}, {SharedReset, 1000}, {ResetBySlot, 1000},
     };
-    const Setting setting = SmallSetting();
     for (const auto& [refuse, uploaded] : cases) {
         const Outcome outcome = Simulate(setting, {"", refuse});
         EXPECT_EQ(outcome.uploaded, uploaded);
@@ -31,11 +25,6 @@ TEST(Simulation, EachUpload_TakesTwoRequestsOrGivesUp)
         EXPECT_GE(outcome.Requests(), setting.devices + uploaded);
         EXPECT_TRUE(uploaded == 0 || outcome.lastUpload >= setting.outage + 1000) << "not faster than the cloud serves";
     }
-}
-
-TEST(Simulation, DevicesWithoutASeed_ComeInACrowd)
-{
-    const Setting setting = SmallSetting();
     const Outcome seeded = Simulate(setting, {"", RetryAfterUnlimited, true});
     const Outcome unseeded = Simulate(setting, {"", RetryAfterUnlimited, false});
     EXPECT_GT(unseeded.PeakOnceUp(setting), 3 * seeded.PeakOnceUp(setting));

@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
-#include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -14,28 +14,16 @@
 
 ChildProcess::ChildProcess(const std::vector<std::string>& command)
 {
-    std::string path = "/tmp/child-XXXXXX";
-    const int output = mkostemp(path.data(), O_CLOEXEC | O_APPEND);
-    m_outputPath = path;
-
-    std::vector<std::string> words = command;
-    std::vector<char*> arguments;
-    arguments.reserve(words.size() + 1);
-    for (auto& word : words) {
-        arguments.push_back(word.data());
-    }
-    arguments.push_back(nullptr);
-
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, output, STDERR_FILENO);
-    const int error = posix_spawnp(&m_pid, arguments[0], &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    close(output);
+    m_outputPath = "/tmp/child-XXXXXX";
+    close(mkstemp(m_outputPath.data()));
+    // The shell sets up its streams, and becomes the program.
+    std::vector<std::string> words{"sh", "-c", "exec \"$@\" </dev/null >>\"$0\" 2>&1", m_outputPath};
+    words.insert(words.end(), command.begin(), command.end());
+    std::vector<char*> arguments(words.size() + 1);
+    std::transform(words.begin(), words.end(), arguments.begin(), [](auto& word) { return word.data(); });
+    const int error = posix_spawn(&m_pid, "/bin/sh", nullptr, nullptr, arguments.data(), environ);
     if (error != 0) {
-        throw std::system_error(error, std::generic_category(), command[0]);
+        throw std::system_error(error, std::generic_category(), "/bin/sh");
     }
 }
 

@@ -12,7 +12,7 @@
 class ChildProcess
 {
 public:
-    /** Starts the program, found on the PATH unless it holds a "/". @throws std::system_error when it cannot start. */
+    /** Starts the program, found on the PATH unless it holds a "/". One that is not there ends with status 127. */
     explicit ChildProcess(const std::vector<std::string>& command);
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
