@@ -1,63 +1,43 @@
 #include "TestCloud.h"
 
-#include "ChildProcess.h"
 #include "Deadline.h"
+#include "Script.h"
 
-#include <gtest/gtest.h>
-
-#include <arpa/inet.h>
-#include <cerrno>
 #include <filesystem>
-#include <netinet/in.h>
-#include <regex>
-#include <sys/socket.h>
+#include <sstream>
 
 const std::string TestCloud::kMetadata =
     R"({"productName":"","productId":"GUID-1","productType":"t","softwareVersion":"1.0","fileType":"f",)"
     R"("uploadTimeStamp":"2026-11-15T03:04:05Z","uploadedItems":[{"type":"TOP","subType":"top"}],"version":1.0})";
+const std::string TestCloud::kContent = "The quick brown fox jumps over the lazy dog";
+const std::string TestCloud::kMd5 = "Content-MD5: 9e107d9d372bb6826bd81d3542a419d6\r\n";
 
-Reply SendRequest(const std::string& method, const std::string& url, const std::vector<std::string>& headers,
-                  const std::string& body, const std::string& proxy)
+Client::Client(const DiagCloud::CloudServer& cloud, const std::string& bytes)
+    : m_stream("127.0.0.1", std::to_string(cloud.Port()))
 {
-    const TemporaryFolder folder;
-    std::vector<std::string> command = {"curl", "-qsi", "-g", "-X", method, url, "-m", "20", "-x", proxy};
-    if (method != "GET") {
-        command.insert(command.end(), {"--data-binary", "@" + folder.Write("body", body)});
-    }
-    for (const std::string& header : headers) {
-        command.insert(command.end(), {"-H", header});
-    }
-    command.insert(command.end(), {"-w", "%{http_code}"});
-    const Finished curl = RunProgram(command);
-    const std::size_t end = curl.output.size() - 3;
-    return {curl.status == 0 ? std::stoi(curl.output.substr(end)) : 0, curl.output.substr(0, end)};
+    m_stream.expires_after(kDeadline);
+    EXPECT_TRUE(m_stream << bytes << std::flush);
 }
 
-RawClient::RawClient(const DiagCloud::CloudServer& cloud, const std::string& bytes)
-    : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+std::string Client::ReadAll()
 {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(cloud.Port());
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const timeval limit{20, 0};
-    setsockopt(m_socket.Get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-    EXPECT_EQ(connect(m_socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    EXPECT_TRUE(m_socket.WriteAll(bytes));
+    std::ostringstream text;
+    text << m_stream.rdbuf();
+    const bool isReset = m_stream.error() == boost::asio::error::connection_reset;
+    EXPECT_TRUE(isReset || m_stream.error() == boost::asio::error::eof) << m_stream.error();
+    return text.str() + (isReset ? " RESET" : "");
 }
 
-std::string RawClient::ReadAll() const
+testing::Matcher<std::string> Answer(int status, const std::string& text)
 {
-    std::string text;
-    const bool isOrderly = m_socket.ReadAll(text);
-    EXPECT_TRUE(isOrderly || errno == ECONNRESET) << "the connection does not end";
-    return isOrderly ? text : text + " RESET";
+    return AllOf(testing::StartsWith("HTTP/1.1 " + std::to_string(status) + ' '), testing::HasSubstr(text),
+                 Not(testing::EndsWith(" RESET")));
 }
 
-TestCloud::TestCloud(std::vector<DiagCloud::Outcome> script, DiagCloud::CloudSettings settings)
+TestCloud::TestCloud(const std::string& script, DiagCloud::CloudSettings settings)
     : CloudServer([&] {
           settings.storeFolder = Folder();
-          settings.script = std::move(script);
+          settings.script = DiagCloud::ParseScript(script);
           return std::move(settings);
       }())
 {}
@@ -67,18 +47,23 @@ std::ptrdiff_t TestCloud::Stored() const
     return std::distance(std::filesystem::directory_iterator(Folder()), std::filesystem::directory_iterator());
 }
 
-Reply TestCloud::PostMetadata(const std::string& body) const
+std::string TestCloud::Ask(const std::string& requestLine, const std::string& headers, const std::string& body) const
 {
-    return SendRequest("POST", "http://diagnostics.vantor.example/senders/GUID-1/metadata",
-                       {"Content-Type: application/json", "x-product-token: secret-token"}, body, Url());
+    return Client(*this, requestLine + " HTTP/1.1\r\nConnection: close\r\n" + headers +
+                             "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body)
+        .ReadAll();
+}
+
+std::string TestCloud::PostMetadata(const std::string& body) const
+{
+    return Ask("POST http://diagnostics.vantor.example/senders/GUID-1/metadata", "x-product-token: secret-token\r\n",
+               body);
 }
 
 std::string TestCloud::Announce() const
 {
-    const std::string text = PostMetadata().text;
-    std::smatch url;
-    EXPECT_TRUE(std::regex_search(text, url, std::regex(R"re(\{"uploadUrl":"([^"]*)"\}$)re"))) << text;
-    return url[1];
+    EXPECT_THAT(PostMetadata(), Answer(200, "\r\n\r\n{\"uploadUrl\":\"" + Url() + "/archives/"));
+    return "/archives/" + Requests().back().archiveId;
 }
 
 DiagCloud::ReceivedRequest TestCloud::Request(std::size_t number) const
@@ -86,9 +71,4 @@ DiagCloud::ReceivedRequest TestCloud::Request(std::size_t number) const
     const auto request = WaitForRequest(number, kDeadline);
     EXPECT_TRUE(request);
     return request.value_or(DiagCloud::ReceivedRequest());
-}
-
-Reply PostArchive(const std::string& url)
-{
-    return SendRequest("POST", url, {kMd5}, kContent);
 }

@@ -1,61 +1,56 @@
 #pragma once
 
 #include "CloudServer.h"
-#include "FileDescriptor.h"
 #include "TemporaryFolder.h"
 
+#include <boost/asio/ip/tcp.hpp>
+#include <gmock/gmock.h>
+
 #include <string>
-#include <vector>
 
-/** What an HTTP client got. */
-struct Reply
-{
-    int status = 0;   ///< HTTP status; 0 when there was no whole answer.
-    std::string text; ///< Header fields and body.
-};
-
-/** A request by curl(1). */
-Reply SendRequest(const std::string& method, const std::string& url, const std::vector<std::string>& headers = {},
-                  const std::string& body = {}, const std::string& proxy = {});
-
-/** A TCP connection for what no HTTP client would do. */
-class RawClient
+/** A client that sends its bytes, whether or not they make a request. */
+class Client
 {
 public:
-    RawClient(const DiagCloud::CloudServer& cloud, const std::string& bytes);
+    Client(const DiagCloud::CloudServer& cloud, const std::string& bytes);
 
     /** What is sent up to the end of the connection; " RESET" follows when it ended so. */
-    std::string ReadAll() const;
+    std::string ReadAll();
 
 private:
-    FileDescriptor m_socket;
+    boost::asio::ip::tcp::iostream m_stream;
 };
+
+/** Matches a whole answer of that status that has the text. */
+testing::Matcher<std::string> Answer(int status, const std::string& text = "");
 
 /** A cloud with a store of its own. */
 class TestCloud : private TemporaryFolder, public DiagCloud::CloudServer
 {
 public:
-    explicit TestCloud(std::vector<DiagCloud::Outcome> script = {}, DiagCloud::CloudSettings settings = {});
+    explicit TestCloud(const std::string& script = "[]", DiagCloud::CloudSettings settings = {});
 
     const std::string& Folder() const { return TemporaryFolder::Path(); }
 
     /** The number of files in the store. */
     std::ptrdiff_t Stored() const;
 
-    /** Posts metadata as a device does, through the proxy. */
-    Reply PostMetadata(const std::string& body = kMetadata) const;
+    /** The answer to a request. @param headers each with the end of its line */
+    std::string Ask(const std::string& requestLine, const std::string& headers = "",
+                    const std::string& body = "") const;
 
-    /** Posts metadata and returns the upload URL. */
+    /** Posts metadata as a device does, through the proxy. */
+    std::string PostMetadata(const std::string& body = kMetadata) const;
+
+    /** Posts metadata and returns the path of the archive. */
     std::string Announce() const;
+
+    std::string PostArchive(const std::string& path) const { return Ask("POST " + path, kMd5, kContent); }
 
     /** Takes the request of that number as it was recorded; an empty one when it does not come in time. */
     DiagCloud::ReceivedRequest Request(std::size_t number) const;
 
     static const std::string kMetadata;
+    static const std::string kContent;
+    static const std::string kMd5; ///< The header of the content.
 };
-
-/** Posts kContent as an archive. */
-Reply PostArchive(const std::string& url);
-
-const std::string kContent = "The quick brown fox jumps over the lazy dog";
-const std::string kMd5 = "Content-MD5: 9e107d9d372bb6826bd81d3542a419d6";
