@@ -5,10 +5,6 @@
 #include <archive.h>
 #include <gtest/gtest.h>
 
-#include <iomanip>
-#include <numeric>
-#include <sstream>
-
 ArchiveMaker::ArchiveMaker(const std::string& kind)
 {
     Filter("openssl req -x509 -newkey " + kind + " -nodes -keyout key.pem -out certificate.pem -subj /CN=device", "");
@@ -60,29 +56,6 @@ std::string ArchiveMaker::Write(const std::vector<Member>& members) const
     }
     EXPECT_EQ(archive_write_free(writer), ARCHIVE_OK);
     return path;
-}
-
-std::string ArchiveMaker::SparseHeader(const std::string& name, std::size_t size, bool hasMore)
-{
-    std::string header(512, '\0');
-    const auto put = [&header](std::size_t at, const std::string& field) { header.replace(at, field.size(), field); };
-    const auto number = [&](std::size_t at, int digits, std::size_t value) {
-        std::ostringstream octal;
-        octal << std::oct << std::setfill('0') << std::setw(digits) << value;
-        put(at, octal.str());
-    };
-    put(0, name);
-    put(100, "0000600");
-    number(124, 11, 1);
-    put(156, "S");
-    put(257, "ustar  ");
-    number(386, 11, size - 1);
-    number(398, 11, 1);
-    header[482] = static_cast<char>(hasMore);
-    number(483, 11, size);
-    put(148, "        ");
-    number(148, 6, std::accumulate(header.begin(), header.end(), std::size_t{0}));
-    return header;
 }
 
 Finished ArchiveMaker::Open(const std::string& archive, const std::vector<std::string>& words) const

@@ -41,9 +41,6 @@ public:
     /** Writes the members as a .tar.gz, and returns its path. */
     std::string Write(const std::vector<Member>& members) const;
 
-    /** The header of a sparse file (GNU tar) of that size with one byte at its end. More of its map may follow. */
-    static std::string SparseHeader(const std::string& name, std::size_t size, bool hasMore);
-
     /** Runs dfs-open with the key on an archive, within 256 MiB of memory. */
     Finished Open(const std::string& archive, const std::vector<std::string>& words = {}) const;
 
