@@ -12,33 +12,6 @@ namespace Wire = Gatrix::Wire;
 using GatrixGateway::Gateway;
 using testing::HasSubstr;
 
-TEST(Gateway, Bodies_TravelAsTheyAreAndInOrder)
-{
-    const Gateway gateway({});
-    TestClient handler(gateway.Port(), "handler", "::1");
-    handler.Handle("/echo");
-    TestClient requester(gateway.Port());
-    const std::uint64_t id = 18446744073709551615U;
-    const std::string large = '"' + std::string(1000000, 'x') + '"';
-    const std::string bodies[] = {large, R"({"b":[1.10,1e300,18446744073709551616],"a":{"":null}})",
-                                  R"("\ud83d\ude00 \u0000")", "\"\xC3\xA9\"", "null"};
-    // Three rounds bring more than may wait for the handler at a time.
-    for (int round = 0; round < 3; ++round) {
-        for (const std::string& body : bodies) {
-            requester.Ask(id, "/echo", body);
-        }
-        for (const std::string& body : bodies) {
-            EXPECT_THAT(handler.AnswerWithBody(), HasSubstr("\"body\":" + body));
-        }
-        for (const std::string& body : bodies) {
-            EXPECT_EQ(requester.Read(), Wire::Serialize(Wire::Answer{id, body}));
-        }
-    }
-    requester.Send(R"({"op":"request","id":1,"method":"GET","endpoint":"/echo","version":1.5})");
-    EXPECT_THAT(handler.AnswerWithBody(), AllOf(HasSubstr("\"version\":1.5"), Not(HasSubstr("body"))));
-    EXPECT_THAT(requester.Read(), Not(HasSubstr("body")));
-}
-
 TEST(Gateway, ClientThatGoes_IsMissedAtOnce)
 {
     GatrixGateway::GatewaySettings settings;
@@ -67,7 +40,7 @@ TEST(Gateway, Stop_ClosesItsClientsAndFreesThePort)
 {
     GatrixGateway::GatewaySettings settings;
     settings.limits.closeTime = std::chrono::milliseconds(100);
-    for (int round = 0; round < 3; ++round) {
+    for (int round = 0; round < 2; ++round) {
         Gateway gateway(settings);
         settings.port = gateway.Port();
         TestClient client(gateway.Port());
@@ -85,7 +58,7 @@ TEST(GatewayProgram, PrintsWhatHappensAndEndsOnASignal)
     ChildProcess gateway({Program("gatrix-gateway"), "--port", "0", "--verbose"});
     ASSERT_TRUE(gateway.WaitForOutput("/\n"));
     const int port = std::stoi(gateway.Output().substr(gateway.Output().find_last_of(':') + 1));
-    TestClient client(static_cast<std::uint16_t>(port), "a\nb\x1B");
+    TestClient client(static_cast<std::uint16_t>(port), "a\nb\x1B", "::1");
     client.Handle("/x");
     for (const char* line : {"#1 a?b? came, platform linux\n", "#1 a?b? handles GET /x, group g\n",
                              "#1 a?b? is ready: /x\n", "#1 a?b? > {", "#1 a?b? < {"}) {

@@ -35,13 +35,4 @@ public:
     {
         Send(Gatrix::Wire::Request{id, Gatrix::Method::GET, endpoint, 1, body});
     }
-
-    /** Reads a request, answers it with its own body, and returns it. */
-    std::string AnswerWithBody()
-    {
-        std::string text = Read();
-        const auto request = std::get<Gatrix::Wire::Request>(Gatrix::Wire::Parse(text));
-        Send(Gatrix::Wire::Answer{request.id, request.body});
-        return text;
-    }
 };
