@@ -92,10 +92,10 @@ TEST(Router, Requests_AreAnsweredOnceByTheirHandler)
         {1, Wire::Answer{1, {}}, "dropped"},
         // A number that is still in use.
         {2, request, "1 request GET /a 2"},
-        {2, request, "1 request GET /a 3"},
+        {2, Wire::Request{UINT64_MAX, kGet, "/a", 1, {}}, "1 request GET /a 3"},
         {1, request, "1 request GET /a 4"},
         {1, Wire::Refusal{4, 400, "no"}, "1 error 7 400 no"},
-        {1, Wire::Answer{3, {}}, "2 answer 7"},
+        {1, Wire::Answer{3, {}}, "2 answer 18446744073709551615"},
         {1, request, "1 request GET /a 5"},
         // A requester that goes is owed nothing.
         {2, kDrop, ""},
