@@ -34,9 +34,9 @@ Member ArchiveMaker::Manifest(const std::vector<std::pair<std::string, std::stri
     return {"dfs_uploadmanifest.json", R"({"UploadManifest":{"item":[)" + list + R"(],"version":1}})"};
 }
 
-std::string ArchiveMaker::Write(const std::vector<Member>& members) const
+std::string ArchiveMaker::Write(const std::vector<Member>& members, const std::string& name) const
 {
-    std::string path = Path("archive.tar.gz");
+    std::string path = Path(name);
     archive* writer = archive_write_new();
     archive_write_add_filter_gzip(writer);
     archive_write_set_format_pax_restricted(writer);

@@ -39,7 +39,7 @@ public:
     static Member Manifest(const std::vector<std::pair<std::string, std::string>>& items);
 
     /** Writes the members as a .tar.gz, and returns its path. */
-    std::string Write(const std::vector<Member>& members) const;
+    std::string Write(const std::vector<Member>& members, const std::string& name = "archive.tar.gz") const;
 
     /** Runs dfs-open with the key on an archive, within 256 MiB of memory. */
     Finished Open(const std::string& archive, const std::vector<std::string>& words = {}) const;

@@ -23,55 +23,33 @@ std::string Element(char identifier, const std::string& content)
     }
     return made + content;
 }
-
-/** An encrypted message, as openssl streams it, in pieces that others may take the place of. */
-struct Message
-{
-    explicit Message(const std::string& whole)
-    {
-        const std::size_t set = whole.find("\x31\x82");
-        const std::size_t info = whole.find(std::string("\x30\x80\x06\x09\x2a", 5), set);
-        const std::size_t encrypted = info + 44;
-        begin = whole.substr(0, set);
-        recipients = whole.substr(set, info - set);
-        cipher = whole.substr(info, encrypted - info);
-        content = whole.substr(encrypted, whole.size() - ends.size() - encrypted);
-    }
-    std::string Whole() const { return begin + recipients + cipher + content + ends; }
-
-    std::string begin;
-    std::string recipients;
-    std::string cipher;
-    std::string content; ///< Ends its EncryptedContentInfo.
-    const std::string ends = std::string(6, '\0');
-};
 } // namespace
 
 TEST(DfsOpenHostile, Archive_StaysWithinMemoryAndSaysWhatIsWrong)
 {
     const ArchiveMaker maker;
-    const Message message(maker.Encrypt(maker.Gzip(kLog)));
     const Member log = maker.Manifest({{"log", "l"}});
-    const auto changed = [&](std::string Message::*part, const std::string& value) {
-        Message other = message;
-        other.*part = value;
-        return std::vector<Member>{log, {"log.gz", maker.Gzip(other.Whole())}};
+    // As openssl streams it: recipients, cipher, content, and the ends of what is around these.
+    const std::string message = maker.Encrypt(maker.Gzip(kLog));
+    const std::size_t recipients = message.find("\x31\x82");
+    const std::size_t cipher = message.find(std::string("\x30\x80\x06\x09\x2a", 5), recipients) + 13;
+    const std::size_t content = cipher + 31;
+    const std::size_t end = message.size() - 6;
+    const auto changed = [&](std::size_t from, std::size_t to, const std::string& part) {
+        const std::string other = message.substr(0, from) + part + message.substr(to);
+        return std::vector<Member>{log, {"log.gz", maker.Gzip(other)}};
     };
     const std::string recipient("\xa4\x05\x06\x01\x2a\x05\x00", 7); // RFC 5652, OtherRecipientInfo
     const std::string attribute("\x30\x07\x06\x01\x2a\x31\x02\x05\x00", 9);
-    const std::string vector = message.cipher.substr(15, 11) + Element('\x04', std::string(65536, '\0'));
+    const std::string vector = message.substr(cipher + 2, 11) + Element('\x04', std::string(65536, '\0'));
     const std::string most = Element('\x04', std::string(72 * DfsOpen::kMebibyte, '\0'));
     const std::string longName = R"({"item":[{"filename":")" + std::string(100000, 'n') + "\"}";
     const std::pair<std::string, std::vector<Member>> cases[] = {
-        {"1 item, all whole", changed(&Message::begin, message.begin)},
         {"more recipients than are accepted",
-         changed(&Message::recipients, Element('\x31', Repeated(recipient, kManyTimes)))},
-        {"more recipients than are accepted",
-         changed(&Message::cipher, message.cipher.substr(0, 13) + Element('\x30', vector))},
-        {"1 item, all whole",
-         changed(&Message::content, message.content + Element('\xa1', Repeated(attribute, kManyTimes)))},
-        {"decrypted to something that is not gzip",
-         changed(&Message::content, "\xa0\x80" + most + std::string(4, '\0'))},
+         changed(recipients, cipher - 13, Element('\x31', Repeated(recipient, kManyTimes)))},
+        {"more recipients than are accepted", changed(cipher, content, Element('\x30', vector))},
+        {"1 item, all whole", changed(end, end, Element('\xa1', Repeated(attribute, kManyTimes)))},
+        {"decrypted to something that is not gzip", changed(content, end, "\xa0\x80" + most + std::string(4, '\0'))},
         {"the manifest lists more items than are accepted; the first 2000",
          {{"dfs_uploadmanifest.json", longName + Repeated(",{}", 65000) + "]}"}}},
         {"is refused", std::vector<Member>(20, {"../" + std::string(900000, 'n')})},

@@ -60,13 +60,8 @@ Facts ErrorsInAMinute(std::uint64_t count)
 
 Facts Wireless(bool isUp, bool hasCarrier)
 {
-    std::vector<Interface> interfaces(2);
-    interfaces[0].name = "lo";
-    interfaces[0].isUp = interfaces[0].hasCarrier = true;
-    interfaces[1].name = "wlan0";
-    interfaces[1].isUp = isUp;
-    interfaces[1].hasCarrier = hasCarrier;
-    return With(&Facts::interfaces, interfaces);
+    return With(&Facts::interfaces, {{"lo", {}, {}, 0, 0, 0, 0, true, true, {}, {}},
+                                     {"wlan0", {}, {}, 0, 0, 0, 0, isUp, hasCarrier, {}, {}}});
 }
 
 Facts ReleasedAndCollected(const char* release, const char* collected)
@@ -81,13 +76,8 @@ TEST(ReportFindings, EachRule_HasItsThreshold)
 {
     Log twoBoots;
     twoBoots.boots.resize(2);
-    Update failed, rolledBack;
-    failed.status["lastResult"] = "Verification FAILED";
-    failed.status["lastError"] = "No error";
-    rolledBack.lastState = "RollbackDone";
-    Interface lossy;
-    lossy.received = 1000;
-    lossy.receiveDrops = 1;
+    const Update failed = {{{"lastResult", "Verification FAILED"}, {"lastError", "No error"}}, {}, {}, {}, {}, {}, {}};
+    const Update rolledBack = {{}, "RollbackDone", {}, {}, {}, {}, {}};
     const std::pair<Facts, const char*> cases[] = {
         {{}, ""},
         {Disk(89, 89), ""},
@@ -121,7 +111,7 @@ TEST(ReportFindings, EachRule_HasItsThreshold)
         {With(&Facts::processes, {{"7", "A", 80, {}, {}, {}}, {"8", "B", 79, {}, {}, {}}}),
          "W A takes 80 % of a processor\n"},
         {With(&Facts::pressures, {{"io", 40, {}}}), "N Processes waited for io in 40 % of the last minute\n"},
-        {With(&Facts::interfaces, {lossy}), "W  lost 1 of 1000 packets\n"},
+        {With(&Facts::interfaces, {{"", 1000, {}, 0, 1, 0, 0, {}, {}, {}, {}}}), "W  lost 1 of 1000 packets\n"},
         {With(&Facts::hasDefaultRoute, false),
          "W There is no default route: nothing beyond the local network can be reached\n"},
         {With(&Facts::nameServers, 0), "W There is no name server: no host can be found by its name\n"},

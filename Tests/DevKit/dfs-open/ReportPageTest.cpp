@@ -6,7 +6,6 @@
 #include <gmock/gmock.h>
 #include <openssl/evp.h>
 
-#include <regex>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -31,16 +30,6 @@ std::string PageOf(const std::string& text, const std::string& subType = "")
     std::string page;
     WritePage(archive, nullptr, [&page](std::string_view bytes) { page += bytes; });
     return page;
-}
-
-std::vector<std::string> All(const std::string& page, const std::string& pattern)
-{
-    const std::regex regex(pattern);
-    std::vector<std::string> all;
-    for (std::sregex_iterator match(page.begin(), page.end(), regex), end; match != end; ++match) {
-        all.push_back((*match)[1]);
-    }
-    return all;
 }
 
 std::string Between(const std::string& page, const std::string& begin, const std::string& end)
@@ -79,9 +68,6 @@ TEST(ReportPage, Policy_AllowsTheOwnScriptAndStyleOnly)
     EXPECT_THAT(page, HasSubstr("content=\"default-src 'none'; script-src 'sha256-" +
                                 Sha256(Between(page, "<script>", "</script>")) + "'; style-src 'sha256-" +
                                 Sha256(Between(page, "<style>", "</style>")) + "'; base-uri 'none'"));
-    for (const char* address : {"http:", "https:", "//", "@import", "url(\""}) {
-        EXPECT_THAT(Between(page, "<style>", "</style>"), Not(HasSubstr(address)));
-    }
 }
 
 TEST(ReportPage, WhatIsNotThere_IsSaid)
@@ -113,11 +99,10 @@ TEST(ReportPage, Text_HasLinesBlocksAndLinks)
         log += "Nov 20 22:14:03 v A: " + (line == 200 ? std::string(2500, 'y') : line == 300 ? "error" : "fine") + '\n';
     }
     const std::string page = PageOf(log + std::string(4500, 'x'));
-    EXPECT_EQ(All(page, "data-first=\"(\\d+)\""), (std::vector<std::string>{"1", "200", "400"}));
-    EXPECT_THAT(page, HasSubstr("\n450\n451\n\xe2\x86\xb3\n\xe2\x86\xb3\n</pre>"));
-    EXPECT_THAT(page, HasSubstr("<span class=\"linked\" id=\"i0-L300\">Nov 20 22:14:03 v A: error</span>"));
-    for (const std::string& link : All(page, "href=\"#(i[^\"]*)\"")) {
-        EXPECT_THAT(page, HasSubstr("id=\"" + link + '"'));
+    for (const char* part :
+         {"data-first=\"200\"", "data-first=\"400\"", "\n450\n451\n\xe2\x86\xb3\n\xe2\x86\xb3\n</pre>",
+          "<span class=\"linked\" id=\"i0-L300\">Nov 20 22:14:03 v A: error</span>"}) {
+        EXPECT_THAT(page, HasSubstr(part));
     }
 }
 
@@ -128,43 +113,41 @@ TEST(ReportTool, PageOfAnArchive_IsWrittenWhateverIsWrong)
         maker.Write({ArchiveMaker::Manifest({{"dfs_uptime", "uptime"}, {"dfs_log", "logread"}, {"m", "mfg_data"}}),
                      {"m.gz", maker.Seal(R"({"serialNumber":"08"})")},
                      {"dfs_uptime.gz", maker.Seal("==> /proc/uptime <==\n5 5\n")},
-                     {"dfs_log.gz", maker.Seal("==> system log <==\nold error 1\n")}});
-    rename(before.c_str(), maker.Path("before.tar.gz").c_str());
+                     {"dfs_log.gz", maker.Seal("==> system log <==\nold error 1\n")}},
+                    "before.tar.gz");
     const std::string archive =
         maker.Write({ArchiveMaker::Manifest({{"dfs_log", "logread"}, {"dfs_gone", "top"}}),
                      {"dfs_log.gz", maker.Seal("==> system log <==\nold error 2\nnew error\n")}});
     const std::string path = maker.Path("page.html");
-    const Finished run = maker.Open(archive, {"--report", path, "--compare", maker.Path("before.tar.gz")});
+    const Finished run = maker.Open(archive, {"--report", path, "--compare", before});
     EXPECT_EQ(run.status, 1) << run.output;
     const std::string page = ReadWholeFile(path);
-    EXPECT_THAT(page, HasSubstr("<li>Item &quot;top&quot;: not in the archive</li>"));
-    EXPECT_THAT(page, HasSubstr("<th scope=\"row\">Item uptime</th><td>25 B</td><td>not there</td>"));
+    for (const char* part : {"<li>Item &quot;top&quot;: not in the archive</li>", "Compared with before.tar.gz</h2>",
+                             "<th scope=\"row\">Item uptime</th><td>25 B</td><td>not there</td>"}) {
+        EXPECT_THAT(page, HasSubstr(part));
+    }
     EXPECT_THAT(Between(page, "<h3>New errors</h3>", "</ol>"),
                 testing::AllOf(HasSubstr("new error"), Not(HasSubstr("old error"))));
-
-    EXPECT_THAT(page, HasSubstr("Compared with before.tar.gz</h2>"));
-    maker.Open(maker.Path("before.tar.gz"), {"--report", path, "--compare", archive});
+    maker.Open(before, {"--report", path, "--compare", archive});
     EXPECT_THAT(ReadWholeFile(path), HasSubstr("Compared with archive.tar.gz, which could not be read in full</h2>"));
+    EXPECT_EQ(RunProgram({Program("dfs-open"), before, "--report", path}).status, 0);
+    EXPECT_THAT(ReadWholeFile(path), testing::AllOf(HasSubstr("<h1>Sealed: "), Not(HasSubstr("not in the archive"))));
 
     ASSERT_EQ(mkfifo(maker.Path("pipe.tar.gz").c_str(), 0600), 0);
     const Finished list = maker.Open(maker.Path("."), {"--json"});
     EXPECT_EQ(list.status, 1);
     EXPECT_EQ(std::count(list.output.begin(), list.output.end(), '\n'), 3);
-    EXPECT_THAT(list.output, HasSubstr("pipe.tar.gz is not a regular file"));
-    EXPECT_THAT(
-        list.output,
-        HasSubstr(
-            R"({"archive":"before.tar.gz","device":"08","findings":[{"text":"The device has been up for 5 s only")"));
-    EXPECT_EQ(RunProgram({Program("dfs-open"), maker.Path("before.tar.gz"), "--report", path}).status, 0);
-    EXPECT_THAT(ReadWholeFile(path), testing::AllOf(HasSubstr("<h1>Sealed: "), Not(HasSubstr("not in the archive"))));
+    const char* const first =
+        R"({"archive":"before.tar.gz","device":"08","findings":[{"text":"The device has been up for 5 s)";
+    EXPECT_THAT(list.output, testing::AllOf(HasSubstr(first), HasSubstr("pipe.tar.gz is not a regular file")));
     EXPECT_THAT(RunProgram({Program("dfs-open"), maker.Path(".")}).output,
                 testing::AllOf(HasSubstr(" -         -  before.tar.gz  sealed"),
                                HasSubstr(" 1         1  archive.tar.gz  Item")));
-    EXPECT_EQ(maker.Open(archive, {"--report", archive}).output,
-              "dfs-open: " + archive + " is there already, and is no page\n");
+
     ASSERT_EQ(symlink(path.c_str(), maker.Path("link").c_str()), 0);
     EXPECT_EQ(maker.Open(archive, {"--report", maker.Path("link")}).status, 2);
-    EXPECT_EQ(maker.Open("/proc").output, "dfs-open: /proc has no archive: no name in it ends in .tar.gz\n");
-    EXPECT_EQ(maker.Open(archive, {"--report", "/nowhere/page.html"}).output,
-              "dfs-open: cannot write /nowhere/page.html: No such file or directory\n");
+    EXPECT_THAT(maker.Open(archive, {"--report", archive}).output, HasSubstr(" is there already, and is no page\n"));
+    EXPECT_THAT(maker.Open("/proc").output, HasSubstr("/proc has no archive: no name in it ends in .tar.gz\n"));
+    EXPECT_THAT(maker.Open(archive, {"--report", "/nowhere/page"}).output,
+                HasSubstr("cannot write /nowhere/page: No such"));
 }

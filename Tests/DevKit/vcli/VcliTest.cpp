@@ -99,10 +99,10 @@ TEST(Vcli, EveryEndOfACommand_HasItsWordsAndItsStatus)
          StartsWith("vcli: no service offers the command 'service jump'. There are:\nOther\n  other show")},
         {"service show $(printf %09000d 0)", 2, "vcli: the command is too long\n"},
         // Of commands from a pipe, the first failure is the status.
-        {"", 5,
-         "1\nvcli: no reply came: stoi\nvcli: a quote is not closed\nUpload Request Triggered\n"
+        {"", 2,
+         "1\nvcli: a quote is not closed\nvcli: no reply came: stoi\nUpload Request Triggered\n"
          "Upload status code = 200\n2\n",
-         "service number 1\n\nservice number x\n\"\nservice upload\nservice number 2"},
+         "service number 1\n\n\"\nservice number x\nservice upload\nservice number 2"},
         {"", 0, "1\n", "service number 1\nquit\nservice number 2\n"},
         {"", 0, ""},
         {"other vanish", 6, "vcli: Other closed the connection before it replied\n"},

@@ -141,6 +141,8 @@ test('it is readable without script', () => visit('broken', {javaScriptEnabled: 
   assert(await page.locator('#search').isHidden());
   await page.locator('#findings a[href^="#i0-L"]').first().click();
   assert(await page.locator('#i0 .linked').first().isVisible());
+  const links = await page.locator('a[href^="#"]').evaluateAll((all) => all.map((link) => link.getAttribute('href')));
+  for (const link of new Set(links)) assert.strictEqual(await page.locator(link).count(), 1, link);
 }));
 
 test('nobody is shut out, in light and dark, wide and narrow', async () => {
