@@ -26,19 +26,26 @@ struct Ending
     const char* what;
     std::string script;
     std::string text;
+    int status = 0;
+    std::string errors = {};
 };
 
 void ExpectEndings(const std::string& options, const std::vector<Ending>& endings)
 {
     constexpr std::chrono::seconds kBound(5);
+    const std::set<std::string> before = Processes();
     for (const Ending& ending : endings) {
         SCOPED_TRACE(ending.what);
         const Sealed sealed = RunDiagSeal(options + "-- sh -c " + Quoted(ending.script));
-        EXPECT_EQ(sealed.status, 0);
+        EXPECT_EQ(sealed.status, ending.status);
         EXPECT_EQ(sealed.text, ending.text);
-        EXPECT_EQ(sealed.errors, "");
-        EXPECT_LT(sealed.time, kBound);
-        EXPECT_THAT(sealed.survivors, IsEmpty());
+        EXPECT_EQ(sealed.errors, ending.errors);
+        EXPECT_EQ(sealed.written.empty(), ending.status != 0);
+        if (ending.status == 0) {
+            EXPECT_LT(sealed.time, kBound);
+            EXPECT_THAT(sealed.survivors, IsEmpty());
+        }
+        EXPECT_TRUE(WaitUntil([&before] { return Processes() == before; }));
     }
 }
 
@@ -107,22 +114,17 @@ TEST(DiagSealCommandTest, TooManyProcesses_AreEndedThoughNoneMoreCanStart)
 
 TEST(DiagSealCommandTest, CutOutput_KeepsHeadAndTail)
 {
-    struct Row
-    {
-        int lines;
-        std::size_t head;
-        std::size_t missing;
-    };
-    constexpr int kLine = 8;
+    constexpr std::size_t kLine = 8;
     constexpr std::size_t kSize = 80000;
-    for (const Row& row : {Row{10000, kSize, 0}, Row{10001, kSize / 2, kLine}, Row{500000, kSize / 2, 3920000}}) {
-        SCOPED_TRACE(row.lines);
-        const std::string numbers = RunProgram({"seq", "-w", "1000000", std::to_string(999999 + row.lines)}).output;
-        const std::string line =
-            row.missing == 0 ? "" : "\ndiag-seal: " + std::to_string(row.missing) + " bytes are missing here\n";
-        const Sealed sealed = RunDiagSeal("command --size " + std::to_string(kSize) + " -- seq -w 1000000 " +
-                                          std::to_string(999999 + row.lines));
-        EXPECT_TRUE(sealed.text == numbers.substr(0, row.head) + line + numbers.substr(row.head + row.missing));
+    for (const std::size_t lines : {10000, 10001, 500000}) {
+        const std::string sequence = "seq -w 1000000 " + std::to_string(999999 + lines);
+        const std::string numbers = RunProgram({"sh", "-c", sequence}).output;
+        const std::size_t missing = lines * kLine - kSize;
+        const std::string cut = numbers.substr(0, kSize / 2) + "\ndiag-seal: " + std::to_string(missing) +
+                                " bytes are missing here\n" + numbers.substr(numbers.size() - kSize / 2);
+        EXPECT_TRUE(RunDiagSeal("command --size " + std::to_string(kSize) + " -- " + sequence).text ==
+                    (missing == 0 ? numbers : cut))
+            << lines;
     }
 }
 
@@ -214,35 +216,19 @@ TEST(DiagSealCommandTest, OutputThatNobodyTakes_EndsTheCommand)
 /** diag-seal is two processes, of which either ends everything when the other cannot. */
 TEST(DiagSealCommandTest, SignalsToDiagSeal_EndWhatItRuns)
 {
-    struct Row
-    {
-        std::string signal;
-        std::string target;
-        int status;
-        const char* error;
-    };
-    constexpr int kKilled = 128 + 9;
     const std::string script = "trap '' TERM; setsid sleep 99 & ";
-    const std::string guard = "$(cut -d' ' -f4 /proc/$PPID/stat)";
-    const std::set<std::string> before = Processes();
-    for (const Row& row : {
-             Row{"TERM", guard, 1, "diag-seal: ended by signal 15\n"},
-             Row{"INT", guard, 1, "diag-seal: ended by signal 2\n"},
-             Row{"HUP", guard, 1, "diag-seal: ended by signal 1\n"},
-             Row{"KILL", guard, kKilled, "Killed\n"},
-             Row{"KILL", "$PPID", 1, "diag-seal: was killed\n"},
-             Row{"STOP", "$PPID", 1, "diag-seal: gave up, far beyond the time limit\n"},
-         }) {
-        SCOPED_TRACE(row.signal + row.target);
-        const std::string limit = row.signal == "STOP" ? "0.1 " : "60 ";
-        const Sealed sealed = RunDiagSeal("command --kill-delay 0.4 --grace 0.3 --time-limit " + limit + "-- sh -c " +
-                                          Quoted(script + "kill -" + row.signal + ' ' + row.target + "; sleep 99"));
-        EXPECT_EQ(sealed.status, row.status);
-        EXPECT_EQ(sealed.errors, row.error);
-        EXPECT_EQ(sealed.written, "");
-        EXPECT_TRUE(WaitUntil([&before] { return Processes() == before; }));
-    }
+    const auto kill = [&script](const std::string& words) { return script + "kill " + words + "; sleep 99"; };
+    const std::string guard = " $(cut -d' ' -f4 /proc/$PPID/stat)";
+    const std::string options = "command --kill-delay 0.4 --grace 0.3 --time-limit ";
+    ExpectEndings(options + "60 ", {{"TERM", kill("-TERM" + guard), "", 1, "diag-seal: ended by signal 15\n"},
+                                    {"INT", kill("-INT" + guard), "", 1, "diag-seal: ended by signal 2\n"},
+                                    {"HUP", kill("-HUP" + guard), "", 1, "diag-seal: ended by signal 1\n"},
+                                    {"KILL", kill("-KILL" + guard), "", 128 + 9, "Killed\n"},
+                                    {"KILL of the other", kill("-KILL $PPID"), "", 1, "diag-seal: was killed\n"}});
+    const std::string gaveUp = "diag-seal: gave up, far beyond the time limit\n";
+    ExpectEndings(options + "0.1 ", {{"STOP of the other", kill("-STOP $PPID"), "", 1, gaveUp}});
     // Sends KILL to its whole process group. Then the worker's output fails.
+    const std::set<std::string> before = Processes();
     RunProgram({"sh", "-c",
                 "timeout -s KILL 0.3 " + Program("diag-seal") + " command -- sh -c " +
                     Quoted(script + "sleep 0.5; cat /dev/urandom") + " >/dev/full"});
