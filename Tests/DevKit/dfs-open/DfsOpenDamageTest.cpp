@@ -4,13 +4,14 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <random>
 
 namespace
 {
-namespace fs = std::filesystem;
+using testing::Contains;
 using testing::HasSubstr;
+using testing::Not;
+using Names = std::set<std::string>;
 
 const std::string kLog = "a line of the log\n";
 
@@ -23,6 +24,19 @@ std::string Flip(std::string data, std::size_t at)
 std::string Half(const std::string& data)
 {
     return data.substr(0, data.size() / 2);
+}
+
+/** Extracts an archive that has a fault: that is told, and the item "good" is there. @return what is in the folder */
+Names Extracted(const ArchiveMaker& maker, const std::string& archive, const testing::Matcher<std::string>& told)
+{
+    const TemporaryFolder around;
+    const std::string folder = around.Path() + "/in";
+    const Finished result = maker.Open(archive, {"--extract", folder});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.output, AllOf(told, Not(HasSubstr("\x1b"))));
+    EXPECT_EQ(ReadWholeFile(folder + "/good"), kLog);
+    EXPECT_EQ(NamesIn(around.Path()).size(), 1U);
+    return NamesIn(folder);
 }
 } // namespace
 
@@ -71,14 +85,9 @@ TEST(DfsOpenDamage, DamagedItem_IsNamedAndTheOthersAreExtracted)
     const Member good = {"good.gz", maker.Seal(kLog)};
     for (const auto& [what, content, expected, remains] : cases) {
         SCOPED_TRACE(what);
-        const TemporaryFolder folder;
         const std::string archive = maker.Write({manifest, {"bad.gz", content}, good});
-        const Finished result = maker.Open(archive, {"--extract", folder.Path()});
-        EXPECT_EQ(result.status, 1);
-        EXPECT_THAT(result.output, AllOf(HasSubstr(expected), HasSubstr("2 items, 1 missing")));
-        EXPECT_EQ(ReadWholeFile(folder.Path() + "/good"), kLog);
-        EXPECT_FALSE(fs::exists(folder.Path() + "/bad"));
-        EXPECT_EQ(fs::exists(folder.Path() + "/bad.damaged"), remains);
+        EXPECT_EQ(Extracted(maker, archive, AllOf(HasSubstr(expected), HasSubstr("2 items, 1 missing"))),
+                  remains ? Names({"bad.damaged", "good"}) : Names({"good"}));
         EXPECT_EQ(maker.Open(archive, {"--cat", "b"}).status, 1);
         EXPECT_EQ(maker.Open(archive, {"--cat", "g"}).status, 0);
     }
@@ -87,14 +96,14 @@ TEST(DfsOpenDamage, DamagedItem_IsNamedAndTheOthersAreExtracted)
 TEST(DfsOpenDamage, FaultyArchive_IsToldAndItsItemIsExtracted)
 {
     const ArchiveMaker maker;
-    const Member item = {"log.gz", maker.Seal(kLog)};
+    const Member item = {"good.gz", maker.Seal(kLog)};
     const std::string name = "dfs_uploadmanifest.json";
     const auto bytesOf = [&maker](const std::vector<Member>& members) { return ReadWholeFile(maker.Write(members)); };
-    const std::string whole = bytesOf({maker.Manifest({{"log", "l"}}), item});
+    const std::string whole = bytesOf({maker.Manifest({{"good", "g"}}), item});
     const std::string damaged = "the archive cannot be read to its end: ";
     const std::pair<std::string, std::string> cases[] = {
-        {bytesOf({maker.Manifest({{"log", "l"}, {"absent", "a"}}), item}), "missing: not in the archive"},
-        {bytesOf({maker.Manifest({{"log", "l"}, {"", "a"}}), item}), "missing: the manifest names no file for it"},
+        {bytesOf({maker.Manifest({{"good", "g"}, {"absent", "a"}}), item}), "missing: not in the archive"},
+        {bytesOf({maker.Manifest({{"good", "g"}, {"", "a"}}), item}), "missing: the manifest names no file for it"},
         {bytesOf({item}), "the archive has no manifest"},
         {bytesOf({item, {name, ""}}), "the manifest cannot be read"},
         {bytesOf({item, {name, std::string("{\"item\":[]}\0", 12)}}), "the manifest cannot be read"},
@@ -105,11 +114,47 @@ TEST(DfsOpenDamage, FaultyArchive_IsToldAndItsItemIsExtracted)
         {whole.substr(0, whole.size() - 1), damaged + "it is cut short"},
         {whole + "more", damaged + "its compressed data is damaged"},
     };
+    const TemporaryFolder folder;
     for (const auto& [content, expected] : cases) {
-        const TemporaryFolder folder;
-        const Finished result = maker.Open(folder.Write("archive", content), {"--extract", folder.Path() + "/out"});
-        EXPECT_EQ(result.status, 1) << expected;
-        EXPECT_THAT(result.output, HasSubstr(expected));
-        EXPECT_EQ(ReadWholeFile(folder.Path() + "/out/log"), kLog) << expected;
+        SCOPED_TRACE(expected);
+        Extracted(maker, folder.Write("archive", content), HasSubstr(expected));
+    }
+}
+
+TEST(DfsOpenDamage, HostileMembers_AreRefusedAndNothingLeavesTheFolder)
+{
+    const ArchiveMaker maker;
+    const std::string sealed = maker.Seal("evil");
+    const std::string good = maker.Seal(kLog);
+    const struct
+    {
+        std::string listed; ///< A further file name in the manifest.
+        Member member;      ///< A further one.
+        std::string expected;
+    } cases[] = {
+        {"", {"../escaped.gz", sealed}, "member \"../escaped.gz\" is refused"},
+        {"", {"...gz", sealed}, "is refused: it is no item"},
+        {"", {"x\x1b[31m\n.gz", sealed}, "member \"x\\x1b[31m\\x0a.gz\" is refused"},
+        {"", {std::string(300, 'n') + ".gz", sealed}, "is refused: its name is not that of a plain file"},
+        {"escaped", {"escaped.gz", "", AE_IFLNK, "/etc/passwd"}, "is refused: it is a link, a folder or a device"},
+        {"escaped", {"escaped.gz", "", AE_IFREG, "good.gz"}, "is refused: it is a link"},
+        {"", {"good.gz", "", AE_IFREG, "other.gz"}, "is refused: it is a link"},
+        {"", {"good.gz", sealed}, "refused: another member has the same name"},
+        {"", {"dfs_uploadmanifest.json", "{}"}, "is refused: it is no item"},
+        {"../escaped", {"other.gz", sealed}, "refused: its name is not that of a plain file"},
+        {"\\u001b]0;escaped\\u0007", {"other.gz", sealed}, "\\x1b]0;escaped\\x07"},
+        {"", {"unlisted.gz", sealed}, "whole, not in the manifest"},
+        {"",
+         {"dfs_left_out.txt", "\x1b" + std::string(254, 'n') + ", 7 bytes, no room"},
+         "device has left out: \\x1b" + std::string(254, 'n') + ", 7 bytes, no room\n"},
+        {"", {"dfs_left_out.txt", std::string(2000000, '\x1b')}, "dfs_left_out.txt is longer than is accepted\n"},
+    };
+    for (const auto& [listed, member, expected] : cases) {
+        SCOPED_TRACE(testing::Message() << expected << " " << listed);
+        std::vector<std::pair<std::string, std::string>> items = {{"good", "good"}, {listed, "listed"}};
+        items.resize(listed.empty() ? 1 : 2);
+        EXPECT_THAT(
+            Extracted(maker, maker.Write({maker.Manifest(items), {"good.gz", good}, member}), HasSubstr(expected)),
+            Not(Contains("escaped")));
     }
 }

@@ -46,9 +46,10 @@ auto Line(std::size_t number)
 }
 } // namespace
 
-TEST(ReportFacts, Debian_IsRead)
+TEST(ReportFacts, DebianAndTheDevicesOwnFiles_AreRead)
 {
-    const Facts facts = Read({Item("memory-disk"), Item("mpstat"), Item("top"), Item("network"), Item("core-dumps")});
+    const Facts facts = Read({Item("memory-disk"), Item("mpstat"), Item("top"), Item("network"), Item("core-dumps"),
+                              Item("mfg-data"), Item("version"), Item("update-status"), Item("releases")});
     EXPECT_THAT(facts.unread, IsEmpty());
     EXPECT_THAT(facts.memory, Optional(FieldsAre(512000, 25600, 1000, 250, Line(2))));
     EXPECT_THAT(facts.killedForMemory, Optional(8));
@@ -72,6 +73,14 @@ TEST(ReportFacts, Debian_IsRead)
     EXPECT_THAT(facts.hasDefaultRoute, Optional(true));
     EXPECT_THAT(facts.nameServers, Optional(1));
     EXPECT_THAT(facts.coreDumps, Optional(SizeIs(1)));
+    EXPECT_EQ(*facts.productName + ' ' + *facts.productType + ' ' + *facts.serialNumber + ' ' + *facts.guid,
+              "VRD9\"'<script \"'<script 0842\"'<script 7c1f\"'<script");
+    EXPECT_EQ(*facts.version, "1.0.67-10452+c5f2e8b\"'<script");
+    EXPECT_EQ(Clock::Text(*facts.collected) + ", " + Clock::Duration(static_cast<Seconds>(*facts.uptime)),
+              "2026-11-22 01:16:29, 6 h 8 min");
+    EXPECT_EQ(facts.update->status.at("lastResult") + ", " + facts.update->lastRelease,
+              "failed \"'<script, 1.0.67\"'<script");
+    EXPECT_EQ(Clock::Text(*facts.update->lastReleaseTime), "2026-11-18 03:17:55");
 }
 
 TEST(ReportFacts, BusyBox_IsRead)
@@ -121,21 +130,6 @@ TEST(ReportFacts, WhatIsNotThere_IsToldApartFromWhatIsNotUnderstood)
     const std::string none = "ls: /data/logs/core*: No such file or directory\n";
     EXPECT_THAT(Read("coredumpfilelist", none + "diag-seal: the command ended with exit status 1\n").coreDumps,
                 Optional(IsEmpty()));
-}
-
-TEST(ReportFacts, DeviceAndSoftware_AreTold)
-{
-    const Facts facts = Read({Item("mfg-data"), Item("version"), Item("update-status"), Item("releases")});
-    EXPECT_EQ(*facts.productName + ' ' + *facts.productType + ' ' + *facts.serialNumber + ' ' + *facts.guid,
-              "VRD9\"'<script \"'<script 0842\"'<script 7c1f\"'<script");
-    EXPECT_EQ(*facts.version, "1.0.67-10452+c5f2e8b\"'<script");
-    EXPECT_EQ(Clock::Text(*facts.collected) + ", " + Clock::Duration(static_cast<Seconds>(*facts.uptime)),
-              "2026-11-22 01:16:29, 6 h 8 min");
-    EXPECT_EQ(facts.update->status.at("lastResult") + ", " + facts.update->lastRelease,
-              "failed \"'<script, 1.0.67\"'<script");
-    EXPECT_EQ(Clock::Text(*facts.update->lastReleaseTime), "2026-11-18 03:17:55");
-    EXPECT_TRUE(facts.unread.empty());
-    EXPECT_FALSE(ReadFacts({}).serialNumber);
 }
 
 TEST(ReportFacts, LogLine_HasItsTimeMessageAndSeverity)
