@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <signal.h>
 
 TEST(CommandLine, IfWrong_IsRefusedInOneLineWithStatus2)
 {
@@ -26,10 +27,8 @@ TEST(CommandLine, IfWrong_IsRefusedInOneLineWithStatus2)
         {"dfs-open", {"a", "--cat", "b"}, "--cat requires --key"},
         {"dfs-open", {"a", "--max-plain-size", "1k"}, "Value 1k not in range 1 to 1125899906842624"},
         {"dfs-open", {"none"}, "cannot open none: No such file"},
-        {"dfs-open", {"/dev/null"}, "/dev/null is not a regular file"},
         {"dfs-open", {script, "--key", "none"}, "cannot read the key file none: No such file"},
         {"dfs-open", {script, "--key", script}, "holds no private key"},
-        {"vcli", {"--timeout", "0", "x"}, "vcli: --timeout: Value 0 not in range 1 to 604800; see --help"},
         {"vcli", {"--wait=0", "x"}, "vcli: --wait: Value 0 not in range 1 to 604800; see --help"},
         {"vcli", {"--quick", "x"}, "vcli: there is no option --quick; see --help"},
     };
@@ -40,5 +39,23 @@ TEST(CommandLine, IfWrong_IsRefusedInOneLineWithStatus2)
         EXPECT_THAT(run.output, testing::HasSubstr(line));
         EXPECT_EQ(std::count(run.output.begin(), run.output.end(), '\n'), 1) << run.output;
     }
-    EXPECT_THAT(RunProgram({Program("diag-cloud"), "-h"}).output, testing::HasSubstr("Usage: diag-cloud [OPTIONS]"));
+}
+
+TEST(Servers, TellTheirPortAndWhatHappensAndEndOnASignal)
+{
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
+        {{"diag-cloud", "--port", "0", "--store", "/tmp/store"}, "#1 GET /, 0 bytes, product unknown"},
+        {{"gatrix-gateway", "--port", "0"}, "#1 left: no WebSocket handshake"},
+    };
+    for (auto [words, line] : cases) {
+        const std::string begin = words[0] + " listens on ";
+        words[0] = Program(words[0]);
+        ChildProcess server(words);
+        ASSERT_TRUE(server.WaitForOutput("\n"));
+        EXPECT_THAT(server.Output(), testing::StartsWith(begin));
+        RunProgram({"curl", "-s", server.Output().substr(server.Output().find("localhost"), 15)});
+        EXPECT_TRUE(server.WaitForOutput(line));
+        kill(server.Pid(), SIGTERM);
+        EXPECT_EQ(server.WaitForExit(), 0);
+    }
 }

@@ -1,6 +1,7 @@
 #include "Envelope.h"
 #include "Examination.h"
 #include "FuzzTarget.h"
+#include "Texts.h"
 
 #include <zlib.h>
 
@@ -39,14 +40,10 @@ void CheckInput(const std::string& input)
 {
     CheckArchive(input, "wT");
     CheckArchive(input, "w0");
-    try {
-        FUZZ_CHECK(DfsOpen::ParseManifest(input).size() < input.size());
-    } catch (const std::runtime_error& error) {
-        FUZZ_CHECK(std::string(error.what()).find("manifest") != std::string::npos);
-    }
-    try {
-        std::string message = input;
+    const std::string fault =
+        ErrorOf<std::runtime_error>([&input] { FUZZ_CHECK(DfsOpen::ParseManifest(input).size() < input.size()); });
+    FUZZ_CHECK(fault == "no error" || fault.find("manifest") != std::string::npos);
+    ErrorOf<DfsOpen::Fault>([message = input]() mutable {
         DfsOpen::OpenEnvelope(message, nullptr, [](std::string_view) { FUZZ_CHECK(false); });
-    } catch (const DfsOpen::Fault&) {
-    }
+    });
 }
