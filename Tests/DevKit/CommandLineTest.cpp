@@ -17,7 +17,6 @@ TEST(CommandLine, IfWrong_IsRefusedInOneLineWithStatus2)
         std::string line;
     } cases[] = {
         {"diag-cloud", {"--port", "65536"}, "diag-cloud: --port: Value 65536 not in range 0 to 65535; see --help"},
-        {"diag-cloud", {"here"}, "not expected: here; see --help"},
         {"diag-cloud", {"--script", "none"}, "cannot read the script none"},
         {"diag-cloud", {"--script", script}, "outcome 1: there is no member \"stauts\""},
         {"dfs-open", {}, "dfs-open: ARCHIVE is required; see --help"},

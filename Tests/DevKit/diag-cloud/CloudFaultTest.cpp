@@ -1,4 +1,3 @@
-#include "Deadline.h"
 #include "TestCloud.h"
 
 #include <gmock/gmock.h>
@@ -46,7 +45,7 @@ TEST(CloudFault, ClientThatGoesAway_LeavesNothingBehind)
     Client(cloud, "POST " + path + " HTTP/1.1\r\nContent-Length: 100\r\n\r\npart");
     EXPECT_FALSE(cloud.Request(2).complete);
     EXPECT_EQ(cloud.Request(2).bodySize, 4U);
-    EXPECT_EQ(cloud.Stored(), 1);
+    EXPECT_EQ(cloud.Stored(), 1U);
 }
 
 TEST(CloudFault, StuckClients_HinderNeitherOthersNorTheStop)

@@ -22,7 +22,7 @@ TEST(CloudScript, Outcomes_AreTakenInTurnEachByItsKind)
     EXPECT_THAT(cloud.PostArchive(path),
                 AllOf(Answer(503, "\nRetry-After: 7\r"), HasSubstr("\nX-Retry-Count: 2\r"),
                       HasSubstr("\nContent-Type: application/json\r"), EndsWith("\r\n\r\n{\"a\":[1]}")));
-    EXPECT_EQ(cloud.Stored(), 1);
+    EXPECT_EQ(cloud.Stored(), 1U);
 
     EXPECT_THAT(cloud.PostArchive(path), Answer(200));
     EXPECT_THAT(cloud.PostMetadata(), EndsWith("\r\n\r\nslow down"));
@@ -42,7 +42,7 @@ TEST(CloudScript, Reset_CutsAnswerOrRequestWhereItIsTold)
         std::string reset;
         std::string answer;
         std::size_t bodySize;
-        std::ptrdiff_t stored;
+        std::size_t stored;
     } cases[] = {
         {R"("resetAfterBytes":0)", " RESET", 43, 2},
         {R"("resetAfterBytes":25)", "HTTP/1.1 200 OK\r\nContent- RESET", 43, 2},

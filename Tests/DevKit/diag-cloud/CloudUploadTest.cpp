@@ -31,7 +31,7 @@ TEST(CloudUpload, MetadataAndArchive_AreStoredAndRecorded)
         EXPECT_EQ(archive.archivePath, cloud.Folder() + "/" + metadata.archiveId + ".tar.gz");
         EXPECT_TRUE(ReadWholeFile(archive.archivePath) == content);
         EXPECT_EQ(ReadWholeFile(cloud.Folder() + "/" + metadata.archiveId + "-metadata.json"), TestCloud::kMetadata);
-        EXPECT_EQ(cloud.Stored(), 2);
+        EXPECT_EQ(cloud.Stored(), 2U);
 
         cloud.Stop();
         ASSERT_EQ(lines.size(), 3U);
@@ -58,7 +58,7 @@ TEST(CloudUpload, BadRequest_IsRefusedWithTheReasonAndNothingStored)
         EXPECT_THAT(cloud.PostMetadata(record), Answer(400, reason));
     }
     EXPECT_THAT(cloud.PostMetadata(std::string(2000000, ' ')), Answer(413));
-    EXPECT_EQ(cloud.Stored(), 0);
+    EXPECT_EQ(cloud.Stored(), 0U);
 
     const std::string path = cloud.Announce();
     const struct
@@ -80,5 +80,5 @@ TEST(CloudUpload, BadRequest_IsRefusedWithTheReasonAndNothingStored)
     for (const auto& [requestLine, headers, status, part] : cases) {
         EXPECT_THAT(cloud.Ask(requestLine, headers, TestCloud::kContent), Answer(status, part)) << requestLine;
     }
-    EXPECT_EQ(cloud.Stored(), 1);
+    EXPECT_EQ(cloud.Stored(), 1U);
 }

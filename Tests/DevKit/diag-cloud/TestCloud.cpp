@@ -1,9 +1,7 @@
 #include "TestCloud.h"
 
-#include "Deadline.h"
 #include "Script.h"
 
-#include <filesystem>
 #include <sstream>
 
 const std::string TestCloud::kMetadata =
@@ -42,11 +40,6 @@ TestCloud::TestCloud(const std::string& script, DiagCloud::CloudSettings setting
       }())
 {}
 
-std::ptrdiff_t TestCloud::Stored() const
-{
-    return std::distance(std::filesystem::directory_iterator(Folder()), std::filesystem::directory_iterator());
-}
-
 std::string TestCloud::Ask(const std::string& requestLine, const std::string& headers, const std::string& body) const
 {
     return Client(*this, requestLine + " HTTP/1.1\r\nConnection: close\r\n" + headers +
@@ -64,11 +57,4 @@ std::string TestCloud::Announce() const
 {
     EXPECT_THAT(PostMetadata(), Answer(200, "\r\n\r\n{\"uploadUrl\":\"" + Url() + "/archives/"));
     return "/archives/" + Requests().back().archiveId;
-}
-
-DiagCloud::ReceivedRequest TestCloud::Request(std::size_t number) const
-{
-    const auto request = WaitForRequest(number, kDeadline);
-    EXPECT_TRUE(request);
-    return request.value_or(DiagCloud::ReceivedRequest());
 }

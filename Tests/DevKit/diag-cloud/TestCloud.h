@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CloudServer.h"
+#include "Deadline.h"
 #include "TemporaryFolder.h"
 
 #include <boost/asio/ip/tcp.hpp>
@@ -33,7 +34,7 @@ public:
     const std::string& Folder() const { return TemporaryFolder::Path(); }
 
     /** The number of files in the store. */
-    std::ptrdiff_t Stored() const;
+    std::size_t Stored() const { return NamesIn(Folder()).size(); }
 
     /** The answer to a request. @param headers each with the end of its line */
     std::string Ask(const std::string& requestLine, const std::string& headers = "",
@@ -47,8 +48,8 @@ public:
 
     std::string PostArchive(const std::string& path) const { return Ask("POST " + path, kMd5, kContent); }
 
-    /** Takes the request of that number as it was recorded; an empty one when it does not come in time. */
-    DiagCloud::ReceivedRequest Request(std::size_t number) const;
+    /** The request of that number as it was recorded. @throws std::bad_optional_access when it does not come in time */
+    DiagCloud::ReceivedRequest Request(std::size_t number) const { return WaitForRequest(number, kDeadline).value(); }
 
     static const std::string kMetadata;
     static const std::string kContent;

@@ -34,30 +34,22 @@ TEST(Gateway, ClientThatGoes_IsMissedAtOnce)
     }
 }
 
-TEST(Gateway, Stop_ClosesItsClientsAndFreesThePort)
+TEST(Gateway, Stop_ClosesItsClientsAndFreesThePortAndAllThatHappenedIsPrinted)
 {
+    std::string lines;
     GatrixGateway::GatewaySettings settings;
     settings.limits.closeTime = std::chrono::milliseconds(100);
+    settings.verbose = true;
+    settings.writer = [&lines](const std::string& line) { lines += line + '\n'; };
     Gateway gateway(settings);
-    settings.port = gateway.Port();
-    TestClient client(gateway.Port());
+    TestClient client(gateway.Port(), "a\nb\x1B", "::1");
     client.Handle("/x");
+    settings.port = gateway.Port();
     EXPECT_THROW(Gateway{settings}, std::system_error);
     std::future<std::string> end = std::async(std::launch::async, [&client] { return client.Read(); });
     gateway.Stop();
     EXPECT_EQ(end.get(), "closed 1001 the gateway ends");
     EXPECT_EQ(Gateway(settings).Port(), settings.port);
-}
-
-TEST(Gateway, WhatHappens_IsPrinted)
-{
-    std::string lines;
-    GatrixGateway::GatewaySettings settings;
-    settings.verbose = true;
-    settings.writer = [&lines](const std::string& line) { lines += line + '\n'; };
-    Gateway gateway(settings);
-    TestClient(gateway.Port(), "a\nb\x1B", "::1").Handle("/x");
-    gateway.Stop();
     for (const char* line : {"#1 a?b? came, platform linux\n", "#1 a?b? handles GET /x, group g\n",
                              "#1 a?b? is ready: /x\n", "#1 a?b? > {", "#1 a?b? < {"}) {
         EXPECT_THAT(lines, HasSubstr(line));

@@ -14,28 +14,20 @@ using namespace GatrixGateway;
 constexpr Gatrix::Method kGet = Gatrix::Method::GET;
 constexpr Gatrix::Method kPost = Gatrix::Method::POST;
 
-/** What matters of a frame: its kind, and what it says of endpoints, numbers and errors. */
-std::string Gist(const std::string& text)
-{
-    Json::Value frame;
-    std::istringstream(text) >> frame;
-    std::string gist = frame["op"].asString();
-    for (const char* const member : {"method", "endpoint", "id"}) {
-        gist += frame.isMember(member) ? " " + frame[member].asString() : "";
-    }
-    for (const Json::Value& endpoint : frame["endpoints"]) {
-        gist += " " + endpoint.asString();
-    }
-    const Json::Value& error = frame["error"];
-    return error.isNull() ? gist : gist + " " + error["statusCode"].asString() + " " + error["message"].asString();
-}
-
-/** The deliveries, each "CLIENT FRAME"; "dropped" for a frame that is. */
+/** The deliveries, each the client and what matters of the frame; "dropped" for a frame that is. */
 std::string ToText(const Effects& effects)
 {
     std::string text;
     for (const Delivery& delivery : effects.deliveries) {
-        text += "; " + std::to_string(delivery.client) + " " + Gist(*delivery.text);
+        Json::Value frame;
+        std::istringstream(*delivery.text) >> frame;
+        text += "; " + std::to_string(delivery.client);
+        std::vector<Json::Value> parts = {frame["op"], frame["method"], frame["endpoint"], frame["id"]};
+        parts.insert(parts.end(), {frame["error"]["statusCode"], frame["error"]["message"]});
+        parts.insert(parts.end(), frame["endpoints"].begin(), frame["endpoints"].end());
+        for (const Json::Value& part : parts) {
+            text += part.isNull() ? "" : " " + part.asString();
+        }
     }
     for (const std::string& line : effects.lines) {
         text += line.find("is dropped") == std::string::npos ? "" : "; dropped";
@@ -69,10 +61,9 @@ Router Play(const std::vector<Step>& steps)
     for (ClientNumber client = 1; client <= 4; ++client) {
         router.Take(client, Wire::Hello{"name", "p"});
     }
-    int number = 0;
-    for (const auto& [client, frame, effects] : steps) {
-        ++number;
-        EXPECT_EQ(frame ? Take(router, client, *frame) : ToText(router.Drop(client)), effects) << "step " << number;
+    for (const Step& step : steps) {
+        EXPECT_EQ(step.frame ? Take(router, step.client, *step.frame) : ToText(router.Drop(step.client)), step.effects)
+            << "step " << &step - steps.data();
     }
     return router;
 }

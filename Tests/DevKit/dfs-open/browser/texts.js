@@ -12,11 +12,10 @@ write('hostile-bytes', Buffer.concat([Buffer.from([0x1b, 0x5b, 0x32, 0x4a, 0xff,
 write('hostile-line', `${'<'.repeat(3 << 20)}needle`);
 write('hostile-empty', '');
 
-const lines = ['==> date <==', 'Sun Nov 22 01:16:29 UTC 2026', '==> system log <=='];
-for (let at = 0, size = 0; size < 16 * 1024 * 1024 - 200; at += 1) {
+const line = (at) => {
   const time = new Date(Date.UTC(2026, 10, 20, 0, 0, at)).toISOString().slice(11, 19);
   const text = at % 5000 === 4999 ? 'error: cannot open output' : 'buffer refilled after 12 ms of silence in zone Kitchen';
-  lines.push(`Nov ${20 + Math.floor(at / 86400)} ${time} vantor AudioRenderer[1187]: ${text}, sequence ${at}`);
-  size += lines[lines.length - 1].length + 1;
-}
-write('large', `${lines.join('\n')}\n`);
+  return `Nov ${20 + Math.floor(at / 86400)} ${time} vantor AudioRenderer[1187]: ${text}, sequence ${at}\n`;
+};
+const log = Array.from({length: 145000}, (_, at) => line(at)).join('');
+write('large', `==> date <==\nSun Nov 22 01:16:29 UTC 2026\n==> system log <==\n${log}`);
