@@ -22,7 +22,6 @@ TEST(CommandLine, IfWrong_IsRefusedInOneLineWithStatus2)
         {"dfs-open", {}, "dfs-open: ARCHIVE is required; see --help"},
         {"dfs-open", {"a", "--key", "k", "--list", "--cat", "b"}, "--list excludes --cat"},
         {"dfs-open", {"a", "--key", "k", "--extract", "d", "--cat", "b"}, "--extract excludes --cat"},
-        {"dfs-open", {"a", "--extract", "b"}, "--extract requires --key"},
         {"dfs-open", {"a", "--cat", "b"}, "--cat requires --key"},
         {"dfs-open", {"a", "--max-plain-size", "1k"}, "Value 1k not in range 1 to 1125899906842624"},
         {"dfs-open", {"none"}, "cannot open none: No such file"},

@@ -47,19 +47,7 @@ TEST(CloudUpload, BadRequest_IsRefusedWithTheReasonAndNothingStored)
     const auto changed = [](const char* from, const char* to) {
         return StringUtils::FindReplace(TestCloud::kMetadata, from, to);
     };
-    const std::pair<std::string, const char*> records[] = {
-        {"[]", "not a JSON object"},
-        {changed(R"("softwareVersion":"1.0")", R"("softwareVersion":1)"), R"(no text \"softwareVersion\")"},
-        {changed("GUID-1", "GUID-2"), R"(\"productId\" is not the product id of the path)"},
-        {changed("05Z", "05+00:00"), R"(\"uploadTimeStamp\" is not a time)"},
-        {changed("subType", "subtype"), R"(an entry of \"uploadedItems\")"},
-    };
-    for (const auto& [record, reason] : records) {
-        EXPECT_THAT(cloud.PostMetadata(record), Answer(400, reason));
-    }
-    EXPECT_THAT(cloud.PostMetadata(std::string(2000000, ' ')), Answer(413));
-    EXPECT_EQ(cloud.Stored(), 0U);
-
+    const std::string metadata = "POST /senders/GUID-1/metadata";
     const std::string path = cloud.Announce();
     const struct
     {
@@ -67,7 +55,15 @@ TEST(CloudUpload, BadRequest_IsRefusedWithTheReasonAndNothingStored)
         std::string headers;
         int status;
         const char* part;
+        std::string body = TestCloud::kContent;
     } cases[] = {
+        {metadata, "", 400, "not a JSON object", "[]"},
+        {metadata, "", 400, R"(no text \"softwareVersion\")",
+         changed(R"("softwareVersion":"1.0")", R"("softwareVersion":1)")},
+        {metadata, "", 400, R"(\"productId\" is not the product id of the path)", changed("GUID-1", "GUID-2")},
+        {metadata, "", 400, R"(\"uploadTimeStamp\" is not a time)", changed("05Z", "05+00:00")},
+        {metadata, "", 400, R"(an entry of \"uploadedItems\")", changed("subType", "subtype")},
+        {metadata, "", 413, "", std::string(2000000, ' ')},
         {"POST " + path, "", 400, "Content-MD5 is missing"},
         {"POST " + path, "Content-MD5: d41d8cd98f00b204e9800998ecf8427e\r\n", 400, "does not match the archive"},
         {"POST " + path, "Content-MD5: 9E107D9D372BB6826BD81D3542A419D6\r\n", 400, "32 lower-case hexadecimal digits"},
@@ -77,8 +73,8 @@ TEST(CloudUpload, BadRequest_IsRefusedWithTheReasonAndNothingStored)
         {"GET " + path, "", 405, "Allow: POST\r\n"},
         {"DELETE /senders/x/metadata?y=z", "", 405, "only POST"},
     };
-    for (const auto& [requestLine, headers, status, part] : cases) {
-        EXPECT_THAT(cloud.Ask(requestLine, headers, TestCloud::kContent), Answer(status, part)) << requestLine;
+    for (const auto& [requestLine, headers, status, part, body] : cases) {
+        EXPECT_THAT(cloud.Ask(requestLine, headers, body), Answer(status, part)) << requestLine;
     }
     EXPECT_EQ(cloud.Stored(), 1U);
 }

@@ -29,12 +29,6 @@ async function visit(name, options, check) {
   await context.close();
 }
 
-async function isAccessible(page, what) {
-  await page.evaluate(axe); // by the debugger, which the page's policy does not bind
-  const {violations} = await page.evaluate(() => axe.run(document, {resultTypes: ['violations']}));
-  assert.deepStrictEqual(violations.map(({id, nodes}) => `${id}: ${nodes[0].html.slice(0, 200)}`), [], what);
-}
-
 /** Waits until the line that was followed to is seen: in the window, its text's frame, and not under the header. */
 const isInSight = (page) => page.waitForFunction(() => {
   if (!document.querySelector('.here')) return false; // the page learns of the new address a little later
@@ -139,7 +133,10 @@ test('nobody is shut out, in light and dark, wide and narrow', async () => {
         await page.locator('.item > summary').first().click();
         await page.locator('#query').fill('error');
         await page.locator('#hits a').first().waitFor();
-        await isAccessible(page, `${name} ${look}`);
+        await page.evaluate(axe); // by the debugger, which the page's policy does not bind
+        const {violations} = await page.evaluate(() => axe.run(document, {resultTypes: ['violations']}));
+        const faults = violations.map(({id, nodes}) => `${id}: ${nodes[0].html.slice(0, 200)}`);
+        assert.deepStrictEqual(faults, [], `${name} ${look}`);
         const overflow = await page.evaluate(() => document.documentElement.scrollWidth - innerWidth);
         assert(overflow <= 0, `${name} ${look} is ${overflow} px too wide`);
       });
