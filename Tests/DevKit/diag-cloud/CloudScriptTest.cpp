@@ -71,6 +71,7 @@ TEST(CloudScript, BadScript_IsRefusedWithTheReason)
         {R"([{"status":503,"headers":{"Retry-After":"1\r\nX: y"}}])", "\"headers\" must map"},
         {R"([{"status":204,"body":"x"}])", "has no \"body\""},
         {R"([{"hang":true,"status":503}])", "exclude each other"},
+        {R"([{"resetAfterBytes":1,"resetAfterRequestBytes":1}])", "exclude each other"},
     };
     for (const auto& [text, reason] : cases) {
         EXPECT_THAT(ErrorOf<std::invalid_argument>([&] { DiagCloud::ParseScript(text); }), HasSubstr(reason)) << text;

@@ -17,5 +17,5 @@ const line = (at) => {
   const text = at % 5000 === 4999 ? 'error: cannot open output' : 'buffer refilled after 12 ms of silence in zone Kitchen';
   return `Nov ${20 + Math.floor(at / 86400)} ${time} vantor AudioRenderer[1187]: ${text}, sequence ${at}\n`;
 };
-const log = Array.from({length: 145000}, (_, at) => line(at)).join('');
-write('large', `==> date <==\nSun Nov 22 01:16:29 UTC 2026\n==> system log <==\n${log}`);
+const head = '==> date <==\nSun Nov 22 01:16:29 UTC 2026\n==> system log <==\n';
+write('large', head + Array.from({length: 145000}, (_, at) => line(at)).join(''));
