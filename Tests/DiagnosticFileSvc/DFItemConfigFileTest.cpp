@@ -8,20 +8,17 @@
 #include <filesystem>
 #include <regex>
 
-namespace
-{
 using namespace DiagnosticFileSvc;
 
 constexpr char kConfiguration[] = "/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json";
 
-DFSCommonPB::diagItemConfigList Stored()
+static DFSCommonPB::diagItemConfigList Stored()
 {
     DFSCommonPB::diagItemConfigList list;
     ProtoToMarkup::FromJson(ReadWholeFile(kConfiguration), list);
     EXPECT_EQ(list.version(), 1.2);
     return list;
 }
-} // namespace
 
 TEST(DFItemConfigFile, FirstStart_WritesTheBuiltInItems)
 {
@@ -70,37 +67,28 @@ TEST(DFItemConfigFile, IsAllThereIs_OrReplacedByTheBuiltInItems)
         std::string(4092, 'x') +
         R"("},)"
         R"({"input":"/persist/mfg_data.json","fileType":7,"subType":"second","harvestType":1}],"version":1.2}})";
-    const struct
-    {
-        std::string content;
-        const char* line;
-        std::size_t registered;
-        bool isKeptAside = false;
-    } cases[] = {
-        {R"({"diagItemConfigList":{"item":[],"version":1.20000001}})", "file_version: 1.20000001\n", 12},
-        {R"({"version":1.3})", "file_version: 1.3\n", 12},
-        {R"({"diagItemConfigList":{"item":[{"input":"x"}],"version":1.2}})", "file_version: 0\n", 12, true},
-        {R"({"diagItemConfigList":{"version":1.2}})", "file_version: 1.2\n", 0},
-        {items, "already is in the list\n", 2},
-        {"", "Could not load the diagnostic configuration file file\n", 0},
-        {std::string(512 * 1024 + 1, ' '), "Could not load the diagnostic configuration file file\n", 0},
-    };
-    const std::string aside = std::string(kConfiguration) + ".rejected";
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.content.substr(0, 70));
-        WriteWholeFile(kConfiguration, each.content);
-        std::filesystem::remove(aside);
+    const auto expect = [](const std::string& content, std::size_t registered, const std::string& line) {
+        SCOPED_TRACE(line);
+        WriteWholeFile(kConfiguration, content);
         DFItemRegistry registry({});
         testing::internal::CaptureStderr();
         LoadDiagItemsFromConfigFile(registry);
-        EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr(each.line));
-        EXPECT_EQ(registry.GetItems().size(), each.registered);
-        if (each.registered == 12) {
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr(line));
+        EXPECT_EQ(registry.GetItems().size(), registered);
+        if (registered == 12) {
             EXPECT_EQ(Stored().item_size(), 12);
         } else {
-            EXPECT_EQ(ReadWholeFile(kConfiguration), each.content);
+            EXPECT_EQ(ReadWholeFile(kConfiguration), content);
         }
-        ASSERT_EQ(std::filesystem::exists(aside), each.isKeptAside);
-        EXPECT_TRUE(!each.isKeptAside || ReadWholeFile(aside) == each.content);
-    }
+    };
+    expect(R"({"diagItemConfigList":{"item":[],"version":1.20000001}})", 12, "file_version: 1.20000001\n");
+    expect(R"({"diagItemConfigList":{"version":1.2}})", 0, "file_version: 1.2\n");
+    expect(items, 2, "already is in the list\n");
+    expect("", 0, "Could not load the diagnostic configuration file file\n");
+    expect(std::string(512 * 1024 + 1, ' '), 0, "Could not load the diagnostic configuration file file\n");
+    const std::string aside = std::string(kConfiguration) + ".rejected";
+    EXPECT_FALSE(std::filesystem::exists(aside));
+    const std::string damaged = R"({"diagItemConfigList":{"item":[{"input":"x"}],"version":1.2}})";
+    expect(damaged, 12, "file_version: 0\n");
+    EXPECT_EQ(ReadWholeFile(aside), damaged);
 }

@@ -21,37 +21,29 @@ TEST(DFItemSelection, GoesByTypesAndSubType_OrAddsACustomFile)
     std::vector<DiagFileType> tooMany = most;
     tooMany.push_back(kUndeclared);
     const char* const oneTypeNeeded = "Custom file upload requires exactly one file type";
-    const struct
-    {
-        UploadRequest request;
-        Inputs inputs;
-        const char* refusal = "";
-    } cases[] = {
-        {RequestOf({LOGREAD}), {"logs", "more"}},
-        {RequestOf({PROC_LOADAVG, LOGREAD}), {"load", "logs", "more"}},
-        {RequestOf({PROC_LOADAVG, PROC_LOADAVG}), {"load", "load"}},
-        {RequestOf({UPLOAD_EVERYTHING}), {"logs", "load", "more"}},
-        {RequestOf({UPLOAD_EVERYTHING}, "a note"), {"more"}},
-        {RequestOf({UPLOAD_EVERYTHING, PROC_LOADAVG}), {"load"}},
-        {RequestOf({UPLOAD_EVERYTHING, kUndeclared}), {}},
-        {RequestOf({PROC_LOADAVG}, "proc_Loadavg"), {}},
-        {RequestOf({PROC_LOADAVG}, "loadavg"), {}},
-        {RequestOf({}), {}},
-        {RequestOf({TOP}, longest + "x"), {}, "Upload request's subType is longer than 4096 bytes"},
-        {RequestOf(most), {}},
-        {RequestOf(tooMany), {}, "Upload request names more than 100 file types"},
-        {RequestOf({}, "", "/a/c.log"), {}, oneTypeNeeded},
-        {RequestOf({TOP, LOGREAD}, "", "/a/c.log"), {}, oneTypeNeeded},
-        {RequestOf({TOP}, "", {"/a\0x", 4}), {}, "Upload request's fileToUpload holds a NUL"},
-        {RequestOf({TOP}, "", longest), {longest}},
-        {RequestOf({INTROSPECTION}, "trace", "/a/c.log"), {"/a/c.log"}},
+    const auto expect = [&](const UploadRequest& request, const Inputs& inputs, const std::string& refusal = "") {
+        const ItemSelection selection = SelectItems(request, registry);
+        EXPECT_EQ(selection.inputs, inputs) << request.DebugString();
+        EXPECT_EQ(selection.refusal, refusal);
     };
     testing::internal::CaptureStderr();
-    for (const auto& each : cases) {
-        const ItemSelection selection = SelectItems(each.request, registry);
-        EXPECT_EQ(selection.inputs, each.inputs) << each.request.DebugString();
-        EXPECT_EQ(selection.refusal, each.refusal);
-    }
+    expect(RequestOf({PROC_LOADAVG, LOGREAD}), {"load", "logs", "more"});
+    expect(RequestOf({PROC_LOADAVG, PROC_LOADAVG}), {"load", "load"});
+    expect(RequestOf({UPLOAD_EVERYTHING}), {"logs", "load", "more"});
+    expect(RequestOf({UPLOAD_EVERYTHING}, "a note"), {"more"});
+    expect(RequestOf({UPLOAD_EVERYTHING, PROC_LOADAVG}), {"load"});
+    expect(RequestOf({UPLOAD_EVERYTHING, kUndeclared}), {});
+    expect(RequestOf({PROC_LOADAVG}, "proc_Loadavg"), {});
+    expect(RequestOf({PROC_LOADAVG}, "loadavg"), {});
+    expect(RequestOf({}), {});
+    expect(RequestOf({TOP}, longest + "x"), {}, "Upload request's subType is longer than 4096 bytes");
+    expect(RequestOf(most), {});
+    expect(RequestOf(tooMany), {}, "Upload request names more than 100 file types");
+    expect(RequestOf({}, "", "/a/c.log"), {}, oneTypeNeeded);
+    expect(RequestOf({TOP, LOGREAD}, "", "/a/c.log"), {}, oneTypeNeeded);
+    expect(RequestOf({TOP}, "", {"/a\0x", 4}), {}, "Upload request's fileToUpload holds a NUL");
+    expect(RequestOf({TOP}, "", longest), {longest});
+    expect(RequestOf({INTROSPECTION}, "trace", "/a/c.log"), {"/a/c.log"});
     const std::string log = testing::internal::GetCapturedStderr();
     for (const char* line : {"Filtering by subType: a note\n", ": Including diagnostic item with subType: logread\n",
                              ": Filtering out item with subType: logread (requested: a note)\n"}) {

@@ -6,8 +6,6 @@
 
 #include <filesystem>
 
-namespace
-{
 using namespace DFSCommonPB;
 using testing::HasSubstr;
 using testing::MatchesRegex;
@@ -15,21 +13,21 @@ using testing::MatchesRegex;
 class DFTriggerHandlerTest : public Pipeline
 {
 protected:
-    DiagCloud::CloudServer m_cloud{CloudOnItsPort()};
+    DFTriggerHandlerTest() { StartWithRegistry(); }
+
+    const DiagCloud::CloudServer m_cloud{CloudOnItsPort()};
 };
 
 const Answer kEmptyManifest("Manifest is empty, nothing to upload", 400);
-} // namespace
 
 TEST_F(DFTriggerHandlerTest, UploadsWhatTheItemsHold_AndLeavesNothingBehind)
 {
-    StartWithRegistry();
+    WriteWholeFile(std::string(kPersistence) + ".gz", "");
     const auto before = NamesIn(kPersistence);
     const auto answer = Ask(RequestOf({PERSIST_MFGDATA, PROC_UPTIME}));
     EXPECT_EQ(answer.second, 200) << answer.first;
 
-    ArrivedUpload upload = LatestUpload(m_cloud);
-    EXPECT_TRUE(upload.IsWhole());
+    const ArrivedUpload upload = LatestUpload(m_cloud);
     EXPECT_EQ(upload.Content("mfg_data"), ReadWholeFile("/persist/mfg_data.json"));
     EXPECT_EQ(upload.manifest.version(), 1.0);
     EXPECT_EQ(upload.manifest.item(0).type(), PERSIST_MFGDATA);
@@ -38,14 +36,16 @@ TEST_F(DFTriggerHandlerTest, UploadsWhatTheItemsHold_AndLeavesNothingBehind)
                                            R"({"type":"PROC_UPTIME","subType":"uptime"}]})"));
     EXPECT_EQ(NamesIn(kPersistence), before);
 
-    // A device without updates: that item fails.
-    EXPECT_EQ(Ask(RequestOf({PROC_LOADAVG, SWUP_HSM_STATES, PROC_LOADAVG})).second, 200);
+    // A device without updates: that item fails. So do the gateway's items without a client.
+    m_handler.DiagItemRegistration(Item("/other/payload", "a payload", GATRIX_RESPONSE_PAYLOAD));
+    m_handler.DiagItemRegistration(Item("/other/filepath", "a file", GATRIX_RESPONSE_FILEPATH));
+    EXPECT_EQ(Ask(RequestOf({PROC_LOADAVG, EXE_SCRIPT, SWUP_HSM_STATES, PROC_LOADAVG})).second, 200);
     EXPECT_EQ(LatestUpload(m_cloud).SubTypes(), (SubTypes{"proc_loadavg", "proc_loadavg"}));
+    EXPECT_THAT(NamesIn(kPersistence), testing::Contains(".gz")) << "an item that never ran names no file to delete";
 }
 
 TEST_F(DFTriggerHandlerTest, UploadsACustomFile_AndForgetsItsItem)
 {
-    StartWithRegistry();
     WriteWholeFile("/tmp/logs/c.log", "what went wrong\n");
     EXPECT_EQ(Ask(RequestOf({USER_SPECIFIED_FILE}, "", "/tmp/logs/c.log")).second, 200);
     const ArrivedUpload upload = LatestUpload(m_cloud);
@@ -60,12 +60,11 @@ TEST_F(DFTriggerHandlerTest, UploadsACustomFile_AndForgetsItsItem)
 
 TEST_F(DFTriggerHandlerTest, AnswersToWhatItCannotTake_AndStaysFree)
 {
-    StartWithRegistry();
     EXPECT_EQ(Ask(RequestOf({}, "", "/persist/mfg_data.json")),
               Answer("Custom file upload requires exactly one file type", 400));
     EXPECT_EQ(Ask(RequestOf({PROC_STAT})), kEmptyManifest);
     testing::internal::CaptureStderr();
-    Register(std::string(4097, 'x'), "long");
+    m_handler.DiagItemRegistration(Item(std::string(4097, 'x'), "long"));
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
                 HasSubstr("DiagItemRegistration: Registration refused, its in"));
 
@@ -87,8 +86,7 @@ TEST_F(DFTriggerHandlerTest, AnswersToWhatItCannotTake_AndStaysFree)
 
 TEST_F(DFTriggerHandlerTest, TellsTheFirstRequesterWhenASecondComes)
 {
-    StartWithRegistry();
-    Register("while [ ! -e /tmp/go ]; do sleep 0.02; done; echo went", "waiting");
+    m_handler.DiagItemRegistration(Item("while [ ! -e /tmp/go ]; do sleep 0.02; done; echo went", "waiting"));
     AnswerProbe first;
     AnswerProbe second;
     m_handler.UploadDiagFileRequest(RequestOf({EXE_SCRIPT}), &first.callback);
@@ -101,17 +99,4 @@ TEST_F(DFTriggerHandlerTest, TellsTheFirstRequesterWhenASecondComes)
 
     m_handler.UploadDiagFileRequest(RequestOf({PROC_LOADAVG}), &second.callback);
     EXPECT_EQ(second.Next().second, 200) << "the refused request is never answered, the next one is";
-}
-
-TEST_F(DFTriggerHandlerTest, LeavesOutGatewayItems_WhileThereIsNoClientOfTheGateway)
-{
-    StartWithRegistry();
-    std::filesystem::remove_all(kPersistence);
-    WriteWholeFile(std::string(kPersistence) + ".gz", "");
-    Register("/other/payload", "a payload", GATRIX_RESPONSE_PAYLOAD);
-    Register("/other/filepath", "a file", GATRIX_RESPONSE_FILEPATH);
-    EXPECT_EQ(Ask(RequestOf({EXE_SCRIPT})), kEmptyManifest);
-    EXPECT_EQ(NamesIn(kPersistence), std::set<std::string>{".gz"}) << "an item that never ran names no file to delete";
-    EXPECT_EQ(Ask(RequestOf({EXE_SCRIPT, PROC_LOADAVG})).second, 200);
-    EXPECT_EQ(LatestUpload(m_cloud).SubTypes(), SubTypes{"proc_loadavg"});
 }

@@ -11,8 +11,6 @@
 #include <ctime>
 #include <filesystem>
 
-namespace
-{
 using DiagCloud::Outcome;
 using DiagCloud::RequestKind;
 using DiagnosticFileSvc::DFUploadDiagnosticFiles;
@@ -50,34 +48,24 @@ protected:
     const TemporaryFolder m_folder;
     const std::string m_archive = m_folder.Write("archive.tar.gz", "not really an archive");
 };
-} // namespace
 
 TEST_F(DFUploadDiagnosticFilesTest, ReportsWhatTheCloudSays)
 {
     std::string longest = R"({"uploadUrl":"http://127.0.0.1:8888/archives/x"})";
     longest.resize(std::size_t{64} * 1024, ' ');
-    const std::string empty = m_folder.Write("empty", "");
-    const Answer unreadable("Unable to create tarball", 400);
-    const struct
-    {
-        std::string archive;
-        std::vector<Outcome> script;
-        Answer answer;
-    } cases[] = {
-        {m_archive, {Answering(RequestKind::Metadata, 200, "<html>")}, {"<html>", 200}},
-        {m_archive, {Answering(RequestKind::Metadata, 401, "")}, {"", 401}},
-        {m_archive, {Answering(RequestKind::Metadata, 200, std::string(2000, '['))}, {std::string(2000, '['), 200}},
-        {m_archive,
-         {Answering(RequestKind::Metadata, 200, longest), Answering(RequestKind::Archive, 403, "no")},
-         {"no", 403}},
-        {empty, {Answering(RequestKind::Archive, 201, R"({"ok":1})")}, {R"({"ok":1})", 201}},
-        {m_folder.Path() + "/none", {}, unreadable},
-        {m_folder.Path(), {}, unreadable},
+    const std::string nested(2000, '[');
+    const auto expect = [this](const Answer& answer, const std::string& archive, const std::vector<Outcome>& script) {
+        const DiagCloud::CloudServer cloud(CloudOnItsPort(script));
+        EXPECT_EQ(Upload(archive), answer);
     };
-    for (const auto& each : cases) {
-        const DiagCloud::CloudServer cloud(CloudOnItsPort(each.script));
-        EXPECT_EQ(Upload(each.archive), each.answer);
-    }
+    expect({"<html>", 200}, m_archive, {Answering(RequestKind::Metadata, 200, "<html>")});
+    expect({"", 401}, m_archive, {Answering(RequestKind::Metadata, 401, "")});
+    expect({nested, 200}, m_archive, {Answering(RequestKind::Metadata, 200, nested)});
+    expect({"no", 403}, m_archive,
+           {Answering(RequestKind::Metadata, 200, longest), Answering(RequestKind::Archive, 403, "no")});
+    expect({R"({"ok":1})", 201}, m_folder.Write("empty", ""), {Answering(RequestKind::Archive, 201, R"({"ok":1})")});
+    expect({"Unable to create tarball", 400}, m_folder.Path() + "/none", {});
+    expect({"Unable to create tarball", 400}, m_folder.Path(), {});
 }
 
 TEST_F(DFUploadDiagnosticFilesTest, TakesInOfAnAnswerWhatTheRequesterCanBeTold)

@@ -17,7 +17,7 @@ class Pipeline : public testing::Test
 protected:
     static constexpr char kPersistence[] = "/mnt/nv/product-persistence/";
 
-    void SetUp() override { Http::InitializeProcess(); }
+    Pipeline() { Http::InitializeProcess(); }
 
     void StartWithRegistry()
     {
@@ -25,8 +25,6 @@ protected:
         m_handler.Start();
         Drain();
     }
-
-    void StartWithoutItems() { m_handler.Start(); }
 
     /** Waits until the trigger handler has done what was posted to it. */
     void Drain()
@@ -42,13 +40,6 @@ protected:
         AnswerProbe probe;
         m_handler.UploadDiagFileRequest(request, &probe.callback);
         return probe.Next();
-    }
-
-    void Register(const std::string& input, const std::string& subType,
-                  DFSCommonPB::HarvestType harvestType = DFSCommonPB::SCRIPT,
-                  DFSCommonPB::DiagFileType fileType = DFSCommonPB::EXE_SCRIPT)
-    {
-        m_handler.DiagItemRegistration(Item(input, subType, harvestType, fileType));
     }
 
     DiagnosticFileSvc::DFTriggerHandler& m_handler = DiagnosticFileSvc::DFTriggerHandler::GetInstance();

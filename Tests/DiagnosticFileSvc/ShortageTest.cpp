@@ -3,26 +3,17 @@
 #include "Shortage.h"
 #include "TemporaryFolder.h"
 
-namespace
-{
-class ShortOfMemory : public Pipeline
-{
-protected:
-    static constexpr std::size_t kRefusedSize = 3000;
-
-    /** Has the trigger handler's thread be refused what is as large as that; 0 ends it. */
-    void RefuseHandler(std::size_t size)
-    {
-        m_handler.Post([size] { Shortage::OfMemory(size); });
-        Drain();
-    }
-};
-} // namespace
+using ShortOfMemory = Pipeline;
 
 TEST_F(ShortOfMemory, EveryRequestIsAnsweredOnce_AndTheNextOneServed)
 {
     StartWithRegistry();
-    const std::string large(kRefusedSize, 'x');
+    const std::string large(3000, 'x');
+    // Has the trigger handler's thread be refused what is as large as that; 0 ends it.
+    const auto refuseHandler = [this](std::size_t size) {
+        m_handler.Post([size] { Shortage::OfMemory(size); });
+        Drain();
+    };
     m_handler.DiagItemRegistration({"while [ ! -e /tmp/go ]; do sleep 0.02; done", "dfs_slow", DFSCommonPB::EXE_SCRIPT,
                                     large, DFSCommonPB::SCRIPT});
     DiagCloud::Outcome refusal;
@@ -31,18 +22,18 @@ TEST_F(ShortOfMemory, EveryRequestIsAnsweredOnce_AndTheNextOneServed)
     DiagCloud::CloudServer cloud(CloudOnItsPort({refusal}));
     const Answer internal("Unable to process request, internal error", 400);
 
-    RefuseHandler(kRefusedSize);
+    refuseHandler(large.size());
     EXPECT_EQ(Ask(RequestOf({DFSCommonPB::USER_SPECIFIED_FILE}, "", "/" + large)), internal) << "at its beginning";
     EXPECT_EQ(Ask(RequestOf({DFSCommonPB::PROC_LOADAVG})), internal) << "at its answer, the cloud's large one";
 
-    RefuseHandler(0);
+    refuseHandler(0);
     AnswerProbe probe;
     m_handler.UploadDiagFileRequest(RequestOf({DFSCommonPB::EXE_SCRIPT}), &probe.callback);
-    RefuseHandler(kRefusedSize);
+    refuseHandler(large.size());
     WriteWholeFile("/tmp/go", "");
     EXPECT_EQ(probe.Next(), internal) << "when an item was collected";
 
-    RefuseHandler(0);
+    refuseHandler(0);
     EXPECT_EQ(Ask(RequestOf({DFSCommonPB::PROC_LOADAVG})).second, 200);
 }
 

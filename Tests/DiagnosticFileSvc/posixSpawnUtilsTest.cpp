@@ -9,8 +9,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace
-{
 using DiagnosticFileSvc::posixSpawnUtils;
 using testing::ElementsAre;
 
@@ -19,13 +17,6 @@ struct posixSpawnUtilsTest : testing::Test
     int Collect(const std::string& command) const
     {
         return posixSpawnUtils::GetInstance().CollectEncryptLogs(m_output, command);
-    }
-
-    /** What the collecting run left in the file, which the compressing script has replaced. */
-    std::string Collected() const
-    {
-        EXPECT_FALSE(std::filesystem::exists(m_output));
-        return RunProgram({"gzip", "-dc", m_output + ".gz"}).output;
     }
 
     static std::vector<std::string> LinesOf(const std::function<void()>& operation)
@@ -42,32 +33,24 @@ struct posixSpawnUtilsTest : testing::Test
     const TemporaryFolder m_folder;
     const std::string m_output = m_folder.Path() + "/output.txt";
 };
-} // namespace
 
 TEST_F(posixSpawnUtilsTest, CollectsBothStreams_AndTellsHowTheCommandEnded)
 {
-    const struct
-    {
-        std::string command;
-        int result;
-        const char* collected;
-    } cases[] = {
-        {"stat -c %a " + m_output, 0, "644\n"},
-        {"echo one; echo two >&2; printf 'a|b' | tr '|' ';'", 0, "one\ntwo\na;b"},
-        {"echo failing; exit 3", 3 << 8, "failing\n"},
-        {"kill -TERM $$", SIGTERM, ""},
-        {"no-such-command 2>/dev/null", 127 << 8, ""},
-        {"ls -1 /proc/self/fd | tr '\\n' ' '; readlink /proc/self/fd/9", 1 << 8, "0 1 2 3 "},
+    const auto expect = [this](const std::string& command, int result, const std::string& collected) {
+        EXPECT_EQ(Collect(command), result) << command;
+        EXPECT_FALSE(std::filesystem::exists(m_output)) << "the compressing script has replaced it";
+        EXPECT_EQ(RunProgram({"gzip", "-dc", m_output + ".gz"}).output, collected);
+        m_folder.Write("output.txt", "what an earlier run left");
     };
     umask(0002);
+    expect("stat -c %a " + m_output, 0, "644\n");
+    expect("echo one; echo two >&2; printf 'a|b' | tr '|' ';'", 0, "one\ntwo\na;b");
+    expect("echo failing; exit 3", 3 << 8, "failing\n");
+    expect("kill -TERM $$", SIGTERM, "");
+    expect("no-such-command 2>/dev/null", 127 << 8, "");
     // Not to be inherited by the commands, as nothing that the process opens is.
     const int descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.command);
-        EXPECT_EQ(Collect(each.command), each.result);
-        EXPECT_EQ(Collected(), each.collected);
-        m_folder.Write("output.txt", "what an earlier run left");
-    }
+    expect("ls -1 /proc/self/fd | tr '\\n' ' '; readlink /proc/self/fd/9", 1 << 8, "0 1 2 3 ");
     close(descriptor);
 }
 
@@ -103,27 +86,21 @@ TEST_F(posixSpawnUtilsTest, LogsEachStage)
                             "3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile - Child status: 2",
                             "3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile - Child is done, clean "
                             "exit: PID"));
+    auto& utils = posixSpawnUtils::GetInstance();
     EXPECT_TRUE(std::filesystem::exists(named)) << "the name went to the script unquoted";
-    EXPECT_THAT(LinesOf([&] { posixSpawnUtils::GetInstance().TarDiagnosticFiles("x"); }),
+    EXPECT_THAT(LinesOf([&] { utils.TarDiagnosticFiles("x"); }),
                 ElementsAre("3 TarDiagnosticFiles: TarDiagnosticFiles - START",
                             "3 TarDiagnosticFiles: TarDiagnosticFiles filename: tar-compress-diag-files.sh x",
                             "3 TarDiagnosticFiles: upload_sys_logs CompressDiagnosticFile - Child pid: PID",
                             "3 TarDiagnosticFiles: TarDiagnosticFiles - Child status: 1",
                             "3 TarDiagnosticFiles: TarDiagnosticFiles - Child is done, clean exit: PID"));
-    const std::pair<std::function<void()>, const char*> failures[] = {
-        {[&] { EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs("/dev/null/x", "true"), ENOTDIR); },
-         "3 CollectEncryptLogs: upload_sys_logs - posix_spawn: ERROR status: 20"},
-        {[&] {
-             std::signal(SIGCHLD, SIG_IGN); // the kernel keeps no outcome then
-             EXPECT_EQ(Collect("exit 3"), 0);
-         },
-         "3 CollectEncryptLogs: upload_sys_logs - Child status: ERROR"},
-        {[&] { posixSpawnUtils::GetInstance().CompressDiagnosticFile("x"); },
-         "3 CompressDiagnosticFile: upload_sys_logs - CompressDiagnosticFile Child status: ERROR"},
-        {[&] { posixSpawnUtils::GetInstance().TarDiagnosticFiles("x"); },
-         "3 TarDiagnosticFiles: TarDiagnosticFiles Child status: ERROR"},
-    };
-    for (const auto& [operation, lastLine] : failures) {
-        EXPECT_EQ(LinesOf(operation).back(), lastLine);
-    }
+    EXPECT_EQ(LinesOf([&] { EXPECT_EQ(utils.CollectEncryptLogs("/dev/null/x", "true"), ENOTDIR); }).back(),
+              "3 CollectEncryptLogs: upload_sys_logs - posix_spawn: ERROR status: 20");
+    std::signal(SIGCHLD, SIG_IGN); // the kernel keeps no outcome then
+    EXPECT_EQ(LinesOf([&] { EXPECT_EQ(Collect("exit 3"), 0); }).back(),
+              "3 CollectEncryptLogs: upload_sys_logs - Child status: ERROR");
+    EXPECT_EQ(LinesOf([&] { utils.CompressDiagnosticFile("x"); }).back(),
+              "3 CompressDiagnosticFile: upload_sys_logs - CompressDiagnosticFile Child status: ERROR");
+    EXPECT_EQ(LinesOf([&] { utils.TarDiagnosticFiles("x"); }).back(),
+              "3 TarDiagnosticFiles: TarDiagnosticFiles Child status: ERROR");
 }

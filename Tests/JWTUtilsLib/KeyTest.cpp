@@ -8,10 +8,7 @@
 
 #include <filesystem>
 
-using CryptoKey::DigestType;
-using CryptoKey::Key;
-using CryptoKey::KeyType;
-using CryptoKey::PublicKey;
+using namespace CryptoKey;
 
 TEST(PublicKey, ComesAndGoesAsText)
 {
@@ -33,28 +30,26 @@ TEST(PublicKey, RefusesWhatIsNoKey_AndAsksForNoPassword)
     std::string encrypted = pem;
     encrypted.insert(pem.find('\n'),
                      "\nProc-Type: 4,ENCRYPTED\nDEK-Info: AES-128-CBC,000102030405060708090A0B0C0D0E0F\n");
-    const PublicKey none, rsa = key;
     // RFC 8410 section 10.1: a key it is, but of no use.
     const std::string ed25519 = Pem("MCowBQYDK2VwAyEAGb9ECWmEzf6FQbrBZ9w7lshQhqowtrbLDFw4rXAxZuE=", {});
     // But for the lines of OpenSSL's own.
-    ExpectLines("CryptoKey::(?:Key|PublicKey)(?!: [A-Za-z]*: OpenSSL: )",
-                {
-                    {[&] { EXPECT_FALSE(key.LoadString("")); }, {"1 LoadString: No data"}},
-                    {[&] { EXPECT_FALSE(key.LoadString(pem.substr(0, 200))); },
-                     {"1 LoadString: Error in PEM_read_bio_PUBKEY:"}},
-                    {[&] { EXPECT_EQ(key.GetKeyType(), KeyType::RSA) << "a text that is no key replaces none"; }, {}},
-                    {[&] { EXPECT_FALSE(key.VerifySignature("message", "signature", DigestType::DEFAULT)); },
-                     {"1 VerifySignature: Error in EVP_DigestVerifyFinal:"}},
-                    {[&] { EXPECT_TRUE(key.LoadString(ed25519)); },
-                     {"2 SetKey: Key type ED25519 (nid=1087) is not supported!"}},
-                    {[&] { EXPECT_EQ(key.GetKeyType(), KeyType::INVALID); }, {}},
-                    {[&] { EXPECT_TRUE(key.LoadString(pem)); }, {"4 SetKey: Loaded key of type rsaEncryption (nid=6)"}},
-                    {[&] { EXPECT_FALSE(none.VerifySignature("message", "signature", DigestType::DEFAULT)); },
-                     {"1 VerifySignature: Key not loaded."}},
-                    {[&] { EXPECT_EQ(none.ToString(), ""); }, {"1 ToString: Key not loaded"}},
-                    {[&] { EXPECT_EQ(EVP_MD_type(rsa.GetDefaultMessageDigestECDSA()), NID_sha256); },
-                     {"1 GetDefaultMessageDigestECDSA: Error in EVP_PKEY_get1_EC_KEY:"}},
-                });
+    constexpr char kLog[] = "CryptoKey::(?:Key|PublicKey)(?!: [A-Za-z]*: OpenSSL: )";
+    ExpectLines(kLog, {"1 LoadString: No data"}, [&] { EXPECT_FALSE(key.LoadString("")); });
+    ExpectLines(kLog, {"1 LoadString: Error in PEM_read_bio_PUBKEY:"},
+                [&] { EXPECT_FALSE(key.LoadString(pem.substr(0, 200))); });
+    EXPECT_EQ(key.GetKeyType(), KeyType::RSA) << "a text that is no key replaces none";
+    ExpectLines(kLog, {"1 VerifySignature: Error in EVP_DigestVerifyFinal:"},
+                [&] { EXPECT_FALSE(key.VerifySignature("message", "signature", DigestType::DEFAULT)); });
+    ExpectLines(kLog, {"2 SetKey: Key type ED25519 (nid=1087) is not supported!"},
+                [&] { EXPECT_TRUE(key.LoadString(ed25519)); });
+    EXPECT_EQ(key.GetKeyType(), KeyType::INVALID);
+    ExpectLines(kLog, {"1 VerifySignature: Key not loaded."},
+                [&] { EXPECT_FALSE(key.VerifySignature("message", "signature", DigestType::DEFAULT)); });
+    ExpectLines(kLog, {"1 ToString: Key not loaded"}, [&] { EXPECT_EQ(PublicKey().ToString(), ""); });
+    ExpectLines(kLog, {"4 SetKey: Loaded key of type rsaEncryption (nid=6)"},
+                [&] { EXPECT_TRUE(key.LoadString(pem)); });
+    ExpectLines(kLog, {"1 GetDefaultMessageDigestECDSA: Error in EVP_PKEY_get1_EC_KEY:"},
+                [&] { EXPECT_EQ(EVP_MD_type(key.GetDefaultMessageDigestECDSA()), NID_sha256); });
     CapturedLog log;
     EXPECT_FALSE(key.LoadString(pem.substr(0, 200)));
     EXPECT_FALSE(CapturedLog::LinesOf("CryptoKey::PublicKey", "LoadString: OpenSSL: ").empty());
@@ -71,14 +66,12 @@ TEST(Key, ChoosesTheDigest)
     EXPECT_EQ(EVP_MD_type(p521.GetMessageDigest(DigestType::INVALID)), NID_sha256);
     EXPECT_EQ(EVP_MD_type(p521.GetMessageDigest(DigestType::SHA384)), NID_sha384);
     EXPECT_EQ(EVP_MD_type(Key().GetDefaultMessageDigestECDSA()), NID_sha256);
-    const std::pair<Key, int> defaults[] = {{rsa, NID_sha256},
-                                            {MakeKey(NID_X9_62_prime256v1), NID_sha256},
-                                            {MakeKey(NID_secp384r1), NID_sha384},
-                                            {MakeKey(NID_brainpoolP512r1), NID_sha512},
-                                            {p521, NID_sha512}};
-    for (const auto& [key, digest] : defaults) {
-        EXPECT_EQ(EVP_MD_type(key.GetMessageDigest(DigestType::DEFAULT)), digest);
-    }
+    const auto defaultOf = [](const Key& key) { return EVP_MD_type(key.GetMessageDigest(DigestType::DEFAULT)); };
+    EXPECT_EQ(defaultOf(rsa), NID_sha256);
+    EXPECT_EQ(defaultOf(MakeKey(NID_X9_62_prime256v1)), NID_sha256);
+    EXPECT_EQ(defaultOf(MakeKey(NID_secp384r1)), NID_sha384);
+    EXPECT_EQ(defaultOf(MakeKey(NID_brainpoolP512r1)), NID_sha512);
+    EXPECT_EQ(defaultOf(p521), NID_sha512);
 }
 
 TEST(Key, ComesFromAFile)

@@ -32,19 +32,11 @@ public:
     }
 };
 
-/** An operation, and what the lines look like that it writes. */
-struct LoggedOperation
+/** Runs the operation; the running test fails when that logger writes other lines than such. */
+inline void ExpectLines(const std::string& logger, const std::vector<testing::Matcher<std::string>>& lines,
+                        const std::function<void()>& operation)
 {
-    std::function<void()> operation;
-    std::vector<testing::Matcher<std::string>> lines;
-};
-
-/** Runs the operations; the running test fails for each of which that logger writes other lines. */
-inline void ExpectLines(const std::string& logger, const std::vector<LoggedOperation>& operations)
-{
-    for (const LoggedOperation& each : operations) {
-        const CapturedLog log;
-        each.operation();
-        EXPECT_THAT(CapturedLog::LinesOf(logger), testing::ElementsAreArray(each.lines));
-    }
+    const CapturedLog log;
+    operation();
+    EXPECT_THAT(CapturedLog::LinesOf(logger), testing::ElementsAreArray(lines));
 }

@@ -11,18 +11,15 @@
 using namespace Gatrix;
 using testing::EndsWith;
 
-namespace
-{
 constexpr std::size_t kFrame = Wire::kMaxFrameBytes;
 
 /** The bytes of the frame as it leaves the gateway, with the longest number there is. */
 template <class Reply>
-std::size_t SizeSent(Reply reply)
+static std::size_t SizeSent(Reply reply)
 {
     EXPECT_EQ(std::exchange(reply.id, std::numeric_limits<std::uint64_t>::max()), 7U);
     return Wire::Serialize(reply).size();
 }
-} // namespace
 
 TEST(FittingReply, AnyText_FitsItsFrameAndLosesLittle)
 {
@@ -37,7 +34,6 @@ TEST(FittingReply, AnyText_FitsItsFrameAndLosesLittle)
         {"caf\xe9 \xc3\xa9\xed\xa0\x80", "caf\xef\xbf\xbd \xc3\xa9\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd", "", 0, 0},
         {std::string(kFrame - 200, 'x'), "xx", "xx", kFrame - 200, kFrame - 200},
         {std::string(kFrame, 'x'), "xx", "x... (99 bytes more)", kFrame - 10, 0},
-        {std::string(4 * kFrame, 'x'), "xx", " bytes more)", kFrame - 1000, kFrame - 1000},
         {Repeated("\xc3\xa9", kFrame), "\xc3\xa9", "\xc3\xa9... (1048680 bytes more)", kFrame - 1000, kFrame - 1000},
         {std::string(kFrame, '\x01'), "\x01", " bytes more)", kFrame - 1000, kFrame - 1000},
         {"a" + std::string(400000, '\x01') + std::string(900000, 'z'), "a\x01", " bytes more)", kFrame / 2, kFrame / 2},

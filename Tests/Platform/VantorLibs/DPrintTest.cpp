@@ -6,17 +6,15 @@
 
 #include <gmock/gmock.h>
 
-#include <regex>
+#include <future>
 #include <sstream>
 #include <thread>
 
-namespace
-{
-const DPrint s_log("Logger");
-const DPrint s_other("Other");
+static const DPrint s_log("Logger");
+static const DPrint s_other("Other");
 
 /** The lines that have been written since CaptureStderr. */
-std::vector<std::string> CapturedLines()
+static std::vector<std::string> CapturedLines()
 {
     std::vector<std::string> lines;
     std::istringstream stream(testing::internal::GetCapturedStderr());
@@ -25,7 +23,6 @@ std::vector<std::string> CapturedLines()
     }
     return lines;
 }
-} // namespace
 
 TEST(DPrint, EitherForm_IsOneLine)
 {
@@ -36,30 +33,25 @@ TEST(DPrint, EitherForm_IsOneLine)
     s_log.Put(line);
     s_log.LogWarning("an answer\r\nwith a forged line\x1b[2J\n");
     s_log.Log(4, "too much");
-    const auto lines = CapturedLines();
-
-    const std::string expected[] = {"3 Logger: Operation: 1 of them", "1 Logger: Operation: text 2",
-                                    R"(2 Logger: an answer\\r\\nwith a forged line\\x1b\[2J)"};
-    ASSERT_EQ(lines.size(), std::size(expected));
-    for (std::size_t at = 0; at < lines.size(); ++at) {
-        const std::regex pattern(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z \d+ )" + expected[at]);
-        EXPECT_TRUE(std::regex_match(lines[at], pattern)) << lines[at];
-    }
+    const auto like = [](const std::string& rest) {
+        return testing::MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}Z [0-9]+ " +
+                                     rest);
+    };
+    EXPECT_THAT(CapturedLines(),
+                testing::ElementsAre(like("3 Logger: Operation: 1 of them"), like("1 Logger: Operation: text 2"),
+                                     like(R"(2 Logger: an answer\\r\\nwith a forged line\\x1b\[2J)")));
 }
 
 TEST(DPrint, Line_BeginsWithThePresentTime)
 {
+    s_log.Log(3, "in this second");
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    const std::string before = WallClock::Text("%FT%T", WallClock::Seconds());
     testing::internal::CaptureStderr();
-    s_log.Log(3, "first");
-    const std::int64_t before = WallClock::Seconds();
-    while (WallClock::Seconds() == before) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    s_log.Log(3, "in another second");
-    const std::string after = WallClock::Text("%FT%T", WallClock::Seconds());
-    const auto lines = CapturedLines();
-    EXPECT_GT(lines.at(1), WallClock::Text("%FT%TZ", before));
-    EXPECT_LE(lines.at(1).substr(0, after.size()), after);
+    s_log.Log(3, "in a later one");
+    const std::string line = testing::internal::GetCapturedStderr();
+    EXPECT_GE(line, before);
+    EXPECT_LE(line.substr(0, before.size()), WallClock::Text("%FT%T", WallClock::Seconds()));
 }
 
 TEST(DPrint, LongLine_IsCutBetweenCharactersAndEscapes)
@@ -73,10 +65,8 @@ TEST(DPrint, LongLine_IsCutBetweenCharactersAndEscapes)
         {"\x01\x1b\x7f\t~", "\\x01\\x1b\\x7f\t~"},
         {"\xc2\x80\xc2\x9b\xc2\x9f\xc2\xa0" + e + kiss, "\\u0080\\u009b\\u009f\xc2\xa0" + e + kiss},
         {"\x9b\xc3(\xed\xa0\x80\xc2", "\\x9b\\xc3(\\xed\\xa0\\x80\\xc2"},
-        {std::string(8170, 'x'), std::string(8170, 'x')},
         {std::string(8170, 'x') + "\n", std::string(8170, 'x')},
         {std::string(8171, 'x'), std::string(8170, 'x') + "... (1 bytes more)"},
-        {std::string(16 << 20, 'x'), std::string(8170, 'x') + "... (16769046 bytes more)"},
         {std::string(16 << 20, '\x01'), Repeated("\\x01", 2042) + "... (16775174 bytes more)"},
         {"x" + Repeated(e, 5000), "x" + Repeated(e, 4084) + "... (1832 bytes more)"},
         {"xxx" + Repeated(kiss, 3000), "xxx" + Repeated(kiss, 2041) + "... (3836 bytes more)"},
@@ -113,30 +103,23 @@ TEST(DPrint, HugeText_CostsNoMemory)
 
 TEST(DPrint, Thresholds_ComeFromTheFile)
 {
-    const struct
-    {
-        const char* configuration;
-        int threshold, ofOther;
-        bool isUsable;
-    } cases[] = {
-        {R"({"threshold": 1})", 1, 1, true},
-        {R"({"loggers": {"Other": 6}})", 3, 6, true},
-        {R"({"threshold": 0, "loggers": {"Other": 4, "Unknown": 2}})", 0, 4, true},
-        {R"({"threshold": "high"})", 3, 3, false},
-        {R"({"loggers": {"Other": null}})", 3, 3, false},
-        {R"({"loggers": ["Other"]})", 3, 3, false},
-        {R"({"threshold": )", 3, 3, false},
-        {"{}", 3, 3, true},
-    };
-    for (const auto& each : cases) {
-        WriteWholeFile("/opt/Vantor/etc/DPrintCfg.json", each.configuration);
+    const auto expect = [](const char* configuration, int threshold, int ofOther, bool isUsable) {
+        WriteWholeFile("/opt/Vantor/etc/DPrintCfg.json", configuration);
         testing::internal::CaptureStderr();
         DPrint::Initialize();
         const std::string complaint = testing::internal::GetCapturedStderr();
-        EXPECT_EQ(complaint.find("DPrintCfg.json is not usable") == std::string::npos, each.isUsable) << complaint;
-        EXPECT_TRUE(s_log.IsLog(each.threshold) && !s_log.IsLog(each.threshold + 1)) << each.configuration;
-        EXPECT_TRUE(s_other.IsLog(each.ofOther) && !s_other.IsLog(each.ofOther + 1)) << each.configuration;
-    }
+        EXPECT_EQ(complaint.find("DPrintCfg.json is not usable") == std::string::npos, isUsable) << complaint;
+        EXPECT_TRUE(s_log.IsLog(threshold) && !s_log.IsLog(threshold + 1)) << configuration;
+        EXPECT_TRUE(s_other.IsLog(ofOther) && !s_other.IsLog(ofOther + 1)) << configuration;
+    };
+    expect(R"({"threshold": 1})", 1, 1, true);
+    expect(R"({"loggers": {"Other": 6}})", 3, 6, true);
+    expect(R"({"threshold": 0, "loggers": {"Other": 4, "Unknown": 2}})", 0, 4, true);
+    expect(R"({"threshold": "high"})", 3, 3, false);
+    expect(R"({"loggers": {"Other": null}})", 3, 3, false);
+    expect(R"({"loggers": ["Other"]})", 3, 3, false);
+    expect(R"({"threshold": )", 3, 3, false);
+    expect("{}", 3, 3, true);
 }
 
 TEST(DPrint, LinesOfThreads_AreNeverMixed)
@@ -144,18 +127,16 @@ TEST(DPrint, LinesOfThreads_AreNeverMixed)
     constexpr std::size_t kLines = 500;
     const std::string longText = "<" + std::string(3000, 'x') + ">";
     testing::internal::CaptureStderr();
-    std::vector<std::thread> threads;
-    while (threads.size() < 4) {
-        threads.emplace_back([&longText] {
-            for (std::size_t line = 0; line < kLines; ++line) {
-                s_log.Log(1, "%s", longText.c_str());
-            }
-        });
-    }
-    for (auto& thread : threads) {
-        thread.join();
-    }
+    const auto write = [&longText] {
+        for (std::size_t line = 0; line < kLines; ++line) {
+            s_log.Log(1, "%s", longText.c_str());
+        }
+    };
+    const auto one = std::async(std::launch::async, write), two = std::async(std::launch::async, write);
+    write();
+    one.wait();
+    two.wait();
     const auto lines = CapturedLines();
-    EXPECT_EQ(lines.size(), threads.size() * kLines);
+    EXPECT_EQ(lines.size(), 3 * kLines);
     EXPECT_THAT(lines, testing::Each(testing::EndsWith("Logger: " + longText)));
 }

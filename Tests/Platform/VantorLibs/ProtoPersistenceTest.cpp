@@ -11,32 +11,24 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-namespace
-{
 namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using Failure = ProtoPersistenceIF::ProtoPersistenceException;
 
-constexpr char kFolder[] = "/mnt/nv/product-persistence";
-constexpr char kPath[] = "/mnt/nv/product-persistence/file.json";
+static const std::string kFolder = "/mnt/nv/product-persistence";
+static const std::string kPath = kFolder + "/file.json";
 
-std::shared_ptr<ProtoPersistenceIF> File(const std::string& name = "file.json",
-                                         const std::string& folder = "product-persistence/")
+static std::shared_ptr<ProtoPersistenceIF> File(const std::string& name = "file.json",
+                                                const std::string& folder = "product-persistence/")
 {
     return ProtoPersistenceFactory::Create(name, folder);
 }
 
-unsigned ModeOf(const std::string& path)
-{
-    return static_cast<unsigned>(fs::status(path).permissions());
-}
-} // namespace
-
 TEST(ProtoPersistence, File_IsStoredLoadedAndRemoved)
 {
     EXPECT_THAT(ErrorOf<Failure>([] { File()->Load(); }), HasSubstr("No such file or directory"));
-    WriteWholeFile(std::string(kPath) + ".tmp", "what a power cut left");
+    WriteWholeFile(kPath + ".tmp", "what a power cut left");
     File()->Store("first");
     File()->Store("{\"second\":1}");
     EXPECT_EQ(ReadWholeFile(kPath), "{\"second\":1}");
@@ -56,9 +48,9 @@ TEST(ProtoPersistence, MissingFolders_AreMadeForTheOwnerWhateverTheUmask)
         umask(mask);
         File("file.json", "product-persistence/inner")->Store("x");
         umask(0022);
-        EXPECT_EQ(ModeOf(kFolder), 0700U);
-        EXPECT_EQ(ModeOf(std::string(kFolder) + "/inner"), 0700U);
-        EXPECT_EQ(ModeOf(std::string(kFolder) + "/inner/file.json"), 0600U);
+        EXPECT_EQ(fs::status(kFolder).permissions(), fs::perms(0700));
+        EXPECT_EQ(fs::status(kFolder + "/inner").permissions(), fs::perms(0700));
+        EXPECT_EQ(fs::status(kFolder + "/inner/file.json").permissions(), fs::perms(0600));
     }
 }
 

@@ -4,14 +4,11 @@
 
 #include <gmock/gmock.h>
 
-namespace
-{
 using namespace DFSCommonPB;
-using testing::HasSubstr;
+using namespace testing; // NOLINT(google-build-using-namespace): its matchers
 using MarkupError = ProtoToMarkup::MarkupError;
-using testing::StartsWith;
 
-UploadManifest SampleManifest()
+static UploadManifest SampleManifest()
 {
     UploadManifest manifest;
     ManifestItem* const item = manifest.add_item();
@@ -21,8 +18,6 @@ UploadManifest SampleManifest()
     manifest.set_version(1.2);
     return manifest;
 }
-
-} // namespace
 
 TEST(ProtoToMarkup, EveryForm_IsWrittenAsDeclaredAndReadAgain)
 {
@@ -89,11 +84,9 @@ TEST(ProtoToMarkup, RootOfAnotherName_IsExpectedAndQuoted)
     UploadTypeItem item;
     ProtoToMarkup::FromJson(R"({"Stored":{"type":"TOP","subType":"a"}})", item, "Stored");
     EXPECT_EQ(item.subtype(), "a");
-    ProtoToMarkup::FromJson(R"({"type":"TOP","subType":"b"})", item, "Stored");
-    EXPECT_EQ(item.subtype(), "b");
     const auto read = [&item] { ProtoToMarkup::FromJson(R"({"UploadTypeItem":{"type":1}})", item, "Stored"); };
     EXPECT_EQ(ErrorOf<MarkupError>(read), "Stored: type: the required field is missing");
-    EXPECT_EQ(item.subtype(), "b");
+    EXPECT_EQ(item.subtype(), "a");
 }
 
 TEST(ProtoToMarkup, WrongText_IsRefusedWithThePlaceAndTheMessageKept)
@@ -107,7 +100,6 @@ TEST(ProtoToMarkup, WrongText_IsRefusedWithThePlaceAndTheMessageKept)
          "item[1].subType: the required field is missing"},
         {R"({"item":[{"input":"a","fileType":"NOPE","subType":"s","harvestType":0}]})",
          "item[0].fileType: 'NOPE' is no DiagFileType"},
-        {R"({"item":[{"input":7,"fileType":"TOP","subType":"s","harvestType":0}]})", "item[0].input"},
         {R"({"item":[{"input":["a"],"fileType":"TOP","subType":"s","harvestType":0}]})",
          "item[0].input: a plain value"},
         {R"({"item":[{"input":"a","fileType":1.5,"subType":"s","harvestType":0}]})", "item[0].fileType"},

@@ -7,13 +7,11 @@
 #include <cstdint>
 #include <string_view>
 
-namespace
-{
 constexpr std::size_t kBodyBound = 64;
 constexpr std::int64_t kNow = 1'700'000'000;
 
 /** As libcurl hands them over: line by line up to the empty one, then the body. */
-Http::HSMResponse Collect(std::string_view input)
+static Http::HSMResponse Collect(std::string_view input)
 {
     Http::ResponseCollector collector;
     collector.SetBodyBound({kBodyBound, Http::LongBody::Cut});
@@ -31,7 +29,7 @@ Http::HSMResponse Collect(std::string_view input)
     return response;
 }
 
-void CheckWaits(Http::HSMResponse response, bool withTable)
+static void CheckWaits(Http::HSMResponse response, bool withTable)
 {
     const auto settings = withTable ? Http::RetrySettings::WithBackoff() : Http::RetrySettings();
     for (const std::int32_t status : {0, 200, 404, 429, 503}) {
@@ -48,7 +46,6 @@ void CheckWaits(Http::HSMResponse response, bool withTable)
         }
     }
 }
-} // namespace
 
 /** The answer's header section, an empty line, its body. */
 void CheckInput(const std::string& input)

@@ -18,8 +18,6 @@
 using namespace Http; // NOLINT(google-build-using-namespace): what is tested
 using Server = ScriptedHttpServer;
 
-namespace
-{
 /** The task that calls and is answered. */
 using Owner = CallbackProbe<HSMResponse, HSMResponse>;
 
@@ -31,7 +29,6 @@ struct CHttpInterfaceTest : testing::Test
     CHttpInterface m_http{true};
     std::shared_ptr<IHttpOpHandle> m_handle;
 };
-} // namespace
 
 TEST_F(CHttpInterfaceTest, PerformsEachOperation)
 {
@@ -44,26 +41,25 @@ TEST_F(CHttpInterfaceTest, PerformsEachOperation)
     const auto onDevice = [&](HttpMethod m) {
         m_http.CallDeviceService(m, "127.0.0.1", "a/b", headers, "text", "a/b", cb, m_handle);
     };
-    const std::pair<std::function<void()>, std::string> operations[] = {
-        {[&] { m_http.Get(url, headers, cb, m_handle); }, "GET /a/b HTTP/1.1"},
-        {[&] { m_http.GetUrlAsFile(url, folder.Path() + "/f", headers, cb, m_handle); }, "GET /a/b HTTP/1.1"},
-        {[&] { m_http.Delete(url, headers, cb, m_handle); }, "DELETE /a/b HTTP/1.1"},
-        {[&] { m_http.Post(url, headers, "text", "a/b", cb, m_handle); }, "POST /a/b HTTP/1.1 a/b text"},
-        {[&] { m_http.PostBinaryData(url, headers, binary, "a/b", cb, m_handle); }, "POST /a/b HTTP/1.1 a/b " + binary},
-        {[&] { m_http.Put(url, headers, "text", "a/b", cb, m_handle); }, "PUT /a/b HTTP/1.1 a/b text"},
-        {[&] { onDevice(HttpMethod::Get); }, "GET /a/b HTTP/1.1"},
-        {[&] { onDevice(HttpMethod::Post); }, "POST /a/b HTTP/1.1 a/b text"},
-        {[&] { onDevice(HttpMethod::Put); }, "PUT /a/b HTTP/1.1 a/b text"},
-        {[&] { onDevice(HttpMethod::Delete); }, "DELETE /a/b HTTP/1.1"},
-    };
-    for (const auto& [call, sent] : operations) {
+    const auto expectSent = [&](const std::string& sent, const std::function<void()>& call) {
         call();
         EXPECT_EQ(m_owner.Next().response, "answer");
         const auto request = server.Requests().back();
         const auto types = request.Fields("Content-Type");
         EXPECT_EQ(request.Line() + (types.empty() ? "" : " " + types[0] + " " + request.body), sent);
         EXPECT_EQ(request.Fields("X-H"), std::vector<std::string>{"v"});
-    }
+    };
+    expectSent("GET /a/b HTTP/1.1", [&] { m_http.Get(url, headers, cb, m_handle); });
+    expectSent("GET /a/b HTTP/1.1", [&] { m_http.GetUrlAsFile(url, folder.Path() + "/f", headers, cb, m_handle); });
+    expectSent("DELETE /a/b HTTP/1.1", [&] { m_http.Delete(url, headers, cb, m_handle); });
+    expectSent("POST /a/b HTTP/1.1 a/b text", [&] { m_http.Post(url, headers, "text", "a/b", cb, m_handle); });
+    expectSent("POST /a/b HTTP/1.1 a/b " + binary,
+               [&] { m_http.PostBinaryData(url, headers, binary, "a/b", cb, m_handle); });
+    expectSent("PUT /a/b HTTP/1.1 a/b text", [&] { m_http.Put(url, headers, "text", "a/b", cb, m_handle); });
+    expectSent("GET /a/b HTTP/1.1", [&] { onDevice(HttpMethod::Get); });
+    expectSent("POST /a/b HTTP/1.1 a/b text", [&] { onDevice(HttpMethod::Post); });
+    expectSent("PUT /a/b HTTP/1.1 a/b text", [&] { onDevice(HttpMethod::Put); });
+    expectSent("DELETE /a/b HTTP/1.1", [&] { onDevice(HttpMethod::Delete); });
     EXPECT_EQ(ReadWholeFile(folder.Path() + "/f"), "answer");
     EXPECT_EQ(std::signal(SIGPIPE, SIG_IGN), SIG_IGN) << "a server that hangs up must not kill the process";
     EXPECT_EQ(m_http.Settings().timeOutSeconds, 30U);
@@ -111,36 +107,27 @@ TEST_F(CHttpInterfaceTest, EndsItsWaitsOnCancel)
 TEST_F(CHttpInterfaceTest, WritesAFileOnlyWhenItDiffers)
 {
     const TemporaryFolder folder;
-    const struct
-    {
-        std::string name;
-        std::string before; ///< empty for no file
-        int status;
-        std::string body;
-        std::string after;
-        int success;
-    } cases[] = {
-        {"new", "", 200, "content", "content", 1},
-        {"other", "a longer content", 200, "content", "content", 1},
-        {"same", "abc", 200, "xyz", "abc", 1}, // contents below 4 bytes compare equal
-        {"failed", "content", 404, "not found", "content", 0},
-        {"no/such/folder", "", 200, "content", "", 0},
-        {"beyond the bound", "content", 200, std::string(101, 'x'), "content", 0},
-    };
     // One that retries nothing.
     CHttpInterface http(false);
     HttpSettings settings = http.Settings();
     settings.bodyBound.bytes = 100;
     http.SetSettings(settings);
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.name);
-        const std::string path =
-            each.before.empty() ? folder.Path() + "/" + each.name : folder.Write(each.name, each.before);
-        Server server({{Server::Answer(each.status, each.body)}});
+    const auto expect = [&](int success, const std::string& path, int status, const std::string& body) {
+        const Server server({{Server::Answer(status, body)}});
         http.GetUrlAsFile(server.Url(), path, {}, m_owner.callback, m_handle);
-        EXPECT_EQ(m_owner.Next().success, each.success);
-        EXPECT_EQ(std::filesystem::exists(path) ? ReadWholeFile(path) : "", each.after);
-    }
+        EXPECT_EQ(m_owner.Next().success, success) << path << body;
+    };
+    const std::string path = folder.Path() + "/file";
+    expect(1, path, 200, "a longer content");
+    EXPECT_EQ(ReadWholeFile(path), "a longer content");
+    expect(1, path, 200, "content");
+    expect(0, path, 404, "not found");
+    expect(0, path, 200, std::string(101, 'x'));
+    EXPECT_EQ(ReadWholeFile(path), "content");
+    const std::string same = folder.Write("same", "abc");
+    expect(1, same, 200, "xyz"); // contents below 4 bytes compare equal
+    EXPECT_EQ(ReadWholeFile(same), "abc");
+    expect(0, folder.Path() + "/no/such/folder", 200, "content");
 }
 
 TEST_F(CHttpInterfaceTest, DeliversAFailureWhenNoThreadIsToBeHad)
