@@ -25,31 +25,27 @@ TEST(DFItemConfigFile, FirstStart_WritesTheBuiltInItems)
     DFItemRegistry registry({});
     LoadDiagItemsFromConfigFile(registry);
     const auto list = Stored();
-    std::string items;
+    std::string items = "\n";
     for (const auto& item : list.item()) {
         items += item.subtype() + "|" + DFSCommonPB::DiagFileType_Name(item.filetype()) + "|" +
                  DFSCommonPB::HarvestType_Name(item.harvesttype()) + "|" + item.input() + "|" + item.outputfilename() +
                  "\n";
     }
     // The outputs are full paths, all in the persistence directory.
-    items = std::regex_replace(items, std::regex("\\|/mnt/nv/product-persistence/"), " > ");
-    EXPECT_EQ(items,
-              "logread|LOGREAD|SCRIPT|encrypt-logs dfs-pts-logs.sh > dfs_logread.txt\n"
-              "network info|NETWORKING_INFO|SCRIPT|encrypt-logs dfs-networking-info.sh > dfs_networkinginfo.txt\n"
-              "mfg_data|PERSIST_MFGDATA|EXISTING_FILE|/persist/mfg_data.json > dfs_mfg_data.json\n"
-              "proc_loadavg|PROC_LOADAVG|EXISTING_FILE|/proc/loadavg > dfs_proc_loadavg.txt\n"
-              "memory disk info|DISK_FREE_INFO|SCRIPT|encrypt-logs dfs-memory-disk.sh > dfs_memory_disk.txt\n"
-              "uptime|PROC_UPTIME|SCRIPT|encrypt-logs dfs-uptime.sh > dfs_uptime.txt\n"
-              "mpstat|MPSTAT|SCRIPT|encrypt-logs dfs-mpstat.sh > dfs_mpstat.txt\n"
-              "top|TOP|SCRIPT|encrypt-logs dfs-top.sh > dfs_top.txt\n"
-              "swup_hsm_states|SWUP_HSM_STATES|EXISTING_FILE|/mnt/nv/update/SwUpHsmStates.txt > "
-              "dfs_SwUpHsmStates.json\n"
-              "swup_sys_status|SWUP_SYS_STATUS|EXISTING_FILE|/mnt/nv/update/SwUpSystemStatus.txt > "
-              "dfs_SwUpSystemStatus.json\n"
-              "swup_release_history|SWUP_RELEASE_HISTORY|EXISTING_FILE|/mnt/nv/update/SwUpReleaseHistory.txt > "
-              "dfs_SwUpReleaseHistory.json\n"
-              "coredumpfilelist|CORE_DUMP_FILE_LIST|SCRIPT|encrypt-logs ls -la /data/logs/core* > "
-              "dfs_coredump_filelist.txt\n");
+    EXPECT_EQ(std::regex_replace(items, std::regex("\\|/mnt/nv/product-persistence/dfs_"), " > "), R"(
+logread|LOGREAD|SCRIPT|encrypt-logs dfs-pts-logs.sh > logread.txt
+network info|NETWORKING_INFO|SCRIPT|encrypt-logs dfs-networking-info.sh > networkinginfo.txt
+mfg_data|PERSIST_MFGDATA|EXISTING_FILE|/persist/mfg_data.json > mfg_data.json
+proc_loadavg|PROC_LOADAVG|EXISTING_FILE|/proc/loadavg > proc_loadavg.txt
+memory disk info|DISK_FREE_INFO|SCRIPT|encrypt-logs dfs-memory-disk.sh > memory_disk.txt
+uptime|PROC_UPTIME|SCRIPT|encrypt-logs dfs-uptime.sh > uptime.txt
+mpstat|MPSTAT|SCRIPT|encrypt-logs dfs-mpstat.sh > mpstat.txt
+top|TOP|SCRIPT|encrypt-logs dfs-top.sh > top.txt
+swup_hsm_states|SWUP_HSM_STATES|EXISTING_FILE|/mnt/nv/update/SwUpHsmStates.txt > SwUpHsmStates.json
+swup_sys_status|SWUP_SYS_STATUS|EXISTING_FILE|/mnt/nv/update/SwUpSystemStatus.txt > SwUpSystemStatus.json
+swup_release_history|SWUP_RELEASE_HISTORY|EXISTING_FILE|/mnt/nv/update/SwUpReleaseHistory.txt > SwUpReleaseHistory.json
+coredumpfilelist|CORE_DUMP_FILE_LIST|SCRIPT|encrypt-logs ls -la /data/logs/core* > coredump_filelist.txt
+)");
     EXPECT_EQ(std::filesystem::status(kConfiguration).permissions(), std::filesystem::perms(0600));
 
     std::filesystem::remove(kConfiguration);

@@ -10,7 +10,7 @@
 #include <unistd.h>
 
 using DiagnosticFileSvc::posixSpawnUtils;
-using testing::ElementsAre;
+using Lines = std::vector<std::string>;
 
 struct posixSpawnUtilsTest : testing::Test
 {
@@ -19,11 +19,11 @@ struct posixSpawnUtilsTest : testing::Test
         return posixSpawnUtils::GetInstance().CollectEncryptLogs(m_output, command);
     }
 
-    static std::vector<std::string> LinesOf(const std::function<void()>& operation)
+    static Lines LinesOf(const std::function<void()>& operation)
     {
         const CapturedLog log(3);
         operation();
-        std::vector<std::string> lines = CapturedLog::LinesOf("posixSpawnUtils");
+        Lines lines = CapturedLog::LinesOf("posixSpawnUtils");
         for (std::string& line : lines) {
             line = std::regex_replace(line, std::regex("(pid|exit): [0-9]+$"), "$1: PID");
         }
@@ -68,32 +68,34 @@ TEST_F(posixSpawnUtilsTest, CompressesNothing_WhenTheCommandCouldNotRun)
 TEST_F(posixSpawnUtilsTest, LogsEachStage)
 {
     const std::string named = m_folder.Path() + "/a b.txt";
-    EXPECT_THAT(LinesOf([&] { EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs(named, "exit 2"), 512); }),
-                ElementsAre("3 posixSpawnUtils: posixSpawnUtils::posixSpawnUtils - START",
-                            "3 CollectEncryptLogs: CollectSysLogs - command: exit 2",
-                            "3 CollectEncryptLogs: upload_sys_logs - testpoint #1",
-                            "3 CollectEncryptLogs: upload_sys_logs - testpoint #2",
-                            "3 CollectEncryptLogs: upload_sys_logs - testpoint #3",
-                            "3 CollectEncryptLogs: upload_sys_logs - Child pid: PID",
-                            "3 CollectEncryptLogs: upload_sys_logs - Child status: 2",
-                            "3 CollectEncryptLogs: upload_sys_logs - Child is done, status: 512",
-                            "3 CollectEncryptLogs: upload_sys_logs - Child is done, clean exit: PID",
-                            "3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile - START",
-                            "3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile filename: "
-                            "compress-diag-file.sh " +
-                                named,
-                            "3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile - Child pid: PID",
-                            "3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile - Child status: 2",
-                            "3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile - Child is done, clean "
-                            "exit: PID"));
+    const std::string compress = "3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile ";
+    EXPECT_EQ(LinesOf([&] { EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs(named, "exit 2"), 512); }),
+              (Lines{
+                  "3 posixSpawnUtils: posixSpawnUtils::posixSpawnUtils - START",
+                  "3 CollectEncryptLogs: CollectSysLogs - command: exit 2",
+                  "3 CollectEncryptLogs: upload_sys_logs - testpoint #1",
+                  "3 CollectEncryptLogs: upload_sys_logs - testpoint #2",
+                  "3 CollectEncryptLogs: upload_sys_logs - testpoint #3",
+                  "3 CollectEncryptLogs: upload_sys_logs - Child pid: PID",
+                  "3 CollectEncryptLogs: upload_sys_logs - Child status: 2",
+                  "3 CollectEncryptLogs: upload_sys_logs - Child is done, status: 512",
+                  "3 CollectEncryptLogs: upload_sys_logs - Child is done, clean exit: PID",
+                  compress + "- START",
+                  compress + "filename: compress-diag-file.sh " + named,
+                  compress + "- Child pid: PID",
+                  compress + "- Child status: 2",
+                  compress + "- Child is done, clean exit: PID",
+              }));
     auto& utils = posixSpawnUtils::GetInstance();
     EXPECT_TRUE(std::filesystem::exists(named)) << "the name went to the script unquoted";
-    EXPECT_THAT(LinesOf([&] { utils.TarDiagnosticFiles("x"); }),
-                ElementsAre("3 TarDiagnosticFiles: TarDiagnosticFiles - START",
-                            "3 TarDiagnosticFiles: TarDiagnosticFiles filename: tar-compress-diag-files.sh x",
-                            "3 TarDiagnosticFiles: upload_sys_logs CompressDiagnosticFile - Child pid: PID",
-                            "3 TarDiagnosticFiles: TarDiagnosticFiles - Child status: 1",
-                            "3 TarDiagnosticFiles: TarDiagnosticFiles - Child is done, clean exit: PID"));
+    EXPECT_EQ(LinesOf([&] { utils.TarDiagnosticFiles("x"); }),
+              (Lines{
+                  "3 TarDiagnosticFiles: TarDiagnosticFiles - START",
+                  "3 TarDiagnosticFiles: TarDiagnosticFiles filename: tar-compress-diag-files.sh x",
+                  "3 TarDiagnosticFiles: upload_sys_logs CompressDiagnosticFile - Child pid: PID",
+                  "3 TarDiagnosticFiles: TarDiagnosticFiles - Child status: 1",
+                  "3 TarDiagnosticFiles: TarDiagnosticFiles - Child is done, clean exit: PID",
+              }));
     EXPECT_EQ(LinesOf([&] { EXPECT_EQ(utils.CollectEncryptLogs("/dev/null/x", "true"), ENOTDIR); }).back(),
               "3 CollectEncryptLogs: upload_sys_logs - posix_spawn: ERROR status: 20");
     std::signal(SIGCHLD, SIG_IGN); // the kernel keeps no outcome then

@@ -73,7 +73,6 @@ TEST(Jwt, HasExpired_ByItsTimesAndTheLeeway)
         {1000, 0, 60, 1060, kLate},
         {0, 1000, 60, 940, kGood},
         {0, 1000, 60, 939, kEarly},
-        {1LL << 32, 0, 0, 5, kGood},
         {1LL << 32, 0, 0, 1LL << 32, kLate},
         {INT64_MAX - 9, 0, 60, INT64_MAX - 1, kGood},
         {0, INT64_MIN, 60, INT64_MIN, kGood},

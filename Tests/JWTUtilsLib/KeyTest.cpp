@@ -70,7 +70,6 @@ TEST(Key, ChoosesTheDigest)
     EXPECT_EQ(defaultOf(rsa), NID_sha256);
     EXPECT_EQ(defaultOf(MakeKey(NID_X9_62_prime256v1)), NID_sha256);
     EXPECT_EQ(defaultOf(MakeKey(NID_secp384r1)), NID_sha384);
-    EXPECT_EQ(defaultOf(MakeKey(NID_brainpoolP512r1)), NID_sha512);
     EXPECT_EQ(defaultOf(p521), NID_sha512);
 }
 

@@ -195,28 +195,18 @@ TEST(TaskManager, Join_WaitsUntilAllTasksAreStopped)
 
 TEST(TaskManager, JoinInATask_EndsWhenThatIsStopped)
 {
-    class Service : public APTaskManager, private APTask
-    {
-    public:
-        explicit Service(APTask& part) : APTask("Service", 0, CTask::NOT_REALTIME, -1), m_part(part) { Start(); }
-        ~Service() override { APTask::Stop(); }
-
-    private:
-        void OnEntry() override
-        {
-            AddTask(&m_part);
-            StartAllTasks();
-            JoinAllTasks();
-        }
-        APTask& m_part;
-    };
     Recorder lasting;
+    APTaskManager manager;
+    manager.AddTask(&lasting);
+    manager.StartAllTasks();
     // At the first ones, the task is not yet or just about to wait.
     for (int round = 0; round < 100; ++round) {
-        auto service = std::make_unique<Service>(lasting);
+        Recorder joining;
+        joining.Start();
+        joining.Post([&manager] { manager.JoinAllTasks(); });
         std::this_thread::sleep_for(std::chrono::microseconds(round * 20));
-        auto destroyed = std::async(std::launch::async, [&service] { service.reset(); });
-        ASSERT_EQ(destroyed.wait_for(kDeadline), std::future_status::ready);
+        auto stopped = std::async(std::launch::async, [&joining] { joining.Stop(); });
+        ASSERT_EQ(stopped.wait_for(kDeadline), std::future_status::ready);
     }
     lasting.record("a", 1);
     lasting.Drain();

@@ -29,9 +29,8 @@ static Http::HSMResponse Collect(std::string_view input)
     return response;
 }
 
-static void CheckWaits(Http::HSMResponse response, bool withTable)
+static void CheckWaits(Http::HSMResponse response, const Http::RetrySettings& settings)
 {
-    const auto settings = withTable ? Http::RetrySettings::WithBackoff() : Http::RetrySettings();
     for (const std::int32_t status : {0, 200, 404, 429, 503}) {
         response.status = status;
         Http::RetryPolicy policy(settings, [] { return RAND_MAX; });
@@ -51,8 +50,8 @@ static void CheckWaits(Http::HSMResponse response, bool withTable)
 void CheckInput(const std::string& input)
 {
     const Http::HSMResponse response = Collect(input);
-    CheckWaits(response, true);
-    CheckWaits(response, false);
+    CheckWaits(response, Http::RetrySettings::WithBackoff());
+    CheckWaits(response, {});
     const auto answer = JsonReader::Read(response.response);
     FUZZ_CHECK(answer.value.has_value() == answer.error.empty());
     if (answer.value && answer.value->isObject() && (*answer.value)["uploadUrl"].isString()) {

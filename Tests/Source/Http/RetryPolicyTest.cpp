@@ -121,8 +121,7 @@ TEST(RetryPolicy, DecidesOnRateLimits)
     const Header none(kRemaining, "0"), some(kRemaining, "3"), in100(kReset, kIn100);
     const auto serverError = [](S& s) { s.m_RateLimitStatus = 503; };
     Check({
-        {"waits for the reset, never less", 429, {none, in100}, {{100, 130}}},
-        {"reset before Retry-After", 429, {none, in100, {kAfter, "5"}}, {{100, 130}}},
+        {"waits for the reset, never less, before Retry-After", 429, {none, in100, {kAfter, "5"}}, {{100, 130}}},
         {"reset is now", 429, {none, {kReset, std::to_string(kNow)}, {kAfter, "50"}}, {{50, 65}}},
         {"reset unreadable", 429, {none, {kReset, "soon"}, {kAfter, "50"}}, {{50, 65}}},
         {"count is not read", 429, {some, {kCount, "0"}, {kAfter, "10"}}, {{10, 13}}, {}, 99},
