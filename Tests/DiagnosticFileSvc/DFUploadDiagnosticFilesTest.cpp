@@ -6,6 +6,7 @@
 #include "Memory.h"
 #include "Sanitized.h"
 #include "ScriptedHttpServer.h"
+#include "Texts.h"
 #include "Upload.h"
 
 #include <ctime>
@@ -27,12 +28,8 @@ protected:
 
     Answer Upload(const std::string& archive)
     {
-        DFSCommonPB::UploadTypes items;
-        auto& item = *items.add_uploaditems();
-        item.set_type(DFSCommonPB::TOP);
-        item.set_subtype("top \"quoted\"");
         AnswerProbe probe;
-        DFUploadDiagnosticFiles::GetInstance().PostMetadata(items, archive, &probe.callback);
+        DFUploadDiagnosticFiles::GetInstance().PostMetadata({}, archive, &probe.callback);
         return probe.Next();
     }
 
@@ -72,11 +69,8 @@ TEST_F(DFUploadDiagnosticFilesTest, TakesInOfAnAnswerWhatTheRequesterCanBeTold)
 {
     constexpr std::size_t kSize = std::size_t{16} << 20U;
     constexpr std::size_t kKept = std::size_t{1} << 20U;
-    std::string json = kUploadUrl.substr(0, kUploadUrl.size() - 1) + ",\"a\":[1";
-    while (json.size() < kSize) {
-        json += ",1";
-    }
-    json += "]}";
+    const std::string json =
+        kUploadUrl.substr(0, kUploadUrl.size() - 1) + ",\"a\":[1" + Repeated(",1", kSize / 2) + "]}";
     for (const std::string& body : {json, std::string(kSize, '\x01')}) {
         for (const std::vector<Server::Step>& script :
              {std::vector<Server::Step>{{Server::Answer(200, body)}},
@@ -124,52 +118,45 @@ TEST_F(DFUploadDiagnosticFilesTest, SendsAndLogsWhatIsStated_AndRetriesBothPosts
     const std::string md5 = "630f1bf5d79ba418f008798ea4ca85e0";
     const auto requests = cloud.Requests();
     ASSERT_EQ(requests.size(), 4U);
-    const struct
-    {
-        int level;
-        std::string operation;
-        std::vector<std::string> texts;
-    } operations[] = {
-        // clang-format off
-        {3, "SetDeviceInfoCB", {"SetDeviceInfoCB - START", "deviceName: Kitchen \xc3\xa9"}},
-        {3, "PostMetadataCB", {"PostMetadataCB - START"}},
-        {3, "LoadMetadata", {"LoadMetadata - START"}},
-        {3, "PostMetadataCB", {"upload_sys_logs marketing product name: VRD9", "upload_sys_logs product type: meridel",
-                               "upload_sys_logs product id: " + kGuid}},
-        {3, "BuildMetadataPostHeader", {"BuildMetadataPostHeader - START"}},
-        {3, "LoadProductJwt", {"LoadProductJwt - START", "Product Jwt is loaded", "LoadProductJwt - START"}},
-        {4, "BuildMetadataPostHeader", {"upload_sys_logs product jwt: a.b.c",
-            R"(upload_sys_logs - metadata headers: {"Connection":"keep-alive","Content-Type":"application/json",)"
-            R"("x-product-token":"a.b.c"})"}},
-        {3, "BuildMetadataPayload", {"BuildMetadataPayload - START",
-                                     "upload_sys_logs software version: 1.0.67-10452+c5f2e8b",
-                                     "payload: " + requests[0].body}},
-        {3, "PostMetadataCB", {"upload_sys_logs post metadata url: http://diagnostics.vantor.example/senders/" + kGuid +
-                               "/metadata"}},
-        {6, "HandleRetryHeaders", {kByTheTable}},
-        {3, "MetaDataPostRespCB", {"MetaDataPostRespCB - START", "MetaDataPostRespCB, Response:",
-                                   "response: " + kUploadUrl,
-                                   "MetaDataPostRespCB, uploadUrl: http://127.0.0.1:8888/archive"}},
-        {3, "PostDiagnosticFile", {"PostDiagnosticFile - START"}},
-        {3, "CalculateMD5Checksum", {"CalculateMD5Checksum - START",
-                                     "upload_sys_logs - CalculateMD5Checksum, result: " + md5}},
-        {3, "PostDiagnosticFile", {"compressed file size:21"}},
-        {3, "BuildDiagnosticFilePostHeader", {"BuildDiagnosticFilePostHeader - START"}},
-        {3, "LoadProductJwt", {"LoadProductJwt - START", "Product Jwt is loaded", "LoadProductJwt - START"}},
-        {4, "BuildDiagnosticFilePostHeader", {"upload_sys_logs product jwt: a.b.c",
-            R"(\n\nupload_sys_logs - BuildDiagnosticFilePostHeader: {"Content-MD5":")" + md5 +
-            R"(","Content-Type":"application/octet-stream","x-product-token":"a.b.c"})"}},
-        {6, "HandleRetryHeaders", {kByTheTable}},
-        {3, "DiagFilePostRespCB", {"DiagFilePostRespCB - START", "DiagFilePostRespCB, Response:", "response: {}",
-                                   "DiagFilePostRespCB, post failed"}},
-        // clang-format on
-    };
     std::vector<std::string> expected;
-    for (const auto& each : operations) {
-        for (const std::string& text : each.texts) {
-            expected.push_back(std::to_string(each.level) + " " + each.operation + ": " + text);
+    const auto expect = [&expected](const std::string& operation, const std::vector<std::string>& texts) {
+        for (const std::string& text : texts) {
+            expected.push_back(operation + text);
         }
-    }
+    };
+    expect("3 SetDeviceInfoCB: ", {"SetDeviceInfoCB - START", "deviceName: Kitchen \xc3\xa9"});
+    expect("3 PostMetadataCB: ", {"PostMetadataCB - START"});
+    expect("3 LoadMetadata: ", {"LoadMetadata - START"});
+    expect("3 PostMetadataCB: ", {"upload_sys_logs marketing product name: VRD9",
+                                  "upload_sys_logs product type: meridel", "upload_sys_logs product id: " + kGuid});
+    expect("3 BuildMetadataPostHeader: ", {"BuildMetadataPostHeader - START"});
+    expect("3 LoadProductJwt: ", {"LoadProductJwt - START", "Product Jwt is loaded", "LoadProductJwt - START"});
+    expect("4 BuildMetadataPostHeader: ",
+           {"upload_sys_logs product jwt: a.b.c",
+            R"(upload_sys_logs - metadata headers: {"Connection":"keep-alive","Content-Type":"application/json",)"
+            R"("x-product-token":"a.b.c"})"});
+    expect("3 BuildMetadataPayload: ",
+           {"BuildMetadataPayload - START", "upload_sys_logs software version: 1.0.67-10452+c5f2e8b",
+            "payload: " + requests[0].body});
+    expect("3 PostMetadataCB: ",
+           {"upload_sys_logs post metadata url: http://diagnostics.vantor.example/senders/" + kGuid + "/metadata"});
+    expect("6 HandleRetryHeaders: ", {kByTheTable});
+    expect("3 MetaDataPostRespCB: ",
+           {"MetaDataPostRespCB - START", "MetaDataPostRespCB, Response:", "response: " + kUploadUrl,
+            "MetaDataPostRespCB, uploadUrl: http://127.0.0.1:8888/archive"});
+    expect("3 PostDiagnosticFile: ", {"PostDiagnosticFile - START"});
+    expect("3 CalculateMD5Checksum: ",
+           {"CalculateMD5Checksum - START", "upload_sys_logs - CalculateMD5Checksum, result: " + md5});
+    expect("3 PostDiagnosticFile: ", {"compressed file size:21"});
+    expect("3 BuildDiagnosticFilePostHeader: ", {"BuildDiagnosticFilePostHeader - START"});
+    expect("3 LoadProductJwt: ", {"LoadProductJwt - START", "Product Jwt is loaded", "LoadProductJwt - START"});
+    expect("4 BuildDiagnosticFilePostHeader: ",
+           {"upload_sys_logs product jwt: a.b.c",
+            R"(\n\nupload_sys_logs - BuildDiagnosticFilePostHeader: {"Content-MD5":")" + md5 +
+                R"(","Content-Type":"application/octet-stream","x-product-token":"a.b.c"})"});
+    expect("6 HandleRetryHeaders: ", {kByTheTable});
+    expect("3 DiagFilePostRespCB: ", {"DiagFilePostRespCB - START", "DiagFilePostRespCB, Response:", "response: {}",
+                                      "DiagFilePostRespCB, post failed"});
     EXPECT_EQ(lines, expected);
     for (const auto& request : requests) {
         EXPECT_THAT(request.Fields("x-product-token"), testing::ElementsAre("a.b.c"));

@@ -43,11 +43,9 @@ TEST(DFUploadFiles, RemovesWhatACrashHasLeft_ButNothingElse)
     DFUploadFiles().RemoveAll();
     EXPECT_EQ(NamesIn(kDirectory), (Names{"someone-elses.json", ".gz"}));
     EXPECT_TRUE(std::filesystem::exists("/tmp/kept") && std::filesystem::exists("/persist/mfg_data.json"));
-    for (const char* unreadable : {"{\"UploadManifest\":", "[]", "{\"item\":[{\"filename\":\"x\"}]}"}) {
-        WriteWholeFile(kManifest, unreadable);
-        DFUploadFiles().RemoveAll();
-        EXPECT_FALSE(std::filesystem::exists(kManifest));
-    }
+    WriteWholeFile(kManifest, "{\"UploadManifest\":");
+    DFUploadFiles().RemoveAll();
+    EXPECT_FALSE(std::filesystem::exists(kManifest)) << "one that is cut off";
 }
 
 TEST(DFUploadFiles, ListsWhatIsThere_AndSaysWhatIsMissing)

@@ -9,10 +9,8 @@ TEST(DFUploadMetadata, HoldsProductVersionTimeAndItems)
 {
     setenv("TZ", "XXX-5", 1); // NOLINT(concurrency-mt-unsafe): there is no other thread
     DFSCommonPB::UploadTypes items;
-    for (const char* subType : {"top \"quoted\"", "top"}) {
-        items.add_uploaditems()->set_type(DFSCommonPB::TOP);
-        items.mutable_uploaditems()->rbegin()->set_subtype(subType);
-    }
+    items.add_uploaditems()->set_type(DFSCommonPB::TOP);
+    items.mutable_uploaditems(0)->set_subtype("top \"quoted\"");
     const std::pair<const char*, std::string> cases[] = {
         {R"({"short": "2.1", "build_number": 77, "abbrev_commit": "abc"})", "2.1-77+abc"},
         {R"({"short": "2.1"})", "2.1-99999+0.000.000"},
@@ -26,6 +24,6 @@ TEST(DFUploadMetadata, HoldsProductVersionTimeAndItems)
                   "\"softwareVersion\":\"" +
                       version +
                       R"(","fileType":"VRD9 Diagnostics","uploadTimeStamp":"2026-11-15T03:04:05Z",)"
-                      R"("uploadedItems":[{"type":"TOP","subType":"top \"quoted\""},{"type":"TOP","subType":"top"}]})");
+                      R"("uploadedItems":[{"type":"TOP","subType":"top \"quoted\""}]})");
     }
 }

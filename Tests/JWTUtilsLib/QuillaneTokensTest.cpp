@@ -76,11 +76,13 @@ TEST_F(QuillaneTokensTest, LogsEachOperation_AndDoesWithoutTimes)
         ExpectLines(kLog, lines, [&] { EXPECT_EQ(Read(json), isRead); });
     };
     const auto before = std::chrono::system_clock::now() - std::chrono::seconds(1000);
+    EXPECT_TRUE(Read(Json("a", "r")));
     expectRead(true, R"({"QuillaneTokens":)" + Json("a", kNone) + "}",
                {"3 WriteFileStr: Writing " + sideFile,
                 "2 ReadFile: Refresh token not found, setting refresh m_refreshTokenExpirationTime to 0",
                 reading + timeStamp, assumes("4 ReadFile: Timestamp file not found")});
     EXPECT_EQ(m_tokens.RefreshToken().Text(), "");
+    EXPECT_EQ(m_tokens.RefreshRefreshDelay(FromSeconds(-1000)), 700U) << "it is 0";
     expectRead(true, Json("a", "r"),
                {reading + sideFile, "1 Refresh timestamp file (MISSING REFRESH TOKEN) is not valid, error: (stoll)",
                 reading + timeStamp, assumes("4 ReadFile: Timestamp file not found")});

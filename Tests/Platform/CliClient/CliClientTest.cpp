@@ -110,9 +110,9 @@ TEST_F(CliClientTest, Command_IsRunWithItsArgumentsAndAnsweredToWhoAsked)
         {"service show 'a b' \"\"", R"(reply 5 1{ "a b", "" })"},
         {" service show types 9 ", R"(reply 5 2{ "9" })"},
         {"Service show", kUnknown},
+        {"service show 'a", "failed 5 a quote is not closed"},
         {"worse", "reply 5 done"},
         {"big", "failed 5 a text of 1048576 bytes is too long for the command line"},
-        {"service", kUnknown},
     };
     Tool other;
     Tool tool;

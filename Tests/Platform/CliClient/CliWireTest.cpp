@@ -3,11 +3,9 @@
 
 #include <gtest/gtest.h>
 
-using Words = std::vector<std::string>;
-
 TEST(CommandWords, Split_TakesQuotesAndBackslashes)
 {
-    const std::pair<const char*, Words> cases[] = {
+    const std::pair<const char*, std::vector<std::string>> cases[] = {
         {" \t ", {}},
         {"  a\tb  c ", {"a", "b", "c"}},
         {R"("a b" 'c "d' e\ f)", {"a b", "c \"d", "e f"}},

@@ -13,17 +13,6 @@ static ClientProbe::Request Upload(const std::string& file)
     return request;
 }
 
-TEST_F(GatrixClientTest, Interest_IsToldWhenItsEndpointsComeAndGo)
-{
-    Connect();
-    client->RegisterEndpointsOfInterest({"/a", "b"}, probe.ready, probe.notReady);
-    EXPECT_EQ(gateway->Read(), R"({"endpoints":["/a","b"],"op":"interest"})");
-    gateway->Send(R"({"op":"ready","endpoints":["/a","b"]})");
-    EXPECT_EQ(probe.Next(), R"(ready { "/a", "b" })");
-    gateway->Send(R"({"op":"notReady","endpoints":["b"]})");
-    EXPECT_EQ(probe.Next(), R"(not ready { "b" })");
-}
-
 TEST_F(GatrixClientTest, Requests_AreAnsweredTypedAndRaw)
 {
     Connect();
@@ -103,9 +92,16 @@ TEST_F(GatrixClientTest, DeliveredRequests_AreAnsweredOnceWhateverTheHandlerDoes
     EXPECT_EQ(CapturedLog::LinesOf("GatrixClient", "/p: a second answer").size(), 2U);
 }
 
-TEST_F(GatrixClientTest, Notifications_GoBothWays)
+TEST_F(GatrixClientTest, Notifications_GoBothWaysAndEndpointsComeAndGo)
 {
     Connect();
+    client->RegisterEndpointsOfInterest({"/a", "b"}, probe.ready, probe.notReady);
+    EXPECT_EQ(gateway->Read(), R"({"endpoints":["/a","b"],"op":"interest"})");
+    gateway->Send(R"({"op":"ready","endpoints":["/a","b"]})");
+    EXPECT_EQ(probe.Next(), R"(ready { "/a", "b" })");
+    gateway->Send(R"({"op":"notReady","endpoints":["b"]})");
+    EXPECT_EQ(probe.Next(), R"(not ready { "b" })");
+
     client->SubscribeToNotification<Request>("/n", probe.notified, 2.5);
     EXPECT_EQ(gateway->Read(), R"({"endpoint":"/n","op":"subscribe","version":2.5})");
     for (const std::string rest :

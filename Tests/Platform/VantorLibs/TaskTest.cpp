@@ -32,9 +32,6 @@ public:
         entries.push_back(text + std::to_string(number));
     }
 
-    // NOLINTNEXTLINE(performance-unnecessary-value-param): a handler that takes its argument over
-    void CountOwners(std::shared_ptr<int> value) { entries.push_back(std::to_string(value.use_count())); }
-
     /** Waits until everything posted before has run. */
     void Drain()
     {
@@ -70,11 +67,10 @@ TEST(Task, WhatIsPosted_RunsInOrderOnItsThreadAlsoBehindAnException)
     task.Start();
     task.record("bad", -1);
     copy("b", 2);
-    AsyncCallback<std::shared_ptr<int>>(&task, &task, &Recorder::CountOwners)(std::make_shared<int>());
     task.Drain();
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
                 HasSubstr("RecorderOfCallbacks: a handler ended with an exception: negative"));
-    EXPECT_THAT(task.entries, ElementsAre("a1", "b2", "1"));
+    EXPECT_THAT(task.entries, ElementsAre("a1", "b2"));
     EXPECT_EQ(task.thread, "RecorderOfCallb");
 }
 
@@ -111,11 +107,10 @@ TEST(Task, Stop_DropsWhatWaitsAndLetsTheRunningHandlerEnd)
         release.get_future().wait();
         isFinished = true;
     });
-    task.record("never", 1);
     entered.get_future().wait();
     auto waiting = std::make_shared<int>();
     const std::weak_ptr<int> dropped = waiting;
-    task.Post([&task, owned = std::move(waiting)] { task.Record("never", 2); });
+    task.Post([&task, owned = std::move(waiting)] { task.Record("never", 1); });
     std::thread stopper([&task] { task.Stop(); });
     EXPECT_TRUE(WaitUntil([&dropped] { return dropped.expired(); }));
     release.set_value();

@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <filesystem>
 #include <system_error>
 #include <thread>
 
@@ -32,7 +31,7 @@ struct CHttpInterfaceTest : testing::Test
 
 TEST_F(CHttpInterfaceTest, PerformsEachOperation)
 {
-    Server server(std::vector<Server::Step>(10, {Server::Answer(200, "answer")}), 8090);
+    Server server(std::vector<Server::Step>(6, {Server::Answer(200, "answer")}), 8090);
     const TemporaryFolder folder;
     const std::string url = server.Url("/a/b");
     const std::string binary("\0\1", 2);
@@ -49,13 +48,9 @@ TEST_F(CHttpInterfaceTest, PerformsEachOperation)
         EXPECT_EQ(request.Line() + (types.empty() ? "" : " " + types[0] + " " + request.body), sent);
         EXPECT_EQ(request.Fields("X-H"), std::vector<std::string>{"v"});
     };
-    expectSent("GET /a/b HTTP/1.1", [&] { m_http.Get(url, headers, cb, m_handle); });
     expectSent("GET /a/b HTTP/1.1", [&] { m_http.GetUrlAsFile(url, folder.Path() + "/f", headers, cb, m_handle); });
-    expectSent("DELETE /a/b HTTP/1.1", [&] { m_http.Delete(url, headers, cb, m_handle); });
-    expectSent("POST /a/b HTTP/1.1 a/b text", [&] { m_http.Post(url, headers, "text", "a/b", cb, m_handle); });
     expectSent("POST /a/b HTTP/1.1 a/b " + binary,
                [&] { m_http.PostBinaryData(url, headers, binary, "a/b", cb, m_handle); });
-    expectSent("PUT /a/b HTTP/1.1 a/b text", [&] { m_http.Put(url, headers, "text", "a/b", cb, m_handle); });
     expectSent("GET /a/b HTTP/1.1", [&] { onDevice(HttpMethod::Get); });
     expectSent("POST /a/b HTTP/1.1 a/b text", [&] { onDevice(HttpMethod::Post); });
     expectSent("PUT /a/b HTTP/1.1 a/b text", [&] { onDevice(HttpMethod::Put); });

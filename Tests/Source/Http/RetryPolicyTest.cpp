@@ -21,7 +21,6 @@ const std::string kCount = "X-Retry-Count";
 const std::string kBehavior = "X-Retry-Behavior";
 const std::string kRemaining = "X-Ratelimit-Remaining";
 const std::string kReset = "X-Ratelimit-Reset";
-const std::string kIn100 = std::to_string(kNow + 100);
 
 /** The shortest and the longest wait that chance may give, or that there is none. */
 using Wait = std::pair<std::uint32_t, std::uint32_t>;
@@ -86,7 +85,6 @@ TEST(RetryPolicy, Decides)
         {"any status", 404, {}, {{1, 3}, kGivesUp},
          [](S& s) { s.m_RetryAnyStatus = true; s.m_RetryBackoffSeconds = {2}; }},
         {"status not in the list", 500, {}, {kGivesUp}},
-        {"an empty list matches nothing", 503, {}, {kGivesUp}, [](S& s) { s.m_RetryableStatuses = {}; }},
         {"the repeated table goes on", 503, {}, {{1, 1}, {3, 5}, {3, 5}, {3, 5}},
          [](S& s) { s.m_RetryBackoffSeconds = {1, 4}; s.m_RetryBackoffRepeat = true; }},
         {"zero in the table", 503, {}, {kGivesUp}, [](S& s) { s.m_RetryBackoffSeconds = {0, 5}; }},
@@ -104,7 +102,6 @@ TEST(RetryPolicy, Decides)
         {"no count, repeated table", 500, {{kAfter, "1"}}, {{1, 1}}, [](S& s) { s.m_RetryBackoffRepeat = true; }, 1000},
         {"no count, no table", 599, {{kAfter, "1"}}, {{1, 1}, {1, 1}, {1, 1}, {1, 1}, kGivesUp},
          [](S& s) { s.m_RetryBackoffSeconds = {}; }},
-        {"grows", 503, {unlimited, grow, {kAfter, "10"}}, {{7, 13}, {14, 26}, {28, 52}, {56, 104}}},
         {"grows to the cap", 503, {unlimited, grow, {kAfter, "10"}}, {{28672, 53248}, {30240, 56160}}, {}, 12},
         {"grows beyond all numbers", 503, {unlimited, grow, {kAfter, "4294967295"}},
          {{30240, 56160}, {30240, 56160}, {30240, 56160}}, {}, 28},
@@ -118,7 +115,7 @@ TEST(RetryPolicy, Decides)
 
 TEST(RetryPolicy, DecidesOnRateLimits)
 {
-    const Header none(kRemaining, "0"), some(kRemaining, "3"), in100(kReset, kIn100);
+    const Header none(kRemaining, "0"), some(kRemaining, "3"), in100(kReset, std::to_string(kNow + 100));
     const auto serverError = [](S& s) { s.m_RateLimitStatus = 503; };
     Check({
         {"waits for the reset, never less, before Retry-After", 429, {none, in100, {kAfter, "5"}}, {{100, 130}}},

@@ -13,7 +13,6 @@ using Http::HSMResponse;
 using namespace testing; // NOLINT(google-build-using-namespace): its matchers
 using Server = ScriptedHttpServer;
 using Then = ScriptedHttpServer::Then;
-using Strings = std::vector<std::string>;
 
 static Server::Step Ok(const std::string& body = {})
 {
@@ -143,7 +142,6 @@ TEST_F(SimpleURLFetcherTest, RepeatsWhatFails_AsOftenAsItIsTo)
         {nullptr, {closed, reset}, 1, CURLE_RECV_ERROR, 0, 1},
         {nullptr, {busy, inHeader}, 1, CURLE_PARTIAL_FILE, 0, 1},
         {nullptr, {hanging}, 1, CURLE_OPERATION_TIMEDOUT, 0, 0},
-        {"", {}, 1, CURLE_URL_MALFORMAT, 0, 0},
         {"file:///etc/passwd", {}, 1, CURLE_UNSUPPORTED_PROTOCOL, 0, 0},
         {"http://127.0.0.1:1/", {}, 1, CURLE_COULDNT_CONNECT, 0, 1},
     };
@@ -160,7 +158,7 @@ TEST_F(SimpleURLFetcherTest, RepeatsWhatFails_AsOftenAsItIsTo)
         RecordSleeps(99);
         const CapturedLog log;
         const HSMResponse response = m_fetcher.Put({}, "all of it", "text/plain");
-        EXPECT_EQ(CapturedLog::LinesOf("TestAutomation"), Strings(each.retries, "6 HTTP Retry"));
+        EXPECT_EQ(CapturedLog::LinesOf("TestAutomation"), std::vector<std::string>(each.retries, "6 HTTP Retry"));
         EXPECT_EQ(response.curlCode, each.result);
         EXPECT_EQ(response.status, each.status);
         EXPECT_EQ(response.success, each.status == 200 ? 1 : 0);
