@@ -37,6 +37,7 @@ TEST(DFItemSelection, GoesByTypesAndSubType_OrAddsACustomFile)
     expect(RequestOf({TOP}, longest + "x"), {}, "Upload request's subType is longer than 4096 bytes");
     expect(RequestOf(most), {});
     expect(RequestOf(tooMany), {}, "Upload request names more than 100 file types");
+    expect(RequestOf({}, "", "/a/c.log"), {}, "Custom file upload requires exactly one file type");
     expect(RequestOf({TOP, LOGREAD}, "", "/a/c.log"), {}, "Custom file upload requires exactly one file type");
     expect(RequestOf({TOP}, "", {"/a\0x", 4}), {}, "Upload request's fileToUpload holds a NUL");
     expect(RequestOf({TOP}, "", longest), {longest});

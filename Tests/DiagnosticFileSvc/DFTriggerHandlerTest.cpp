@@ -7,8 +7,7 @@
 #include <filesystem>
 
 using namespace DFSCommonPB;
-using testing::HasSubstr;
-using testing::MatchesRegex;
+using namespace testing; // NOLINT(google-build-using-namespace): its matchers
 
 class DFTriggerHandlerTest : public Pipeline
 {

@@ -53,7 +53,6 @@ TEST(CliWire, LineThatIsNoRequest_IsNotDecoded)
         R"({"request":"jump","id":1})",
         R"({"request":["list"],"id":1})",
         R"({"request":"list","id":-1})",
-        R"({"request":"list","id":"1"})",
         R"({"request":"list","id":2147483648})",
         R"({"request":"list","id":1.5})",
     };

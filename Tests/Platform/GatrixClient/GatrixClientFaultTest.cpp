@@ -7,9 +7,7 @@
 
 #include <future>
 
-using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
+using namespace testing; // NOLINT(google-build-using-namespace): its matchers
 
 constexpr char kGetForNine[] = R"({"op":"request","id":9,"version":1,"endpoint":"/g","method":"GET"})";
 

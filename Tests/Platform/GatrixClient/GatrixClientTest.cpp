@@ -3,8 +3,7 @@
 
 #include <limits>
 
-using testing::HasSubstr;
-using testing::StartsWith;
+using namespace testing; // NOLINT(google-build-using-namespace): its matchers
 
 static ClientProbe::Request Upload(const std::string& file)
 {

@@ -9,7 +9,6 @@ TEST(Base64Encoder, Decode_TakesWholeTextsAndNothingElse)
     const std::pair<std::string, std::string> cases[] = {
         {"Zg==", "f"},
         {"Zm8=", "fo"},
-        {"Zm9vYmFy", "foobar"},
         {"+//+", "\xfb\xff\xfe"},
         {Repeated("Zm9v", 1 << 20) + "AP8=", Repeated("foo", 1 << 20) + std::string("\0\xff", 2)},
     };

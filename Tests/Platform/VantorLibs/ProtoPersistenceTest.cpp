@@ -12,8 +12,7 @@
 #include <sys/stat.h>
 
 namespace fs = std::filesystem;
-using testing::ElementsAre;
-using testing::HasSubstr;
+using namespace testing; // NOLINT(google-build-using-namespace): its matchers
 using Failure = ProtoPersistenceIF::ProtoPersistenceException;
 
 static const std::string kFolder = "/mnt/nv/product-persistence";

@@ -54,11 +54,9 @@ TEST(ThereCanBeOnlyOne, SecondProcess_IsRefusedByNameUntilTheHolderEnds)
 TEST(SystemUtils, ReadFile_ReadsWholeFilesAndNothingElse)
 {
     const TemporaryFolder folder;
-    const std::string content = std::string(100000, 'x') + '\0' + "end";
-    constexpr std::size_t kLargest = std::size_t{16} * 1024 * 1024;
-    EXPECT_EQ(SystemUtils::ReadFile(folder.Write("largest", std::string(kLargest, 'x'))).size(), kLargest);
-    EXPECT_EQ(SystemUtils::ReadFile(folder.Write("larger", std::string(kLargest + 1, 'x'))), "");
-    EXPECT_EQ(SystemUtils::ReadFile(folder.Write("file", content)), content);
+    const std::string largest = std::string((16 << 20) - 4, 'x') + '\0' + "end";
+    EXPECT_TRUE(SystemUtils::ReadFile(folder.Write("largest", largest)) == largest);
+    EXPECT_EQ(SystemUtils::ReadFile(folder.Write("larger", largest + "x")), "");
     EXPECT_THAT(SystemUtils::ReadFile("/proc/self/status"), HasSubstr("VmRSS"));
     const std::string pipe = folder.Path() + "/pipe";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);

@@ -14,8 +14,7 @@
 
 namespace
 {
-using testing::ElementsAre;
-using testing::HasSubstr;
+using namespace testing; // NOLINT(google-build-using-namespace): its matchers
 
 /** Remembers what its handler was called with. */
 class Recorder : public APTask
@@ -53,7 +52,6 @@ struct Touched
 {
     void Touch(int times) { touches += times; }
     int& touches;
-    CallbackConnection connection;
 };
 } // namespace
 
@@ -158,10 +156,11 @@ TEST(AsyncCallback, Target_IsKeptWhenSharedAndNotMissedWhenGone)
 
     int touches = 0;
     Recorder task;
-    auto connected = std::unique_ptr<Touched>(new Touched{touches, CallbackConnection(&task)});
-    AsyncCallback<int>(connected->connection, connected.get(), &Touched::Touch)(1);
-    connected.reset();
-    auto shared = std::shared_ptr<Touched>(new Touched{touches, CallbackConnection(&task)});
+    Touched connected{touches};
+    auto connection = std::make_unique<CallbackConnection>(&task);
+    AsyncCallback<int>(*connection, &connected, &Touched::Touch)(1);
+    connection.reset();
+    auto shared = std::shared_ptr<Touched>(new Touched{touches});
     const std::weak_ptr<Touched> watched = shared;
     AsyncCallback<int>(&task, std::move(shared), &Touched::Touch)(2);
     EXPECT_FALSE(watched.expired());

@@ -109,6 +109,7 @@ TEST(RetryPolicy, Decides)
         {"grows from the table's first", 503, {grow}, {{10, 20}, {21, 39}, {42, 78}, {84, 156}, kGivesUp}},
         {"capital letter", 503, {{kBehavior, "Exponential"}, {kAfter, "10"}}, {{7, 13}, {7, 13}}},
         {"no time, the default", 500, {{kBehavior, "constant"}}, {{10, 20}, {10, 20}, {10, 20}, {10, 20}, kGivesUp}},
+        {"no time, the default grows", 500, {grow}, {{10, 20}, {21, 39}}},
         {"default of zero", 500, {grow}, {kGivesUp}, [](S& s) { s.m_DefaultRetryValue = 0; }},
     });
 }
@@ -121,7 +122,7 @@ TEST(RetryPolicy, DecidesOnRateLimits)
         {"waits for the reset, never less, before Retry-After", 429, {none, in100, {kAfter, "5"}}, {{100, 130}}},
         {"reset is now", 429, {none, {kReset, std::to_string(kNow)}, {kAfter, "50"}}, {{50, 65}}},
         {"reset unreadable", 429, {none, {kReset, "soon"}, {kAfter, "50"}}, {{50, 65}}},
-        {"count is not read", 429, {some, {kCount, "0"}, {kAfter, "10"}}, {{10, 13}}, {}, 99},
+        {"count is not read", 429, {some, in100, {kCount, "0"}, {kAfter, "10"}}, {{10, 13}}, {}, 99},
         {"no time, and no default for it", 429, {none, {kBehavior, "constant"}}, {kGivesUp}},
         {"remaining not told, count", 429, {{kCount, "2"}, {kAfter, "10"}}, {{10, 13}, {10, 13}, kGivesUp}},
         {"switched off", 429, {none, in100}, {kGivesUp}, [](S& s) { s.m_HandleRateLimit = false; }},
