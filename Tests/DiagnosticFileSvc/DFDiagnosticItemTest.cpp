@@ -1,4 +1,5 @@
 #include "DFDiagnosticItem.h"
+#include "UploadSysInfo.pb.h"
 
 #include <gtest/gtest.h>
 
@@ -21,4 +22,21 @@ TEST(DFDiagnosticItem, StampsFileNames)
                   std::string("/mnt/nv/product-persistence/") + stamped);
     }
     EXPECT_EQ(DFDiagnosticItem::AddDateTimeToFilename("/mnt/nv/", 1706745599), "");
+}
+
+TEST(DFDiagnosticItem, TakesItsOutputFromTheRegistrationOrItsSubType)
+{
+    DFSCommonPB::diagItemRegistration registration;
+    registration.set_input("encrypt-logs date");
+    registration.set_filetype(DFSCommonPB::EXE_SCRIPT);
+    registration.set_subtype(" clock  state");
+    registration.set_harvesttype(DFSCommonPB::SCRIPT);
+    const DFDiagnosticItem item(registration);
+    EXPECT_EQ(item.GetOutputFilename(), "/mnt/nv/product-persistence/dfs__clock__state");
+    EXPECT_EQ(item.GetInput() + item.GetSubType(), "encrypt-logs date clock  state");
+    EXPECT_EQ(item.GetDiagFileType(), DFSCommonPB::EXE_SCRIPT);
+    EXPECT_EQ(item.GetHarvestType(), DFSCommonPB::SCRIPT);
+
+    registration.set_outputfilename("/mnt/nv/product-persistence/dfs_clock.txt");
+    EXPECT_EQ(DFDiagnosticItem(registration).GetOutputFilename(), "/mnt/nv/product-persistence/dfs_clock.txt");
 }
