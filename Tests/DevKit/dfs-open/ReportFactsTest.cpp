@@ -113,7 +113,7 @@ TEST(ReportFacts, WhatIsNotThere_IsToldApartFromWhatIsNotUnderstood)
         {"/proc/loadavg", "1 2 1000000000000001 7/153 68"},
     };
     for (const auto& [title, text] : misunderstood) {
-        EXPECT_THAT(Read("x", "==> " + title + " <==\n" + text + '\n').unread,
+        EXPECT_THAT(Read("x", std::string("==> ").append(title).append(" <==\n").append(text).append("\n")).unread,
                     ElementsAre("the section \"" + title + "\" of the item \"x\""));
     }
     EXPECT_THAT(Read("top", "\n==== processes ====\nPID VIRT RES %CPU COMMAND\n7 0.6g 17628 3.0 init\n").processes,

@@ -42,7 +42,7 @@ TEST(CloudFault, ClientThatGoesAway_LeavesNothingBehind)
 {
     const TestCloud cloud;
     const std::string path = cloud.Announce();
-    Client(cloud, "POST " + path + " HTTP/1.1\r\nContent-Length: 100\r\n\r\npart");
+    std::make_unique<Client>(cloud, "POST " + path + " HTTP/1.1\r\nContent-Length: 100\r\n\r\npart").reset();
     EXPECT_FALSE(cloud.Request(2).complete);
     EXPECT_EQ(cloud.Request(2).bodySize, 4U);
     EXPECT_EQ(cloud.Stored(), 1U);

@@ -74,6 +74,7 @@ TEST(CloudScript, BadScript_IsRefusedWithTheReason)
         {R"([{"resetAfterBytes":1,"resetAfterRequestBytes":1}])", "exclude each other"},
     };
     for (const auto& [text, reason] : cases) {
-        EXPECT_THAT(ErrorOf<std::invalid_argument>([&] { DiagCloud::ParseScript(text); }), HasSubstr(reason)) << text;
+        EXPECT_THAT(ErrorOf<std::invalid_argument>([&text = text] { DiagCloud::ParseScript(text); }), HasSubstr(reason))
+            << text;
     }
 }
