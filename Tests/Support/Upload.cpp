@@ -26,7 +26,7 @@ std::vector<std::string> ArrivedUpload::SubTypes() const
 static Finished Open(std::vector<std::string> words)
 {
     words.insert(words.begin(), {Program("dfs-open"), "--key", DEVELOPMENT_KEY});
-    const Finished opened = RunProgram(words);
+    Finished opened = RunProgram(words);
     EXPECT_EQ(opened.status, 0) << opened.output;
     return opened;
 }

@@ -39,11 +39,11 @@ is_up() { [ "$(property ActiveState)" = active ] && vcli --timeout 1 help | grep
 has_new_process() { is_up && [ "$(property MainPID)" != "$1" ]; }
 begin_anew() { systemctl reset-failed "$unit"; systemctl restart "$unit"; await 10 is_up; }
 
-# Sets $answer, and $archive to what arrived.
+# upload [TYPE]: sets $answer, and $archive to what arrived.
 upload() {
     archive=
     touch /tmp/before
-    answer=$(vcli --wait=120 diagfileservice upload 2>&1 | tail -n 1)
+    answer=$(vcli --wait=120 diagfileservice upload "$@" 2>&1 | tail -n 1)
     archive=$(find $suite/cloud -name '*.tar.gz' -newer /tmp/before | head -n 1)
 }
 items() { tar -tzf "$archive" | sed 's/_[0-9]\{14\}//' | sort; }
@@ -79,6 +79,13 @@ systemd-run --quiet --unit=gateway gatrix-gateway
 cp -R $suite/used-device/. /
 await 10 sh -c 'ss -ltn | grep -q :8888 && ss -ltn | grep -q :8084'
 
+no_certificate() {
+    upload 16
+    [ "$answer" = "Upload status code = 400" ] || echo "answered $answer"
+    await 5 sh -c "journalctl -q --no-pager | grep 'diag-seal.*certificate $certificate'" ||
+        echo "diag-seal tells no reason"
+}
+result "no certificate" "$(no_certificate)" "nothing is sent; diag-seal tells why"
 cp $suite/diag-recipient.pem $certificate
 
 result "upload of everything" "$(brings_all)" "$(wc -l <$suite/box.items) members, those of the device box, each whole"
@@ -93,6 +100,16 @@ custom_file() {
 for folder in /tmp /root; do
     result "file in $folder" "$(custom_file $folder/note 2>&1)" "uploaded as it is"
 done
+
+killed() {
+    before=$(property MainPID)
+    vcli --no-wait diagfileservice upload >/dev/null
+    await 10 sh -c "ls $storage/dfs_*" || echo "the upload has not begun"
+    kill -KILL "$before"
+    await 30 has_new_process "$before" || { echo "not up again"; return; }
+    brings_all
+}
+result "kill -9 in an upload" "$(killed)" "up again, and the next upload is complete"
 
 crash_loop() {
     mkdir -p /run/systemd/system/$unit.d
@@ -115,6 +132,29 @@ crash_loop() {
 }
 result "crash loop" "$(crash_loop)" "stays down after 10; a manual start is refused until reset-failed"
 
+full_disk() {
+    systemctl stop $unit
+    mount -t tmpfs -o size=4m tmpfs /mnt/nv
+    cp -R $suite/used-device/mnt/nv/. /mnt/nv
+    begin_anew
+    before=$(property MainPID)
+    cat /dev/zero >/mnt/nv/filler 2>/dev/null
+    upload
+    [ "$answer" = "Upload status code = 400" ] || echo "answered $answer on a full disk"
+    rm /mnt/nv/filler
+    brings_all
+    [ "$(property MainPID)" = "$before" ] || echo "the service has not survived"
+    systemctl stop $unit
+    umount /mnt/nv
+    begin_anew
+}
+result "full disk" "$(full_disk)" "answered with 400; complete once there is room"
+
+oom_kills() {
+    group=$(property ControlGroup)
+    sed -n 's/^oom_kill //p' "/sys/fs/cgroup$group/memory.events" \
+        "/sys/fs/cgroup/memory$group/memory.oom_control" 2>/dev/null
+}
 # Four incompressible files that fill the largest archive, and one that it then has no room for.
 largest_archive() {
     systemctl stop $unit
@@ -130,11 +170,17 @@ largest_archive() {
     before=$(property MainPID)
     upload
     size=$(stat -c %s "$archive" 2>/dev/null || echo 0)
+    kills=$(oom_kills)
     peak=$(sed -n 's/^VmHWM:[^0-9]*\([0-9]*\).*/\1/p' "/proc/$before/status")
     echo "$((size >> 20)) MiB sent, service at $((peak >> 10)) of $(($(property MemoryMax) >> 20)) MiB" >/tmp/detail
     [ "$answer" = "Upload status code = 200" ] || echo "answered $answer"
     [ "$size" -gt $((150 << 20)) ] || echo "an archive of $size bytes"
     [ "$(property MainPID)" = "$before" ] || echo "the service has not survived"
+    case $kills in
+        0) ;;
+        '') echo ", no cap in force here" >>/tmp/detail ;;
+        *) echo "$kills processes were ended for memory" ;;
+    esac
     systemctl stop $unit
     rm -f /root/large* "$archive"
     cp /tmp/registry $registry

@@ -198,10 +198,10 @@ TEST(ReportFacts, EveryList_HasABound)
         time[10] = 'T';
         // Digits do not tell errors apart.
         const auto letter = [minute](Seconds step) { return static_cast<char>('a' + minute / step % 26); };
-        log += time + "+0000 v A: error " + letter(1) + letter(26) + letter(26 * 26) + '\n';
+        log += time + "+0000 v A: error " + letter(1) + letter(26) + letter(Seconds{26} * 26) + '\n';
         disks += "disk 100 50 50 50% /mnt/" + std::to_string(minute) + '\n';
     }
-    const Facts facts = Read("all", log + disks.substr(0, 1000 * 1000));
+    const Facts facts = Read("all", log + disks.substr(0, std::size_t{1000} * 1000));
     EXPECT_EQ(facts.log->minutes.size(), 50000U);
     EXPECT_EQ(facts.log->undated, 1U);
     EXPECT_EQ(facts.log->errors.size(), 2000U);

@@ -11,7 +11,7 @@ namespace
 std::string MaskedByOne(const std::string& input, std::size_t pieceSize)
 {
     static DiagSeal::Masker masker({}, std::make_unique<DiagSeal::SecretFinder>(DiagSeal::BuiltInRules()));
-    const std::string output = MaskedBy(masker, input, pieceSize);
+    std::string output = MaskedBy(masker, input, pieceSize);
     // A key that has begun ends here, a dump after so many lines at the latest.
     for (int line = 0; line < 64; ++line) {
         MaskedBy(masker, "\n-----END\n", 16);

@@ -98,6 +98,15 @@ test('the search is worked by keyboard', () => visit('real', {}, async (page) =>
   await page.getByText('Found nowhere.').waitFor();
 }));
 
+test('every control is reached by the tabulator key', () => visit('real', {}, async (page) => {
+  const reached = new Set();
+  for (let at = 0; at < 150; at += 1) {
+    await page.keyboard.press('Tab');
+    reached.add(await page.evaluate(() => document.activeElement.className || document.activeElement.id || document.activeElement.tagName));
+  }
+  for (const name of ['skip', 'query', 'tile serious', 'SUMMARY']) assert(reached.has(name), `${name} of ${[...reached]}`);
+}));
+
 test('hostile texts stay texts', () => visit('hostile', {}, async (page, said) => {
   assert.strictEqual(await page.evaluate(() => window.hit), undefined);
   assert.strictEqual(await page.locator('img, iframe, object, .item b').count(), 0);
