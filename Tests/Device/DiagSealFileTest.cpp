@@ -36,7 +36,7 @@ TEST(DiagSealFileTest, WhatIsNoRegularFile_IsRefused)
         const Sealed sealed = RunDiagSeal("file -- " + path);
         EXPECT_EQ(sealed.status, 1) << path;
         EXPECT_EQ(sealed.written, "") << path;
-        EXPECT_EQ(sealed.errors, "diag-seal: " + path + ": " + reason + '\n');
+        EXPECT_EQ(sealed.errors, std::string("diag-seal: ").append(path).append(": ").append(reason).append("\n"));
     }
 }
 

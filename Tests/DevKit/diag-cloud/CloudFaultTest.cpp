@@ -32,7 +32,7 @@ TEST(CloudFault, ClientBeyondTheLimit_WaitsForAnotherToGo)
     const TestCloud cloud("[]", settings);
     auto first = std::make_unique<Client>(cloud, "GET / HTTP/1.1\r\n\r\n");
     EXPECT_TRUE(cloud.WaitForRequest(1, kDeadline));
-    Client second(cloud, "GET / HTTP/1.1\r\nConnection: close\r\n\r\n");
+    const Client second(cloud, "GET / HTTP/1.1\r\nConnection: close\r\n\r\n");
     EXPECT_FALSE(cloud.WaitForRequest(2, std::chrono::milliseconds(100)));
     first.reset();
     EXPECT_THAT(second.ReadAll(), Answer(404));
@@ -52,14 +52,14 @@ TEST(CloudFault, StuckClients_HinderNeitherOthersNorTheStop)
 {
     TestCloud cloud(R"([{"delayMs": 600000}, {"hang": true}])");
     const std::string request = "GET / HTTP/1.1\r\n\r\n";
-    Client waiting(cloud, request);
+    const Client waiting(cloud, request);
     cloud.Request(1);
-    Client hung(cloud, request);
+    const Client hung(cloud, request);
     cloud.Request(2);
-    Client silent(cloud, "");
+    const Client silent(cloud, "");
     const Client inHeader(cloud, "POST /senders/");
     const Client inBody(cloud, "POST /senders/x/metadata HTTP/1.1\r\nContent-Length: 100\r\n\r\n{");
-    Client idle(cloud, request);
+    const Client idle(cloud, request);
     cloud.Request(3);
 
     EXPECT_THAT(cloud.PostMetadata(), Answer(200));

@@ -2,7 +2,9 @@
 
 #include "Script.h"
 
-#include <sstream>
+#include <cerrno>
+#include <netinet/in.h>
+#include <sys/socket.h>
 
 const std::string TestCloud::kMetadata =
     R"({"productName":"","productId":"GUID-1","productType":"t","softwareVersion":"1.0","fileType":"f",)"
@@ -11,19 +13,21 @@ const std::string TestCloud::kContent = "The quick brown fox jumps over the lazy
 const std::string TestCloud::kMd5 = "Content-MD5: 9e107d9d372bb6826bd81d3542a419d6\r\n";
 
 Client::Client(const DiagCloud::CloudServer& cloud, const std::string& bytes)
-    : m_stream("127.0.0.1", std::to_string(cloud.Port()))
+    : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
 {
-    m_stream.expires_after(kDeadline);
-    EXPECT_TRUE(m_stream << bytes << std::flush);
+    const sockaddr_in address{AF_INET, htons(cloud.Port()), {htonl(INADDR_LOOPBACK)}, {}};
+    const timeval limit{kDeadline.count(), 0};
+    setsockopt(m_socket.Get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    EXPECT_EQ(connect(m_socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    EXPECT_TRUE(m_socket.WriteAll(bytes));
 }
 
-std::string Client::ReadAll()
+std::string Client::ReadAll() const
 {
-    std::ostringstream text;
-    text << m_stream.rdbuf();
-    const bool isReset = m_stream.error() == boost::asio::error::connection_reset;
-    EXPECT_TRUE(isReset || m_stream.error() == boost::asio::error::eof) << m_stream.error();
-    return text.str() + (isReset ? " RESET" : "");
+    std::string text;
+    const bool isOrderly = m_socket.ReadAll(text);
+    EXPECT_TRUE(isOrderly || errno == ECONNRESET) << "the connection does not end";
+    return isOrderly ? text : text + " RESET";
 }
 
 testing::Matcher<std::string> Answer(int status, const std::string& text)

@@ -2,9 +2,9 @@
 
 #include "CloudServer.h"
 #include "Deadline.h"
+#include "FileDescriptor.h"
 #include "TemporaryFolder.h"
 
-#include <boost/asio/ip/tcp.hpp>
 #include <gmock/gmock.h>
 
 #include <string>
@@ -16,10 +16,10 @@ public:
     Client(const DiagCloud::CloudServer& cloud, const std::string& bytes);
 
     /** What is sent up to the end of the connection; " RESET" follows when it ended so. */
-    std::string ReadAll();
+    std::string ReadAll() const;
 
 private:
-    boost::asio::ip::tcp::iostream m_stream;
+    FileDescriptor m_socket;
 };
 
 /** Matches a whole answer of that status that has the text. */
