@@ -27,12 +27,16 @@ void Shortage::OfThreads(bool isShort)
 
 void* operator new(std::size_t size)
 {
-    const bool isRefused = s_refusedFrom != 0 && size >= s_refusedFrom;
-    void* const memory = isRefused ? nullptr : std::malloc(size == 0 ? 1 : size);
+    void* const memory = operator new(size, std::nothrow);
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
     return memory;
+}
+
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    return s_refusedFrom != 0 && size >= s_refusedFrom ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
 
 void operator delete(void* memory) noexcept
@@ -48,7 +52,8 @@ void operator delete(void* memory, std::size_t /*size*/) noexcept
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* argument)
 {
-    static const auto create = reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+    using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+    static const auto create = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
     return s_areThreadsShort && !s_isExempt ? EAGAIN : create(thread, attributes, body, argument);
 }
 #endif
