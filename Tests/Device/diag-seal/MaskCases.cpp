@@ -1,14 +1,18 @@
 #include "MaskCases.h"
 
-#include "StringUtils.h"
-
 #include <algorithm>
 #include <fstream>
 #include <stdexcept>
 
 namespace
 {
-using StringUtils::FindReplace;
+std::string WithReplaced(std::string text, const std::string& from, const std::string& to)
+{
+    for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+        text.replace(at, from.size(), to);
+    }
+    return text;
+}
 
 std::vector<std::string> Rows(const std::string& name)
 {
@@ -16,8 +20,8 @@ std::vector<std::string> Rows(const std::string& name)
     std::vector<std::string> rows;
     for (std::string line; std::getline(file, line);) {
         if (line.front() != '#') {
-            line = FindReplace(FindReplace(FindReplace(line, "␤", "\n"), "␍", "\r"), "␛", "\x1b");
-            rows.push_back(FindReplace(line, "␀", std::string(1, '\0')));
+            line = WithReplaced(WithReplaced(WithReplaced(line, "␤", "\n"), "␍", "\r"), "␛", "\x1b");
+            rows.push_back(WithReplaced(line, "␀", std::string(1, '\0')));
         }
     }
     if (rows.size() < 80) {
