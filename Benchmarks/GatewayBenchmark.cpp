@@ -158,7 +158,7 @@ void MeasureStart(const std::string& self, const std::string& service, const std
         floor.push_back(TimeOfStart(acceptor, {self, "hello"}, "hello", 1));
         setenv("LD_PRELOAD", libraries.c_str(), 1); // NOLINT(concurrency-mt-unsafe): there is one thread
         loaded.push_back(TimeOfStart(acceptor, {self, "hello"}, "hello", 1));
-        unsetenv("LD_PRELOAD"); // NOLINT(concurrency-mt-unsafe)
+        unsetenv("LD_PRELOAD"); // NOLINT(concurrency-mt-unsafe): the same
     }
     std::printf(
         "start to all registrations, us\t%.0f\t%.0f\tat most 2\t"

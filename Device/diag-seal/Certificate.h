@@ -10,7 +10,7 @@ namespace DiagSeal
 
 /**
  * The recipient's certificate. Its key is RSA of 2048 bits or more, or of an elliptic curve of 224 bits or more. These
- * are equally strong (NIST SP 800-57, part 1, table 2). Not thread-safe.
+ * limits are equally strong (NIST SP 800-57, part 1, table 2). Not thread-safe.
  */
 class Certificate
 {

@@ -31,7 +31,8 @@ namespace Gatrix
  * - 413: the request is too large for a frame.
  * - 503: there is no connection (told at once), it dropped before the answer, or 16 MiB of frames wait for the gateway
  *   to read them.
- * - 504: no answer came within the client's limit. One that comes later is dropped.
+ * - 504: no answer came within the client's limit.
+ * An answer that comes after its request was completed is dropped.
  *
  * What is called while connected is sent in the order of the calls. A frame that is too large, or that would make more
  * than 16 MiB wait, is logged and dropped. A request gets its error callback instead, and the request of an answer that

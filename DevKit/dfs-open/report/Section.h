@@ -22,8 +22,8 @@ struct Section
 };
 
 /**
- * The parts of an item. Each begins with a line such as "==> TITLE <==", or "==== TITLE ====" as devices with earlier
- * scripts write all of them. Without such a line, the whole item.
+ * The parts of an item. Each begins with a line such as "==> TITLE <==". Devices with earlier scripts begin all of them
+ * with "==== TITLE ====". Without such a line, the whole item.
  */
 std::vector<Section> Sections(const Document& document, std::size_t index);
 
