@@ -37,10 +37,10 @@ public:
     /**
      * Asks for an upload.
      *
-     * @param response invoked once, whatever fails, with the cloud's body and HTTP status. It gets 400 for a bad request
-     * (see DFLimits.h for what is too much), an empty collection, a failed archive or an internal error. Not owned;
-     * must stay alive until the next request's answer. While another request is in progress, that one's requester is
-     * told 555 and this request is dropped unanswered.
+     * @param response invoked once, whatever fails, with the cloud's body and HTTP status. It gets 400 for a bad
+     * request (see DFLimits.h for what is too much), an empty collection, a failed archive or an internal error. Not
+     * owned; must stay alive until the next request's answer. While another request is in progress, that one's
+     * requester is told 555 and this request is dropped unanswered.
      */
     void UploadDiagFileRequest(DFSCommonPB::UploadRequest request, Answer* response);
 
