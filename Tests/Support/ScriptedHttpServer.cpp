@@ -2,14 +2,13 @@
 
 #include "Deadline.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
-#include <arpa/inet.h>
 #include <cstring>
-#include <netinet/in.h>
-#include <stdexcept>
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/time.h>
-#include <unistd.h>
 
 std::vector<std::string> ScriptedHttpServer::Request::Fields(const std::string& name) const
 {
@@ -23,40 +22,22 @@ std::vector<std::string> ScriptedHttpServer::Request::Fields(const std::string& 
 }
 
 ScriptedHttpServer::ScriptedHttpServer(std::vector<Step> script, std::uint16_t port)
-    : m_script(std::move(script)), m_listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    : m_script(std::move(script)),
+      m_server(
+          port, 16, [this](FileDescriptor connection, const auto& /*seat*/) { Serve(std::move(connection)); },
+          [](const std::string& line) { ADD_FAILURE() << "the scripted server: " << line; })
 {
-    const int on = 1;
-    setsockopt(m_listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    sockaddr_in address{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
-    socklen_t length = sizeof address;
-    auto* const generic = reinterpret_cast<sockaddr*>(&address);
-    if (bind(m_listener, generic, length) != 0 || listen(m_listener, 16) != 0 ||
-        getsockname(m_listener, generic, &length) != 0) {
-        throw std::runtime_error("the scripted server cannot listen");
-    }
-    m_port = ntohs(address.sin_port);
-    m_thread = std::thread([this] {
-        for (int connection = 0; (connection = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC)) >= 0;) {
-            ServeConnection(connection);
-        }
-    });
+    m_server.Start();
 }
 
-ScriptedHttpServer::~ScriptedHttpServer()
+void ScriptedHttpServer::Serve(FileDescriptor connection)
 {
-    shutdown(m_listener, SHUT_RDWR); // accept returns
-    m_thread.join();
-    close(m_listener);
-}
-
-void ScriptedHttpServer::ServeConnection(int connection)
-{
-    const auto sendAll = [connection](const std::string& bytes) {
-        send(connection, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-    };
+    const int socket = connection.Get();
+    const auto sendAll = [socket](const std::string& bytes) { send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL); };
     const timeval deadline{kDeadline.count(), 0};
-    setsockopt(connection, SOL_SOCKET, SO_RCVTIMEO, &deadline, sizeof deadline);
-    const std::shared_ptr<std::FILE> stream(fdopen(connection, "r"), std::fclose);
+    fcntl(socket, F_SETFL, 0); // it blocks
+    setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &deadline, sizeof deadline);
+    const std::shared_ptr<std::FILE> stream(fdopen(connection.Release(), "r"), std::fclose);
 
     Request request;
     char buffer[65536] = "";
@@ -89,7 +70,7 @@ void ScriptedHttpServer::ServeConnection(int connection)
         m_hanging.push_back(stream);
     }
     const linger immediately{step.then == Then::Reset ? 1 : 0, 0};
-    setsockopt(connection, SOL_SOCKET, SO_LINGER, &immediately, sizeof immediately);
+    setsockopt(socket, SOL_SOCKET, SO_LINGER, &immediately, sizeof immediately);
 }
 
 std::vector<ScriptedHttpServer::Request> ScriptedHttpServer::Requests() const

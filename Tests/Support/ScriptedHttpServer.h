@@ -1,12 +1,9 @@
 #pragma once
 
-#include <cstdint>
+#include "LoopbackServer.h"
+
 #include <cstdio>
 #include <map>
-#include <memory>
-#include <mutex>
-#include <string>
-#include <thread>
 #include <vector>
 
 /**
@@ -41,12 +38,9 @@ public:
     };
 
     explicit ScriptedHttpServer(std::vector<Step> script, std::uint16_t port = 0 /* any that is free */);
-    ~ScriptedHttpServer();
-    ScriptedHttpServer(const ScriptedHttpServer&) = delete;
-    ScriptedHttpServer& operator=(const ScriptedHttpServer&) = delete;
 
-    std::uint16_t Port() const { return m_port; }
-    std::string Url(const std::string& path = "/") const { return "http://127.0.0.1:" + std::to_string(m_port) + path; }
+    std::uint16_t Port() const { return m_server.Port(); }
+    std::string Url(const std::string& path = "/") const { return "http://127.0.0.1:" + std::to_string(Port()) + path; }
     std::vector<Request> Requests() const;
     bool WaitForRequests(std::size_t count) const;
 
@@ -55,13 +49,11 @@ public:
                               const std::map<std::string, std::string>& headers = {});
 
 private:
-    void ServeConnection(int connection);
+    void Serve(FileDescriptor connection);
 
     const std::vector<Step> m_script;
-    const int m_listener;
-    std::uint16_t m_port = 0;
     mutable std::mutex m_mutex;
     std::vector<Request> m_requests;
     std::vector<std::shared_ptr<std::FILE>> m_hanging;
-    std::thread m_thread;
+    LoopbackServer m_server; ///< Last: its thread uses the others.
 };
