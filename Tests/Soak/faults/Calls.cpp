@@ -75,6 +75,34 @@ void KillChild(pid_t process)
 
 // NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the C library's are reserved
 
+/** A call that fails with -1 and the error when it is the turn of its kind, and is the C library's else. */
+#define CALL(kind, error, result, name, parameters, arguments)                \
+    extern "C" result name parameters                                         \
+    {                                                                         \
+        return IsDue(FaultKind::kind, error) ? -1 : Next<::name>() arguments; \
+    }
+
+// clang-format off
+CALL(Open, EIO, int, access, (const char* path, int mode), (path, mode))
+CALL(Fsync, EIO, int, fsync, (int file), (file))
+CALL(Rename, ENOSPC, int, rename, (const char* from, const char* to), (from, to))
+CALL(Rename, ENOSPC, int, renameat, (int a, const char* from, int b, const char* to), (a, from, b, to))
+CALL(Unlink, EIO, int, unlink, (const char* path), (path))
+CALL(Unlink, EIO, int, unlinkat, (int folder, const char* path, int flags), (folder, path, flags))
+CALL(Mkdir, ENOSPC, int, mkdir, (const char* path, mode_t mode), (path, mode))
+CALL(Eventfd, EMFILE, int, eventfd, (unsigned int value, int flags), (value, flags))
+CALL(Poll, EINTR, int, epoll_wait, (int set, epoll_event* events, int count, int wait), (set, events, count, wait))
+CALL(Socket, EMFILE, int, socket, (int domain, int type, int protocol), (domain, type, protocol))
+CALL(Socket, EMFILE, int, accept4, (int file, sockaddr* peer, socklen_t* size, int flags), (file, peer, size, flags))
+CALL(Connect, ENETUNREACH, int, connect, (int file, const sockaddr* peer, socklen_t size), (file, peer, size))
+CALL(Send, ECONNRESET, ssize_t, sendmsg, (int file, const msghdr* message, int flags), (file, message, flags))
+CALL(Send, ECONNRESET, ssize_t, send, (int file, const void* bytes, std::size_t size, int flags),
+     (file, bytes, Moved(FaultKind::Send, size), flags))
+CALL(Receive, ECONNRESET, ssize_t, recvmsg, (int file, msghdr* message, int flags), (file, message, flags))
+CALL(Receive, ECONNRESET, ssize_t, recv, (int file, void* bytes, std::size_t size, int flags),
+     (file, bytes, Moved(FaultKind::Receive, size), flags))
+// clang-format on
+
 extern "C" int open(const char* path, int flags, ...)
 {
     va_list rest;
@@ -91,11 +119,6 @@ extern "C" int openat(int folder, const char* path, int flags, ...)
     const mode_t mode = va_arg(rest, mode_t);
     va_end(rest);
     return IsDue(FaultKind::Open, EMFILE) ? -1 : Next<::openat>()(folder, path, flags, mode);
-}
-
-extern "C" int access(const char* path, int mode) noexcept
-{
-    return IsDue(FaultKind::Open, EIO) ? -1 : Next<::access>()(path, mode);
 }
 
 extern "C" std::FILE* fopen64(const char* path, const char* mode)
@@ -125,88 +148,10 @@ extern "C" ssize_t write(int descriptor, const void* bytes, std::size_t size)
     return IsDue(kind, ENOSPC) ? -1 : Next<::write>()(descriptor, bytes, Moved(kind, size));
 }
 
-extern "C" int fsync(int descriptor)
-{
-    return IsDue(FaultKind::Fsync, EIO) ? -1 : Next<::fsync>()(descriptor);
-}
-
-extern "C" int rename(const char* from, const char* to) noexcept
-{
-    return IsDue(FaultKind::Rename, ENOSPC) ? -1 : Next<::rename>()(from, to);
-}
-
-extern "C" int renameat(int fromFolder, const char* from, int toFolder, const char* to) noexcept
-{
-    return IsDue(FaultKind::Rename, ENOSPC) ? -1 : Next<::renameat>()(fromFolder, from, toFolder, to);
-}
-
-extern "C" int unlink(const char* path) noexcept
-{
-    return IsDue(FaultKind::Unlink, EIO) ? -1 : Next<::unlink>()(path);
-}
-
-extern "C" int unlinkat(int folder, const char* path, int flags) noexcept
-{
-    return IsDue(FaultKind::Unlink, EIO) ? -1 : Next<::unlinkat>()(folder, path, flags);
-}
-
-extern "C" int mkdir(const char* path, mode_t mode) noexcept
-{
-    return IsDue(FaultKind::Mkdir, ENOSPC) ? -1 : Next<::mkdir>()(path, mode);
-}
-
-extern "C" int eventfd(unsigned int value, int flags) noexcept
-{
-    return IsDue(FaultKind::Eventfd, EMFILE) ? -1 : Next<::eventfd>()(value, flags);
-}
-
 extern "C" int poll(pollfd* entries, nfds_t count, int milliseconds)
 {
     const int wait = milliseconds >= kLongWaitMilliseconds ? milliseconds / kSpeed : milliseconds;
     return IsDue(FaultKind::Poll, ENOMEM) ? -1 : Next<::poll>()(entries, count, wait);
-}
-
-extern "C" int epoll_wait(int descriptor, epoll_event* events, int count, int milliseconds)
-{
-    return IsDue(FaultKind::Poll, EINTR) ? -1 : Next<::epoll_wait>()(descriptor, events, count, milliseconds);
-}
-
-extern "C" int socket(int domain, int type, int protocol) noexcept
-{
-    return IsDue(FaultKind::Socket, EMFILE) ? -1 : Next<::socket>()(domain, type, protocol);
-}
-
-extern "C" int accept4(int descriptor, sockaddr* address, socklen_t* size, int flags)
-{
-    return IsDue(FaultKind::Socket, EMFILE) ? -1 : Next<::accept4>()(descriptor, address, size, flags);
-}
-
-extern "C" int connect(int descriptor, const sockaddr* address, socklen_t size)
-{
-    return IsDue(FaultKind::Connect, ENETUNREACH) ? -1 : Next<::connect>()(descriptor, address, size);
-}
-
-extern "C" ssize_t send(int descriptor, const void* bytes, std::size_t size, int flags)
-{
-    return IsDue(FaultKind::Send, ECONNRESET) ? -1
-                                              : Next<::send>()(descriptor, bytes, Moved(FaultKind::Send, size), flags);
-}
-
-extern "C" ssize_t sendmsg(int descriptor, const msghdr* message, int flags)
-{
-    return IsDue(FaultKind::Send, ECONNRESET) ? -1 : Next<::sendmsg>()(descriptor, message, flags);
-}
-
-extern "C" ssize_t recv(int descriptor, void* bytes, std::size_t size, int flags)
-{
-    return IsDue(FaultKind::Receive, ECONNRESET)
-               ? -1
-               : Next<::recv>()(descriptor, bytes, Moved(FaultKind::Receive, size), flags);
-}
-
-extern "C" ssize_t recvmsg(int descriptor, msghdr* message, int flags)
-{
-    return IsDue(FaultKind::Receive, ECONNRESET) ? -1 : Next<::recvmsg>()(descriptor, message, flags);
 }
 
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
