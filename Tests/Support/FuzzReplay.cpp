@@ -1,32 +1,20 @@
-// Runs a fuzz target once for each file of the folders given: what fuzzing begins with, and what it has found before.
+// Runs a fuzz target once for each file of the folder CORPUS: what fuzzing begins with, and what it has found before.
 
-#include "DeviceBoxOnly.h"
 #include "FuzzTarget.h"
+#include "TemporaryFolder.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
+#include <gtest/gtest.h>
+
 #include <iostream>
-#include <iterator>
-#include <string>
 
-int main(int argc, char* argv[])
+TEST(Corpus, HasNoFinding)
 {
-    RequireDeviceBox();
-    std::size_t count = 0;
-    for (int i = 1; i < argc; ++i) {
-        for (const auto& entry : std::filesystem::directory_iterator(argv[i])) {
-            // Written before the run: the last name is that of the input that ended it.
-            std::cout << entry.path().filename().string() << std::endl;
-            std::ifstream file(entry.path(), std::ios::binary);
-            CheckInput({std::istreambuf_iterator<char>(file), {}});
-            ++count;
-        }
+    const std::string corpus = std::getenv("CORPUS"); // NOLINT(concurrency-mt-unsafe): there is one thread
+    const auto names = NamesIn(corpus);
+    EXPECT_FALSE(names.empty());
+    for (const std::string& name : names) {
+        // Written before the run: the last name is that of the input that ended it.
+        std::cout << name << std::endl;
+        CheckInput(ReadWholeFile(corpus + "/" + name));
     }
-    if (count == 0) {
-        std::cerr << "there is no input to replay\n";
-        return EXIT_FAILURE;
-    }
-    std::cout << count << " inputs replayed\n";
-    return EXIT_SUCCESS;
 }
