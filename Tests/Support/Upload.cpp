@@ -23,22 +23,11 @@ std::vector<std::string> ArrivedUpload::SubTypes() const
     return subTypes;
 }
 
-static Finished Open(std::vector<std::string> words)
-{
-    words.insert(words.begin(), {Program("dfs-open"), "--key", DEVELOPMENT_KEY});
-    Finished opened = RunProgram(words);
-    EXPECT_EQ(opened.status, 0) << opened.output;
-    return opened;
-}
-
 std::string ArrivedUpload::Content(const std::string& subType) const
 {
-    return Open({archivePath, "--cat", subType}).output;
-}
-
-bool ArrivedUpload::IsWhole() const
-{
-    return Open({archivePath, "--list"}).status == 0;
+    const Finished opened = RunProgram({Program("dfs-open"), archivePath, "--key", DEVELOPMENT_KEY, "--cat", subType});
+    EXPECT_EQ(opened.status, 0) << opened.output;
+    return opened.output;
 }
 
 ArrivedUpload LatestUpload(const DiagCloud::CloudServer& cloud)

@@ -19,11 +19,8 @@ struct ArrivedUpload
     /** Sub-types of the manifest, in order. */
     std::vector<std::string> SubTypes() const;
 
-    /** The plain content of the items of that sub-type. */
+    /** The plain content of the items of that sub-type; the running test fails when they are not whole. */
     std::string Content(const std::string& subType) const;
-
-    /** Whether every member of the archive is whole and can be decrypted; the running test fails otherwise. */
-    bool IsWhole() const;
 };
 
 /** The latest archive that has arrived; the running test fails when there is none. */

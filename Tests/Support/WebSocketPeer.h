@@ -14,8 +14,6 @@ class WebSocketPeer
 public:
     WebSocketPeer();
     ~WebSocketPeer();
-    WebSocketPeer(const WebSocketPeer&) = delete;
-    WebSocketPeer& operator=(const WebSocketPeer&) = delete;
 
     /** Connects, without a word yet. @throws boost::system::system_error when nobody listens */
     void Connect(std::uint16_t port, const char* address = "127.0.0.1");

@@ -107,9 +107,7 @@ TEST_F(Process, GoesOnWithoutACommandLine_WhenItCannotBeHad)
 
 TEST_F(Process, StaysAlive_WhenItsAssemblyFails)
 {
-    if (kIsSanitized) {
-        GTEST_SKIP() << "the sanitizer's own address space is beyond any limit";
-    }
+    SKIP_IF_SANITIZED("the sanitizer's own address space is beyond any limit");
     // Stacks of 1 GiB each: there is room for two threads, not for the task of the command line.
     m_service = std::make_unique<ChildProcess>(std::vector<std::string>{
         "sh", "-c", "ulimit -s 1048576 && ulimit -v 3145728 && exec \"$0\"", Program("DiagnosticFileService")});
