@@ -1,5 +1,5 @@
 // Makes each call of the service go wrong once, one at a time, and checks after each that nothing was lost.
-// Usage: faults.js PROGRAMS KEY LIBRARY faults|kills [--every N] [--seconds N] [--share FOLDER]
+// Usage: faults.js PROGRAMS KEY LIBRARY faults|kills [--every N] [--share FOLDER]
 //                  [--scenario NAME] [--kind KIND] [--mode MODE]
 'use strict';
 
@@ -11,7 +11,6 @@ const { cleanUp, sleep, until } = require('../../System/gateway/support.js');
 
 const isWanted = (name, value) => [value, 'all'].includes(option(name, 'all'));
 const every = Number(option('--every', '1'));
-const seconds = Number(option('--seconds', '86400'));
 /** At how many moments of its life each child is killed. */
 const kMoments = 100;
 const kShortened = ['read', 'write', 'log', 'send', 'receive'];
@@ -20,9 +19,6 @@ const kEnds = { lost: 'lost', killed: 'ended as stated', 'ended as stated': 'end
 const control = new Faults();
 const world = new World();
 let faults = Math.floor(every / 2);
-let notTried = 0;
-/** When the scenario must be left, so that each has its share of the time. */
-let end = 0;
 
 /** One fault: what came of it, or nothing if there are not so many calls. */
 async function tryFault(scenario, { kind, mode, failAt, moment }) {
@@ -64,10 +60,6 @@ async function tryAll(unit) {
     const { scenario, kind, mode, child } = unit;
     await scenario.enter(world);
     for (const fault of faultsOf(unit)) {
-        if (Date.now() > end) {
-            ++notTried;
-            continue;
-        }
         let outcome;
         try {
             outcome = await tryFault(scenario, fault);
@@ -109,13 +101,9 @@ async function unitsOf(scenario) {
 }
 
 async function main() {
-    const scenarios = kScenarios.filter(({ name }) => isWanted('--scenario', name));
-    const last = Date.now() + 2000 * seconds; // a slow machine takes long to prepare a scenario
     await world.start();
-    for (const scenario of scenarios) {
-        const units = Date.now() < last ? await unitsOf(scenario) : [];
-        end = Date.now() + (1000 * seconds) / scenarios.length;
-        for (const unit of units) {
+    for (const scenario of kScenarios.filter(({ name }) => isWanted('--scenario', name))) {
+        for (const unit of await unitsOf(scenario)) {
             const piece = [scenario.name, unit.kind, unit.mode, unit.child].join('-');
             if (isWanted('--kind', unit.kind) && isWanted('--mode', unit.mode) && claim(piece)) {
                 await tryAll(unit);
@@ -123,9 +111,6 @@ async function main() {
         }
     }
     cleanUp();
-    if (notTried > 0) {
-        console.log(`${notTried} faults were not tried for want of time`);
-    }
     process.exit(exitStatus());
 }
 
