@@ -19,12 +19,6 @@ TemporaryFolder::TemporaryFolder()
     m_path = pattern;
 }
 
-TemporaryFolder::~TemporaryFolder()
-{
-    std::error_code ignored;
-    fs::remove_all(m_path, ignored);
-}
-
 std::string TemporaryFolder::Write(const std::string& name, const std::string& content) const
 {
     std::string path = m_path + "/" + name;
@@ -52,7 +46,7 @@ void WriteWholeFile(const std::string& path, const std::string& content)
 std::set<std::string> NamesIn(const std::string& folder)
 {
     std::set<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    for (const auto& entry : fs::directory_iterator(folder)) {
         names.insert(entry.path().filename());
     }
     return names;

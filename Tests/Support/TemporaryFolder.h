@@ -3,14 +3,11 @@
 #include <set>
 #include <string>
 
-/** A fresh folder that is removed, with all in it, at the end of its scope. */
+/** A fresh folder, which goes with the case's device box. */
 class TemporaryFolder
 {
 public:
     TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
     const std::string& Path() const { return m_path; }
 
