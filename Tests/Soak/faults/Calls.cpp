@@ -2,15 +2,11 @@
 // costs a retry does not cost its time.
 
 #include "FaultPoint.h"
-#include "Preload.h"
 
-#include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
@@ -19,9 +15,7 @@
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 extern "C" void* __libc_malloc(std::size_t size); // NOLINT(bugprone-reserved-identifier): the C library's
 
@@ -63,8 +57,8 @@ pid_t YoungestChild(pid_t process)
 /** Kills the child, or its youngest descendant, at the moment that the driver has set. */
 void KillChild(pid_t process)
 {
-    usleep(Control()->moment);
-    if (Control()->mode == FaultMode::Leaf) {
+    usleep(s_control->moment);
+    if (s_control->mode == FaultMode::Leaf) {
         while (const pid_t child = YoungestChild(process)) {
             process = child;
         }
@@ -174,18 +168,18 @@ extern "C" pid_t waitpid(pid_t process, int* status, int options)
     if (!IsDue(FaultKind::Waitpid, ECHILD)) {
         return next(process, status, options);
     }
-    if (Control()->mode == FaultMode::Error) {
+    if (s_control->mode == FaultMode::Error) {
         next(process, nullptr, options); // as the kernel answers when somebody else has collected the child
         errno = ECHILD;
         return -1;
     }
     const auto begin = std::chrono::steady_clock::now();
-    if (Control()->moment != 0) {
+    if (s_control->moment != 0) {
         KillChild(process);
     }
     const pid_t result = next(process, status, options);
     const auto life = std::chrono::steady_clock::now() - begin;
-    Control()->moment = std::chrono::duration_cast<std::chrono::microseconds>(life).count();
+    s_control->moment = std::chrono::duration_cast<std::chrono::microseconds>(life).count();
     return result;
 }
 

@@ -1,8 +1,14 @@
 #pragma once
 
+#include "Preload.h"
+
 #include <atomic>
-#include <cstddef>
+#include <cerrno>
+#include <csignal>
 #include <cstdint>
+#include <cstring>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 /** The calls that can be made to fail. The driver writes their numbers, so their order is the one of its list. */
 enum class FaultKind : std::uint32_t
@@ -62,14 +68,44 @@ struct FaultControl
 };
 static_assert(sizeof(FaultControl) == 200, "the driver knows the offsets");
 
-/** What the driver shares with the process; null while libraries are loaded. Thread-safe. */
-FaultControl* Control();
+/** What the driver shares with the process; null while libraries are loaded. */
+inline FaultControl* const s_control = [] {
+    // What the process starts is not under test.
+    unsetenv("LD_PRELOAD"); // NOLINT(concurrency-mt-unsafe): there is one thread
+    return static_cast<FaultControl*>(MapControl(sizeof(FaultControl)));
+}();
+
+inline bool HasItsTurn(FaultKind kind, bool isShort, const char* function)
+{
+    if (s_control == nullptr || kind == FaultKind::None) {
+        return false;
+    }
+    const std::uint32_t count = ++s_control->counts[isShort ? 1 : 0][static_cast<std::size_t>(kind)];
+    if (s_control->kind != kind || isShort != (s_control->mode == FaultMode::Short) || count != s_control->failAt) {
+        return false;
+    }
+    std::strncpy(s_control->function, function, sizeof s_control->function - 1);
+    return true;
+}
 
 /**
  * Counts the call of the function that asks, and says whether it is the one that goes wrong; errno is then that error.
  * In mode Kill that ends the process. Thread-safe.
  */
-bool IsDue(FaultKind kind, int error, const char* function = __builtin_FUNCTION());
+inline bool IsDue(FaultKind kind, int error, const char* function = __builtin_FUNCTION())
+{
+    if (!HasItsTurn(kind, false, function)) {
+        return false;
+    }
+    if (s_control->mode == FaultMode::Kill) {
+        syscall(SYS_kill, getpid(), SIGKILL);
+    }
+    errno = error;
+    return true;
+}
 
 /** Of so many bytes those that the call is to move: one if it is the one that is short. Thread-safe. */
-std::size_t Moved(FaultKind kind, std::size_t size, const char* function = __builtin_FUNCTION());
+inline std::size_t Moved(FaultKind kind, std::size_t size, const char* function = __builtin_FUNCTION())
+{
+    return size > 1 && HasItsTurn(kind, true, function) ? 1 : size;
+}
