@@ -2,27 +2,13 @@
 #include "Sanitized.h"
 #include "TemporaryFolder.h"
 
-#include <gmock/gmock.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <regex>
 #include <signal.h>
 
-namespace
-{
-
+using Process = Device;
 using testing::HasSubstr;
-
-class Process : public Device
-{
-protected:
-    std::string ProcPath(const std::string& file) const
-    {
-        return "/proc/" + std::to_string(m_service->Pid()) + "/" + file;
-    }
-};
-} // namespace
 
 TEST_F(Process, StartsInItsOrder_AndNamesItsThreads)
 {
@@ -84,11 +70,11 @@ TEST_F(Process, RunsAsAlways_WhateverItInherits)
     m_service = std::make_unique<ChildProcess>(std::vector<std::string>{
         "sh", "-c", "exec env --ignore-signal=CHLD,TERM --block-signal=TERM \"$0\" <&- >&- 2>&-",
         Program("DiagnosticFileService")});
-    EXPECT_TRUE(WaitUntil([] { return Vcli({"diagfileservice", "show", "uploadtypes"}).status == 0; }));
-    EXPECT_THAT(Vcli({"diagfileservice", "upload", "12"}).output, HasSubstr("Upload status code = 400"))
+    EXPECT_TRUE(WaitUntil([] { return Vcli({"show", "uploadtypes"}).status == 0; }));
+    EXPECT_THAT(Vcli({"upload", "12"}).output, HasSubstr("Upload status code = 400"))
         << "the file is not there, which a command's exit status tells";
     kill(m_service->Pid(), SIGXFSZ);
-    EXPECT_EQ(Vcli({"diagfileservice", "show", "uploadtypes"}).status, 0) << "a file has grown to a limit";
+    EXPECT_EQ(Vcli({"show", "uploadtypes"}).status, 0) << "a file has grown to a limit";
     EXPECT_EQ(ReadWholeFile(lock), std::to_string(m_service->Pid()) + "\n");
     for (const char* stream : {"0", "1", "2"}) {
         EXPECT_EQ(std::filesystem::read_symlink(ProcPath("fd/") + stream), "/dev/null");
@@ -102,7 +88,7 @@ TEST_F(Process, GoesOnWithoutACommandLine_WhenItCannotBeHad)
     WriteWholeFile("/run/vantor/cli", "no folder");
     StartService();
     EXPECT_THAT(m_service->Output(), testing::ContainsRegex(" 1 CliClient: .*/run/vantor/cli"));
-    EXPECT_NE(Vcli({"diagfileservice", "show", "uploadtypes"}).status, 0);
+    EXPECT_NE(Vcli({"show", "uploadtypes"}).status, 0);
 }
 
 TEST_F(Process, StaysAlive_WhenItsAssemblyFails)
@@ -122,7 +108,7 @@ TEST_F(Process, Ends_WhenTheProductHasNoIdentity)
 {
     WriteWholeFile("/persist/mfg_data.json", R"({"productName":"VRD9","guid":"x"})");
     StartService();
-    EXPECT_NE(Vcli({"diagfileservice", "upload", "6"}).status, 0) << "nobody is there to tell the outcome";
+    EXPECT_NE(Vcli({"upload", "6"}).status, 0) << "nobody is there to tell the outcome";
     EXPECT_EQ(m_service->WaitForExit(), 1);
     EXPECT_THAT(m_service->Output(), HasSubstr("LoadMetadata Fatal Error: No Product Type "));
 }
@@ -130,7 +116,7 @@ TEST_F(Process, Ends_WhenTheProductHasNoIdentity)
 TEST_F(Process, TakesAnythingOnItsCommandLine)
 {
     StartService();
-    EXPECT_THAT(Vcli({"diagfileservice", "upload", "7", "abc"}).output, HasSubstr("no reply came"));
+    EXPECT_THAT(Vcli({"upload", "7", "abc"}).output, HasSubstr("no reply came"));
     EXPECT_THAT(m_service->Output(), HasSubstr("CLI Handler: a handler ended with an exception: stoi"));
-    EXPECT_THAT(Vcli({"help"}).output, HasSubstr("diagfileservice upload [uploadtype]"));
+    EXPECT_THAT(RunProgram({Program("vcli"), "help"}).output, HasSubstr("diagfileservice upload [uploadtype]"));
 }

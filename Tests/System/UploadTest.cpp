@@ -2,37 +2,23 @@
 #include "TemporaryFolder.h"
 #include "Upload.h"
 
-#include <gmock/gmock.h>
-
 #include <filesystem>
 #include <map>
 
-namespace
-{
 using DiagCloud::CloudServer;
 using DiagCloud::Outcome;
 using DiagCloud::RequestKind;
 using testing::HasSubstr;
+using Upload = Device;
 
-class Upload : public Device
+namespace
 {
-protected:
-    /** A device that has been in use, so that every built-in item has something to collect. */
-    static void LayOutUsedDevice()
-    {
-        std::filesystem::copy(
-            USED_DEVICE, "/",
-            std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing);
-    }
-
-    static Finished RunPeer(std::vector<std::string> words)
-    {
-        words.insert(words.begin(), Program("gatrix-peer"));
-        return RunProgram(words);
-    }
-
-    static std::string UploadType(const std::string& type) { return Vcli({"diagfileservice", "upload", type}).output; }
-};
+/** Has the device been in use, so that every built-in item has something to collect. */
+void LayOutUsedDevice()
+{
+    using Options = std::filesystem::copy_options;
+    std::filesystem::copy(USED_DEVICE, "/", Options::recursive | Options::overwrite_existing);
+}
 
 constexpr char kPersistence[] = "/mnt/nv/product-persistence";
 constexpr char kSucceeded[] = "Upload Request Triggered\nUpload status code = 200\n";
@@ -43,7 +29,7 @@ TEST_F(Upload, OfEverything_BringsTheTwelveItems)
     LayOutUsedDevice();
     const CloudServer cloud(CloudOnItsPort());
     StartService();
-    EXPECT_EQ(Vcli({"diagfileservice", "upload"}).output, kSucceeded);
+    EXPECT_EQ(Vcli({"upload"}).output, kSucceeded);
 
     const ArrivedUpload upload = LatestUpload(cloud);
     EXPECT_EQ(upload.SubTypes(),
@@ -83,12 +69,12 @@ TEST_F(Upload, LeavesSecretsOnTheDevice)
         R"({"uploadUrl":"http://127.0.0.1:8888/upload?id=7&X-Amz-Signature=)" + signature + R"(","token":"eyJhbGci"})";
     const CloudServer cloud(CloudOnItsPort({answer}));
     StartService();
-    UploadType("16");
+    Vcli({"upload", "16"});
     const std::string log = "/var/log/messages";
     WriteWholeFile(log, ReadWholeFile(log) + m_service->Output());
     ASSERT_THAT(ReadWholeFile(log), AllOf(HasSubstr(signature), HasSubstr(token)));
 
-    EXPECT_EQ(Vcli({"diagfileservice", "upload", "1", "10", "16"}).output, kSucceeded);
+    EXPECT_EQ(Vcli({"upload", "1", "10", "16"}).output, kSucceeded);
     const ArrivedUpload upload = LatestUpload(cloud);
     const std::string contents = upload.Content("logread") + upload.Content("uptime") + upload.Content("top");
     const std::string secrets[] = {
@@ -118,7 +104,7 @@ TEST_F(Upload, KeepsThePersistenceFolderClean_AlsoAfterAKill)
     EXPECT_TRUE(std::filesystem::exists("/mnt/nv/product-persistence/dfs_diagfile.tar.gz"));
     m_service.reset();
     StartService();
-    EXPECT_EQ(UploadType("7"), kSucceeded);
+    EXPECT_EQ(Vcli({"upload", "7"}).output, kSucceeded);
     EXPECT_EQ(NamesIn(kPersistence), before);
 }
 
@@ -129,27 +115,21 @@ TEST_F(Upload, AskedForByGatrixPeer_BringsItsItems)
     ASSERT_TRUE(gateway.WaitForOutput("8084"));
     StartService();
 
-    const Finished uploaded = RunPeer({"--type", "INTROSPECTION", "--payload", "volume=31\x1b"});
-    EXPECT_EQ(uploaded.status, 0) << uploaded.output;
-    EXPECT_THAT(uploaded.output, HasSubstr("gatrix-peer: upload answered: 200 "));
+    const std::string said =
+        Peer({"--type", "INTROSPECTION", "--payload", "volume=31\x1b"}, 0, "gatrix-peer: upload answered: 200 ");
+    EXPECT_THAT(said, HasSubstr("answers with the payload volume=31\\x1b\n"));
     const ArrivedUpload upload = LatestUpload(cloud);
     EXPECT_EQ(upload.SubTypes(), (std::vector<std::string>{"peer note", "peer state"}));
     EXPECT_EQ(upload.Content("peer note"), "A note that gatrix-peer left on the device.\n");
     EXPECT_THAT(upload.Content("peer state"), HasSubstr(R"({"payloadToUpload":"volume=31\u001b"})"));
-    EXPECT_THAT(uploaded.output, HasSubstr("answers with the payload volume=31\\x1b\n"));
     EXPECT_THAT(upload.metadata, HasSubstr("Kitchen")) << "the name that the peer gives the product";
 
-    const Finished refused = RunPeer({"--file", "/proc/uptime", "--type", "TOP", "--type", "LOGREAD"});
-    EXPECT_EQ(refused.status, 1);
-    EXPECT_THAT(refused.output, HasSubstr("upload refused: 400 Custom file upload requires exactly one file type\n"));
+    Peer({"--file", "/proc/uptime", "--type", "TOP", "--type", "LOGREAD"}, 1,
+         "upload refused: 400 Custom file upload requires exactly one file type\n");
 }
 
 TEST_F(Upload, AskedForByGatrixPeer_GivesUpWithAWordAndAStatus)
 {
-    const Finished late = RunPeer({"--timeout", "1"});
-    EXPECT_EQ(late.status, 3);
-    EXPECT_THAT(late.output, HasSubstr(": the gateway or the diagnostic-file service did not come in time\n"));
-    const Finished wrong = RunPeer({"--type", "NONE"});
-    EXPECT_EQ(wrong.status, 2);
-    EXPECT_THAT(wrong.output, HasSubstr(": --type: there is no file type 'NONE'; see --help\n"));
+    Peer({"--timeout", "1"}, 3, ": the gateway or the diagnostic-file service did not come in time\n");
+    Peer({"--type", "NONE"}, 2, ": --type: there is no file type 'NONE'; see --help\n");
 }
