@@ -4,7 +4,6 @@
 'use strict';
 
 const assert = require('node:assert');
-const { execFileSync } = require('node:child_process');
 const fs = require('node:fs');
 const net = require('node:net');
 const path = require('node:path');
@@ -101,8 +100,7 @@ class Victim {
         this.done += number;
         this.warm = this.done >= this.total / 10 && !this.warm ? this.memory() : this.warm;
         if (this.done % 4096 < number) {
-            const logs = fs.readdirSync('/tmp').filter((file) => file.endsWith('.log'));
-            logs.forEach((file) => fs.truncateSync(`/tmp/${file}`));
+            this.program.clearLog();
         }
     }
 
@@ -127,6 +125,7 @@ class Victim {
 }
 
 let gateway;
+let victim;
 
 /** The service, with a gateway that is ours. */
 async function startDevice() {
@@ -159,7 +158,7 @@ async function answersUpload(ask) {
 async function attackService() {
     const kBatch = 512;
     const [chance, answers] = [nextChance(), nextChance()];
-    const victim = new Victim(await startDevice(), 'frames to the service', 1e6);
+    victim = new Victim(await startDevice(), 'frames to the service', 1e6);
     let latest;
     const accept = async () => {
         const link = await gateway.accept();
@@ -193,13 +192,12 @@ async function attackService() {
         await sleep(3000);
         return latest.id === id && latest.body && latest.body.statusCode === 200;
     });
-    return victim;
 }
 
 /** Over many connections: frames that are odd but valid, and then a broken one, which may end the connection. */
 async function attackGateway() {
     const kValid = 63;
-    const victim = new Victim(await start('gatrix-gateway', [], '8084', kEnvironment), 'frames to the gateway', 1e6);
+    victim = new Victim(await start('gatrix-gateway', [], '8084', kEnvironment), 'frames to the gateway', 1e6);
     const handler = await connect('/sane', []);
     const requester = await connect('/sane/too', ['/sane']);
     await victim.attack(8, async () => {
@@ -220,14 +218,13 @@ async function attackGateway() {
     const id = requester.ask('GET', '/sane');
     await handler.serve('/sane', 'sound');
     assert.strictEqual((await requester.take({ id })).body, 'sound');
-    return victim;
 }
 
 /** Over many connections: requests that are odd but valid, one whose answer says that they were read, a broken one. */
 async function attackCommandLine() {
     const kValid = 31;
     const kLast = 2147483647;
-    const victim = new Victim(await startDevice(), 'requests to the command line', 2e5);
+    victim = new Victim(await startDevice(), 'requests to the command line', 2e5);
     await victim.attack(6, () => new Promise((resolve) => {
         const chance = nextChance();
         const line = () => `${filled(chance, oneOf(chance, kLines)).replace(/"id":\d+/, `"id":${chance(kLast)}`)}\n`;
@@ -244,7 +241,6 @@ async function attackCommandLine() {
         socket.write(`${Array.from({ length: kValid }, line).join('')}{"request":"list","id":${kLast}}\n`);
     }));
     await answersUpload(async () => (await run('vcli', 'diagfileservice', 'upload', '16')).includes('code = 200'));
-    return victim;
 }
 
 async function main() {
@@ -255,10 +251,9 @@ async function main() {
         }
         gateway = undefined;
         const said = [];
-        await attack().then((victim) => victim.end()).catch((error) => {
-            // Where UndefinedBehaviorSanitizer reports. The beginning of the log was not kept.
-            const log = `/tmp/${attack === attackGateway ? 'gatrix-gateway' : 'DiagnosticFileService'}.log`;
-            said.push(error.stack, execFileSync('tail', ['-c', '2000', log], { encoding: 'latin1' }));
+        await attack().then(() => victim.end()).catch((error) => {
+            // UndefinedBehaviorSanitizer reports in the log, of which the beginning was not kept.
+            said.push(error.stack, victim.program.log().slice(-2000));
         });
         cleanUp();
         await (gateway && gateway.close());
