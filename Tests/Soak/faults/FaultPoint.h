@@ -75,6 +75,7 @@ inline FaultControl* const s_control = [] {
     return static_cast<FaultControl*>(MapControl(sizeof(FaultControl)));
 }();
 
+/** Counts the call, and says whether it is the one that goes wrong; the driver then knows its name. Thread-safe. */
 inline bool HasItsTurn(FaultKind kind, bool isShort, const char* function)
 {
     if (s_control == nullptr || kind == FaultKind::None) {
