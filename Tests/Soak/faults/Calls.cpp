@@ -68,6 +68,7 @@ void KillChild(pid_t process)
 } // namespace
 
 // NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the C library's are reserved
+// NOLINTBEGIN(bugprone-macro-parentheses): parameters and arguments bring theirs
 
 /** A call that fails with -1 and the error when it is the turn of its kind, and is the C library's else. */
 #define CALL(kind, error, result, name, parameters, arguments)                \
@@ -96,6 +97,7 @@ CALL(Receive, ECONNRESET, ssize_t, recvmsg, (int file, msghdr* message, int flag
 CALL(Receive, ECONNRESET, ssize_t, recv, (int file, void* bytes, std::size_t size, int flags),
      (file, bytes, Moved(FaultKind::Receive, size), flags))
 // clang-format on
+// NOLINTEND(bugprone-macro-parentheses)
 
 extern "C" int open(const char* path, int flags, ...)
 {
