@@ -40,7 +40,10 @@ TEST_F(Upload, OfEverything_BringsTheTwelveItems)
         {"logread", "AudioRenderer.service: Main process exited"},
         {"network info", "lo"},
         {"mfg_data", "\"productName\""},
+        {"proc_loadavg", "/"},
         {"memory disk info", "MemTotal"},
+        {"uptime", "==> /proc/uptime <=="},
+        {"mpstat", "CPU"},
         {"top", "DiagnosticFileS"},
         {"swup_hsm_states", "Idle -> Checking"},
         {"swup_sys_status", "slot: B"},
@@ -55,6 +58,19 @@ TEST_F(Upload, OfEverything_BringsTheTwelveItems)
 TEST_F(Upload, LeavesSecretsOnTheDevice)
 {
     LayOutUsedDevice();
+    WriteWholeFile("/mnt/nv/product-persistence/DFSDiagItemConfigurationFile.json",
+                   R"({"diagItemConfigList":{"version":1.2,"item":[
+        {"input":"encrypt-logs dfs-pts-logs.sh","harvestType":"SCRIPT","subType":"logs","fileType":1},
+        {"input":"encrypt-logs dfs-wifi-site-scan.sh","harvestType":"SCRIPT","subType":"scan","fileType":3},
+        {"input":"encrypt-logs dfs-uptime.sh","harvestType":"SCRIPT","subType":"uptime","fileType":10},
+        {"input":"encrypt-logs dfs-top.sh","harvestType":"SCRIPT","subType":"top","fileType":16}]}})");
+    std::filesystem::create_directories("/sys/class/net/wlan0/wireless");
+    const std::string tool = "/opt/Vantor/bin/iw";
+    WriteWholeFile(tool,
+                   "#!/bin/sh\ncat <<'OUTPUT'\n"
+                   "+ wpa_cli -i wlan0 set_network 0 psk gate-code-77\n"
+                   "BSS 00:1b:21:3c:9d:4e(on wlan0) -- associated\n\tSSID: Garden House\nOUTPUT\n");
+    std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
     WriteWholeFile("/opt/Vantor/etc/DPrintCfg.json", R"({"threshold":4})");
     const ChildProcess process(
         {"env", "API_TOKEN=tide-table-19", "sh", "-c", "sleep 99; :", "--password=swordfish-7", "hunter2"});
@@ -74,17 +90,21 @@ TEST_F(Upload, LeavesSecretsOnTheDevice)
     WriteWholeFile(log, ReadWholeFile(log) + m_service->Output());
     ASSERT_THAT(ReadWholeFile(log), AllOf(HasSubstr(signature), HasSubstr(token)));
 
-    EXPECT_EQ(Vcli({"upload", "1", "10", "16"}).output, kSucceeded);
+    EXPECT_EQ(Vcli({"upload"}).output, kSucceeded);
     const ArrivedUpload upload = LatestUpload(cloud);
-    const std::string contents = upload.Content("logread") + upload.Content("uptime") + upload.Content("top");
+    std::string contents;
+    for (const std::string& subType : upload.SubTypes()) {
+        contents += upload.Content(subType);
+    }
     const std::string secrets[] = {
-        token,         signature, "eyJhbGci",      "correct-horse-battery", "harbour-lights-42",
+        token,         signature, "eyJhbGci",      "correct-horse-battery", "harbour-lights-42", "gate-code-77",
         "swordfish-7", "hunter2", "tide-table-19", "Garden House",          "3c:9d:4e"};
     for (const std::string& secret : secrets) {
         EXPECT_THAT(contents, Not(HasSubstr(secret)));
     }
-    for (const char* shown : {"reconfigured, psk=[masked:secret] rc=0", "&X-Amz-Signature=[masked:url]",
-                              " wifi.psk=[masked:secret] quiet", " sleep\n", "(SSID='[ssid:"}) {
+    for (const char* shown :
+         {"reconfigured, psk=[masked:secret] rc=0", "&X-Amz-Signature=[masked:url]", " wifi.psk=[masked:secret] quiet",
+          " sleep\n", "set_network 0 psk [masked:argument]\nBSS 00:1b:21:", "-- associated\n\tSSID: [ssid:"}) {
         EXPECT_THAT(contents, HasSubstr(shown));
     }
 }
