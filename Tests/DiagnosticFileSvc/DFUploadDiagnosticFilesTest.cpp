@@ -6,6 +6,7 @@
 #include "Memory.h"
 #include "Sanitized.h"
 #include "ScriptedHttpServer.h"
+#include "TemporaryFolder.h"
 #include "Texts.h"
 #include "Upload.h"
 

@@ -2,6 +2,7 @@
 #include "Key.h"
 #include "PublishedTokens.h"
 #include "StdioFile.h"
+#include "TemporaryFolder.h"
 #include "TokenMaker.h"
 
 #include <openssl/err.h>

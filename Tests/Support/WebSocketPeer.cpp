@@ -24,7 +24,7 @@ struct WebSocketPeer::State
 {
     asio::io_context context{1};
     Tcp::acceptor acceptor{context};
-    std::optional<websocket::stream<Tcp::socket>> stream;
+    std::optional<websocket::stream<Tcp::socket, false>> stream;
 
     Tcp::socket& Socket() { return stream->next_layer(); }
 
