@@ -1,5 +1,6 @@
 #include "RuleSearch.h"
 
+#include "Characters.h"
 #include "PatternSplit.h"
 #include "RequiredLiterals.h"
 
@@ -21,31 +22,57 @@ bool IsNameCharacter(char c)
 }
 
 /**
- * Whether a value that begins at `begin` goes on to the end of its line: "psk = my pass phrase", "TOKEN=two words", and
- * "service[9]: psk=my pass phrase".
+ * Where a text ends that a quote opens, or the line if nothing closes it. A quote before a letter is part of the text:
+ * "it's".
+ *
+ * @param escapes the backslashes that stand before each of its quotes
  */
-bool IsRestOfLine(std::string_view line, std::size_t begin)
+std::size_t EndOfQuoted(std::string_view line, std::size_t from, char quote, std::size_t escapes)
+{
+    for (std::size_t at = from; (at = line.find(quote, at)) != std::string_view::npos; ++at) {
+        const std::size_t end = line.find_last_not_of('\\', at - 1) + 1;
+        const bool isInside = at + 1 < line.size() && IsWord(line[at + 1]);
+        if (at - end <= escapes && !isInside) {
+            return end;
+        }
+    }
+    return line.size();
+}
+
+/**
+ * Where a value ends that is found at [begin, end). It goes on to the end of its line in "psk = my pass phrase",
+ * "TOKEN=two words" and "service[9]: psk=my pass phrase", and to the quote in '"psk=my pass phrase"'.
+ */
+std::size_t EndOfValue(std::string_view line, std::size_t begin, std::size_t end)
 {
     if (line[begin] == '"' || line[begin] == '\'' || line[begin] == '\\') {
-        return false;
+        return end;
     }
     std::string_view before = line.substr(0, begin);
     before = before.substr(0, before.find_last_not_of(" \t") + 1);
     if (before.size() < begin) {
-        return true;
+        return line.size();
     }
     before = before.substr(0, before.find_last_not_of("=:>") + 1);
+    const bool hasName = !before.empty() && IsNameCharacter(before.back());
     while (!before.empty() && IsNameCharacter(before.back())) {
         before.remove_suffix(1);
     }
+    if (hasName && !before.empty() && (before.back() == '"' || before.back() == '\'')) {
+        const char quote = before.back();
+        before.remove_suffix(1);
+        return EndOfQuoted(line, begin, quote, before.size() - (before.find_last_not_of('\\') + 1));
+    }
     const bool beginsMessage = before.size() > 1 && before.substr(before.size() - 2) == ": ";
     if (beginsMessage) {
-        return true;
+        return line.size();
     }
     static constexpr std::string_view kAssignments[] = {"", "export", "set", "setenv", "-", "+", "+ export"};
     const std::size_t first = std::min(before.find_first_not_of(" \t"), before.size());
     before = before.substr(first, before.find_last_not_of(" \t") + 1 - first);
-    return std::find(std::begin(kAssignments), std::end(kAssignments), before) != std::end(kAssignments);
+    const bool beginsLine =
+        std::find(std::begin(kAssignments), std::end(kAssignments), before) != std::end(kAssignments);
+    return beginsLine ? line.size() : end;
 }
 
 /** RE2 searches in one pass only if it is asked for a group, so there has to be one. */
@@ -225,8 +252,10 @@ FoundSecret RuleSearch::Explain(std::string_view line)
         if (!group.empty()) {
             found.begin = static_cast<std::size_t>(group.data() - line.data());
             found.end = found.begin + group.size();
-            if (i == m_grouped->valueGroup && IsRestOfLine(line, found.begin)) {
-                found.end = found.matchEnd = line.size();
+            if (i == m_grouped->valueGroup) {
+                const std::size_t end = EndOfValue(line, found.begin, found.end);
+                found.matchEnd = end == found.end ? found.matchEnd : end;
+                found.end = end;
             }
             break;
         }
