@@ -45,7 +45,11 @@ std::size_t EndOfQuoted(std::string_view line, std::size_t from, char quote, std
  */
 std::size_t EndOfValue(std::string_view line, std::size_t begin, std::size_t end)
 {
-    if (line[begin] == '"' || line[begin] == '\'' || line[begin] == '\\') {
+    if (line[begin] == '"' || line[begin] == '\'') {
+        const bool goesOn = end < line.size() && IsWord(line[end]);
+        return goesOn ? std::min(EndOfQuoted(line, end, line[begin], 0) + 1, line.size()) : end;
+    }
+    if (line[begin] == '\\') {
         return end;
     }
     std::string_view before = line.substr(0, begin);
