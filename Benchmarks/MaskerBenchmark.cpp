@@ -34,10 +34,7 @@ std::string Repeated(const std::string& unit)
 // Rows of the tests' two tables as they come: names of all rules, in lines and out of them.
 std::string DrawnFromTheTables(char separator)
 {
-    std::vector<std::string> rows = HarmlessCases();
-    for (const MaskCase& entry : SecretCases()) {
-        rows.push_back(entry.input);
-    }
+    const std::vector<std::string> rows = MaskInputs();
     std::mt19937 random(1); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same input in each run
     std::string text;
     while (text.size() < kSize) {

@@ -30,49 +30,58 @@ std::vector<std::string> Rows(const std::string& name)
     return rows;
 }
 
-/** What stays of the line up to its first secret: a mask takes quotes along, and a key's title. */
-std::string KeptOf(std::string line)
+/** What stands in the place of a secret, in RE2's syntax. */
+std::string MaskOf(const std::string& name)
 {
-    line.erase(std::min(line.find("-----BEGIN"), line.size()));
-    return line.erase(line.find_last_not_of("\\\"'") + 1);
+    const bool isPseudonym = name == "ssid" || name == "ip";
+    return name == "mac" ? "[^ ]+" : isPseudonym ? "[[]" + name + ":[0-9a-f]{8}[]]" : "[[]masked:" + name + "[]]";
+}
+
+MaskCase Parsed(const std::string& text, const std::string& mask)
+{
+    static const RE2 kSecret(R"((?s)\{\{(.*?)\}\})");
+    static const RE2 kQuotedSecret(R"((?s)\\{\\{.*?\\}\\})");
+    MaskCase entry{text, {}, {}};
+    re2::StringPiece rest(text);
+    for (std::string secret; RE2::FindAndConsume(&rest, kSecret, &secret);) {
+        entry.secrets.push_back(secret);
+    }
+    RE2::GlobalReplace(&entry.input, kSecret, R"(\1)");
+    std::string output = RE2::QuoteMeta(text);
+    RE2::GlobalReplace(&output, kQuotedSecret, mask);
+    entry.output = std::make_shared<RE2>(output);
+    return entry;
 }
 } // namespace
 
-std::vector<MaskCase> SecretCases()
+std::vector<MaskCase> MaskCases()
 {
     std::vector<MaskCase> cases;
+    for (const std::string& row : Rows("harmless.txt")) {
+        cases.push_back(Parsed(row, {}));
+    }
     for (const std::string& row : Rows("secrets.txt")) {
         const std::size_t tab = row.find('\t');
-        const std::string text = row.substr(tab + 1);
-        MaskCase entry{row.substr(0, tab), {}, {}, {}};
-        std::size_t at = 0;
-        for (std::size_t begin; (begin = text.find("{{", at)) != std::string::npos;) {
-            const std::size_t end = text.find("}}", begin);
-            entry.input += text.substr(at, begin - at);
-            const auto number = static_cast<std::size_t>(std::count(entry.input.begin(), entry.input.end(), '\n'));
-            entry.kept.emplace(number, KeptOf(entry.input.substr(entry.input.rfind('\n') + 1)));
-            entry.secrets.push_back(text.substr(begin + 2, end - begin - 2));
-            entry.input += entry.secrets.back();
-            at = end + 2;
-        }
-        entry.input += text.substr(at);
-        cases.push_back(entry);
+        cases.push_back(Parsed(row.substr(tab + 1), MaskOf(row.substr(0, tab))));
     }
     return cases;
 }
 
-std::vector<std::string> HarmlessCases()
+std::vector<std::string> MaskInputs()
 {
-    return Rows("harmless.txt");
+    std::vector<std::string> inputs;
+    for (const MaskCase& entry : MaskCases()) {
+        inputs.push_back(entry.input);
+    }
+    return inputs;
 }
 
-std::string Masked(const std::string& input, std::size_t pieceSize, const std::string& rules, char key)
+DiagSeal::Masker MakeMasker(const std::string& rules, char key)
 {
     DiagSeal::MaskKey bytes;
     bytes.fill(static_cast<std::uint8_t>(key));
-    DiagSeal::Masker masker(bytes, std::make_unique<DiagSeal::SecretFinder>(rules.empty() ? DiagSeal::BuiltInRules()
-                                                                                          : std::string_view(rules)));
-    return MaskedBy(masker, input, pieceSize);
+    const std::string_view text = rules.empty() ? DiagSeal::BuiltInRules() : rules;
+    return DiagSeal::Masker(bytes, std::make_unique<DiagSeal::SecretFinder>(text));
 }
 
 std::string MaskedBy(DiagSeal::Masker& masker, const std::string& input, std::size_t pieceSize)
@@ -85,17 +94,8 @@ std::string MaskedBy(DiagSeal::Masker& masker, const std::string& input, std::si
     return out;
 }
 
-std::vector<std::string> MaskedEach(const std::vector<std::string>& texts, const std::string& rules)
+std::string Masked(const std::string& input, const std::string& rules, char key)
 {
-    static const std::string kBetween = "\n-----END\n"; // which ends a private key
-    std::string all;
-    for (const std::string& text : texts) {
-        all += text + kBetween;
-    }
-    all = Masked(all, std::string::npos, rules);
-    std::vector<std::string> outputs;
-    for (std::size_t end; (end = all.find(kBetween)) != std::string::npos; all.erase(0, end + kBetween.size())) {
-        outputs.push_back(all.substr(0, end));
-    }
-    return outputs;
+    DiagSeal::Masker masker = MakeMasker(rules, key);
+    return MaskedBy(masker, input);
 }

@@ -2,31 +2,31 @@
 
 #include "Masker.h"
 
-#include <map>
+#include <re2/re2.h>
+
+#include <memory>
 #include <string>
 #include <vector>
 
 /** A row of the tables of masked and of unmasked texts. */
 struct MaskCase
 {
-    std::string mask; ///< the name that a mask has to say in each line with a secret
     std::string input;
-    std::map<std::size_t, std::string> kept; ///< of each such line: what it has to begin with
-    std::vector<std::string> secrets;        ///< what must not be in the output
+    std::shared_ptr<const RE2> output; ///< What comes out, with any pseudonym.
+    std::vector<std::string> secrets;  ///< What must not be in it.
 };
 
-/** The rows of "secrets.txt": what must not pass. */
-std::vector<MaskCase> SecretCases();
+/** The rows of "harmless.txt", texts that pass as they are, and of "secrets.txt". */
+std::vector<MaskCase> MaskCases();
 
-/** The rows of "harmless.txt": texts that pass as they are. */
-std::vector<std::string> HarmlessCases();
+/** The inputs of these rows. */
+std::vector<std::string> MaskInputs();
 
-/** What comes out for each of the texts, which one object masks one after the other. */
-std::vector<std::string> MaskedEach(const std::vector<std::string>& texts, const std::string& rules = {});
+/** A masker with these rules, or the built-in ones. */
+DiagSeal::Masker MakeMasker(const std::string& rules = {}, char key = 'k');
 
-/** What comes out for the input, fed in pieces of so many bytes, with the built-in rules if none are given. */
-std::string Masked(const std::string& input, std::size_t pieceSize = std::string::npos, const std::string& rules = {},
-                   char key = 'k');
+/** What comes out for the input, fed in pieces of so many bytes. The masker may have masked other texts before. */
+std::string MaskedBy(DiagSeal::Masker& masker, const std::string& input, std::size_t pieceSize = std::string::npos);
 
-/** The same with an object that may have masked other texts before. */
-std::string MaskedBy(DiagSeal::Masker& masker, const std::string& input, std::size_t pieceSize);
+/** What comes out of a new masker. */
+std::string Masked(const std::string& input, const std::string& rules = {}, char key = 'k');

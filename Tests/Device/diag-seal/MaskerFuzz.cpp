@@ -1,7 +1,5 @@
 #include "FuzzTarget.h"
 #include "MaskCases.h"
-#include "MaskRules.h"
-#include "SecretFinder.h"
 
 #include <algorithm>
 
@@ -10,7 +8,7 @@ namespace
 // One object masks all texts: it takes hundreds of times as long to make one as to mask a text.
 std::string MaskedByOne(const std::string& input, std::size_t pieceSize)
 {
-    static DiagSeal::Masker masker({}, std::make_unique<DiagSeal::SecretFinder>(DiagSeal::BuiltInRules()));
+    static DiagSeal::Masker masker = MakeMasker();
     std::string output = MaskedBy(masker, input, pieceSize);
     // A key that has begun ends here, a dump after so many lines at the latest.
     for (int line = 0; line < 64; ++line) {
