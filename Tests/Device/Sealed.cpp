@@ -1,30 +1,6 @@
 #include "Sealed.h"
 
 #include "ChildProcess.h"
-#include "TemporaryFolder.h"
-
-#include <algorithm>
-#include <iterator>
-
-std::string Quoted(const std::string& text)
-{
-    std::string quoted = "'";
-    for (const char character : text) {
-        quoted += character == '\'' ? "'\\''" : std::string{character};
-    }
-    return quoted + '\'';
-}
-
-std::set<std::string> Processes()
-{
-    std::set<std::string> processes;
-    for (const std::string& name : NamesIn("/proc")) {
-        if (name.find_first_not_of("0123456789") == std::string::npos) {
-            processes.insert(name);
-        }
-    }
-    return processes;
-}
 
 Sealed RunDiagSeal(const std::string& arguments, const std::string& key)
 {
@@ -40,9 +16,7 @@ Sealed RunDiagSeal(const std::string& arguments, const std::string& key)
                                     Program("diag-seal") + ' ' + arguments})
                         .status;
     sealed.time = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
-    const std::set<std::string> after = Processes();
-    std::set_difference(after.begin(), after.end(), before.begin(), before.end(),
-                        std::inserter(sealed.survivors, sealed.survivors.end()));
+    sealed.isAlone = Processes() == before;
     sealed.written = ReadWholeFile(output);
     sealed.errors = ReadWholeFile(errors);
     sealed.text = RunProgram({"sh", "-c",

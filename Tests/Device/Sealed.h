@@ -1,9 +1,11 @@
 #pragma once
 
+#include "TemporaryFolder.h"
+
 #include <chrono>
+#include <regex>
 #include <set>
 #include <string>
-#include <vector>
 
 /** What one run of diag-seal has done. */
 struct Sealed
@@ -13,7 +15,7 @@ struct Sealed
     std::string errors;  ///< On standard error.
     std::string text;    ///< What the recipient reads; empty when it cannot be opened.
     std::chrono::milliseconds time;
-    std::set<std::string> survivors; ///< Numbers of processes that were not there before.
+    bool isAlone; ///< The processes are those that were there before.
 };
 
 /**
@@ -25,7 +27,13 @@ struct Sealed
 Sealed RunDiagSeal(const std::string& arguments, const std::string& key = DEVELOPMENT_KEY);
 
 /** A word for sh(1), whatever is in it. */
-std::string Quoted(const std::string& text);
+inline std::string Quoted(const std::string& text)
+{
+    return "'" + std::regex_replace(text, std::regex("'"), R"('\'')") + "'";
+}
 
-/** Numbers of the processes of this box. */
-std::set<std::string> Processes();
+/** The processes of this box, and the other names in /proc, which stay the same. */
+inline std::set<std::string> Processes()
+{
+    return NamesIn("/proc");
+}

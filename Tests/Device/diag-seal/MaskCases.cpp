@@ -6,22 +6,18 @@
 
 namespace
 {
-std::string WithReplaced(std::string text, const std::string& from, const std::string& to)
-{
-    for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
-        text.replace(at, from.size(), to);
-    }
-    return text;
-}
-
 std::vector<std::string> Rows(const std::string& name)
 {
+    const std::pair<const char*, std::string> signs[] = {
+        {"␤", "\n"}, {"␍", "\r"}, {"␛", "\x1b"}, {"␀", std::string(1, '\0')}};
     std::ifstream file(MASK_CASES + name);
     std::vector<std::string> rows;
     for (std::string line; std::getline(file, line);) {
+        for (const auto& [sign, character] : signs) {
+            RE2::GlobalReplace(&line, sign, character);
+        }
         if (line.front() != '#') {
-            line = WithReplaced(WithReplaced(WithReplaced(line, "␤", "\n"), "␍", "\r"), "␛", "\x1b");
-            rows.push_back(WithReplaced(line, "␀", std::string(1, '\0')));
+            rows.push_back(line);
         }
     }
     if (rows.size() < 80) {
