@@ -1,3 +1,4 @@
+#include "Deadline.h"
 #include "Gateway.h"
 #include "TestClient.h"
 
@@ -9,6 +10,7 @@
 namespace Wire = Gatrix::Wire;
 using GatrixGateway::Gateway;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 TEST(Gateway, ClientThatGoes_IsMissedAtOnce)
 {
@@ -53,5 +55,94 @@ TEST(Gateway, Stop_ClosesItsClientsAndFreesThePortAndAllThatHappenedIsPrinted)
     for (const char* line : {"#1 a?b? came, platform linux\n", "#1 a?b? handles GET /x, group g\n",
                              "#1 a?b? is ready: /x\n", "#1 a?b? > {", "#1 a?b? < {"}) {
         EXPECT_THAT(lines, HasSubstr(line));
+    }
+}
+
+TEST(Gateway, BadFrame_ClosesTheConnectionWithTheReason)
+{
+    const Gateway gateway({});
+    const struct
+    {
+        std::string name; ///< Of the client's hello, if it says one.
+        std::string frame;
+        std::string end;
+    } cases[] = {
+        {"", Wire::Serialize(Wire::Interest{}), "closed 1008 the first frame must be hello"},
+        {"tester", std::string(Wire::kMaxFrameBytes, '['), "closed 1008 not a JSON object"},
+        {"tester", R"({"op":"answer"})", "closed 1008 answer: \"id\" must be an unsigned number"},
+        {"tester", std::string(Wire::kMaxFrameBytes + 1, ' '), "closed 1009 "},
+        {"tester", "{\"op\":\"\xFF\"}", "closed 1007 "},
+    };
+    for (const auto& [name, frame, end] : cases) {
+        TestClient client(gateway.Port(), name);
+        client.Send(frame);
+        EXPECT_THAT(client.Read(), StartsWith(end));
+    }
+    TestClient binary(gateway.Port());
+    binary.SendRaw("\x82\x80....");
+    EXPECT_EQ(binary.Read(), "closed 1003 frames are texts");
+}
+
+TEST(Gateway, ClientThatDoesNotRead_IsClosedAndOthersGoOn)
+{
+    GatrixGateway::GatewaySettings settings;
+    settings.limits.closeTime = kDeadline;
+    const Gateway gateway(settings);
+    TestClient slow(gateway.Port(), "slow");
+    slow.Send(Wire::Subscribe{"/slow", 1});
+    slow.Handle("/slow");
+    TestClient sender(gateway.Port());
+    const std::string large = "\"" + std::string(500000, 'x') + "\"";
+    // Requests stop short of the bound, notifications do not.
+    for (const bool isNotified : {false, true}) {
+        const std::string refusal = isNotified ? "nobody handles GET /slow" : "does not keep up with requests such as";
+        std::string answer;
+        for (int count = 0; answer.find(refusal) == std::string::npos; ++count) {
+            ASSERT_LT(count, 100);
+            sender.Send(Wire::Notify{"/slow", 1, isNotified ? large : "0"});
+            sender.Ask(1, "/slow", isNotified ? "0" : large);
+            sender.Ask(2, "/none", "0");
+            answer = sender.Read();
+        }
+    }
+    std::string last;
+    for (int count = 0; count < 100 && last.find("closed") == std::string::npos; ++count) {
+        last = slow.Read();
+    }
+    EXPECT_EQ(last, "closed 1013 frames are not read in time");
+}
+
+TEST(Gateway, ConnectionThatIsLeftOpen_GivesItsPlaceAway)
+{
+    const std::string handshake =
+        "GET / HTTP/1.1\r\nHost: x\r\nConnection: upgrade\r\nUpgrade: websocket\r\n"
+        "Sec-WebSocket-Version: 13\r\nSec-WebSocket-Key: AAAAAAAAAAAAAAAAAAAAAA==\r\n\r\n";
+    using Limits = GatrixGateway::ConnectionLimits;
+    const struct
+    {
+        const char* what;
+        std::string bytes;
+        std::chrono::milliseconds Limits::*limit;
+    } cases[] = {
+        {"a handshake begun", "GET / HTTP/1.1\r\n", &Limits::helloTime},
+        {"half a hello", handshake + "\x81\x90....{", &Limits::helloTime},
+        {"no WebSocket", "GET / HTTP/1.1\r\n\r\n", &Limits::closeTime},
+        {"closed by the client", handshake + "\x88\x80....", &Limits::closeTime},
+    };
+    for (const auto& [what, bytes, limit] : cases) {
+        SCOPED_TRACE(what);
+        GatrixGateway::GatewaySettings settings;
+        settings.limits.connections = 2;
+        settings.limits.helloTime = settings.limits.closeTime = std::chrono::hours(1);
+        settings.limits.*limit = std::chrono::milliseconds(100);
+        const Gateway gateway(settings);
+        TestClient resident(gateway.Port());
+        resident.Handle("/resident");
+        WebSocketPeer lingering;
+        lingering.Connect(gateway.Port());
+        lingering.SendRaw(bytes);
+        // Waits for the last place.
+        TestClient(gateway.Port()).Handle("/next");
+        resident.Handle("/still-here");
     }
 }
