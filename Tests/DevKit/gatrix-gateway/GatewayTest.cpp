@@ -1,16 +1,52 @@
 #include "Deadline.h"
 #include "Gateway.h"
-#include "TestClient.h"
+#include "GatrixWire.h"
+#include "WebSocketPeer.h"
 
 #include <gmock/gmock.h>
 
 #include <future>
 #include <system_error>
 
+namespace
+{
 namespace Wire = Gatrix::Wire;
 using GatrixGateway::Gateway;
 using testing::HasSubstr;
 using testing::StartsWith;
+
+/** A service's end of the wire. */
+class TestClient : public WebSocketPeer
+{
+public:
+    /** @param name that it says hello with; says nothing when empty */
+    explicit TestClient(std::uint16_t port, const std::string& name = "tester", const char* address = "127.0.0.1")
+    {
+        Connect(port, address);
+        ShakeHands();
+        if (!name.empty()) {
+            Send(Wire::Hello{name, "linux"});
+        }
+    }
+
+    using WebSocketPeer::Send;
+    void Send(const Wire::Frame& frame) { Send(Wire::Serialize(frame)); }
+
+    /** Registers an endpoint for GET, and waits until the gateway knows. */
+    void Handle(const std::string& endpoint)
+    {
+        Send(Wire::Register{Gatrix::Method::GET, endpoint, 1, "g"});
+        Send(Wire::Interest{{endpoint}});
+        EXPECT_EQ(Read(), Wire::Serialize(Wire::Ready{{endpoint}}));
+    }
+
+    /** Asks for an endpoint by GET, with a body of JSON text. */
+    void Ask(std::uint64_t id, const std::string& endpoint, const std::string& body)
+    {
+        Send(Wire::Request{id, Gatrix::Method::GET, endpoint, 1, body});
+    }
+};
+} // namespace
 
 TEST(Gateway, ClientThatGoes_IsMissedAtOnce)
 {

@@ -2,7 +2,6 @@
 #include "ChildProcess.h"
 #include "CliClientMT.h"
 #include "CliWire.h"
-#include "Escape.h"
 #include "FileDescriptor.h"
 #include "TemporaryFolder.h"
 #include "Texts.h"
@@ -95,8 +94,9 @@ TEST(Vcli, EveryEndOfACommand_HasItsWordsAndItsStatus)
         {"--wait=1 service show", 7, "shown{}\nvcli: the outcome did not come within 1 s\n"},
         {"help", 0,
          AllOf(StartsWith("Other\n  other show [x]\n      Help\\x0d of other show\n"), HasSubstr("\nService\n"))},
-        {"service jump", 3,
-         StartsWith("vcli: no service offers the command 'service jump'. There are:\nOther\n  other show")},
+        {"service 'j\xff\xc3|\xe2\x82|\xe2\x82\xac\xc3'", 3,
+         StartsWith("vcli: no service offers the command 'service j\\xff\\xc3|\\xe2\\x82|\xe2\x82\xac\\xc3'. There "
+                    "are:\nOther\n  other show")},
         {"service show $(printf %09000d 0)", 2, "vcli: the command is too long\n"},
         // Of commands from a pipe, the first failure is the status.
         {"", 2,
@@ -136,11 +136,6 @@ TEST(Vcli, ServiceThatTalksWithoutPause_DoesNotHoldUpATimeLimit)
     }
     EXPECT_EQ(vcli.WaitForExit(), 4);
     EXPECT_THAT(vcli.Output(), HasSubstr("vcli: Service does not answer\n"));
-}
-
-TEST(Vcli, BytesThatAreNoUtf8_AreEscaped)
-{
-    EXPECT_EQ(Escape::Text("\xff \xc3 \xe2\x82 \xe2\x82\xac \xc3"), "\\xff \\xc3 \\xe2\\x82 \xe2\x82\xac \\xc3");
 }
 
 TEST(Vcli, Terminal_HasAPromptAndShowsOutcomesAsTheyCome)
