@@ -1,14 +1,13 @@
-#include "ChildProcess.h"
 #include "Sanitized.h"
 #include "Sealed.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace
 {
 
 using testing::HasSubstr;
+using testing::MatchesRegex;
 
 /** Short limits, so that a run that uses them all takes two seconds. */
 const std::string kCommand = "command --time-limit 1 --kill-delay 0.4 --grace 0.3 ";
@@ -161,23 +160,17 @@ TEST(DiagSealCommandTest, Secrets_AreMaskedInWhatACommandPrintsOnly)
 {
     const std::string rules = "/opt/Vantor/etc/diag-mask.conf";
     const std::string line = "00:1b:21:3c:9d:4e 00:1b:21:3c:9d:4e password=hunter2\n";
-    const std::string command = "command -- sh -c " + Quoted("printf " + Quoted(line) + "; exit 3");
-    const std::regex masked(
-        "(00:1b:21:[0-9a-f:]{8}) \\1 password=\\[masked:secret\\]\n"
-        "diag-seal: the command ended with exit status 3\n");
+    const std::string command = "command -- printf " + Quoted(line);
+    const std::regex masked("(00:1b:21:(?!3c:9d:4e)[0-9a-f:]{8}) \\1 password=\\[masked:secret\\]\n");
     const Sealed one = RunDiagSeal(command);
-    const Sealed other = RunDiagSeal(command);
+    EXPECT_TRUE(std::regex_match(one.text, masked)) << one.text;
     EXPECT_EQ(one.errors, "");
-    EXPECT_NE(one.text, other.text) << "the same pseudonym in two items";
+    EXPECT_NE(RunDiagSeal(command).text, one.text) << "the same pseudonym in two items";
     WriteWholeFile(rules, "secret (\n");
     const Sealed byBuiltInRules = RunDiagSeal(command);
-    EXPECT_EQ(byBuiltInRules.errors, "diag-seal: " + rules +
-                                         " cannot be used, the built-in rules apply: the pattern 'secret (' is not "
-                                         "valid: missing ): (\n");
-    for (const Sealed& sealed : {one, other, byBuiltInRules}) {
-        EXPECT_TRUE(std::regex_match(sealed.text, masked)) << sealed.text;
-        EXPECT_THAT(sealed.text, testing::Not(HasSubstr("3c:9d:4e")));
-    }
+    EXPECT_TRUE(std::regex_match(byBuiltInRules.text, masked)) << byBuiltInRules.text;
+    EXPECT_THAT(byBuiltInRules.errors,
+                MatchesRegex("diag-seal: " + rules + " cannot be used, the built-in rules apply: .*\n"));
     const TemporaryFolder folder;
     EXPECT_EQ(RunDiagSeal("file -- " + folder.Write("file", line)).text, line);
     EXPECT_EQ(RunDiagSeal("text -- " + Quoted(line)).text, line);

@@ -1,8 +1,6 @@
-#include "ChildProcess.h"
 #include "Sealed.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ChildProcess.h"
 #include "TemporaryFolder.h"
 
 #include <chrono>
@@ -18,14 +19,6 @@ struct Sealed
     bool isAlone; ///< The processes are those that were there before.
 };
 
-/**
- * Runs diag-seal in a shell, with SIGPIPE ignored, SIGUSR1 blocked and descriptor 8 open, and opens what it writes.
- *
- * @param arguments as for sh(1), with redirections; what goes elsewhere is not in the result
- * @param key the recipient's, in PEM
- */
-Sealed RunDiagSeal(const std::string& arguments, const std::string& key = DEVELOPMENT_KEY);
-
 /** A word for sh(1), whatever is in it. */
 inline std::string Quoted(const std::string& text)
 {
@@ -36,4 +29,34 @@ inline std::string Quoted(const std::string& text)
 inline std::set<std::string> Processes()
 {
     return NamesIn("/proc");
+}
+
+/**
+ * Runs diag-seal in a shell, with SIGPIPE ignored, SIGUSR1 blocked and descriptor 8 open, and opens what it writes.
+ *
+ * @param arguments as for sh(1), with redirections; what goes elsewhere is not in the result
+ * @param key the recipient's, in PEM
+ */
+inline Sealed RunDiagSeal(const std::string& arguments, const std::string& key = DEVELOPMENT_KEY)
+{
+    const TemporaryFolder folder;
+    const std::string output = folder.Write("output", "");
+    const std::string errors = folder.Write("errors", "");
+    const std::set<std::string> before = Processes();
+    const auto start = std::chrono::steady_clock::now();
+    Sealed sealed = {};
+    sealed.status = RunProgram({"sh", "-c",
+                                "exec >" + output + " 2>" + errors +
+                                    " 8</dev/null; env --ignore-signal=PIPE,CHLD --block-signal=USR1 " +
+                                    Program("diag-seal") + ' ' + arguments})
+                        .status;
+    sealed.time = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
+    sealed.isAlone = Processes() == before;
+    sealed.written = ReadWholeFile(output);
+    sealed.errors = ReadWholeFile(errors);
+    sealed.text = RunProgram({"sh", "-c",
+                              "openssl cms -decrypt -binary -inform DER -inkey " + key + " -in " + output +
+                                  " 2>/dev/null | gzip -dc 2>/dev/null"})
+                      .output;
+    return sealed;
 }

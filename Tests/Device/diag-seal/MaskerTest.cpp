@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <numeric>
 #include <sstream>
 #include <sys/stat.h>
 
@@ -29,17 +30,6 @@ std::string Faults(const std::string& rules)
     }
     return faults;
 }
-
-std::string WithoutLine(const std::string& text, std::size_t number)
-{
-    std::istringstream lines(text);
-    std::string rest;
-    std::string line;
-    for (std::size_t i = 0; std::getline(lines, line); ++i) {
-        rest += i == number ? "" : line + "\n";
-    }
-    return rest;
-}
 } // namespace
 
 TEST(Masker, LetsNoSecretPassAndTouchesNothingElse)
@@ -53,9 +43,9 @@ TEST(Masker, NeedsEachOfItsRules)
     EXPECT_EQ(rules, ReadWholeFile(ROOTFS "/opt/Vantor/etc/diag-mask.conf"));
     std::istringstream lines(rules);
     std::string line;
-    for (std::size_t number = 0; std::getline(lines, line); ++number) {
+    for (std::size_t at = 0; std::getline(lines, line); at += line.size() + 1) {
         if (!line.empty() && line.front() != '#' && line.rfind("when ", 0) != 0) {
-            EXPECT_NE(Faults(WithoutLine(rules, number)), "") << line;
+            EXPECT_NE(Faults(rules.substr(0, at) + rules.substr(at + line.size() + 1)), "") << line;
         }
     }
 }
@@ -79,10 +69,11 @@ TEST(Masker, SaysTheSameInWhateverPiecesTheTextComes)
 TEST(Masker, LetsNothingPassAtTheSeamsOfALongLine)
 {
     const std::string secret = "access_token=0a1b2c3d4e5f60718293a4b5c6d7e8f9, from 00:1b:21:3c:9d:4e with 81.2.69.142";
+    Masker masker = MakeMasker();
     for (std::size_t before = 2400; before < 4200; before += 11) {
         const std::string filler =
             std::string(before / 8, '#').append(" ").append(before - before / 8, '+').append(" ");
-        const std::string output = Masked(std::string(filler).append(secret).append(" ").append(filler));
+        const std::string output = MaskedBy(masker, std::string(filler).append(secret).append(" ").append(filler));
         for (const char* part : {"0a1b", "e8f9", "3c:9d:4e", "69.142"}) {
             ASSERT_EQ(output.find(part), std::string::npos) << before;
         }
@@ -114,12 +105,8 @@ TEST(Masker, GivesTheSameNameToTheSameWithinAnItemOnly)
         << once;
     // The example of the paper: the key 00 01 ... 0f, the text 00 01 ... 0e.
     MaskKey key;
-    std::string bytes;
-    for (std::uint8_t i = 0; i < 16; ++i) {
-        key[i] = i;
-        bytes += static_cast<char>(i);
-    }
-    EXPECT_EQ(SipHash(key, bytes.substr(0, 15)), 0xa129ca6149be45e5);
+    std::iota(key.begin(), key.end(), std::uint8_t{0});
+    EXPECT_EQ(SipHash(key, std::string(key.begin(), key.end() - 1)), 0xa129ca6149be45e5);
 }
 
 TEST(Masker, FollowsRulesOfItsOwner)
