@@ -111,7 +111,7 @@ TEST(DiagSealCommandTest, CutOutput_KeepsHeadAndTail)
     constexpr std::size_t kSize = 80000;
     for (const std::size_t lines : {10000, 10001, 500000}) {
         const std::string sequence = "seq -w 1000000 " + std::to_string(999999 + lines);
-        const std::string numbers = RunProgram({"sh", "-c", sequence}).output;
+        const std::string numbers = Shell(sequence).output;
         const std::size_t missing = lines * kLine - kSize;
         const std::string cut = numbers.substr(0, kSize / 2) + "\ndiag-seal: " + std::to_string(missing) +
                                 " bytes are missing here\n" + numbers.substr(numbers.size() - kSize / 2);
@@ -127,10 +127,8 @@ TEST(DiagSealCommandTest, RandomOutput_IsWholeAtTheBound)
     const TemporaryFolder folder;
     const std::string random = folder.Path() + "/random";
     // Without the letters of which names of secrets are made.
-    RunProgram({"sh", "-c",
-                "LC_ALL=C tr -dc 0-9B-DF-HL-NQRTVXZb-df-hl-nqrtvxz </dev/urandom | fold -w 76 | "
-                "head -c 4000000 >" +
-                    random});
+    const std::string letters = "0-9B-DF-HL-NQRTVXZb-df-hl-nqrtvxz";
+    Shell("LC_ALL=C tr -dc " + letters + " </dev/urandom | fold -w 76 | head -c 4000000 >" + random);
     const std::string all = ReadWholeFile(random);
     EXPECT_TRUE(RunDiagSeal("command --size 4000000 -- cat " + random).text == all);
     const Sealed cut = RunDiagSeal("command --size 3000000 -- cat " + random);
@@ -216,17 +214,16 @@ TEST(DiagSealCommandTest, SignalsToDiagSeal_EndWhatItRuns)
     ExpectEndings(options + "0.1 ", {{"STOP of the other", kill("-STOP $PPID"), "", 1, gaveUp}});
     // Sends KILL to its whole process group. Then the worker's output fails.
     const std::set<std::string> before = Processes();
-    RunProgram({"sh", "-c",
-                "timeout -s KILL 0.3 " + Program("diag-seal") + " command -- sh -c " +
-                    Quoted(script + "sleep 0.5; cat /dev/urandom") + " >/dev/full"});
+    Shell("timeout -s KILL 0.3 " + Program("diag-seal") + " command -- sh -c " +
+          Quoted(script + "sleep 0.5; cat /dev/urandom") + " >/dev/full");
     EXPECT_TRUE(WaitUntil([&before] { return Processes() == before; }));
 }
 
 TEST(DiagSealCommandTest, ChildrenThatItWasBornWith_AreNotItsOwn)
 {
     const std::string script = "sleep 99 & exec " + Program("diag-seal") + " command -- sh -c 'sleep 98 & exit 3' >";
-    EXPECT_EQ(RunProgram({"sh", "-c", script + "/dev/full"}).status, 1);
-    EXPECT_EQ(RunProgram({"sh", "-c", script + "/tmp/sealed"}).status, 0);
+    EXPECT_EQ(Shell(script + "/dev/full").status, 1);
+    EXPECT_EQ(Shell(script + "/tmp/sealed").status, 0);
     EXPECT_THAT(RunProgram({"pgrep", "-a", "sleep"}).output, testing::EndsWith(" sleep 99\n"));
 }
 

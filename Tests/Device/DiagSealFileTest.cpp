@@ -9,8 +9,7 @@ using testing::EndsWith;
 
 TEST(DiagSealFileTest, RegularFile_ArrivesByteForByte)
 {
-    RunProgram({"sh", "-c",
-                "cd /tmp; head -c 300000 /dev/urandom >random; : >empty; cp random ./-f; cd /tmp; ln -s /tmp tmp"});
+    Shell("cd /tmp; head -c 300000 /dev/urandom >random; : >empty; cp random ./-f; cd /tmp; ln -s /tmp tmp");
     for (const std::string path :
          {"/tmp/random", "/tmp/empty", "/tmp/tmp/random", "/proc/self/../version", "/tmp/./-f"}) {
         const Sealed sealed = RunDiagSeal("file -- " + path);
@@ -22,7 +21,7 @@ TEST(DiagSealFileTest, RegularFile_ArrivesByteForByte)
 
 TEST(DiagSealFileTest, WhatIsNoRegularFile_IsRefused)
 {
-    RunProgram({"sh", "-c", "cd /tmp; : >file; mkdir folder; mkfifo fifo; ln -s file link"});
+    Shell("cd /tmp; : >file; mkdir folder; mkfifo fifo; ln -s file link");
     const std::pair<std::string, std::string> cases[] = {
         {"/tmp/missing", "No such file or directory"},    {"/tmp/folder", "not a regular file but a folder"},
         {"/tmp/fifo", "not a regular file but a FIFO"},   {"/tmp/link", "not a regular file but a symbolic link"},
@@ -66,11 +65,10 @@ TEST(DiagSealFileTest, ReadingWithoutEnd_CostsItsTimeLimit)
 
 TEST(DiagSealFileTest, FileThatBecomesShorter_IsToldOf)
 {
-    RunProgram({"sh", "-c", "head -c 4000000 /dev/urandom >/tmp/shrinking"});
-    const Finished run = RunProgram(
-        {"sh", "-c",
-         Program("diag-seal") + " file --size 3000000 -- /tmp/shrinking | { sleep 0.3; : >/tmp/shrinking; " +
-             "openssl cms -decrypt -binary -inform DER -inkey " DEVELOPMENT_KEY " | gzip -dc | tail -n 1; }"});
+    Shell("head -c 4000000 /dev/urandom >/tmp/shrinking");
+    const Finished run =
+        Shell(Program("diag-seal") + " file --size 3000000 -- /tmp/shrinking | { sleep 0.3; : >/tmp/shrinking; " +
+              "openssl cms -decrypt -binary -inform DER -inkey " DEVELOPMENT_KEY " | gzip -dc | tail -n 1; }");
     EXPECT_EQ(run.output,
               "diag-seal: the reading ended early: /tmp/shrinking: it has become shorter while it was read\n");
 }
@@ -90,7 +88,7 @@ TEST(DiagSealFileTest, FileThatBecomesAFifo_IsReadOrRefused)
 /** Seals with /tmp/certificate, which the preparation makes, and its key beside it. */
 Sealed RunWithCertificate(const std::string& preparation, const std::string& command)
 {
-    RunProgram({"sh", "-c", "cd /tmp; rm -f certificate; " + preparation});
+    Shell("cd /tmp; rm -f certificate; " + preparation);
     return RunDiagSeal("--certificate /tmp/certificate command -- " + command, "/tmp/key");
 }
 

@@ -19,6 +19,11 @@ struct Sealed
     bool isAlone; ///< The processes are those that were there before.
 };
 
+inline Finished Shell(const std::string& command)
+{
+    return RunProgram({"sh", "-c", command});
+}
+
 /** A word for sh(1), whatever is in it. */
 inline std::string Quoted(const std::string& text)
 {
@@ -45,18 +50,13 @@ inline Sealed RunDiagSeal(const std::string& arguments, const std::string& key =
     const std::set<std::string> before = Processes();
     const auto start = std::chrono::steady_clock::now();
     Sealed sealed = {};
-    sealed.status = RunProgram({"sh", "-c",
-                                "exec >" + output + " 2>" + errors +
-                                    " 8</dev/null; env --ignore-signal=PIPE,CHLD --block-signal=USR1 " +
-                                    Program("diag-seal") + ' ' + arguments})
-                        .status;
+    const std::string run = "; env --ignore-signal=PIPE,CHLD --block-signal=USR1 " + Program("diag-seal");
+    sealed.status = Shell("exec >" + output + " 2>" + errors + " 8</dev/null" + run + ' ' + arguments).status;
     sealed.time = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
     sealed.isAlone = Processes() == before;
     sealed.written = ReadWholeFile(output);
     sealed.errors = ReadWholeFile(errors);
-    sealed.text = RunProgram({"sh", "-c",
-                              "openssl cms -decrypt -binary -inform DER -inkey " + key + " -in " + output +
-                                  " 2>/dev/null | gzip -dc 2>/dev/null"})
-                      .output;
+    const std::string open = "openssl cms -decrypt -binary -inform DER -inkey " + key + " -in " + output;
+    sealed.text = Shell(open + " 2>/dev/null | gzip -dc 2>/dev/null").output;
     return sealed;
 }
