@@ -20,7 +20,8 @@ TEST(CloudUpload, MetadataAndArchive_AreStoredAndRecorded)
     TestCloud cloud("[]", settings);
     const std::string path = cloud.Announce();
     // A client that did not get the answer sends the archive again.
-    EXPECT_THAT(cloud.PostArchive(path), Answer(200, R"("size":43)"));
+    EXPECT_THAT(cloud.Ask("POST " + path, "Content-MD5: d41d8cd98f00b204e9800998ecf8427e\r\n"),
+                Answer(200, R"("size":0)"));
     EXPECT_THAT(cloud.Ask("POST " + path, "Content-MD5: 96995b58d4cbf6aaa9041b4f00c7f6ae\r\n", content),
                 Answer(200, R"("size":8388608)"));
     const auto metadata = cloud.Request(1);
@@ -135,6 +136,7 @@ TEST(CloudScript, BadScript_IsRefusedWithTheReason)
         {R"({"status":503})", "not a JSON array"},
         {R"([{},{"stauts":503}])", "outcome 2: there is no member \"stauts\""},
         {R"([{"status":"503"}])", "\"status\" must be a whole number from 200 to 599"},
+        {R"([{"status":199}])", "\"status\" must be a whole number from 200 to 599"},
         {R"([{"match":"upload"}])", "\"match\" must be"},
         {R"([{"status":503,"headers":["Retry-After"]}])", "\"headers\" must be an object"},
         {R"([{"status":503,"headers":{"Retry-After":"1\r\nX: y"}}])", "\"headers\" must map"},
