@@ -23,6 +23,15 @@ std::vector<std::string> CapturedLog::LinesOf(const std::string& logger, const s
     return lines;
 }
 
+std::string CapturedLog::TextOf(const std::string& logger, const std::string& start)
+{
+    std::string text = "\n";
+    for (const std::string& line : LinesOf(logger, start)) {
+        text += line + "\n";
+    }
+    return text;
+}
+
 void ExpectLines(const std::string& logger, const std::vector<testing::Matcher<std::string>>& lines,
                  const std::function<void()>& operation)
 {

@@ -14,6 +14,9 @@ public:
 
     /** Ends the capture: of each line of that logger that goes on like this, its level and the rest of its text. */
     static std::vector<std::string> LinesOf(const std::string& logger, const std::string& start = {});
+
+    /** The same as one text: a line feed, and each line with one. */
+    static std::string TextOf(const std::string& logger, const std::string& start = {});
 };
 
 /** Runs the operation; the running test fails when that logger writes other lines than such. */
