@@ -15,7 +15,6 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace
@@ -150,18 +149,38 @@ TEST_F(CliClientTest, WhatIsNoRequest_EndsThatConnectionOnly)
 {
     OfferEcho("echo", 1);
     Tool bystander;
-    const std::string tooLong = "echo " + std::string(CliWire::kMaxRequestLength, 'x');
-    for (const std::string& bytes : {std::string("hello\n"), std::string("\n"), std::string("\0\n", 2), tooLong,
-                                     CliWire::Encode(Request{Request::Kind::Run, 1, tooLong})}) {
+    const auto nested = [](std::size_t levels) {
+        return R"({"request":"list","id":0,"later":)" + std::string(levels, '[') + std::string(levels, ']') + "}";
+    };
+    const std::string tooLong(CliWire::kMaxRequestLength, 'x');
+    const std::string lines[] = {
+        "",
+        {"\0", 1},
+        "[]",
+        nested(16),
+        R"({"request":"run","line":"a"})",
+        R"({"request":"run","id":1})",
+        R"({"request":"run","id":1,"line":7})",
+        R"({"request":"jump","id":1})",
+        R"({"request":["list"],"id":1})",
+        R"({"request":"list","id":-1})",
+        R"({"request":"list","id":2147483648})",
+        R"({"request":"list","id":1.5})",
+        R"({"request":"run","id":1,"line":")" + tooLong + "\"}",
+    };
+    for (const std::string& line : lines) {
         Tool tool;
-        tool.Say(bytes);
-        EXPECT_THAT(tool.Next(), HasSubstr("error 0 ")) << bytes.substr(0, 20);
+        tool.Say(line + "\n");
+        EXPECT_THAT(tool.Next(), HasSubstr("error 0 ")) << line.substr(0, 50);
         EXPECT_EQ(tool.Next(), "end");
     }
-    for (const char byte : CliWire::Encode(Request{Request::Kind::Run, 1, "echo a"})) {
+    Tool endless;
+    endless.Say(tooLong + "x");
+    EXPECT_THAT(endless.Next(), HasSubstr("error 0 "));
+    for (const char byte : nested(15) + "\n") {
         bystander.Say({byte});
     }
-    EXPECT_EQ(bystander.Next(), R"(reply 1 1{ "a" })");
+    EXPECT_EQ(bystander.Next(), "commands 0 ; help of echo");
 }
 
 TEST_F(CliClientTest, ToolThatDoesNotRead_IsDroppedAndOthersAreServed)
@@ -218,24 +237,17 @@ TEST_F(CliClientTest, ServiceOutOfDescriptors_AcceptsWhenThereAreSomeAgain)
     EXPECT_EQ(waiting.Next(), "commands 2 ");
 }
 
-TEST(CliClientSocket, FileOfADeadProcess_IsReplacedAndThatOfALiveOneIsNot)
+TEST_F(CliClientTest, SocketOfADeadProcess_IsReplacedAndThatOfALiveOneIsNot)
 {
     namespace fs = std::filesystem;
+    client.reset();
     fs::remove_all("/run/vantor");
-    APTask task("Handler", 0, CTask::NOT_REALTIME, -1);
-    const pid_t child = fork();
-    if (child == 0) {
-        umask(0);
-        CliClientMT client("Service");
-        client.Initialize(&task);
-        kill(getpid(), SIGKILL);
-    }
-    ASSERT_EQ(waitpid(child, nullptr, 0), child);
+    umask(0);
+    UnixSocket::Listen(kSocket); // whose descriptor is closed at once
+    client = std::make_unique<CliClientMT>("Service");
+    client->Initialize(&task);
     EXPECT_EQ(fs::status(kSocket).permissions(), fs::perms(0600));
     EXPECT_EQ(fs::status("/run/vantor/cli").permissions(), fs::perms(0700));
-
-    CliClientMT client("Service");
-    client.Initialize(&task);
     Tool tool;
     EXPECT_EQ(tool.List(), "commands 1 ");
     for (const std::string& name : {std::string("Service"), std::string(200, 'x'), std::string("../Service")}) {

@@ -35,28 +35,3 @@ TEST(CliWire, Texts_ArriveOnOneLine)
               "\"id\":2147483647,\"text\":\"a\\n\\\"\\u00e9\\ufffd\"}\n");
     EXPECT_EQ(CliWire::Encode(CliWire::DecodeEvent(line).value()), line);
 }
-
-TEST(CliWire, LineThatIsNoRequest_IsNotDecoded)
-{
-    const auto nested = [](std::size_t levels) {
-        return R"({"request":"list","id":1,"later":)" + std::string(levels, '[') + std::string(levels, ']') + "}";
-    };
-    EXPECT_TRUE(CliWire::DecodeRequest(R"({"request":"run","id":0,"line":"a","later":[]})"));
-    EXPECT_TRUE(CliWire::DecodeRequest(nested(15)));
-    const std::string lines[] = {
-        "",
-        "[]",
-        nested(16),
-        R"({"request":"run","line":"a"})",
-        R"({"request":"run","id":1})",
-        R"({"request":"run","id":1,"line":7})",
-        R"({"request":"jump","id":1})",
-        R"({"request":["list"],"id":1})",
-        R"({"request":"list","id":-1})",
-        R"({"request":"list","id":2147483648})",
-        R"({"request":"list","id":1.5})",
-    };
-    for (const std::string& line : lines) {
-        EXPECT_FALSE(CliWire::DecodeRequest(line)) << line;
-    }
-}

@@ -1,10 +1,9 @@
+#include "CapturedLog.h"
 #include "DPrint.h"
 #include "Memory.h"
 #include "Sanitized.h"
 #include "Texts.h"
 #include "WallClock.h"
-
-#include <gmock/gmock.h>
 
 #include <future>
 #include <sstream>
@@ -13,45 +12,24 @@
 static const DPrint s_log("Logger");
 static const DPrint s_other("Other");
 
-/** The lines that have been written since CaptureStderr. */
-static std::vector<std::string> CapturedLines()
+TEST(DPrint, EitherForm_IsOneLineThatBeginsWithThePresentTime)
 {
-    std::vector<std::string> lines;
-    std::istringstream stream(testing::internal::GetCapturedStderr());
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
-
-TEST(DPrint, EitherForm_IsOneLine)
-{
+    s_log.Log(3, "in this second");
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    const std::string before = WallClock::Text("%FT%T", WallClock::Seconds());
     testing::internal::CaptureStderr();
     s_log.Log(3, "%s: %d of %s\n", "Operation", 1, "them");
     std::ostringstream line;
     s_log.Prefix(line, 1, "Operation") << "text " << 2;
     s_log.Put(line);
     s_log.LogWarning("an answer\r\nwith a forged line\x1b[2J\n");
-    s_log.Log(4, "too much");
-    const auto like = [](const std::string& rest) {
-        return testing::MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}Z [0-9]+ " +
-                                     rest);
-    };
-    EXPECT_THAT(CapturedLines(),
-                testing::ElementsAre(like("3 Logger: Operation: 1 of them"), like("1 Logger: Operation: text 2"),
-                                     like(R"(2 Logger: an answer\\r\\nwith a forged line\\x1b\[2J)")));
-}
-
-TEST(DPrint, Line_BeginsWithThePresentTime)
-{
-    s_log.Log(3, "in this second");
-    std::this_thread::sleep_for(std::chrono::seconds(1));
-    const std::string before = WallClock::Text("%FT%T", WallClock::Seconds());
-    testing::internal::CaptureStderr();
-    s_log.Log(3, "in a later one");
-    const std::string line = testing::internal::GetCapturedStderr();
-    EXPECT_GE(line, before);
-    EXPECT_LE(line.substr(0, before.size()), WallClock::Text("%FT%T", WallClock::Seconds()));
+    const std::string lines = testing::internal::GetCapturedStderr();
+    EXPECT_GE(lines, before);
+    EXPECT_LE(lines.substr(0, before.size()), WallClock::Text("%FT%T", WallClock::Seconds()));
+    const std::string begin = "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}Z [0-9]+ ";
+    EXPECT_THAT(lines, testing::MatchesRegex(begin + "3 Logger: Operation: 1 of them\n" + begin +
+                                             "1 Logger: Operation: text 2\n" + begin +
+                                             "2 Logger: an answer\\\\r\\\\nwith a forged line\\\\x1b\\[2J\n"));
 }
 
 TEST(DPrint, LongLine_IsCutBetweenCharactersAndEscapes)
@@ -74,18 +52,14 @@ TEST(DPrint, LongLine_IsCutBetweenCharactersAndEscapes)
         {std::string(8169, 'x') + "\xc3", std::string(8169, 'x') + "... (1 bytes more)"},
     };
     for (const auto& [text, written] : cases) {
-        testing::internal::CaptureStderr();
+        const CapturedLog log(3);
         s_log.Log(3, "Operation7: %s", text.c_str());
         std::ostringstream line;
         s_log.Prefix(line, 3, "left over");
         s_log.Prefix(line, 3, "Operation7") << text;
         s_log.Put(line);
-        const auto lines = CapturedLines();
-        ASSERT_EQ(lines.size(), 2U);
-        for (const std::string& each : lines) {
-            const std::string rest = each.substr(each.find("on7: ") + 5);
-            EXPECT_TRUE(rest == written) << rest.size() << " " << rest.substr(0, 40);
-        }
+        const auto lines = CapturedLog::LinesOf("Logger", "Operation7: ");
+        EXPECT_TRUE(lines == std::vector(2, "3 " + written)) << lines[0].size() << " " << lines[0].substr(0, 40);
     }
 }
 
@@ -126,7 +100,7 @@ TEST(DPrint, LinesOfThreads_AreNeverMixed)
 {
     constexpr std::size_t kLines = 500;
     const std::string longText = "<" + std::string(3000, 'x') + ">";
-    testing::internal::CaptureStderr();
+    const CapturedLog log;
     const auto write = [&longText] {
         for (std::size_t line = 0; line < kLines; ++line) {
             s_log.Log(1, "%s", longText.c_str());
@@ -135,7 +109,5 @@ TEST(DPrint, LinesOfThreads_AreNeverMixed)
     const auto other = std::async(std::launch::async, write);
     write();
     other.wait();
-    const auto lines = CapturedLines();
-    EXPECT_EQ(lines.size(), 2 * kLines);
-    EXPECT_THAT(lines, testing::Each(testing::EndsWith("Logger: " + longText)));
+    EXPECT_TRUE(CapturedLog::LinesOf("Logger") == std::vector(2 * kLines, "1 " + longText));
 }
