@@ -1,5 +1,6 @@
 #include "CapturedLog.h"
 #include "ChildProcess.h"
+#include "StringUtils.h"
 #include "TemporaryFolder.h"
 #include "posixSpawnUtils.h"
 
@@ -11,7 +12,7 @@
 #include <unistd.h>
 
 using DiagnosticFileSvc::posixSpawnUtils;
-using Lines = std::vector<std::string>;
+using testing::EndsWith;
 
 struct posixSpawnUtilsTest : testing::Test
 {
@@ -20,15 +21,13 @@ struct posixSpawnUtilsTest : testing::Test
         return posixSpawnUtils::GetInstance().CollectEncryptLogs(m_output, command);
     }
 
-    static Lines LinesOf(const std::function<void()>& operation)
+    /** What it logs, without the numbers of processes and the folder. */
+    std::string LogOf(const std::function<void()>& operation) const
     {
         const CapturedLog log(3);
         operation();
-        Lines lines = CapturedLog::LinesOf("posixSpawnUtils");
-        for (std::string& line : lines) {
-            line = std::regex_replace(line, std::regex("(pid|exit): [0-9]+$"), "$1: PID");
-        }
-        return lines;
+        const std::string text = StringUtils::FindReplace(CapturedLog::TextOf("posixSpawnUtils"), m_folder.Path(), "");
+        return std::regex_replace(text, std::regex("(pid|exit): [0-9]+"), "$1: PID");
     }
 
     const TemporaryFolder m_folder;
@@ -68,41 +67,38 @@ TEST_F(posixSpawnUtilsTest, CompressesNothing_WhenTheCommandCouldNotRun)
 TEST_F(posixSpawnUtilsTest, LogsEachStage)
 {
     const std::string named = m_folder.Path() + "/a b.txt";
-    const std::string compress = "3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile ";
-    EXPECT_EQ(LinesOf([&] { EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs(named, "exit 2"), 512); }),
-              (Lines{
-                  "3 posixSpawnUtils: posixSpawnUtils::posixSpawnUtils - START",
-                  "3 CollectEncryptLogs: CollectSysLogs - command: exit 2",
-                  "3 CollectEncryptLogs: upload_sys_logs - testpoint #1",
-                  "3 CollectEncryptLogs: upload_sys_logs - testpoint #2",
-                  "3 CollectEncryptLogs: upload_sys_logs - testpoint #3",
-                  "3 CollectEncryptLogs: upload_sys_logs - Child pid: PID",
-                  "3 CollectEncryptLogs: upload_sys_logs - Child status: 2",
-                  "3 CollectEncryptLogs: upload_sys_logs - Child is done, status: 512",
-                  "3 CollectEncryptLogs: upload_sys_logs - Child is done, clean exit: PID",
-                  compress + "- START",
-                  compress + "filename: compress-diag-file.sh " + named,
-                  compress + "- Child pid: PID",
-                  compress + "- Child status: 2",
-                  compress + "- Child is done, clean exit: PID",
-              }));
+    EXPECT_EQ(LogOf([&] { EXPECT_EQ(posixSpawnUtils::GetInstance().CollectEncryptLogs(named, "exit 2"), 512); }), R"(
+3 posixSpawnUtils: posixSpawnUtils::posixSpawnUtils - START
+3 CollectEncryptLogs: CollectSysLogs - command: exit 2
+3 CollectEncryptLogs: upload_sys_logs - testpoint #1
+3 CollectEncryptLogs: upload_sys_logs - testpoint #2
+3 CollectEncryptLogs: upload_sys_logs - testpoint #3
+3 CollectEncryptLogs: upload_sys_logs - Child pid: PID
+3 CollectEncryptLogs: upload_sys_logs - Child status: 2
+3 CollectEncryptLogs: upload_sys_logs - Child is done, status: 512
+3 CollectEncryptLogs: upload_sys_logs - Child is done, clean exit: PID
+3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile - START
+3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile filename: compress-diag-file.sh /a b.txt
+3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile - Child pid: PID
+3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile - Child status: 2
+3 CompressDiagnosticFile: upload_sys_logs CompressDiagnosticFile - Child is done, clean exit: PID
+)");
     auto& utils = posixSpawnUtils::GetInstance();
     EXPECT_TRUE(std::filesystem::exists(named)) << "the name went to the script unquoted";
-    EXPECT_EQ(LinesOf([&] { utils.TarDiagnosticFiles("x"); }),
-              (Lines{
-                  "3 TarDiagnosticFiles: TarDiagnosticFiles - START",
-                  "3 TarDiagnosticFiles: TarDiagnosticFiles filename: tar-compress-diag-files.sh x",
-                  "3 TarDiagnosticFiles: upload_sys_logs CompressDiagnosticFile - Child pid: PID",
-                  "3 TarDiagnosticFiles: TarDiagnosticFiles - Child status: 1",
-                  "3 TarDiagnosticFiles: TarDiagnosticFiles - Child is done, clean exit: PID",
-              }));
-    EXPECT_EQ(LinesOf([&] { EXPECT_EQ(utils.CollectEncryptLogs("/dev/null/x", "true"), ENOTDIR); }).back(),
-              "3 CollectEncryptLogs: upload_sys_logs - posix_spawn: ERROR status: 20");
+    EXPECT_EQ(LogOf([&] { utils.TarDiagnosticFiles("x"); }), R"(
+3 TarDiagnosticFiles: TarDiagnosticFiles - START
+3 TarDiagnosticFiles: TarDiagnosticFiles filename: tar-compress-diag-files.sh x
+3 TarDiagnosticFiles: upload_sys_logs CompressDiagnosticFile - Child pid: PID
+3 TarDiagnosticFiles: TarDiagnosticFiles - Child status: 1
+3 TarDiagnosticFiles: TarDiagnosticFiles - Child is done, clean exit: PID
+)");
+    EXPECT_THAT(LogOf([&] { EXPECT_EQ(utils.CollectEncryptLogs("/dev/null/x", "true"), ENOTDIR); }),
+                EndsWith("\n3 CollectEncryptLogs: upload_sys_logs - posix_spawn: ERROR status: 20\n"));
     std::signal(SIGCHLD, SIG_IGN); // the kernel keeps no outcome then
-    EXPECT_EQ(LinesOf([&] { EXPECT_EQ(Collect("exit 3"), 0); }).back(),
-              "3 CollectEncryptLogs: upload_sys_logs - Child status: ERROR");
-    EXPECT_EQ(LinesOf([&] { utils.CompressDiagnosticFile("x"); }).back(),
-              "3 CompressDiagnosticFile: upload_sys_logs - CompressDiagnosticFile Child status: ERROR");
-    EXPECT_EQ(LinesOf([&] { utils.TarDiagnosticFiles("x"); }).back(),
-              "3 TarDiagnosticFiles: TarDiagnosticFiles Child status: ERROR");
+    EXPECT_THAT(LogOf([&] { EXPECT_EQ(Collect("exit 3"), 0); }),
+                EndsWith("\n3 CollectEncryptLogs: upload_sys_logs - Child status: ERROR\n"));
+    EXPECT_THAT(LogOf([&] { utils.CompressDiagnosticFile("x"); }),
+                EndsWith("upload_sys_logs - CompressDiagnosticFile Child status: ERROR\n"));
+    EXPECT_THAT(LogOf([&] { utils.TarDiagnosticFiles("x"); }),
+                EndsWith("\n3 TarDiagnosticFiles: TarDiagnosticFiles Child status: ERROR\n"));
 }
