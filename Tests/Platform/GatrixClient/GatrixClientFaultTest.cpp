@@ -14,13 +14,13 @@ constexpr char kGetForNine[] = R"({"op":"request","id":9,"version":1,"endpoint":
 TEST_F(GatrixClientTest, DroppedConnection_EndsWhatWasOnItAndIsMadeAgain)
 {
     Connect();
-    client->RegisterGetHandler<Answer>("/g", probe.get, "G");
+    client->RegisterGetHandler<Response>("/g", probe.get, "G");
     client->SendGetRequest("/r", "1", 1.0, probe.raw, probe.refused);
     gateway->Read();
     gateway->Read();
     gateway->Send(kGetForNine);
     EXPECT_EQ(probe.Next(), "get");
-    const ClientProbe::Reply late = probe.TakeReply();
+    const Reply late = probe.TakeReply();
 
     const auto start = std::chrono::steady_clock::now();
     const std::uint16_t port = std::exchange(gateway, nullptr)->Port();
@@ -30,7 +30,7 @@ TEST_F(GatrixClientTest, DroppedConnection_EndsWhatWasOnItAndIsMadeAgain)
     EXPECT_THAT(probe.Next(), HasSubstr("still trying: Connection refused"));
     client->SendGetRequest("/r", "2", 1.0, probe.raw, probe.refused);
     EXPECT_EQ(probe.Next(), "refused 503 /r: there is no connection to the gateway");
-    client->RegisterGetHandler<Answer>("/g", probe.get, "G");
+    client->RegisterGetHandler<Response>("/g", probe.get, "G");
     client->SendNotification("/n", Request(), 1.0);
 
     gateway = std::make_unique<ScriptedGateway>(port);

@@ -13,17 +13,16 @@ struct ScriptedGateway : WebSocketPeer
     explicit ScriptedGateway(std::uint16_t port = 0 /* any that is free */) { Listen(port); }
 };
 
-using UploadAnswer = DFSCommonPB::UploadResponse;
-using UploadReply = std::pair<Callback<UploadAnswer>, Callback<Gatrix::Error>>;
+using Request = DFSCommonPB::UploadRequest;
+using Response = DFSCommonPB::UploadResponse;
+
+/** What answers a request, and what refuses it. */
+using Reply = std::pair<Callback<Response>, Callback<Gatrix::Error>>;
 
 /** A task that takes whatever a client brings, and tells it line by line. */
-class ClientProbe : ArrivalProbe<std::pair<std::string, UploadReply>>
+class ClientProbe : ArrivalProbe<std::pair<std::string, Reply>>
 {
 public:
-    using Request = DFSCommonPB::UploadRequest;
-    using Answer = UploadAnswer;
-    using Reply = UploadReply;
-
     ClientProbe() { Start(); }
     ~ClientProbe() override { Stop(); }
 
@@ -43,11 +42,11 @@ public:
     const AsyncCallback<const std::vector<std::string>> ready{this, this, &ClientProbe::OnReady};
     const AsyncCallback<const std::vector<std::string>> notReady{this, this, &ClientProbe::OnNotReady};
     const AsyncCallback<const std::string> raw{this, this, &ClientProbe::OnRaw};
-    const AsyncCallback<Answer> typed{this, this, &ClientProbe::OnTyped};
+    const AsyncCallback<Response> typed{this, this, &ClientProbe::OnTyped};
     const AsyncCallback<Gatrix::Error> refused{this, this, &ClientProbe::OnRefused};
     const AsyncCallback<Request> notified{this, this, &ClientProbe::OnNotified};
-    const Gatrix::GatrixClientIF::PostHandler<Request, Answer> post{this, this, &ClientProbe::OnPost};
-    const Gatrix::GatrixClientIF::GetHandler<Answer> get{this, this, &ClientProbe::OnGet};
+    const Gatrix::GatrixClientIF::PostHandler<Request, Response> post{this, this, &ClientProbe::OnPost};
+    const Gatrix::GatrixClientIF::GetHandler<Response> get{this, this, &ClientProbe::OnGet};
 
 private:
     void Tell(const std::string& line, Reply reply = {}) { Keep({line, std::move(reply)}); }
@@ -59,17 +58,20 @@ private:
     void OnReady(const std::vector<std::string>& endpoints) { Tell("ready " + testing::PrintToString(endpoints)); }
     void OnNotReady(const std::vector<std::string>& lost) { Tell("not ready " + testing::PrintToString(lost)); }
     void OnRaw(const std::string& text) { Tell("raw " + text); }
-    void OnTyped(const Answer& answer) { Tell("typed " + answer.message()); }
+    void OnTyped(const Response& answer) { Tell("typed " + answer.message()); }
     void OnRefused(const Gatrix::Error& refusal)
     {
         Tell("refused " + std::to_string(refusal.statuscode()) + " " + refusal.message());
     }
     void OnNotified(const Request& request) { Tell("notified " + request.filetoupload()); }
-    void OnPost(const Request& request, const Callback<Answer>& answer, const Callback<Gatrix::Error>& refuse)
+    void OnPost(const Request& request, const Callback<Response>& answer, const Callback<Gatrix::Error>& refuse)
     {
         Tell("post " + request.filetoupload(), {answer, refuse});
     }
-    void OnGet(const Callback<Answer>& answer, const Callback<Gatrix::Error>& refuse) { Tell("get", {answer, refuse}); }
+    void OnGet(const Callback<Response>& answer, const Callback<Gatrix::Error>& refuse)
+    {
+        Tell("get", {answer, refuse});
+    }
 
     Reply m_reply;
 };
@@ -78,9 +80,6 @@ private:
 class GatrixClientTest : public testing::Test
 {
 protected:
-    using Answer = ClientProbe::Answer;
-    using Request = ClientProbe::Request;
-
     Gatrix::ClientCore::Settings Settings() const
     {
         Gatrix::ClientCore::Settings settings;

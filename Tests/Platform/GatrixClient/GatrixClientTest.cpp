@@ -5,9 +5,9 @@
 
 using namespace testing; // NOLINT(google-build-using-namespace): its matchers
 
-static ClientProbe::Request Upload(const std::string& file)
+static Request Upload(const std::string& file)
 {
-    ClientProbe::Request request;
+    Request request;
     request.set_filetoupload(file);
     return request;
 }
@@ -15,8 +15,8 @@ static ClientProbe::Request Upload(const std::string& file)
 TEST_F(GatrixClientTest, Requests_AreAnsweredTypedAndRaw)
 {
     Connect();
-    client->SendPostRequest<Request, Answer>("/p", Upload("x"), 1.5, probe.typed, probe.refused);
-    client->SendGetRequest<Answer>("/g", probe.typed, probe.refused);
+    client->SendPostRequest<Request, Response>("/p", Upload("x"), 1.5, probe.typed, probe.refused);
+    client->SendGetRequest<Response>("/g", probe.typed, probe.refused);
     client->SendGetRequest("/r", R"({"a": "b"})", 1.0, probe.raw, probe.refused);
     EXPECT_EQ(gateway->Read(),
               R"({"endpoint":"/p","id":1,"method":"POST","op":"request","version":1.5,"body":{"fileToUpload":"x"}})");
@@ -32,11 +32,11 @@ TEST_F(GatrixClientTest, Requests_AreAnsweredTypedAndRaw)
     gateway->Send(R"({"op":"answer","id":1,"body":{"statusCode":200,"message":"done"}})");
     EXPECT_EQ(probe.Next(), "typed done");
 
-    client->SendGetRequest<Answer>("/g", probe.typed, probe.refused);
+    client->SendGetRequest<Response>("/g", probe.typed, probe.refused);
     gateway->Read();
     gateway->Send(R"({"op":"answer","id":4})");
     EXPECT_THAT(probe.Next(), StartsWith("refused 400 UploadResponse: "));
-    client->SendPostRequest<Answer, Answer>("/p", Answer(), 1.0, probe.typed, probe.refused);
+    client->SendPostRequest<Response, Response>("/p", Response(), 1.0, probe.typed, probe.refused);
     EXPECT_THAT(probe.Next(), HasSubstr("refused 400 UploadResponse: "));
     client->SendGetRequest("/p", "", std::numeric_limits<double>::infinity(), probe.raw, probe.refused);
     EXPECT_EQ(probe.Next(), R"(refused 400 /p: request: "version" must be a number)");
@@ -46,8 +46,8 @@ TEST_F(GatrixClientTest, DeliveredRequests_AreAnsweredOnceWhateverTheHandlerDoes
 {
     const CapturedLog log;
     Connect();
-    client->RegisterPostHandler<Request, Answer>("/p", probe.post, 1.5, "G");
-    client->RegisterGetHandler<Answer>("/p", probe.get, "T");
+    client->RegisterPostHandler<Request, Response>("/p", probe.post, 1.5, "G");
+    client->RegisterGetHandler<Response>("/p", probe.get, "T");
     EXPECT_EQ(gateway->Read(), R"({"endpoint":"/p","group":"G","method":"POST","op":"register","version":1.5})");
     EXPECT_EQ(gateway->Read(), R"({"endpoint":"/p","group":"T","method":"GET","op":"register","version":1.0})");
     const auto ask = [&](const std::string& methodAndMore) {
@@ -58,11 +58,11 @@ TEST_F(GatrixClientTest, DeliveredRequests_AreAnsweredOnceWhateverTheHandlerDoes
         EXPECT_EQ(probe.Next(), line);
         return probe.TakeReply();
     };
-    Answer answer;
+    Response answer;
     answer.set_statuscode(200);
     answer.set_message("done");
 
-    const ClientProbe::Reply reply = handled(R"("POST","body":{"fileToUpload":"x"})", "post x");
+    const Reply reply = handled(R"("POST","body":{"fileToUpload":"x"})", "post x");
     reply.first(answer);
     reply.first(answer);
     reply.second(Gatrix::MakeError(400, "second"));
@@ -72,7 +72,7 @@ TEST_F(GatrixClientTest, DeliveredRequests_AreAnsweredOnceWhateverTheHandlerDoes
     handled(R"("GET")", "get");
     EXPECT_EQ(gateway->Read(),
               R"({"error":{"message":"the handler of /p gave no answer","statusCode":500},"id":9,"op":"error"})");
-    handled(R"("GET")", "get").first(Answer());
+    handled(R"("GET")", "get").first(Response());
     EXPECT_THAT(gateway->Read(), HasSubstr(R"("statusCode":500)"));
     answer.set_message("\xff" + std::string(Gatrix::Wire::kMaxFrameBytes, 'x'));
     handled(R"("GET")", "get").first(answer);
@@ -84,7 +84,7 @@ TEST_F(GatrixClientTest, DeliveredRequests_AreAnsweredOnceWhateverTheHandlerDoes
     ask(R"("POST","body":{"fileType":7})");
     EXPECT_THAT(gateway->Read(), AllOf(HasSubstr(R"("message":"UploadRequest: )"), HasSubstr(R"("statusCode":400)")));
 
-    const ClientProbe::Reply outliving = handled(R"("GET")", "get");
+    const Reply outliving = handled(R"("GET")", "get");
     gateway.reset();
     client.reset();
     outliving.first(answer);
@@ -108,7 +108,7 @@ TEST_F(GatrixClientTest, Notifications_GoBothWaysAndEndpointsComeAndGo)
         gateway->Send(R"({"op":"notify","version":1,"endpoint":)" + rest);
     }
     EXPECT_EQ(probe.Next(), "notified y");
-    client->SendNotification("/o", Answer(), 1.0);
+    client->SendNotification("/o", Response(), 1.0);
     client->SendNotification("/o", Upload(std::string(Gatrix::Wire::kMaxFrameBytes, 'x')), 1.0);
     client->SendNotification("/o", Upload("z"), 1.0);
     EXPECT_EQ(gateway->Read(), R"({"endpoint":"/o","op":"notify","version":1.0,"body":{"fileToUpload":"z"}})");

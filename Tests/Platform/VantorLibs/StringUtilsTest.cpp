@@ -14,31 +14,30 @@ TEST(StringUtils, Texts_AreTheSameInEveryLocale)
         std::string do_grouping() const override { return "\3"; }
     };
     std::locale::global(std::locale(std::locale(), new GroupingAndComma));
-    const std::pair<std::string, std::string> cases[] = {
-        {StringUtils::FindReplace("a-b-c", "-", "--"), "a--b--c"},
-        {StringUtils::FindReplace("aaa", "aa", "b"), "ba"},
-        {StringUtils::FindReplace("abc", "", "x"), "abc"},
-        {StringUtils::trim(" \t\r\n\v\fa b\n"), "a b"},
-        {StringUtils::trim(" \n"), ""},
-        {StringUtils::trim("\xc2\xa0x"), "\xc2\xa0x"},
-        {StringUtils::ToString(1234567), "1234567"},
-        {StringUtils::ToString(std::numeric_limits<std::int64_t>::min()), "-9223372036854775808"},
-        {StringUtils::ToString(std::uint8_t{65}), "65"},
-        {StringUtils::ToString(1.2), "1.2"},
-        {StringUtils::ToString(0.1 + 0.2), "0.30000000000000004"},
-        {StringUtils::ToString(true), "true"},
-        {StringUtils::ToJson({}), "{}"},
-        {StringUtils::ToJson({{"b", "line\n\"\\\x01"}, {"a", "\xc3\xa9\xff"}}),
-         R"({"a":"\u00e9\ufffd","b":"line\n\"\\\u0001"})"},
-        {Utf8Text::Repair("a\xff\xc3\xa9\xe2\x82"), "a\xef\xbf\xbd\xc3\xa9\xef\xbf\xbd\xef\xbf\xbd"},
-        {std::string(Utf8Text::Cut("a\xc3\xa9z", 0)), ""},
-        {std::string(Utf8Text::Cut("a\xc3\xa9z", 2)), "a"},
-        {std::string(Utf8Text::Cut("a\xc3\xa9z", 3)), "a\xc3\xa9"},
-        {std::string(Utf8Text::Cut("a\xc3\xa9z", 9)), "a\xc3\xa9z"},
-    };
-    for (const auto& [got, expected] : cases) {
-        EXPECT_EQ(got, expected);
-    }
+    EXPECT_EQ(StringUtils::FindReplace("a-b-c", "-", "--"), "a--b--c");
+    EXPECT_EQ(StringUtils::FindReplace("aaa", "aa", "b"), "ba");
+    EXPECT_EQ(StringUtils::FindReplace("abc", "", "x"), "abc");
+    EXPECT_EQ(StringUtils::trim(" \t\r\n\v\fa b\n"), "a b");
+    EXPECT_EQ(StringUtils::trim(" \n"), "");
+    EXPECT_EQ(StringUtils::trim("\xc2\xa0x"), "\xc2\xa0x");
+    EXPECT_EQ(StringUtils::ToString(1234567), "1234567");
+    EXPECT_EQ(StringUtils::ToString(std::numeric_limits<std::int64_t>::min()), "-9223372036854775808");
+    EXPECT_EQ(StringUtils::ToString(std::uint8_t{65}), "65");
+    EXPECT_EQ(StringUtils::ToString(1.2), "1.2");
+    EXPECT_EQ(StringUtils::ToString(0.1 + 0.2), "0.30000000000000004");
+    EXPECT_EQ(StringUtils::ToString(true), "true");
+    EXPECT_EQ(StringUtils::ToJson({}), "{}");
+    EXPECT_EQ(StringUtils::ToJson({{"b", "line\n\"\\\x01"}, {"a", "\xc3\xa9\xff"}}),
+              R"({"a":"\u00e9\ufffd","b":"line\n\"\\\u0001"})");
+}
+
+TEST(Utf8Text, RepairAndCut_KeepCharactersWhole)
+{
+    EXPECT_EQ(Utf8Text::Repair("a\xff\xc3\xa9\xe2\x82"), "a\xef\xbf\xbd\xc3\xa9\xef\xbf\xbd\xef\xbf\xbd");
+    EXPECT_EQ(Utf8Text::Cut("a\xc3\xa9z", 0), "");
+    EXPECT_EQ(Utf8Text::Cut("a\xc3\xa9z", 2), "a");
+    EXPECT_EQ(Utf8Text::Cut("a\xc3\xa9z", 3), "a\xc3\xa9");
+    EXPECT_EQ(Utf8Text::Cut("a\xc3\xa9z", 9), "a\xc3\xa9z");
 }
 
 TEST(Utf8Text, Characters_AreThoseOfTheStandard)
