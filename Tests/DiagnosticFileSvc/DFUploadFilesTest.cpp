@@ -6,8 +6,6 @@
 
 #include <filesystem>
 
-namespace
-{
 using DiagnosticFileSvc::DFUploadFiles;
 using testing::HasSubstr;
 using Names = std::set<std::string>;
@@ -15,7 +13,6 @@ using Names = std::set<std::string>;
 const std::string kDirectory = "/mnt/nv/product-persistence/";
 const std::string kManifest = kDirectory + "dfs_uploadmanifest.json";
 
-/** An item that has run. */
 class RunItem : public DiagnosticFileSvc::DFDiagnosticItem
 {
 public:
@@ -27,7 +24,6 @@ public:
 
     std::string Compressed() const { return GetHarvestedFilename().substr(kDirectory.size()) + ".gz"; }
 };
-} // namespace
 
 TEST(DFUploadFiles, RemovesWhatACrashHasLeft_ButNothingElse)
 {

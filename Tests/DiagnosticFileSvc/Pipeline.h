@@ -34,7 +34,6 @@ protected:
         done.get_future().wait();
     }
 
-    /** The one answer to a request. */
     Answer Ask(const DFSCommonPB::UploadRequest& request)
     {
         AnswerProbe probe;

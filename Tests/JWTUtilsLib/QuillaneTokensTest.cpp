@@ -2,13 +2,14 @@
 #include "QuillaneTokens.h"
 #include "TemporaryFolder.h"
 #include "TokenMaker.h"
+#include "TokenTimes.h"
 
 #include <ctime>
 #include <filesystem>
 #include <stdexcept>
 
-using JwtUtils::FromSeconds;
-using namespace testing; // NOLINT(google-build-using-namespace): its matchers
+using namespace JwtUtils; // NOLINT(google-build-using-namespace): what is tested
+using namespace testing;  // NOLINT(google-build-using-namespace): its matchers
 
 const std::string kGood = Segment(R"({"alg":"ES256"})") + "." + Segment(R"({"sub":"vrd9"})") + ".";
 const std::string kHmac = Segment(R"({"alg":"HS256"})") + "." + Segment(R"({"sub":"vrd9"})") + ".";
@@ -31,7 +32,7 @@ struct QuillaneTokensTest : Test
     const TemporaryFolder m_folder;
     const std::string m_base = m_folder.Path() + "/a.b/tokens.v1";
     const std::string m_path = m_base + ".json";
-    JwtUtils::QuillaneTokens m_tokens;
+    QuillaneTokens m_tokens;
 };
 
 TEST_F(QuillaneTokensTest, ReadFile_GoesByTheSideFiles_AndWriteFileStoresThem)
@@ -98,13 +99,12 @@ TEST_F(QuillaneTokensTest, LogsEachOperation_AndDoesWithoutTimes)
     expectReadWith("", assumes("1 ReadFile: Refresh timestamp file not found"));
     EXPECT_NEAR(m_tokens.RefreshRefreshDelay(before), 750, 51);
     expectReadWith("1", "4 ReadFile: Refresh token time stamp is 1 and (refresh in 0 seconds)");
-    expectReadWith(std::string(JwtUtils::QuillaneTokens::kMaxSideFileSize + 1, '1'),
-                   tooLarge + sideFile + "': File too large");
+    expectReadWith(std::string(QuillaneTokens::kMaxSideFileSize + 1, '1'), tooLarge + sideFile + "': File too large");
     EXPECT_EQ(m_tokens.RefreshRefreshDelay(FromSeconds(-1000)), 700U) << "it is 0";
 
     expectRead(false, "", {});
     EXPECT_EQ(m_tokens.Tokens().access_token(), "a") << "as before";
-    expectRead(false, Json(std::string(JwtUtils::QuillaneTokens::kMaxTokenFileSize, 'a'), "r"),
+    expectRead(false, Json(std::string(QuillaneTokens::kMaxTokenFileSize, 'a'), "r"),
                {tooLarge + m_path + "': File too large"});
     EXPECT_EQ(m_tokens.Tokens().access_token(), "");
     expectRead(false, R"({"a":1})",
@@ -152,8 +152,29 @@ TEST_F(QuillaneTokensTest, Validate_GoesByTheTokensAndTheLifetime)
         {Json(kGood, kNone, "0"), false},
     };
     for (const auto& [json, isUsable] : cases) {
-        JwtUtils::QuillaneTokens tokens;
+        QuillaneTokens tokens;
         EXPECT_TRUE(tokens.LoadString(json));
         EXPECT_EQ(tokens.Validate(), isUsable) << json;
     }
+}
+
+TEST(TokenTimes, AreReadComparedAndShown)
+{
+    constexpr std::int64_t kLastSecond = 9223372036;
+    EXPECT_EQ(RefreshDelay(-kLastSecond, kLastSecond), 0U);
+    EXPECT_EQ(RefreshDelay(FromSeconds(-kLastSecond), FromSeconds(kLastSecond)), 0U);
+    EXPECT_EQ(RefreshDelay(FromSeconds(1302), FromSeconds(1000) + std::chrono::nanoseconds(1)), 1U) << "cut off";
+    EXPECT_EQ(ToSeconds(ParseTime(" 1700000000ab")), 1700000000);
+    EXPECT_EQ(ToSeconds(ParseTime("9223372036")), kLastSecond);
+    EXPECT_EQ(ToSeconds(ParseTime("-9223372036")), -kLastSecond);
+    for (const char* text : {"9223372037", "-9223372037", "9223372036854775808"}) {
+        EXPECT_THROW(ParseTime(text), std::out_of_range) << text;
+    }
+    EXPECT_EQ(ParseSeconds("9223372036854775807"), INT64_MAX);
+    EXPECT_EQ(ToSeconds(Later(FromSeconds(kLastSecond - 1), UINT32_MAX)), kLastSecond);
+
+    setenv("TZ", "XXX-5", 1); // NOLINT(concurrency-mt-unsafe): before there is another thread
+    tzset();
+    EXPECT_EQ(DateText(4102444800), sizeof(std::time_t) > 4 ? "Fri Jan  1 05:00:00 2100\n" : "4102444800");
+    EXPECT_EQ(DateText(INT64_MAX), "9223372036854775807");
 }

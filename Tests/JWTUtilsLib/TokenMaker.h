@@ -27,7 +27,6 @@ inline CryptoKey::PublicKey MakeKey(int curve = NID_undef, int encoding = OPENSS
     return key;
 }
 
-/** A segment of a token, unpadded. */
 inline std::string Segment(const std::string& bytes)
 {
     std::string text = OpenSsl::Base64(bytes);

@@ -17,8 +17,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace
-{
 using CliWire::Request;
 using testing::HasSubstr;
 using Words = std::vector<std::string>;
@@ -60,7 +58,6 @@ struct Tool : Vcli::ServiceLink
     }
 };
 
-/** A client whose command line is up. */
 class CliClientTest : public testing::Test
 {
 protected:
@@ -88,7 +85,6 @@ protected:
     APTask task{"Handler", 0, CTask::NOT_REALTIME, -1};
     std::unique_ptr<CliClientMT> client = std::make_unique<CliClientMT>("Service");
 };
-} // namespace
 
 TEST_F(CliClientTest, Command_IsRunWithItsArgumentsAndAnsweredToWhoAsked)
 {

@@ -26,7 +26,6 @@ public:
     ClientProbe() { Start(); }
     ~ClientProbe() override { Stop(); }
 
-    /** The next line. */
     std::string Next()
     {
         auto [line, reply] = ArrivalProbe::Next();

@@ -12,11 +12,8 @@
 #include <stdexcept>
 #include <thread>
 
-namespace
-{
 using namespace testing; // NOLINT(google-build-using-namespace): its matchers
 
-/** Remembers what its handler was called with. */
 class Recorder : public APTask
 {
 public:
@@ -31,7 +28,6 @@ public:
         entries.push_back(text + std::to_string(number));
     }
 
-    /** Waits until everything posted before has run. */
     void Drain()
     {
         const auto done = std::make_shared<std::promise<void>>();
@@ -47,13 +43,11 @@ protected:
     void OnEntry() override { std::getline(std::ifstream("/proc/thread-self/comm"), thread); }
 };
 
-/** Counts, for its owner, how often it is touched. */
 struct Touched
 {
     void Touch(int times) { touches += times; }
     int& touches;
 };
-} // namespace
 
 TEST(Task, WhatIsPosted_RunsInOrderOnItsThreadAlsoBehindAnException)
 {

@@ -17,7 +17,6 @@
 using namespace Http; // NOLINT(google-build-using-namespace): what is tested
 using Server = ScriptedHttpServer;
 
-/** The task that calls and is answered. */
 using Owner = CallbackProbe<HSMResponse, HSMResponse>;
 
 struct CHttpInterfaceTest : testing::Test

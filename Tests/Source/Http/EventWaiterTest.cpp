@@ -19,7 +19,6 @@ constexpr int kLong = kDeadline.count();
 /** What happens when a wait makes its event: after its first look at the wake flag, before its second. */
 static std::function<void()> s_atEvent;
 
-/** In place of the C library's. */
 int eventfd(unsigned int count, int flags) noexcept
 {
     if (s_atEvent) {

@@ -11,16 +11,14 @@ using Http::RetryPolicy;
 using Header = HeaderMap::value_type;
 using S = Http::RetrySettings;
 
-namespace
-{
 constexpr std::int64_t kNow = 1800000000;
 constexpr std::uint32_t kMax = std::numeric_limits<std::uint32_t>::max();
 
-const std::string kAfter = "Retry-After";
-const std::string kCount = "X-Retry-Count";
-const std::string kBehavior = "X-Retry-Behavior";
-const std::string kRemaining = "X-Ratelimit-Remaining";
-const std::string kReset = "X-Ratelimit-Reset";
+static const std::string kAfter = "Retry-After";
+static const std::string kCount = "X-Retry-Count";
+static const std::string kBehavior = "X-Retry-Behavior";
+static const std::string kRemaining = "X-Ratelimit-Remaining";
+static const std::string kReset = "X-Ratelimit-Reset";
 
 /** The shortest and the longest wait that chance may give, or that there is none. */
 using Wait = std::pair<std::uint32_t, std::uint32_t>;
@@ -38,12 +36,12 @@ struct Case
     std::int64_t now = kNow;
 };
 
-Http::HSMResponse Response(std::int32_t status, const HeaderMap& headers)
+static Http::HSMResponse Response(std::int32_t status, const HeaderMap& headers)
 {
     return {0, status, {}, headers, 0, {}, {}};
 }
 
-void Check(const std::vector<Case>& cases)
+static void Check(const std::vector<Case>& cases)
 {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -67,7 +65,6 @@ void Check(const std::vector<Case>& cases)
         }
     }
 }
-} // namespace
 
 // The tables are read by rows.
 // clang-format off
@@ -90,12 +87,10 @@ TEST(RetryPolicy, Decides)
         {"zero in the table", 503, {}, {kGivesUp}, [](S& s) { s.m_RetryBackoffSeconds = {0, 5}; }},
         {"behaviour not honoured", 503, {{kBehavior, "exponential"}}, {{50000, 50000}, {7, 7}, kGivesUp},
          [](S& s) { s.m_HonourRetryBehavior = false; s.m_RetryBackoffSeconds = {50000, 7}; }},
-        {"date", 502, {{kAfter, "Fri, 15 Jan 2027 08:00:00 GMT"}}, {{10, 20}}},
+        {"more than 32 bits", 502, {{kAfter, "4294967296"}}, {{10, 20}}},
         {"name in another case", 504, {{"retry-after", "7"}}, {{10, 20}}},
         {"zero", 503, {{kAfter, "0"}}, {kGivesUp}},
-        {"beyond the cap", 503, {{kAfter, "4294967295"}}, {{30240, 56160}}},
         {"count", 503, {{kCount, "2"}, {kAfter, "7"}}, {{5, 9}, {5, 9}, kGivesUp}},
-        {"no limit, the table", 503, {unlimited}, {{10, 20}, {42, 78}, {168, 312}, {672, 1248}, kGivesUp}},
         {"no limit", 500, {unlimited, {kAfter, "1"}}, {{1, 1}}, {}, kMax - 1},
         {"count unreadable, length of the table", 500, {{kCount, "-2"}, {kAfter, "1"}}, {{1, 1}, kGivesUp},
          [](S& s) { s.m_RetryBackoffSeconds = {9}; }},
@@ -109,7 +104,6 @@ TEST(RetryPolicy, Decides)
         {"grows from the table's first", 503, {grow}, {{10, 20}, {21, 39}, {42, 78}, {84, 156}, kGivesUp}},
         {"capital letter", 503, {{kBehavior, "Exponential"}, {kAfter, "10"}}, {{7, 13}, {7, 13}}},
         {"no time, the default", 500, {{kBehavior, "constant"}}, {{10, 20}, {10, 20}, {10, 20}, {10, 20}, kGivesUp}},
-        {"no time, the default grows", 500, {grow}, {{10, 20}, {21, 39}}},
         {"default of zero", 500, {grow}, {kGivesUp}, [](S& s) { s.m_DefaultRetryValue = 0; }},
     });
 }
@@ -121,14 +115,13 @@ TEST(RetryPolicy, DecidesOnRateLimits)
     Check({
         {"waits for the reset, never less, before Retry-After", 429, {none, in100, {kAfter, "5"}}, {{100, 130}}},
         {"reset is now", 429, {none, {kReset, std::to_string(kNow)}, {kAfter, "50"}}, {{50, 65}}},
-        {"reset unreadable", 429, {none, {kReset, "soon"}, {kAfter, "50"}}, {{50, 65}}},
+        {"reset is more than a number", 429, {none, {kReset, "4294967295 s"}, {kAfter, "50"}}, {{50, 65}}},
         {"count is not read", 429, {some, in100, {kCount, "0"}, {kAfter, "10"}}, {{10, 13}}, {}, 99},
         {"no time, and no default for it", 429, {none, {kBehavior, "constant"}}, {kGivesUp}},
         {"remaining not told, count", 429, {{kCount, "2"}, {kAfter, "10"}}, {{10, 13}, {10, 13}, kGivesUp}},
         {"switched off", 429, {none, in100}, {kGivesUp}, [](S& s) { s.m_HandleRateLimit = false; }},
         {"is a server error too, count allows", 503, {none, in100, {kAfter, "20"}}, {{20, 26}}, serverError},
         {"is a server error too, count forbids", 503, {none, in100, {kCount, "0"}}, {{100, 130}}, serverError},
-        {"beyond 2038", 429, {none, {kReset, "2500000100"}}, {{100, 130}}, {}, 0, 2500000000},
         {"beyond 2106", 429, {none, {kReset, "4294967295"}, {kAfter, "10"}}, {{10, 13}}, {}, 0, 4294967296},
         {"within 32 bits", 429, {{kAfter, "4294967295"}}, {{kMax, kMax}}, [](S& s) { s.m_MaximumSleep = kMax; }},
         {"far ahead", 429, {none, {kReset, "4294967295"}}, {{43200, 56160}}, {}, 0, 0},
@@ -142,14 +135,4 @@ TEST(RetryPolicy, ForgetsTheRateLimitOfAnEarlierResponse)
     RetryPolicy policy(S::WithBackoff(), [] { return 0; });
     EXPECT_EQ(policy.Decide(Response(429, {{kAfter, "100"}}), kNow).seconds, 100U);
     EXPECT_EQ(policy.Decide(Response(503, {{kAfter, "100"}}), kNow).seconds, 70U);
-}
-
-TEST(RetryPolicy, ConvertsWholeNumbersOnly)
-{
-    std::uint32_t value = 77;
-    for (const char* text : {"4294967296", "", "-1", "+1", " 1", "1 ", "1.5", "1s", "0x10", "one"}) {
-        EXPECT_FALSE(RetryPolicy::ConvertToInt(text, value)) << text;
-    }
-    EXPECT_EQ(value, 77U);
-    EXPECT_TRUE(RetryPolicy::ConvertToInt("007", value) && value == 7);
 }

@@ -21,7 +21,6 @@ static Server::Step Ok(const std::string& body = {})
 
 struct SimpleURLFetcherTest : Test
 {
-    /** Has the fetcher ask a fresh server. */
     void Serve(const std::vector<Server::Step>& script)
     {
         m_server = std::make_unique<Server>(script);
@@ -47,7 +46,6 @@ static bool s_isMemoryShort = false;
 /** How exchanges end, in place of taking place. */
 static std::optional<CURLcode> s_exchangeResult;
 
-/** In place of libcurl's. */
 CURLcode curl_easy_perform(CURL* handle)
 {
     static const auto perform = reinterpret_cast<CURLcode (*)(CURL*)>(dlsym(RTLD_NEXT, "curl_easy_perform"));
