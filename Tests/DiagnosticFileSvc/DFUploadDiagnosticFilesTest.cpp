@@ -22,9 +22,8 @@ using Server = ScriptedHttpServer;
 const std::string kGuid = "7c1f0e52-9b3a-4d86-a5e4-2f60c8d1937b"; // of the sample manufacturing data
 const std::string kUploadUrl = R"({"uploadUrl":"http://127.0.0.1:8888/archive"})";
 
-class DFUploadDiagnosticFilesTest : public testing::Test
+struct DFUploadDiagnosticFilesTest : testing::Test
 {
-protected:
     DFUploadDiagnosticFilesTest() { Http::InitializeProcess(); }
 
     Answer Upload(const std::string& archive)

@@ -13,9 +13,8 @@ using Names = std::set<std::string>;
 const std::string kDirectory = "/mnt/nv/product-persistence/";
 const std::string kManifest = kDirectory + "dfs_uploadmanifest.json";
 
-class RunItem : public DiagnosticFileSvc::DFDiagnosticItem
+struct RunItem : DiagnosticFileSvc::DFDiagnosticItem
 {
-public:
     RunItem(const std::string& output, const std::string& subType)
         : DFDiagnosticItem("input", output, DFSCommonPB::TOP, subType, DFSCommonPB::SCRIPT)
     {

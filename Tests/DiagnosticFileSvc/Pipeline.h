@@ -12,9 +12,8 @@
 #include <future>
 
 /** The real tasks of the service, with the cloud's stand-in, and without the process around them. */
-class Pipeline : public testing::Test
+struct Pipeline : testing::Test
 {
-protected:
     static constexpr char kPersistence[] = "/mnt/nv/product-persistence/";
 
     Pipeline() { Http::InitializeProcess(); }

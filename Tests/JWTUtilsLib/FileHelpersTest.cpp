@@ -9,6 +9,8 @@
 
 namespace fs = std::filesystem;
 
+constexpr char kLog[] = "JwtUtils::QuillaneTokens";
+
 TEST(ReadFileStr, ReadsWhatThereIs_AndWaitsForNothing)
 {
     const TemporaryFolder folder;
@@ -19,13 +21,12 @@ TEST(ReadFileStr, ReadsWhatThereIs_AndWaitsForNothing)
                            std::size_t maxSize = 4) {
         const CapturedLog log;
         EXPECT_EQ(JwtUtils::ReadFileStr(path, maxSize), content) << path;
-        const auto failures = CapturedLog::LinesOf("JwtUtils::QuillaneTokens", "ReadFileStr: Failed to ");
-        EXPECT_EQ(failures, std::vector<std::string>(failure.empty() ? 0 : 1, failure));
+        EXPECT_EQ(CapturedLog::TextOf(kLog), "\n3 ReadFileStr: Reading " + path + "\n" + failure);
     };
     expect(bytes, {"a\0\n\xff", 4});
-    expect(bytes, {"a\0\n", 3}, "2 read file '" + bytes + "': File too large", 2);
+    expect(bytes, {"a\0\n", 3}, "2 ReadFileStr: Failed to read file '" + bytes + "': File too large\n", 2);
     expect(folder.Path() + "/missing", "");
-    expect(folder.Path(), "", "2 read file '" + folder.Path() + "': Is a directory");
+    expect(folder.Path(), "", "2 ReadFileStr: Failed to read file '" + folder.Path() + "': Is a directory\n");
     expect(pipe, "");
 }
 
@@ -36,24 +37,25 @@ TEST(WriteFileStr, LeavesTheFileAsItWas_WhenItFails)
     const auto expectFailure = [&path](const std::string& failure) {
         const CapturedLog log;
         EXPECT_FALSE(JwtUtils::WriteFileStr(path, std::string(100000, 'x')));
-        EXPECT_EQ(CapturedLog::LinesOf("JwtUtils::QuillaneTokens", "WriteFileStr: Failed to "), std::vector{failure});
+        EXPECT_EQ(CapturedLog::TextOf(kLog),
+                  "\n3 WriteFileStr: Writing " + path + "\n2 WriteFileStr: Failed to " + failure + "\n");
     };
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit limit{50000, RLIM_INFINITY};
     setrlimit(RLIMIT_FSIZE, &limit);
-    expectFailure("2 write all data to '" + temporary + "': File too large");
+    expectFailure("write all data to '" + temporary + "': File too large");
     EXPECT_EQ(NamesIn(folder.Path()), std::set<std::string>{"file"});
     limit.rlim_cur = RLIM_INFINITY;
     setrlimit(RLIMIT_FSIZE, &limit);
 
     fs::create_directory(temporary);
-    expectFailure("2 open file '" + temporary + "': Is a directory");
+    expectFailure("open file '" + temporary + "': Is a directory");
     EXPECT_TRUE(fs::remove(temporary)) << "only what is its own is removed";
     EXPECT_EQ(ReadWholeFile(path), "old");
 
     fs::remove(path);
     fs::create_directories(path + "/in it");
-    expectFailure("2 rename '" + temporary + "' to '" + path + "': Is a directory");
+    expectFailure("rename '" + temporary + "' to '" + path + "': Is a directory");
     EXPECT_FALSE(fs::exists(temporary));
 }
 

@@ -15,10 +15,10 @@ TEST(PublicKey, ComesAndGoesAsText)
 {
     for (const PublishedToken& token : PublishedTokens()) {
         PublicKey key;
-        EXPECT_TRUE(key.LoadString("a key:\n" + token.pem)) << token.source;
+        EXPECT_TRUE(key.LoadString("a key:\n" + token.pem));
         EXPECT_EQ(key.ToString(), token.pem);
         EXPECT_TRUE(key == token.key && key != PublicKey() && PublicKey() != key);
-        EXPECT_EQ(key == PublishedTokens()[0].key, &token == &PublishedTokens()[0]) << token.source;
+        EXPECT_EQ(key == PublishedTokens()[0].key, &token == &PublishedTokens()[0]);
     }
     EXPECT_TRUE(PublicKey() == PublicKey());
     EXPECT_EQ(ERR_peek_error(), 0U) << "a comparison leaves no error for the next failure to print";

@@ -38,7 +38,6 @@ struct QuillaneTokensTest : Test
 TEST_F(QuillaneTokensTest, ReadFile_GoesByTheSideFiles_AndWriteFileStoresThem)
 {
     const std::string other = m_folder.Path() + "/a.b/other";
-    EXPECT_FALSE(m_tokens.WriteFile(other)) << "there is nothing to store";
     // Delays at the second 1000000000.
     const auto expectDelays = [this](std::uint32_t accessDelay, std::uint32_t refreshDelay,
                                      const std::string& accessTime, const std::string& refreshTime) {
@@ -66,35 +65,35 @@ TEST_F(QuillaneTokensTest, LogsEachOperation_AndDoesWithoutTimes)
 {
     setenv("TZ", "XXX-5", 1); // NOLINT(concurrency-mt-unsafe): before there is another thread
     tzset();
-    constexpr char kLog[] = "JwtUtils::QuillaneTokens";
-    const std::string reading = "3 ReadFileStr: Reading ", tooLarge = "2 ReadFileStr: Failed to read file '";
+    // But for the lines that say which file is read or written next.
+    constexpr char kLog[] = "JwtUtils::QuillaneTokens(?!: (?:Read|Write)FileStr: (?:Read|Writ)ing)";
+    const std::string tooLarge = "2 ReadFileStr: Failed to read file '";
     const std::string sideFile = m_base + ".refresh_token", timeStamp = m_base + ".timestamp";
     const auto assumes = [](const std::string& beginning) {
         return MatchesRegex(beginning + "\\. Assuming expiration time is now \\(.{24}\\\\n\\)\\.");
     };
     const auto expectRead = [&](bool isRead, const std::string& json, std::vector<Matcher<std::string>> lines) {
-        lines.insert(lines.begin(), {"3 ReadFile: " + m_path, reading + m_path});
+        lines.insert(lines.begin(), "3 ReadFile: " + m_path);
         ExpectLines(kLog, lines, [&] { EXPECT_EQ(Read(json), isRead); });
     };
     const auto before = std::chrono::system_clock::now() - std::chrono::seconds(1000);
     EXPECT_TRUE(Read(Json("a", "r")));
     expectRead(true, R"({"QuillaneTokens":)" + Json("a", kNone) + "}",
-               {"3 WriteFileStr: Writing " + sideFile,
-                "2 ReadFile: Refresh token not found, setting refresh m_refreshTokenExpirationTime to 0",
-                reading + timeStamp, assumes("4 ReadFile: Timestamp file not found")});
+               {"2 ReadFile: Refresh token not found, setting refresh m_refreshTokenExpirationTime to 0",
+                assumes("4 ReadFile: Timestamp file not found")});
     EXPECT_EQ(m_tokens.RefreshToken().Text(), "");
     EXPECT_EQ(m_tokens.RefreshRefreshDelay(FromSeconds(-1000)), 700U) << "it is 0";
     expectRead(true, Json("a", "r"),
-               {reading + sideFile, "1 Refresh timestamp file (MISSING REFRESH TOKEN) is not valid, error: (stoll)",
-                reading + timeStamp, assumes("4 ReadFile: Timestamp file not found")});
+               {"1 Refresh timestamp file (MISSING REFRESH TOKEN) is not valid, error: (stoll)",
+                assumes("4 ReadFile: Timestamp file not found")});
     EXPECT_NEAR(m_tokens.AccessRefreshDelay(before), 750, 51) << "it expires now";
 
     WriteWholeFile(timeStamp, "1000000301");
     const auto expectReadWith = [&](const std::string& refreshTime, const Matcher<std::string>& line) {
         WriteWholeFile(sideFile, refreshTime);
-        expectRead(true, Json("a", "r"),
-                   {reading + sideFile, line, reading + timeStamp,
-                    "4 ReadFile: Authentication will expire at Sun Sep  9 06:51:41 2001\\n (refresh in 0 seconds)"});
+        expectRead(
+            true, Json("a", "r"),
+            {line, "4 ReadFile: Authentication will expire at Sun Sep  9 06:51:41 2001\\n (refresh in 0 seconds)"});
     };
     expectReadWith("", assumes("1 ReadFile: Refresh timestamp file not found"));
     EXPECT_NEAR(m_tokens.RefreshRefreshDelay(before), 750, 51);

@@ -58,9 +58,8 @@ struct Tool : Vcli::ServiceLink
     }
 };
 
-class CliClientTest : public testing::Test
+struct CliClientTest : testing::Test
 {
-protected:
     CliClientTest()
     {
         signal(SIGPIPE, SIG_IGN);

@@ -76,9 +76,8 @@ private:
 };
 
 /** A client beside a gateway that the test plays. */
-class GatrixClientTest : public testing::Test
+struct GatrixClientTest : testing::Test
 {
-protected:
     Gatrix::ClientCore::Settings Settings() const
     {
         Gatrix::ClientCore::Settings settings;

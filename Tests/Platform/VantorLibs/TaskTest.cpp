@@ -14,9 +14,8 @@
 
 using namespace testing; // NOLINT(google-build-using-namespace): its matchers
 
-class Recorder : public APTask
+struct Recorder : APTask
 {
-public:
     explicit Recorder(unsigned int stackSize = 0) : APTask("RecorderOfCallbacks", stackSize, CTask::NOT_REALTIME, -1) {}
     ~Recorder() override { Stop(); }
 
@@ -35,12 +34,11 @@ public:
         ASSERT_EQ(done->get_future().wait_for(kDeadline), std::future_status::ready);
     }
 
+    void OnEntry() override { std::getline(std::ifstream("/proc/thread-self/comm"), thread); }
+
     std::vector<std::string> entries;
     std::string thread;
     const AsyncCallback<std::string const, int> record{this, this, &Recorder::Record};
-
-protected:
-    void OnEntry() override { std::getline(std::ifstream("/proc/thread-self/comm"), thread); }
 };
 
 struct Touched
