@@ -68,7 +68,7 @@ TEST(Jwt, RefusesWhatIsNoToken)
     EXPECT_FALSE(Jwt(noSignature + "!.").IsValid());
     EXPECT_EQ(validate(noSignature + "=.a.b"), "NO_ERROR");
     EXPECT_STREQ(ToText(JwtError::OPENSSL_ERROR), "OPENSSL_ERROR");
-    EXPECT_STREQ(ToText(JwtError(13)), "(unknown)");
+    EXPECT_STREQ(ToText(static_cast<JwtError>(13)), "(unknown)");
 }
 
 TEST(Jwt, HasExpired_ByItsTimesAndTheLeeway)
