@@ -183,7 +183,7 @@ TEST(TaskManager, Join_EndsWhenAllTasksAreStoppedOrTheTaskThatWaits)
     }
     auto joined = std::async(std::launch::async, [&manager] { manager.JoinAllTasks(); });
     first.Stop();
-    EXPECT_NE(joined.wait_for(std::chrono::milliseconds(0)), std::future_status::ready);
+    EXPECT_NE(joined.wait_for(std::chrono::milliseconds(50)), std::future_status::ready);
     second.Stop();
     EXPECT_EQ(joined.wait_for(kDeadline), std::future_status::ready);
 }
