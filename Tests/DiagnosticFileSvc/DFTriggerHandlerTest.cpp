@@ -58,6 +58,8 @@ TEST_F(DFTriggerHandlerTest, UploadsACustomFile_AndForgetsItsItem)
 
 TEST_F(DFTriggerHandlerTest, AnswersToWhatItCannotTake_AndStaysFree)
 {
+    EXPECT_EQ(Ask(RequestOf({}, "", "/persist/mfg_data.json")),
+              Answer("Custom file upload requires exactly one file type", 400));
     testing::internal::CaptureStderr();
     m_handler.DiagItemRegistration(Item(std::string(4097, 'x'), "long"));
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
