@@ -56,6 +56,7 @@ TEST_F(CHttpInterfaceTest, PerformsEachOperation)
     expectSent("DELETE /a/b HTTP/1.1", [&] { onDevice(HttpMethod::Delete); });
     EXPECT_EQ(ReadWholeFile(folder.Path() + "/f"), "answer");
     EXPECT_EQ(std::signal(SIGPIPE, SIG_IGN), SIG_IGN) << "a server that hangs up must not kill the process";
+    EXPECT_EQ(m_http.Settings().timeOutSeconds, 30U);
 }
 
 TEST_F(CHttpInterfaceTest, CallsInFlightAreIndependent_EvenOfTheirInterface)
