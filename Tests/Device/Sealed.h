@@ -1,10 +1,10 @@
 #pragma once
 
 #include "ChildProcess.h"
+#include "StringUtils.h"
 #include "TemporaryFolder.h"
 
 #include <chrono>
-#include <regex>
 #include <set>
 #include <string>
 
@@ -27,7 +27,7 @@ inline Finished Shell(const std::string& command)
 /** A word for sh(1), whatever is in it. */
 inline std::string Quoted(const std::string& text)
 {
-    return "'" + std::regex_replace(text, std::regex("'"), R"('\'')") + "'";
+    return "'" + StringUtils::FindReplace(text, "'", R"('\'')") + "'";
 }
 
 /** The processes of this box, and the other names in /proc, which stay the same. */

@@ -1,12 +1,12 @@
 #include "DFItemConfigFile.h"
 #include "Items.h"
 #include "ProtoToMarkup.h"
+#include "StringUtils.h"
 #include "TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 
 #include <filesystem>
-#include <regex>
 
 using namespace DiagnosticFileSvc;
 
@@ -32,7 +32,7 @@ TEST(DFItemConfigFile, FirstStart_WritesTheBuiltInItems)
                  "\n";
     }
     // The outputs are full paths, all in the persistence directory.
-    EXPECT_EQ(std::regex_replace(items, std::regex("\\|/mnt/nv/product-persistence/dfs_"), " > "), R"(
+    EXPECT_EQ(StringUtils::FindReplace(items, "|/mnt/nv/product-persistence/dfs_", " > "), R"(
 logread|LOGREAD|SCRIPT|encrypt-logs dfs-pts-logs.sh > logread.txt
 network info|NETWORKING_INFO|SCRIPT|encrypt-logs dfs-networking-info.sh > networkinginfo.txt
 mfg_data|PERSIST_MFGDATA|EXISTING_FILE|/persist/mfg_data.json > mfg_data.json

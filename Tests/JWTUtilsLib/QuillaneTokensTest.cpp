@@ -38,6 +38,7 @@ struct QuillaneTokensTest : Test
 TEST_F(QuillaneTokensTest, ReadFile_GoesByTheSideFiles_AndWriteFileStoresThem)
 {
     const std::string other = m_folder.Path() + "/a.b/other";
+    EXPECT_FALSE(m_tokens.WriteFile(other)) << "there is nothing to store";
     // Delays at the second 1000000000.
     const auto expectDelays = [this](std::uint32_t accessDelay, std::uint32_t refreshDelay,
                                      const std::string& accessTime, const std::string& refreshTime) {

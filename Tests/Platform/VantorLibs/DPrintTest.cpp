@@ -23,6 +23,7 @@ TEST(DPrint, EitherForm_IsOneLineThatBeginsWithThePresentTime)
     s_log.Prefix(line, 1, "Operation") << "text " << 2;
     s_log.Put(line);
     s_log.LogWarning("an answer\r\nwith a forged line\x1b[2J\n");
+    s_log.Log(4, "too much");
     const std::string lines = testing::internal::GetCapturedStderr();
     EXPECT_GE(lines, before);
     EXPECT_LE(lines.substr(0, before.size()), WallClock::Text("%FT%T", WallClock::Seconds()));

@@ -136,3 +136,13 @@ TEST(RetryPolicy, ForgetsTheRateLimitOfAnEarlierResponse)
     EXPECT_EQ(policy.Decide(Response(429, {{kAfter, "100"}}), kNow).seconds, 100U);
     EXPECT_EQ(policy.Decide(Response(503, {{kAfter, "100"}}), kNow).seconds, 70U);
 }
+
+TEST(RetryPolicy, ConvertsWholeNumbersOnly)
+{
+    std::uint32_t value = 77;
+    for (const char* text : {"4294967296", "", "-1", "+1", " 1", "1 ", "1.5", "1s", "0x10", "one"}) {
+        EXPECT_FALSE(RetryPolicy::ConvertToInt(text, value)) << text;
+    }
+    EXPECT_EQ(value, 77U);
+    EXPECT_TRUE(RetryPolicy::ConvertToInt("007", value) && value == 7);
+}
