@@ -22,8 +22,8 @@ bool IsNameCharacter(char c)
 }
 
 /**
- * Where a text ends that a quote opens, or the line if nothing closes it. A quote before a letter is part of the text:
- * "it's".
+ * Where a text ends that a quote opens, or the line if nothing closes it. A quote before a letter or digit is part of
+ * the text: "it's".
  *
  * @param escapes the backslashes that stand before each of its quotes
  */
@@ -257,9 +257,7 @@ FoundSecret RuleSearch::Explain(std::string_view line)
             found.begin = static_cast<std::size_t>(group.data() - line.data());
             found.end = found.begin + group.size();
             if (i == m_grouped->valueGroup) {
-                const std::size_t end = EndOfValue(line, found.begin, found.end);
-                found.matchEnd = end == found.end ? found.matchEnd : end;
-                found.end = end;
+                found.end = found.matchEnd = EndOfValue(line, found.begin, found.end);
             }
             break;
         }
