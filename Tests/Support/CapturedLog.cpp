@@ -4,6 +4,7 @@
 #include "TemporaryFolder.h"
 
 #include <regex>
+#include <sstream>
 
 CapturedLog::CapturedLog(int threshold)
 {
@@ -14,11 +15,15 @@ CapturedLog::CapturedLog(int threshold)
 
 std::vector<std::string> CapturedLog::LinesOf(const std::string& logger, const std::string& start)
 {
-    const std::string log = testing::internal::GetCapturedStderr();
-    const std::regex pattern("(\\d) " + logger + ": " + start + "(.*)");
+    std::istringstream log(testing::internal::GetCapturedStderr());
+    // Not to the line's end: std::regex calls itself for each byte of a long line.
+    const std::regex pattern("(\\d) " + logger + ": " + start);
     std::vector<std::string> lines;
-    for (std::sregex_iterator line(log.begin(), log.end(), pattern), end; line != end; ++line) {
-        lines.push_back(line->str(1) + " " + line->str(2));
+    std::smatch found;
+    for (std::string line; std::getline(log, line);) {
+        if (std::regex_search(line, found, pattern)) {
+            lines.push_back(found.str(1) + " " + found.suffix().str());
+        }
     }
     return lines;
 }
