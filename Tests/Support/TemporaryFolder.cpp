@@ -19,6 +19,12 @@ TemporaryFolder::TemporaryFolder()
     m_path = pattern;
 }
 
+TemporaryFolder::~TemporaryFolder()
+{
+    std::error_code ignored;
+    fs::remove_all(m_path, ignored);
+}
+
 std::string TemporaryFolder::Write(const std::string& name, const std::string& content) const
 {
     std::string path = m_path + "/" + name;

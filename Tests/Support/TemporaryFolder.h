@@ -3,11 +3,14 @@
 #include <set>
 #include <string>
 
-/** A fresh folder, which goes with the case's device box. */
+/** A fresh folder that is removed, with all in it, at the end of its scope. */
 class TemporaryFolder
 {
 public:
     TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
     const std::string& Path() const { return m_path; }
 
