@@ -35,20 +35,27 @@ constexpr bool IsBetween(char c)
 constexpr CharacterClass<IsOfRun> kRun;
 constexpr CharacterClass<IsBetween> kBetween;
 
-/** Whether the words before a dotted number say that it is a version. */
+/** Whether the word before a dotted number says that it is a version, or ends so: "softwareVersion". */
 bool SaysVersion(std::string_view before)
 {
-    static constexpr std::string_view kWords[] = {"version", "ver",      "release", "revision", "rev",
-                                                  "build",   "firmware", "fw",      "software", "v"};
-    const std::size_t end = before.find_last_not_of(" =:\"'(");
-    if (end == std::string_view::npos || before.size() - end > 4) {
+    static constexpr std::string_view kWords[] = {"ver", "rev", "build", "fw", "v"};
+    static constexpr std::string_view kEnds[] = {"version", "release", "revision", "firmware", "software"};
+    constexpr std::size_t kMaxSeparators = 16; // "Version        : "
+    constexpr std::size_t kMaxWord = 32;
+    const bool isElement = !before.empty() && before.back() == '>'; // "<version>"
+    const std::size_t end = isElement ? before.size() - 1 : before.find_last_not_of(" \t=:\"'(\\/") + 1;
+    if (before.size() - end > kMaxSeparators) {
         return false;
     }
     std::string word;
-    for (std::size_t i = end + 1; i > 0 && IsWord(before[i - 1]) && word.size() < 10; --i) {
+    for (std::size_t i = end; i > 0 && IsWord(before[i - 1]) && word.size() < kMaxWord; --i) {
         word.insert(word.begin(), static_cast<char>(before[i - 1] | 0x20));
     }
-    return std::find(std::begin(kWords), std::end(kWords), word) != std::end(kWords);
+    const auto endsWord = [&word](std::string_view text) {
+        return word.size() >= text.size() && word.compare(word.size() - text.size(), text.size(), text) == 0;
+    };
+    return std::find(std::begin(kWords), std::end(kWords), word) != std::end(kWords) ||
+           std::any_of(std::begin(kEnds), std::end(kEnds), endsWord);
 }
 
 /** Neither an address that stays in the house nor one that names no host, see the registry of RFC 6890. */

@@ -71,7 +71,7 @@ std::vector<MaskRule> ParseRules(std::string_view text)
             continue;
         }
         if (rules.size() == kMaxRules) {
-            throw RuleError("it has more than 100 rules");
+            throw RuleError("it has more than " + std::to_string(kMaxRules) + " rules");
         }
         try {
             rules.push_back(ParseLine(line));

@@ -20,7 +20,7 @@ struct MaskRule
 
 /** What a rules file may hold. */
 constexpr std::size_t kMaxRulesSize = std::size_t{64} * 1024; ///< bytes
-constexpr std::size_t kMaxRules = 100;
+constexpr std::size_t kMaxRules = 128;
 constexpr std::size_t kMaxPatternSize = 2048; ///< bytes
 constexpr std::size_t kMaxRuleName = 32;      ///< bytes: small letters, digits and "-"
 

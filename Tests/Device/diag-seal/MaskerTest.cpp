@@ -133,7 +133,7 @@ TEST(Masker, FallsBackOnTheBuiltInRules)
         {"secret\n", "line 1: there is no pattern"},
         {"secret " + std::string(2049, 'a') + "\n", "longer than 2048 bytes"},
         {Repeated("a [ab]{900}\n", 20), "too large together"},
-        {Repeated("a a\n", 101), "more than 100 rules"},
+        {Repeated("a a\n", 129), "more than 128 rules"},
         {Repeated("when a\n", 8) + "a a\n", "more than 7 lines 'when'"},
         {std::string(65537, '#'), "larger than 64 KiB"},
     };
