@@ -2,6 +2,7 @@
 
 #include "ErrorText.h"
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <exception>
@@ -71,6 +72,7 @@ struct PipeEnds
     } catch (const std::exception& error) {
         reason = error.what();
     }
+    reason.resize(std::min(reason.size(), Child::kMostFailure));
     const ssize_t written = write(ends.failure.Get(), reason.data(), reason.size());
     _exit(reason.empty() && written == 0 ? 0 : kFailed);
 }

@@ -2,6 +2,7 @@
 
 #include "Descriptor.h"
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <sys/types.h>
@@ -12,10 +13,13 @@ namespace DiagSeal
 /** A started child, as its supervisor holds it. */
 struct Child
 {
+    /** Bytes of the reason of a failure: a pipe holds them in any case, and no child has to wait for a reader. */
+    static constexpr std::size_t kMostFailure = 512;
+
     pid_t pid = -1;
     Descriptor gate;    ///< A byte that is written here lets the task begin; when it closes, the child ends.
     Descriptor output;  ///< What it and its descendants print; reading does not block.
-    Descriptor failure; ///< The text that its task returned; reading does not block.
+    Descriptor failure; ///< The text that its task returned, cut to kMostFailure; reading does not block.
 };
 
 /**

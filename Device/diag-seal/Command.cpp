@@ -57,7 +57,7 @@ std::string BecomeCommand(const Options& options)
         arguments.push_back(const_cast<char*>(word.c_str()));
     }
     arguments.push_back(nullptr);
-    const auto toolTime = std::chrono::duration_cast<std::chrono::seconds>(options.toolTime);
+    const auto toolTime = std::chrono::ceil<std::chrono::seconds>(options.toolTime);
     // NOLINTBEGIN(concurrency-mt-unsafe): this process has one thread
     setenv("DIAG_SEAL_PID", std::to_string(getppid()).c_str(), 1);
     setenv("DIAG_SEAL_TOOL_SECONDS", std::to_string(toolTime.count()).c_str(), 1);

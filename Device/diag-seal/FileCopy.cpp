@@ -34,15 +34,18 @@ void WriteAll(std::string_view bytes)
 std::string CopyFile(const std::string& path, std::uint64_t size)
 {
     RegularFile file(path);
+    const std::string shorter = path + ": it has become shorter while it was read";
     if (file.Size() > size) {
         const std::uint64_t tail = size / 2;
         const std::uint64_t head = size - tail - kLineSize;
         file.Read(head, WriteAll);
         WriteAll(MissingLine(file.Size() - head - tail));
         file.Seek(file.Size() - tail);
-        return file.Read(tail, WriteAll) == tail ? "" : path + ": it has become shorter while it was read";
+        return file.Read(tail, WriteAll) == tail ? "" : shorter;
     }
-    file.Read(size, WriteAll);
+    if (file.Read(size, WriteAll) < file.Size() && file.IsShorter()) {
+        return shorter;
+    }
     const bool hasMore = file.Read(1, [](std::string_view) {}) > 0;
     return hasMore ? path + ": what follows the first " + std::to_string(size) + " bytes is missing" : "";
 }

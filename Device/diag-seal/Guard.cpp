@@ -2,13 +2,14 @@
 
 #include "BlockedSignals.h"
 #include "ErrorText.h"
+#include "Notice.h"
 #include "ProcessTree.h"
 
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <stdexcept>
-#include <string_view>
+#include <string>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -21,13 +22,15 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 
-// Returns whether the worker has ended in time, with its status as waitpid(2) has it.
-bool AwaitWorker(pid_t worker, const sigset_t& signals, Clock::time_point end, int& status)
+// Returns nothing when the worker has ended, with its status as waitpid(2) has it; else when this has given it up.
+std::string AwaitWorker(pid_t worker, const sigset_t& signals, Clock::time_point end,
+                        std::chrono::milliseconds stopTime, int& status)
 {
+    std::string when = "far beyond the time limit";
     while (waitpid(worker, &status, WNOHANG) == 0) {
         const auto left = std::chrono::ceil<std::chrono::seconds>(end - Clock::now());
         if (left.count() <= 0) {
-            return false;
+            return when;
         }
         const timespec wait = {static_cast<time_t>(left.count()), 0};
         const int signal = sigtimedwait(&signals, nullptr, &wait);
@@ -35,28 +38,30 @@ bool AwaitWorker(pid_t worker, const sigset_t& signals, Clock::time_point end, i
         if (signal > 0) {
             kill(worker, signal);
         }
+        if (signal > 0 && signal != SIGCHLD && Clock::now() + stopTime < end) {
+            end = Clock::now() + stopTime;
+            when = "after signal " + std::to_string(signal);
+        }
     }
-    return true;
+    return "";
 }
 
-[[noreturn]] void Guard(pid_t worker, const sigset_t& signals, Clock::time_point end)
+[[noreturn]] void Guard(pid_t worker, const sigset_t& signals, Clock::time_point end,
+                        std::chrono::milliseconds stopTime)
 {
     int status = 0;
-    const bool isInTime = AwaitWorker(worker, signals, end, status);
+    const std::string when = AwaitWorker(worker, signals, end, stopTime, status);
     ProcessTree::KillAll(std::chrono::seconds(1));
-    if (isInTime && WIFEXITED(status)) {
+    if (when.empty() && WIFEXITED(status)) {
         _exit(WEXITSTATUS(status));
     }
-    const std::string_view line =
-        isInTime ? "diag-seal: was killed\n" : "diag-seal: gave up, far beyond the time limit\n";
-    const ssize_t ignored = write(STDERR_FILENO, line.data(), line.size());
-    static_cast<void>(ignored);
+    TellFailure(when.empty() ? "was killed" : "gave up, " + when);
     _exit(EXIT_FAILURE);
 }
 
 } // namespace
 
-void WorkGuarded(std::chrono::milliseconds time)
+void WorkGuarded(std::chrono::milliseconds time, std::chrono::milliseconds stopTime)
 {
     const auto end = Clock::now() + time;
     const pid_t guard = getpid();
@@ -69,7 +74,7 @@ void WorkGuarded(std::chrono::milliseconds time)
         throw std::runtime_error("no process can be started: " + ErrorText());
     }
     if (worker > 0) {
-        Guard(worker, signals, end);
+        Guard(worker, signals, end, stopTime);
     }
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (getppid() != guard) {
@@ -79,6 +84,8 @@ void WorkGuarded(std::chrono::milliseconds time)
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
     // A signal to the whole group then spares the worker, and one of the two is left to end the rest.
     setsid();
+    // The command may have stopped the guard.
+    std::atexit([] { kill(getppid(), SIGCONT); });
 }
 
 } // namespace DiagSeal

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <stdexcept>
 
@@ -21,7 +22,13 @@ void AddSeconds(CLI::App& app, const std::string& name, std::chrono::millisecond
     constexpr double kMost = 3600;
     constexpr double kMilliseconds = 1000;
     app.add_option_function<double>(
-           name, [&value](double seconds) { value = std::chrono::milliseconds(std::int64_t(seconds * kMilliseconds)); },
+           name,
+           [&value, name](double seconds) {
+               if (std::isnan(seconds)) { // CLI::Range lets it pass
+                   throw CLI::ValidationError(name, "is not a number");
+               }
+               value = std::chrono::milliseconds(std::int64_t(seconds * kMilliseconds));
+           },
            help + " [" + std::to_string(value.count() / std::int64_t(kMilliseconds)) + "]")
         ->check(CLI::Range(kLeast, kMost))
         ->type_name("SECONDS");

@@ -27,7 +27,7 @@ struct Options
     std::chrono::milliseconds killDelay = std::chrono::seconds(5);  ///< From TERM to KILL.
     std::chrono::milliseconds grace = std::chrono::seconds(2);      ///< For what is left behind and can still print.
     std::chrono::milliseconds toolTime = std::chrono::seconds(10);  ///< For each tool of a report, see ToolBounds.
-    int processes = 512;                                            ///< Of the command, with all that descend from it.
+    int processes = 64; ///< Of the command, with all that descend from it. Well below TasksMax= of the service's unit.
 };
 
 /**

@@ -98,7 +98,8 @@ public:
     {
         alignas(Entry) std::array<char, 8192> buffer;
         long size = 0;
-        while ((size = syscall(SYS_getdents64, m_proc, buffer.data(), buffer.size())) > 0) {
+        // Not without end: a flood may keep ahead of the listing.
+        while (g_count < kMostProcesses && (size = syscall(SYS_getdents64, m_proc, buffer.data(), buffer.size())) > 0) {
             for (long offset = 0; offset < size;) {
                 const char* const at = buffer.data() + offset;
                 unsigned short entrySize = 0;
@@ -190,11 +191,14 @@ void KillBranch(pid_t root)
 bool KillAll(std::chrono::milliseconds timeLimit)
 {
     constexpr timespec kPause = {0, 1000000};
+    constexpr int kMostReaped = 256; // in one turn, as processes may end faster than they are reaped
+    // What ends from now on is reaped by the kernel, see waitpid(2).
+    std::signal(SIGCHLD, SIG_IGN);
     for (const std::int64_t end = Milliseconds() + timeLimit.count();;) {
-        pid_t reaped = 0;
-        do {
+        pid_t reaped = 1;
+        for (int count = 0; count < kMostReaped && reaped > 0; ++count) {
             reaped = waitpid(-1, nullptr, WNOHANG);
-        } while (reaped > 0);
+        }
         if (reaped < 0 && errno == ECHILD) {
             return true;
         }

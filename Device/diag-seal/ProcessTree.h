@@ -23,7 +23,7 @@ bool Has(pid_t pid);
 void KillBranch(pid_t root);
 
 /**
- * Kills them, and what they start meanwhile, and reaps them, until none is left.
+ * Kills them, and what they start meanwhile, and reaps them, until none is left. SIGCHLD is ignored from then on.
  * @return false when some outlive the time limit: nothing ends a process that waits for a dead device
  *
  * Blocks.

@@ -76,6 +76,12 @@ std::uint64_t RegularFile::Read(std::uint64_t most, const std::function<void(std
     return total;
 }
 
+bool RegularFile::IsShorter() const
+{
+    struct stat status = {};
+    return fstat(m_file.Get(), &status) == 0 && static_cast<std::uint64_t>(status.st_size) < m_size;
+}
+
 void RegularFile::Seek(std::uint64_t offset)
 {
     if (lseek(m_file.Get(), static_cast<off_t>(offset), SEEK_SET) < 0) {

@@ -31,6 +31,10 @@ public:
      */
     std::uint64_t Read(std::uint64_t most, const std::function<void(std::string_view)>& sink);
 
+    /** Whether it has fewer bytes than at its opening. Of some files of the kernel, Size is a number that is never
+     * read. */
+    bool IsShorter() const;
+
     /** The next Read begins there. @throws std::runtime_error with the path and the reason */
     void Seek(std::uint64_t offset);
 

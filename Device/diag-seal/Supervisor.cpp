@@ -27,7 +27,6 @@ namespace
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kReadSize = 65536;
-constexpr std::size_t kMostFailure = 512;
 // What a pipe holds at most unless root has raised the limit, see pipe(7).
 constexpr std::size_t kMostLeftInPipe = 1U << 20U;
 constexpr std::chrono::milliseconds kCountEvery(250);
@@ -132,17 +131,23 @@ private:
         }
     }
 
+    // Processes may lose their parents and end faster than they are reaped. They count like those that live.
     void Reap()
     {
         int status = 0;
         pid_t ended = 0;
-        while ((ended = waitpid(-1, &status, WNOHANG)) > 0) {
+        int count = 0;
+        while (count <= m_limits.processes && (ended = waitpid(-1, &status, WNOHANG)) > 0) {
+            ++count;
             if (ended == m_child.pid) {
                 m_hasEnded = true;
                 m_outcome.status = status;
             }
         }
-        m_hasDescendants = ended == 0;
+        m_hasDescendants = ended >= 0;
+        if (count > m_limits.processes) {
+            EndFlood();
+        }
     }
 
     void Advance()
@@ -177,6 +182,8 @@ private:
                 if (m_hasDescendants && isLate) {
                     m_outcome.hasLeftBehind |= m_outcome.cause == Outcome::Cause::Itself;
                     m_outcome.hasUnkillable = !KillAll();
+                } else if (m_hasDescendants) {
+                    CheckProcesses();
                 }
                 if (!m_hasDescendants || isLate) {
                     m_phase = Phase::Over;
@@ -195,11 +202,18 @@ private:
         }
         m_nextCount = Clock::now() + kCountEvery;
         if (ProcessTree::Signal(0) > m_limits.processes) {
-            m_outcome.cause = Outcome::Cause::TooManyProcesses;
-            // No time for TERM: meanwhile a flood would take the device.
-            Enter(Phase::Ending, std::chrono::milliseconds(0));
+            EndFlood();
         }
         m_tools.Check();
+    }
+
+    // No time for TERM: meanwhile a flood would take the device.
+    void EndFlood()
+    {
+        if (m_phase != Phase::Ending) {
+            m_outcome.cause = Outcome::Cause::TooManyProcesses;
+        }
+        Enter(Phase::Ending, std::chrono::milliseconds(0));
     }
 
     // A stopped process acts on TERM only once it continues.
@@ -221,7 +235,7 @@ private:
 
     void ReadFailure()
     {
-        m_outcome.failure.resize(kMostFailure);
+        m_outcome.failure.resize(Child::kMostFailure);
         const ssize_t size = read(m_child.failure.Get(), m_outcome.failure.data(), m_outcome.failure.size());
         m_outcome.failure.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
     }

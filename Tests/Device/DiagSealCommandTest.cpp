@@ -104,7 +104,16 @@ TEST(DiagSealCommandTest, TooManyProcesses_AreEndedThoughNoneMoreCanStart)
             {"a flood that is left behind and ignores TERM",
              "trap '' TERM; (i=0; while [ $i -lt 200 ]; do setsid sleep 99 & i=$((i + 1)); done) 2>/dev/null &", end},
             {"zombies", "for i in $(seq 200); do sleep 0.1 & done; exec sleep 99", end},
+            {"chains of processes, faster than they can be reaped",
+             "exec perl -MPOSIX -e '$SIG{TERM} = q(IGNORE); $end = time + 20; for (1..90) { next if fork; while (time "
+             "< "
+             "$end) { $next = fork; exit if $next; setsid if defined $next } exit } sleep 99'",
+             end},
         });
+    ExpectEndings(
+        "command --processes 40 --time-limit 0.5 --kill-delay 60 ",
+        {{"a flood that TERM lets loose", "trap 'for i in $(seq 200); do sleep 99 & done; wait' TERM; sleep 99 & wait",
+          "diag-seal: the command was ended after 0.500 seconds\n"}});
 }
 
 TEST(DiagSealCommandTest, CutOutput_KeepsHeadAndTail)
@@ -211,14 +220,22 @@ TEST(DiagSealCommandTest, SignalsToDiagSeal_EndWhatItRuns)
                                     {"INT", kill("-INT" + guard), "", 1, "diag-seal: ended by signal 2\n"},
                                     {"HUP", kill("-HUP" + guard), "", 1, "diag-seal: ended by signal 1\n"},
                                     {"KILL", kill("-KILL" + guard), "", 128 + 9, "Killed\n"},
-                                    {"KILL of the other", kill("-KILL $PPID"), "", 1, "diag-seal: was killed\n"}});
-    const std::string gaveUp = "diag-seal: gave up, far beyond the time limit\n";
-    ExpectEndings(options + "0.1 ", {{"STOP of the other", kill("-STOP $PPID"), "", 1, gaveUp}});
+                                    {"KILL of the other", kill("-KILL $PPID"), "", 1, "diag-seal: was killed\n"},
+                                    {"STOP", "kill -STOP" + guard + "; echo kept", "kept\n"},
+                                    {"TERM, when the other is stopped", "kill -STOP $PPID; " + kill("-TERM" + guard),
+                                     "", 1, "diag-seal: gave up, after signal 15\n"}});
     // Sends KILL to its whole process group. Then the worker's output fails.
     const std::set<std::string> before = Processes();
     Shell("timeout -s KILL 0.3 " + Program("diag-seal") + " command -- sh -c " +
           Quoted(script + "sleep 0.5; cat /dev/urandom") + " >/dev/full");
     EXPECT_TRUE(WaitUntil([&before] { return Processes() == before; }));
+}
+
+TEST(DiagSealCommandTest, StoppedOne_IsGivenUp)
+{
+    const std::string options = "command --time-limit 0.1 --kill-delay 0.4 --grace 0.3 ";
+    ExpectEndings(options, {{"for good", "trap '' TERM; setsid sleep 99 & kill -STOP $PPID; sleep 99", "", 1,
+                             "diag-seal: gave up, far beyond the time limit\n"}});
 }
 
 TEST(DiagSealCommandTest, ChildrenThatItWasBornWith_AreNotItsOwn)

@@ -65,12 +65,17 @@ TEST(DiagSealFileTest, ReadingWithoutEnd_CostsItsTimeLimit)
 
 TEST(DiagSealFileTest, FileThatBecomesShorter_IsToldOf)
 {
-    Shell("head -c 4000000 /dev/urandom >/tmp/shrinking");
-    const Finished run =
-        Shell(Program("diag-seal") + " file --size 3000000 -- /tmp/shrinking | { sleep 0.3; : >/tmp/shrinking; " +
-              "openssl cms -decrypt -binary -inform DER -inkey " DEVELOPMENT_KEY " | gzip -dc | tail -n 1; }");
-    EXPECT_EQ(run.output,
-              "diag-seal: the reading ended early: /tmp/shrinking: it has become shorter while it was read\n");
+    for (const std::string size : {"3000000", "8000000"}) {
+        Shell("head -c 4000000 /dev/urandom >/tmp/shrinking");
+        const Finished run = Shell(
+            Program("diag-seal") + " file --size " + size + " -- /tmp/shrinking | { sleep 0.3; : >/tmp/shrinking; " +
+            "openssl cms -decrypt -binary -inform DER -inkey " DEVELOPMENT_KEY " | gzip -dc | tail -n 1; }");
+        EXPECT_EQ(run.output,
+                  "diag-seal: the reading ended early: /tmp/shrinking: it has become shorter while it was read\n");
+    }
+    // The kernel states a size of which nothing is to be read.
+    EXPECT_EQ(RunDiagSeal("file -- /sys/kernel/mm/transparent_hugepage/enabled").text.find("diag-seal"),
+              std::string::npos);
 }
 
 /** A FIFO with no writer would block whoever opens it between a look and the opening. */
