@@ -49,7 +49,7 @@ rm -r taken.gz pipe
 touch -- dfs_uploadmanifest.json --to-command=x ' blank ' 'a*'
 ln -s dfs_a.txt.gz link
 mkfifo fifo
-for name in dfs_diagfile.tar.gz .dfs_diagfile.tar.gz.partial dfs_left_out.txt; do
+for name in dfs_diagfile.tar.gz .dfs_diagfile.tar.gz.partial.1 dfs_left_out.txt; do
     ln -s /mnt/nv/target "$name"
 done
 check "packing" tar-compress-diag-files.sh -f.gz --to-command=x ' blank ' 'a*' dfs_a.txt.gz -f.gz missing 2>/tmp/err
@@ -121,10 +121,29 @@ check "packing at the second attempt" tar-compress-diag-files.sh gone dfs_b_2026
 equal "members when one has gone, and lines on two" "dfs_b_20260101000000 dfs_left_out.txt 2" \
     "$(members)$(tar -xzOf "$archive" dfs_left_out.txt | wc -l)"
 
-# A caller that is killed leaves the script behind, and the script no archive.
+# A file that cannot be read is left out, and told of.
+shadow tar "case \"\$*\" in *dfs_b_*) exit 2 ;; esac; exec $(command -v tar) \"\$@\""
+shadow cat "[ \"\$2\" != dfs_b_20260101000000 ]"
+check "packing beside what cannot be read" tar-compress-diag-files.sh dfs_a.txt.gz dfs_b_20260101000000 2>/dev/null
+unshadow
+equal "what is told of it" "dfs_a.txt.gz dfs_left_out.txt dfs_b_20260101000000, -, it cannot be read" \
+    "$(members)$(tar -xzOf "$archive" dfs_left_out.txt)"
+
+# Of two runs at one time one has the place, and the other one fails; no half of either has the archive's name.
+shadow gzip "[ -e /tmp/other ] || { touch /tmp/other; tar-compress-diag-files.sh dfs_a.txt.gz; }
+exec $(command -v gzip) \"\$@\""
+refute "packing while another run packs" tar-compress-diag-files.sh dfs_a.txt.gz dfs_b_20260101000000 2>/dev/null
+unshadow
+equal "members of the other run" "dfs_a.txt.gz " "$(members)"
+
+# A caller that is killed leaves the script behind, and the script no archive; whether a shell waits between them or not.
 shadow mv "kill -KILL \$(cat /tmp/caller); sleep 0.1; exec $(command -v mv) \"\$@\""
-sh -c 'echo $$ >/tmp/caller; tar-compress-diag-files.sh dfs_a.txt.gz 2>/tmp/err; :'
-check "a line on it" timeout 10 sh -c 'until [ -s /tmp/err ]; do sleep 0.01; done'
-no_archive "a killed caller"
+for command in 'tar-compress-diag-files.sh dfs_a.txt.gz 2>/tmp/err; :' \
+    'sh -c "tar-compress-diag-files.sh dfs_a.txt.gz 2>/tmp/err; :"; :'; do
+    rm -f /tmp/err
+    sh -c "echo \$\$ >/tmp/caller; $command"
+    check "a line on it" timeout 10 sh -c 'until [ -s /tmp/err ]; do sleep 0.01; done'
+    no_archive "a killed caller: $command"
+done
 
 finish_tests

@@ -105,6 +105,8 @@ if [ "${userland:-}" = busybox ]; then
     7 root      1396 S N  {tool} /bin/sh /bin/tool hunter2
     8 root      1396 DW   [kworker/0:1]
     9 root      1396 S    -sh hunter2
+PID COMMAND
+hunter2
 LIST'
     report dfs-top.sh
     refute "an argument in another shape" grep hunter2 report
@@ -117,7 +119,7 @@ fi
 report dfs-memory-disk.sh
 titles >all
 while IFS='|' read -r how line; do
-    shadow df "echo half >&2; $how"
+    shadow df "printf half >&2; $how"
     begin=$(date +%s)
     seal diag-seal command --tool-limit 2 -- dfs-memory-disk.sh
     mv plain report

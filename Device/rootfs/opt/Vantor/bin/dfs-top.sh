@@ -7,7 +7,10 @@
 # may hold a secret that nothing announces, it shows where in the kernel each process waits.
 names_only() {
     exec awk '
-        /^ *PID .*COMMAND/ { columns = NF; print $0, "WCHAN"; next }
+        !columns && /^ *PID .*COMMAND/ { columns = NF; print $0, "WCHAN"; next }
+        # A name may hold line breaks, and what follows them looks like anything.
+        /^[a-z]+ (did not end within [0-9]+ seconds|ended with exit status [0-9]+)$/ { print; next }
+        columns && $1 !~ /^[0-9]+$/ { next }
         $1 ~ /^[0-9]+$/ {
             rest = $0
             name = ""

@@ -10,9 +10,10 @@ export LC_ALL=C # names are bytes
 directory=/mnt/nv/product-persistence
 archive=dfs_diagfile.tar.gz
 left_out=dfs_left_out.txt
-partial=.$archive.partial # one name, so that what a killed run left is overwritten by the next
-max_size=167772160        # bytes of the archive, 160 MiB: whoever sends it holds it in memory
-reserve=1048576           # bytes of it for what tar, gzip and the member on what is left out add
+partial=.$archive.partial.$$ # of this run alone: another one at the same time takes it away, and never fills it
+max_size=167772160           # bytes of the archive, 160 MiB: whoever sends it holds it in memory
+reserve=1048576              # bytes of it for what tar, gzip and the member on what is left out add
+is_again=
 
 # Lists of names are lines: unquoted, a list is its names.
 newline='
@@ -59,6 +60,10 @@ look_for() {
         esac
         if [ -L "$name" ] || [ ! -f "$name" ]; then
             leave_out "$name" - "no regular file of $directory"
+            continue
+        fi
+        if [ -n "$is_again" ] && ! cat -- "$name" >/dev/null 2>&1; then
+            leave_out "$name" - "it cannot be read"
             continue
         fi
         # A file that was collected twice within a second is named twice.
@@ -113,17 +118,30 @@ pack() {
     [ "$?/$packed" = 0/packed ]
 }
 
-# Once more, as a file may have gone or changed while it was packed, or leftovers may have filled the partition. What is to
-# be packed becomes new before these are removed: the clock may have been set since it was collected.
+# Once more, as a file may have gone or changed while it was packed, or cannot be read, or leftovers may have filled the
+# partition. What is to be packed becomes new before these are removed: the clock may have been set since it was collected.
 pack_again() {
+    is_again=yes
     touch -c -- $present
     remove_leftovers
     pack "$@"
 }
 
+# Sets $callers to the processes that wait for this one. A shell that starts it may itself live on, or become it.
+look_for_callers() {
+    IFS=' '
+    read -r _ _ _ parent _ <"/proc/$$/stat" && read -r _ _ _ grandparent _ <"/proc/$parent/stat"
+    callers="$parent $grandparent"
+    IFS=$newline
+}
+
 cd "$directory" || fail "$directory cannot be entered"
+look_for_callers
+callers_before=$callers
 # An archive that is still here is an earlier request's, and must not be taken for this one's.
-remove "$archive" "$partial" "$left_out" || fail "$archive, $partial or $left_out cannot be removed"
+set +f
+remove "$archive" ".$archive.partial."* "$left_out" || fail "$archive, its parts or $left_out cannot be removed"
+set -f
 trap 'remove "$partial" "$left_out"' EXIT
 trap 'exit 1' HUP INT TERM
 # Holds whatever becomes of the files meanwhile; in blocks of 512 bytes. With XFSZ ignored gzip fails and leaves no core.
@@ -132,6 +150,6 @@ trap '' XFSZ
 pack "$@" || pack_again "$@" || fail "$archive could not be written"
 remove_leftovers
 mv -f -- "$partial" "$archive" || fail "$archive could not be put in place"
-# If the caller has been killed, nobody takes the archive away: its process has another parent then.
-IFS=' ' read -r _ _ _ parent _ <"/proc/$$/stat" || parent=$PPID
-[ "$parent" = "$PPID" ] || { remove "$archive"; fail "the caller has gone, and $archive with it"; }
+# If the caller has been killed, nobody takes the archive away: what it had started has another parent then.
+look_for_callers
+[ "$callers" = "$callers_before" ] || { remove "$archive"; fail "the caller has gone, and $archive with it"; }

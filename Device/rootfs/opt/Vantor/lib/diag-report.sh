@@ -26,7 +26,7 @@ ask_for_bound() {
     [ "$tool_seconds" -eq 0 ] || kill -64 "$DIAG_SEAL_PID"
 }
 
-# attempt COMMAND-LINE: what it prints on both streams, and a line more if it fails.
+# attempt COMMAND-LINE: what it prints on both streams, and a line more if it fails. It may end within a line.
 attempt() {
     now
     begin=$now
@@ -37,9 +37,9 @@ attempt() {
     now
     # 128 and the number of KILL. Seconds alone are too coarse for a tool that fails just before.
     if [ "$status" -eq 137 ] && [ "$tool_seconds" -gt 0 ] && [ $((now - begin)) -ge "$tool_seconds" ]; then
-        echo "${1%% *} did not end within $tool_seconds seconds"
+        printf '\n%s did not end within %s seconds\n' "${1%% *}" "$tool_seconds"
     else
-        echo "${1%% *} ended with exit status $status"
+        printf '\n%s ended with exit status %s\n' "${1%% *}" "$status"
     fi
 }
 
