@@ -151,7 +151,7 @@ void SealSupervised(const Options& options)
 void Seal(const Options& options)
 {
     constexpr std::chrono::seconds kMargin(10);
-    constexpr std::chrono::seconds kStopMargin(3); // with the time to kill all
+    constexpr std::chrono::seconds kStopMargin(6); // with the time to kill all
     const auto time = ReaderTime(options) + kMargin;
     // A command may kill, stop or trace this program. The rest only has to end, whatever it waits for.
     if (options.job == Job::SealCommand) {

@@ -30,7 +30,7 @@ constexpr std::size_t kReadSize = 65536;
 // What a pipe holds at most unless root has raised the limit, see pipe(7).
 constexpr std::size_t kMostLeftInPipe = 1U << 20U;
 constexpr std::chrono::milliseconds kCountEvery(250);
-constexpr std::chrono::seconds kKillLimit(2);
+constexpr std::chrono::seconds kKillLimit(4);
 
 // One run, from the start of the child until nothing is left of it.
 class Watch

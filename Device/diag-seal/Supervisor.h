@@ -63,7 +63,7 @@ public:
      * Forks the child, prepares, lets the child run the task, and watches it to its end. The fork comes first, as each
      * page that this process has written to by then makes it more expensive.
      *
-     * Blocks for the time limit, the kill delay, the grace and 2 s at most, and for as long as the steps take.
+     * Blocks for the time limit, the kill delay, the grace and 4 s at most, and for as long as the steps take.
      *
      * @throws std::runtime_error with the reason: nothing can be started, or HUP, INT or TERM has ended this process
      */
