@@ -19,6 +19,8 @@ namespace
 
 constexpr rlim_t kMemory = 256U << 20U;
 constexpr rlim_t kFileSize = 64U << 20U;
+// Of all that the account runs, if it is not root. The supervisor counts those of the command.
+constexpr rlim_t kAccountProcesses = 512;
 // From -1000 to 1000, see proc(5).
 constexpr char kOomScore[] = "500";
 
@@ -69,7 +71,7 @@ std::string BecomeCommand(const Options& options)
     Limit(RLIMIT_DATA, kMemory);
     Limit(RLIMIT_FSIZE, kFileSize);
     Limit(RLIMIT_CORE, 0);
-    Limit(RLIMIT_NPROC, static_cast<rlim_t>(options.processes));
+    Limit(RLIMIT_NPROC, kAccountProcesses);
     execvp(arguments.front(), arguments.data());
     return words.front() + ": " + ErrorText();
 }

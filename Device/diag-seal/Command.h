@@ -11,9 +11,9 @@ struct Options;
  * Becomes the command, found on the PATH unless its name holds a "/". Each of its processes may take 256 MiB of memory
  * and write files of 64 MiB, and dumps no core. The out-of-memory killer takes it before others.
  *
- * The bound on processes is RLIMIT_NPROC, which binds ordinary users only. The environment tells how a tool gets its
- * own bound, see ToolBounds: DIAG_SEAL_PID is whom to ask, DIAG_SEAL_TOOL_SECONDS the time. To be called in a child of
- * the supervising process.
+ * RLIMIT_NPROC, which counts all processes of an ordinary account and none of root's, is a second bound beside the
+ * supervisor's. The environment tells how a tool gets a bound of its own, see ToolBounds: DIAG_SEAL_PID is whom to ask,
+ * DIAG_SEAL_TOOL_SECONDS the time. To be called in a child of the supervising process.
  *
  * @return the reason why the program cannot be run; otherwise does not return
  */

@@ -203,8 +203,8 @@ bool KillAll(std::chrono::milliseconds timeLimit)
     constexpr int kMostReaped = 256; // in one turn, as processes may end faster than they are reaped
     // What ends from now on is reaped by the kernel, see waitpid(2).
     std::signal(SIGCHLD, SIG_IGN);
-    // A flood leaves little time to what kills it. Where this is not allowed, a bound of the kernel's holds, as in the
-    // service's unit.
+    // A flood leaves little time to what kills it. The service's unit does not allow this; its bound of tasks helps
+    // there.
     const sched_param first = {1};
     sched_setscheduler(0, SCHED_FIFO, &first);
     for (const std::int64_t end = Milliseconds() + timeLimit.count();;) {

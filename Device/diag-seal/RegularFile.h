@@ -31,8 +31,7 @@ public:
      */
     std::uint64_t Read(std::uint64_t most, const std::function<void(std::string_view)>& sink);
 
-    /** Whether it has fewer bytes than at its opening. Of some files of the kernel, Size is a number that is never
-     * read. */
+    /** Whether it has fewer bytes than at its opening. Of some files of the kernel, Size says more than can be read. */
     bool IsShorter() const;
 
     /** The next Read begins there. @throws std::runtime_error with the path and the reason */
