@@ -34,7 +34,7 @@ void WriteAll(std::string_view bytes)
 std::string CopyFile(const std::string& path, std::uint64_t size)
 {
     RegularFile file(path);
-    const std::string shorter = path + ": it has become shorter while it was read";
+    std::string shorter = path + ": it has become shorter while it was read";
     if (file.Size() > size) {
         const std::uint64_t tail = size / 2;
         const std::uint64_t head = size - tail - kLineSize;

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <thread>
 #include <unistd.h>
 
 int main(int, char** argv)
@@ -27,7 +28,7 @@ int main(int, char** argv)
         _exit(0);
     }
     while (!isOver()) {
-        sleep(1);
+        std::this_thread::sleep_for(std::chrono::seconds(1));
     }
     return 0;
 }
