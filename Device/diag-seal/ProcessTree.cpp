@@ -190,6 +190,14 @@ bool Has(pid_t pid)
     return found != nullptr && found->isDescendant;
 }
 
+void SignalParent(pid_t pid, int signal)
+{
+    const Process* const found = Find(pid);
+    if (found != nullptr && Has(found->parent)) {
+        kill(found->parent, signal);
+    }
+}
+
 void KillBranch(pid_t root)
 {
     kill(root, SIGSTOP);

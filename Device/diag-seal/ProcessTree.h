@@ -19,6 +19,9 @@ int Signal(int signal);
 /** Whether the latest pass of Signal has found this process. */
 bool Has(pid_t pid);
 
+/** Sends the signal to the parent of a process, if the latest pass of Signal has found both. */
+void SignalParent(pid_t pid, int signal);
+
 /** Kills a descendant and all that descend from it. It is stopped first, so that it starts nothing meanwhile. */
 void KillBranch(pid_t root);
 

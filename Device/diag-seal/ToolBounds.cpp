@@ -11,6 +11,8 @@ namespace
 {
 
 constexpr std::size_t kMostTools = 64;
+// From KILL.
+constexpr std::chrono::seconds kWake(1);
 
 } // namespace
 
@@ -25,16 +27,28 @@ void ToolBounds::Add(pid_t pid)
     if (m_tools.size() == kMostTools) {
         m_tools.erase(m_tools.begin());
     }
-    m_tools.push_back({pid, std::chrono::steady_clock::now() + m_time});
+    m_tools.push_back({pid, std::chrono::steady_clock::now() + m_time, false});
 }
 
 void ToolBounds::Check()
 {
-    const auto hasEnded = [](const Tool& tool) { return !ProcessTree::Has(tool.pid); };
-    m_tools.erase(std::remove_if(m_tools.begin(), m_tools.end(), hasEnded), m_tools.end());
-    while (!m_tools.empty() && m_tools.front().end <= std::chrono::steady_clock::now()) {
-        ProcessTree::KillBranch(m_tools.front().pid);
-        m_tools.erase(m_tools.begin());
+    const auto now = std::chrono::steady_clock::now();
+    const auto isDone = [now](const Tool& tool) {
+        if (!ProcessTree::Has(tool.pid)) {
+            return true;
+        }
+        const bool isUnkillable = tool.isKilled && tool.end <= now;
+        if (isUnkillable) {
+            ProcessTree::SignalParent(tool.pid, kWakeSignal);
+        }
+        return isUnkillable;
+    };
+    m_tools.erase(std::remove_if(m_tools.begin(), m_tools.end(), isDone), m_tools.end());
+    for (Tool& tool : m_tools) {
+        if (tool.end <= now) {
+            ProcessTree::KillBranch(tool.pid);
+            tool = {tool.pid, now + kWake, true};
+        }
     }
 }
 

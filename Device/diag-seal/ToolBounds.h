@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <csignal>
 #include <sys/types.h>
 #include <vector>
 
@@ -18,6 +19,12 @@ public:
     /** SIGRTMAX. Real-time signals are queued, see signal(7): two requests at the same time remain two. */
     static constexpr int kSignal = 64;
 
+    /**
+     * What the tool's parent gets if even KILL does not end the tool, as it waits for a dead device. A shell that traps
+     * it waits no longer; to others it means nothing, see signal(7).
+     */
+    static constexpr int kWakeSignal = SIGURG;
+
     /** @param time that a tool may take, from its request */
     explicit ToolBounds(std::chrono::milliseconds time);
 
@@ -28,8 +35,9 @@ public:
     void Add(pid_t pid);
 
     /**
-     * Forgets tools that have ended, and kills those whose time is over, with what they have started. To be called
-     * after each ProcessTree::Signal, and often: the number of a process that has ended may soon be another's.
+     * Forgets tools that have ended, kills those whose time is over, with what they have started, and wakes who waits
+     * for one that is there a second later. To be called after each ProcessTree::Signal, and often: the number of a
+     * process that has ended may soon be another's.
      */
     void Check();
 
@@ -38,10 +46,11 @@ private:
     {
         pid_t pid;
         std::chrono::steady_clock::time_point end;
+        bool isKilled;
     };
 
     const std::chrono::milliseconds m_time;
-    std::vector<Tool> m_tools; ///< The oldest first.
+    std::vector<Tool> m_tools; ///< In the order of their requests.
 };
 
 } // namespace DiagSeal

@@ -64,6 +64,12 @@ TEST(DiagSealCommandTest, EndOfACommand_IsTheLastLine)
     const std::string tool = "(kill -64 $DIAG_SEAL_PID; exec sleep 99) & ";
     ExpectEndings("command --tool-limit 1 ",
                   {{"two tools at one time", tool + tool + "wait; sleep 1.3; echo $DIAG_SEAL_TOOL_SECONDS", "1\n"}});
+    // A zombie is there after its KILL as well.
+    ExpectEndings("command --tool-limit 0.3 ",
+                  {{"a tool that KILL does not end",
+                    "exec perl -e '$SIG{URG} = sub { exec qw(echo woken) }; if (!fork) { kill 64, $ENV{DIAG_SEAL_PID}; "
+                    "sleep 99 } sleep 99 while 1'",
+                    "woken\n"}});
     ExpectEndings("command --tool-limit 0.5 ", {{"a part of a second", "echo $DIAG_SEAL_TOOL_SECONDS", "1\n"}});
     const Sealed missing = RunDiagSeal("command -- --no-such-program");
     EXPECT_EQ(missing.status, 0);

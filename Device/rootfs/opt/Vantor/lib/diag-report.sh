@@ -30,13 +30,16 @@ ask_for_bound() {
 attempt() {
     now
     begin=$now
+    # diag-seal sends URG if even KILL does not end the tool. Only "wait" heeds it, and only where it is trapped.
+    trap : URG
     # The shell that waits writes to its own standard error that a tool was killed: hence the subshell.
     # shellcheck disable=SC2086  # a command line of the script's own, to be split
-    { (ask_for_bound; exec $1 2>&1); status=$?; } 2>/dev/null
+    { (ask_for_bound; exec $1 2>&1) & wait "$!"; status=$?; } 2>/dev/null
     [ "$status" -ne 0 ] || return 0
     now
-    # 128 and the number of KILL. Seconds alone are too coarse for a tool that fails just before.
-    if [ "$status" -eq 137 ] && [ "$tool_seconds" -gt 0 ] && [ $((now - begin)) -ge "$tool_seconds" ]; then
+    # 128 and the number of KILL or URG. Seconds alone are too coarse for a tool that fails just before.
+    case $status in 137 | 151) ended=$((now - begin)) ;; *) ended=-1 ;; esac
+    if [ "$tool_seconds" -gt 0 ] && [ "$ended" -ge "$tool_seconds" ]; then
         printf '\n%s did not end within %s seconds\n' "${1%% *}" "$tool_seconds"
     else
         printf '\n%s ended with exit status %s\n' "${1%% *}" "$status"
