@@ -79,7 +79,9 @@ TEST(DiagSealCommandTest, EndOfACommand_IsTheLastLine)
     EXPECT_EQ(RunDiagSeal("command -- -- printf %s -x").text, "-x");
     // The reason is longer than a pipe holds.
     const std::string longName(70000, 'a');
-    EXPECT_THAT(RunDiagSeal("command --time-limit 3 -- " + longName).text, HasSubstr(" exit status 127: aaa"));
+    if (!kIsSanitized) { // which needs more memory for it than a command may take
+        EXPECT_THAT(RunDiagSeal("command --time-limit 3 -- " + longName).text, HasSubstr(" exit status 127: aaa"));
+    }
 }
 
 TEST(DiagSealCommandTest, NothingOutlivesItsLimit)
@@ -101,8 +103,10 @@ TEST(DiagSealCommandTest, NothingOutlivesItsLimit)
              "trap '' TERM; (setsid sleep 99 <&- >&- 2>&- &) & echo kept", "kept\n" + kLeftBehind},
             {"a program whose name looks like its state and parent",
              "ln -s /bin/sleep '/tmp/) S 1 ('; setsid '/tmp/) S 1 (' 99 & echo kept", "kept\n" + kLeftBehind},
-            {"each process starts the next and ends", "sh -c " + Quoted(relay) + " 0 " + Quoted(relay), kLeftBehind},
         });
+    // On a slow machine many have ended before one is reaped.
+    ExpectEndings(kCommand + "--processes 10000 ", {{"each process starts the next and ends",
+                                                     "sh -c " + Quoted(relay) + " 0 " + Quoted(relay), kLeftBehind}});
 }
 
 TEST(DiagSealCommandTest, TooManyProcesses_AreEndedThoughNoneMoreCanStart)
