@@ -118,7 +118,6 @@ TEST(DiagSealCommandTest, TooManyProcesses_AreEndedThoughNoneMoreCanStart)
             {"a flood that is left behind and ignores TERM",
              "trap '' TERM; (i=0; while [ $i -lt 200 ]; do setsid sleep 99 & i=$((i + 1)); done) 2>/dev/null &", end},
             {"zombies", "for i in $(seq 200); do sleep 0.1 & done; exec sleep 99", end},
-            {"chains of processes, faster than they can be reaped", "exec " + Program("process-relay") + " 300", end},
         });
     ExpectEndings(
         "command --processes 40 --time-limit 0.5 --kill-delay 60 ",
