@@ -177,6 +177,26 @@ int SignalBelow(pid_t root, int signal)
     return descendants;
 }
 
+// Lets this process run before all that have no real-time priority, see sched(7): a flood leaves little time to what
+// kills it. Without effect where that is not allowed, as in the service's unit, whose bound of tasks helps there.
+class Precedence
+{
+public:
+    Precedence() { Set(SCHED_FIFO, 1); }
+    ~Precedence() { Set(m_policy, 0); }
+    Precedence(const Precedence&) = delete;
+    Precedence& operator=(const Precedence&) = delete;
+
+private:
+    static void Set(int policy, int priority)
+    {
+        const sched_param parameters = {priority};
+        sched_setscheduler(0, policy, &parameters);
+    }
+
+    const int m_policy = sched_getscheduler(0);
+};
+
 } // namespace
 
 int Signal(int signal)
@@ -211,10 +231,7 @@ bool KillAll(std::chrono::milliseconds timeLimit)
     constexpr int kMostReaped = 256; // in one turn, as processes may end faster than they are reaped
     // What ends from now on is reaped by the kernel, see waitpid(2).
     std::signal(SIGCHLD, SIG_IGN);
-    // A flood leaves little time to what kills it. The service's unit does not allow this; its bound of tasks helps
-    // there.
-    const sched_param first = {1};
-    sched_setscheduler(0, SCHED_FIFO, &first);
+    const Precedence precedence;
     for (const std::int64_t end = Milliseconds() + timeLimit.count();;) {
         pid_t reaped = 1;
         for (int count = 0; count < kMostReaped && reaped > 0; ++count) {

@@ -11,7 +11,7 @@ namespace
 {
 
 constexpr std::size_t kMostTools = 64;
-// From KILL.
+// From KILL to the signal that wakes the parent.
 constexpr std::chrono::seconds kWake(1);
 
 } // namespace
@@ -43,6 +43,7 @@ void ToolBounds::Check()
         }
         return isUnkillable;
     };
+    // First of all, as KillBranch makes a pass of its own, after which Has knows that branch alone.
     m_tools.erase(std::remove_if(m_tools.begin(), m_tools.end(), isDone), m_tools.end());
     for (Tool& tool : m_tools) {
         if (tool.end <= now) {
