@@ -1,6 +1,8 @@
 #include "Child.h"
 
+#include "DescriptorMessage.h"
 #include "ErrorText.h"
+#include "GroupLock.h"
 
 #include <algorithm>
 #include <array>
@@ -9,6 +11,7 @@
 #include <fcntl.h>
 #include <stdexcept>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 namespace DiagSeal
@@ -30,6 +33,16 @@ void OpenPipe(Descriptor& readEnd, Descriptor& writeEnd)
     writeEnd.Reset(ends[1]);
 }
 
+void OpenSocketPair(Descriptor& one, Descriptor& other)
+{
+    std::array<int, 2> ends{};
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+        throw std::runtime_error("no socket can be made: " + ErrorText());
+    }
+    one.Reset(ends[0]);
+    other.Reset(ends[1]);
+}
+
 void ResetSignals()
 {
     for (int signal = 1; signal < NSIG; ++signal) {
@@ -40,15 +53,21 @@ void ResetSignals()
     pthread_sigmask(SIG_SETMASK, &none, nullptr);
 }
 
-// What the child has of each pipe.
-struct PipeEnds
+// What the child has of each connection.
+struct ChildEnds
 {
     Descriptor gate;
     Descriptor output;
     Descriptor failure;
 };
 
-[[noreturn]] void BeChild(const std::function<std::string()>& task, const PipeEnds& ends, pid_t parent)
+void SendGroupListener(int gate)
+{
+    const Descriptor listener(GroupLock::Install());
+    SendDescriptor(gate, listener.Get());
+}
+
+[[noreturn]] void BeChild(const std::function<std::string()>& task, const ChildEnds& ends, pid_t parent)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent) {
@@ -62,6 +81,7 @@ struct PipeEnds
     dup2(ends.output.Get(), STDOUT_FILENO);
     dup2(ends.output.Get(), STDERR_FILENO);
     close(ends.output.Get());
+    SendGroupListener(ends.gate.Get());
     char go = 0;
     if (read(ends.gate.Get(), &go, 1) != 1) {
         _exit(kFailed);
@@ -81,8 +101,8 @@ struct PipeEnds
 
 void StartChild(const std::function<std::string()>& task, Child& child)
 {
-    PipeEnds ends;
-    OpenPipe(ends.gate, child.gate);
+    ChildEnds ends;
+    OpenSocketPair(ends.gate, child.gate);
     OpenPipe(child.output, ends.output);
     OpenPipe(child.failure, ends.failure);
     for (const Descriptor* descriptor : {&child.output, &child.failure}) {

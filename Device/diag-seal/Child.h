@@ -17,14 +17,16 @@ struct Child
     static constexpr std::size_t kMostFailure = 512;
 
     pid_t pid = -1;
-    Descriptor gate;    ///< A byte that is written here lets the task begin; when it closes, the child ends.
+    /// Receives the listener of a GroupLock, see DescriptorMessage. A byte that is then written lets the task begin;
+    /// when it closes, the child ends.
+    Descriptor gate;
     Descriptor output;  ///< What it and its descendants print; reading does not block.
     Descriptor failure; ///< The text that its task returned, cut to kMostFailure; reading does not block.
 };
 
 /**
- * Forks. The child has a session of its own and waits at its gate before it runs the task, see Supervisor::Task. It is
- * killed when this process dies. For a process of one thread.
+ * Forks. The child has a session of its own, is under a GroupLock, and waits at its gate before it runs
+ * the task, see Supervisor::Task. It is killed when this process dies. For a process of one thread.
  * @throws std::runtime_error with the reason when no child can be started
  */
 void StartChild(const std::function<std::string()>& task, Child& child);

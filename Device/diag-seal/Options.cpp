@@ -86,7 +86,7 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& commandLine)
     AddSeconds(command, "--grace", options.grace,
                "for what the command leaves behind to end by itself, while it can print");
     AddSeconds(command, "--tool-limit", options.toolTime, "end a tool that has asked for a bound after that time");
-    constexpr int kMostProcesses = 16384;
+    constexpr int kMostProcesses = 1024; // which die within the time for killing, on a busy machine, too
     command.add_option("--processes", options.processes, "of the command and all its descendants, at most")
         ->capture_default_str()
         ->check(CLI::Range(1, kMostProcesses))

@@ -1,15 +1,15 @@
 #include "ProcessTree.h"
 
+#include "Precedence.h"
+
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
-#include <sched.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -24,6 +24,7 @@ struct Process
 {
     pid_t pid;
     pid_t parent;
+    pid_t group;
     bool isDescendant;
 };
 
@@ -52,7 +53,7 @@ pid_t Number(const char* digits)
     return *digits == '\0' || *digits == ' ' ? number : 0;
 }
 
-// Reads the parent from /proc/PID/stat, see proc(5). False when the process is gone.
+// Reads parent and group from /proc/PID/stat, see proc(5). False when the process is gone.
 bool ReadProcess(int proc, const char* name, Process& process)
 {
     constexpr std::size_t kLongestName = 16;
@@ -69,12 +70,15 @@ bool ReadProcess(int proc, const char* name, Process& process)
     }
     const ssize_t size = read(file, text.data(), text.size() - 1);
     close(file);
-    // The program's name stands in parentheses and may itself hold some. State and parent follow it, as in "S 1 ".
+    // The program's name stands in parentheses and may itself hold some. State, parent and group follow it, as in
+    // "S 1 234 ".
     const char* const end = size > 0 ? std::strrchr(text.data(), ')') : nullptr;
     if (end == nullptr || end + 4 >= text.data() + size) {
         return false;
     }
-    process = {Number(name), Number(end + 4), false};
+    const char* const parent = end + 4;
+    const char* const blank = std::strchr(parent, ' ');
+    process = {Number(name), Number(parent), blank == nullptr ? 0 : Number(blank + 1), false};
     return true;
 }
 
@@ -88,12 +92,38 @@ const Process* Find(pid_t pid)
     return found != end && found->pid == pid ? found : nullptr;
 }
 
+// Kills whole groups, each in one call: see kill(2). What a member is just forking is killed as well, or not born.
+class GroupKiller
+{
+public:
+    // Not this process's own group. 1 would mean all processes there are.
+    void Kill(pid_t group)
+    {
+        pid_t& latest = m_killed[static_cast<std::size_t>(group) % m_killed.size()];
+        if (group > 1 && group != m_own && group != latest) {
+            kill(-group, SIGKILL);
+            latest = group;
+        }
+    }
+
+private:
+    const pid_t m_own = getpgrp();
+    std::array<pid_t, 1024> m_killed{}; ///< Not again for each member: a call takes its time with a large group.
+};
+
+// What one pass over the processes does.
+struct Purpose
+{
+    int signal = 0;                         ///< For each, unless it is 0.
+    GroupKiller* groups = nullptr;          ///< Gets the group of each.
+    std::size_t mostFound = kMostProcesses; ///< Then the pass ends.
+};
+
 // Takes the processes in the order of their numbers, as /proc lists them.
 class Walk
 {
 public:
-    // What descends from the root gets the signal, unless that is 0.
-    Walk(int proc, int signal, pid_t root) : m_proc(proc), m_signal(signal), m_root(root) { g_count = 0; }
+    Walk(int proc, pid_t root, const Purpose& purpose) : m_proc(proc), m_root(root), m_purpose(purpose) { g_count = 0; }
 
     // A child mostly has a higher number than its parent, so that one pass catches up with a flood of processes.
     int Run()
@@ -101,7 +131,7 @@ public:
         alignas(Entry) std::array<char, 8192> buffer;
         long size = 0;
         // Not without end: the processes of a flood end before they are read, and new ones keep ahead of the listing.
-        while (g_count < kMostProcesses && m_vanished < kMostVanished &&
+        while (g_count < kMostProcesses && m_vanished < kMostVanished && m_descendants < m_purpose.mostFound &&
                (size = syscall(SYS_getdents64, m_proc, buffer.data(), buffer.size())) > 0) {
             for (long offset = 0; offset < size;) {
                 const char* const at = buffer.data() + offset;
@@ -117,7 +147,7 @@ public:
                 hasChanged = Look(g_processes[index]) || hasChanged;
             }
         }
-        return m_descendants;
+        return static_cast<int>(m_descendants);
     }
 
 private:
@@ -142,7 +172,10 @@ private:
         }
         process.isDescendant = true;
         ++m_descendants;
-        kill(process.pid, m_signal);
+        kill(process.pid, m_purpose.signal);
+        if (m_purpose.groups != nullptr) {
+            m_purpose.groups->Kill(process.group);
+        }
         return true;
     }
 
@@ -153,9 +186,9 @@ private:
     }
 
     const int m_proc;
-    const int m_signal;
     const pid_t m_root;
-    int m_descendants = 0;
+    const Purpose& m_purpose;
+    std::size_t m_descendants = 0;
     int m_vanished = 0; ///< Listed, and gone before they were read.
 };
 
@@ -166,42 +199,46 @@ std::int64_t Milliseconds()
     return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
 }
 
-int SignalBelow(pid_t root, int signal)
+// Returns the number of those that descend from the root.
+int Pass(pid_t root, const Purpose& purpose)
 {
     const int proc = open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (proc < 0) {
         return 0;
     }
-    const int descendants = Walk(proc, signal, root).Run();
+    const int descendants = Walk(proc, root, purpose).Run();
     close(proc);
     return descendants;
 }
 
-// Lets this process run before all that have no real-time priority, see sched(7): a flood leaves little time to what
-// kills it. Without effect where that is not allowed, as in the service's unit, whose bound of tasks helps there.
-class Precedence
+// Reaps the children that have ended, and kills their groups. False when there are no children any more.
+bool Reap(GroupKiller& groups)
 {
-public:
-    Precedence() { Set(SCHED_FIFO, 1); }
-    ~Precedence() { Set(m_policy, 0); }
-    Precedence(const Precedence&) = delete;
-    Precedence& operator=(const Precedence&) = delete;
-
-private:
-    static void Set(int policy, int priority)
-    {
-        const sched_param parameters = {priority};
-        sched_setscheduler(0, policy, &parameters);
+    for (std::size_t count = 0; count < kMostProcesses; ++count) {
+        siginfo_t ended = {};
+        if (waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT) != 0) {
+            return false;
+        }
+        if (ended.si_pid == 0) {
+            break;
+        }
+        // What it has forked may live too short to be seen in /proc. Until it is reaped, it tells their group.
+        groups.Kill(getpgid(ended.si_pid));
+        waitpid(ended.si_pid, nullptr, 0);
     }
-
-    const int m_policy = sched_getscheduler(0);
-};
+    return true;
+}
 
 } // namespace
 
-int Signal(int signal)
+void Signal(int signal)
 {
-    return SignalBelow(getpid(), signal);
+    Pass(getpid(), {signal});
+}
+
+int Count(int most)
+{
+    return std::min(Pass(getpid(), {0, nullptr, static_cast<std::size_t>(most)}), most);
 }
 
 bool Has(pid_t pid)
@@ -221,29 +258,23 @@ void SignalParent(pid_t pid, int signal)
 void KillBranch(pid_t root)
 {
     kill(root, SIGSTOP);
-    SignalBelow(root, SIGKILL);
+    Pass(root, {SIGKILL});
     kill(root, SIGKILL);
 }
 
 bool KillAll(std::chrono::milliseconds timeLimit)
 {
     constexpr timespec kPause = {0, 1000000};
-    constexpr int kMostReaped = 256; // in one turn, as processes may end faster than they are reaped
-    // What ends from now on is reaped by the kernel, see waitpid(2).
-    std::signal(SIGCHLD, SIG_IGN);
     const Precedence precedence;
     for (const std::int64_t end = Milliseconds() + timeLimit.count();;) {
-        pid_t reaped = 1;
-        for (int count = 0; count < kMostReaped && reaped > 0; ++count) {
-            reaped = waitpid(-1, nullptr, WNOHANG);
-        }
-        if (reaped < 0 && errno == ECHILD) {
+        GroupKiller groups;
+        if (!Reap(groups)) {
             return true;
         }
         if (Milliseconds() > end) {
             return false;
         }
-        Signal(SIGKILL);
+        Pass(getpid(), {SIGKILL, &groups});
         nanosleep(&kPause, nullptr);
     }
 }

@@ -13,20 +13,25 @@
 namespace DiagSeal::ProcessTree
 {
 
-/** Sends the signal to each, or none if it is 0. Returns their number, zombies included: their threads may live. */
-int Signal(int signal);
+/** Sends the signal to each. */
+void Signal(int signal);
 
-/** Whether the latest pass of Signal has found this process. */
+/** Returns their number, zombies included: their threads may live. Ends when it has found so many, or some more. */
+int Count(int most);
+
+/** Whether the latest Signal or Count has come across this process. */
 bool Has(pid_t pid);
 
-/** Sends the signal to the parent of a process, if the latest pass of Signal has found both. */
+/** Sends the signal to the parent of a process, if the latest Signal or Count has come across both. */
 void SignalParent(pid_t pid, int signal);
 
 /** Kills a descendant and all that descend from it. It is stopped first, so that it starts nothing meanwhile. */
 void KillBranch(pid_t root);
 
 /**
- * Kills them, and what they start meanwhile, and reaps them, until none is left. SIGCHLD is ignored from then on.
+ * Kills them, and what they start meanwhile, and reaps them, until none is left. Whole groups are killed, except this
+ * process's own: what cannot leave its group cannot stay, see GroupLock.
+ *
  * @return false when some outlive the time limit: nothing ends a process that waits for a dead device
  *
  * Blocks.

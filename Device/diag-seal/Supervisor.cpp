@@ -2,7 +2,10 @@
 
 #include "BlockedSignals.h"
 #include "Child.h"
+#include "DescriptorMessage.h"
 #include "ErrorText.h"
+#include "GroupLock.h"
+#include "Precedence.h"
 #include "ProcessTree.h"
 #include "ToolBounds.h"
 
@@ -15,6 +18,7 @@
 #include <stdexcept>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
+#include <sys/sysinfo.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -30,7 +34,16 @@ constexpr std::size_t kReadSize = 65536;
 // What a pipe holds at most unless root has raised the limit, see pipe(7).
 constexpr std::size_t kMostLeftInPipe = 1U << 20U;
 constexpr std::chrono::milliseconds kCountEvery(250);
+constexpr std::chrono::milliseconds kLookEvery(50);
 constexpr std::chrono::seconds kKillLimit(4);
+
+// Of the whole system, and threads as well: it costs less than a look at each of the command's. See sysinfo(2).
+int AllProcesses()
+{
+    struct sysinfo system = {};
+    sysinfo(&system);
+    return system.procs;
+}
 
 // One run, from the start of the child until nothing is left of it.
 class Watch
@@ -53,17 +66,15 @@ public:
         StartChild(task, m_child);
         try {
             m_steps.prepare();
+            m_groups.Own(ReceiveDescriptor(m_child.gate.Get()));
             Enter(Phase::Running, m_limits.timeLimit);
             const ssize_t ignored = write(m_child.gate.Get(), "", 1);
             static_cast<void>(ignored);
             m_child.gate.Close();
             m_steps.meanwhile();
             while (m_phase != Phase::Over) {
-                Wait();
+                Supervise();
                 ReadOutput();
-                ReadSignals();
-                Reap();
-                Advance();
             }
             for (std::size_t size = 0, got = 0; size < kMostLeftInPipe && (got = ReadOutput()) > 0; size += got) {
             }
@@ -93,13 +104,25 @@ private:
         m_phaseEnd = Clock::now() + time;
     }
 
+    // Waits, and acts on what has happened. Not on output, which takes its time.
+    void Supervise()
+    {
+        const Precedence precedence;
+        Wait();
+        ReadSignals();
+        Reap();
+        Advance();
+    }
+
     void Wait()
     {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_phaseEnd - Clock::now());
-        const auto time = std::clamp<std::chrono::milliseconds>(left, std::chrono::milliseconds(0), kCountEvery);
+        const auto time = std::clamp<std::chrono::milliseconds>(left, std::chrono::milliseconds(0), kLookEvery);
         // A pipe at its end would be ready for ever. It is closed then, and poll(2) passes over a negative descriptor.
-        std::array<pollfd, 2> descriptors = {{{m_signals.Get(), POLLIN, 0}, {m_child.output.Get(), POLLIN, 0}}};
+        std::array<pollfd, 3> descriptors = {
+            {{m_signals.Get(), POLLIN, 0}, {m_child.output.Get(), POLLIN, 0}, {m_groups.Waiting(), POLLIN, 0}}};
         poll(descriptors.data(), descriptors.size(), static_cast<int>(time.count()));
+        m_groups.LetPass(descriptors[2].revents);
     }
 
     // The number of bytes; 0 for none now, or none any more.
@@ -197,14 +220,17 @@ private:
     // The kernel's own limit on processes, RLIMIT_NPROC, spares root.
     void CheckProcesses()
     {
-        if (Clock::now() < m_nextCount) {
+        const int all = AllProcesses();
+        if (Clock::now() < m_nextCount && all <= m_allProcesses + m_limits.processes) {
             return;
         }
         m_nextCount = Clock::now() + kCountEvery;
-        if (ProcessTree::Signal(0) > m_limits.processes) {
+        m_allProcesses = all;
+        if (ProcessTree::Count(m_limits.processes + 1) > m_limits.processes) {
             EndFlood();
+        } else {
+            m_tools.Check();
         }
-        m_tools.Check();
     }
 
     // No time for TERM: meanwhile a flood would take the device.
@@ -224,7 +250,8 @@ private:
         Enter(Phase::Ending, m_limits.killDelay);
     }
 
-    // The group first, in one call that needs no descriptor and that no flood outruns. Then all others.
+    // The group first, in one call that needs no descriptor and that no flood outruns. Then all others. No call that
+    // GroupLock holds back is let pass any more.
     bool KillAll()
     {
         if (!m_hasEnded) {
@@ -243,6 +270,7 @@ private:
     const SupervisorLimits& m_limits;
     const Supervisor::Steps& m_steps;
     Child m_child;
+    GroupLock m_groups;
     Descriptor m_signals;
     ToolBounds m_tools{m_limits.toolTime};
     // Not cleared: most output is shorter.
@@ -250,6 +278,7 @@ private:
     Phase m_phase = Phase::Running;
     Clock::time_point m_phaseEnd;
     Clock::time_point m_nextCount = Clock::now() + kCountEvery;
+    int m_allProcesses = AllProcesses(); ///< At the latest count.
     bool m_hasEnded = false;
     bool m_hasDescendants = true;
     int m_interruption = 0;

@@ -36,7 +36,7 @@ public:
 
     /**
      * Forgets tools that have ended, kills those whose time is over, with what they have started, and wakes who waits
-     * for one that is there a second later. To be called after each ProcessTree::Signal, and often: the number of a
+     * for one that is there a second later. To be called after each ProcessTree::Count, and often: the number of a
      * process that has ended may soon be another's.
      */
     void Check();

@@ -105,20 +105,38 @@ TEST(DiagSealCommandTest, NothingOutlivesItsLimit)
              "ln -s /bin/sleep '/tmp/) S 1 ('; setsid '/tmp/) S 1 (' 99 & echo kept", "kept\n" + kLeftBehind},
         });
     // On a slow machine many have ended before one is reaped.
-    ExpectEndings(kCommand + "--processes 10000 ", {{"each process starts the next and ends",
-                                                     "sh -c " + Quoted(relay) + " 0 " + Quoted(relay), kLeftBehind}});
+    ExpectEndings(kCommand + "--processes 1000 ", {{"each process starts the next and ends",
+                                                    "sh -c " + Quoted(relay) + " 0 " + Quoted(relay), kLeftBehind}});
+}
+
+/** What a program in perl does, for 20 s at most. Nothing in it heeds TERM. */
+std::string Perl(const std::string& loop)
+{
+    return "exec perl -MPOSIX=setsid -e '$SIG{TERM} = \"IGNORE\"; $end = time + 20; " + loop + "'";
 }
 
 TEST(DiagSealCommandTest, TooManyProcesses_AreEndedThoughNoneMoreCanStart)
 {
     const std::string end = "diag-seal: the command was ended: it had more than 40 processes\n";
-    ExpectEndings(
-        "command --processes 40 ",
-        {
-            {"a flood that is left behind and ignores TERM",
-             "trap '' TERM; (i=0; while [ $i -lt 200 ]; do setsid sleep 99 & i=$((i + 1)); done) 2>/dev/null &", end},
-            {"zombies", "for i in $(seq 200); do sleep 0.1 & done; exec sleep 99", end},
-        });
+    const std::string flood =
+        "trap '' TERM; (i=0; while [ $i -lt 200 ]; do setsid sleep 99 & i=$((i + 1)); done) 2>/dev/null &";
+    const std::string chain = "while (time < $end) { exit if fork; setsid }";
+    ExpectEndings("command --processes 40 ",
+                  {
+                      {"a flood that is left behind and ignores TERM", flood, end},
+                      {"zombies", "for i in $(seq 200); do sleep 0.1 & done; exec sleep 99", end},
+                      {"each process starts others", Perl("while (time < $end) { fork }"), end},
+                      {"the same, in sessions of their own", Perl("while (time < $end) { setsid if !fork }"), end},
+                      {"chains, in which each process starts the next and ends",
+                       Perl("for (1 .. 300) { if (!fork) { " + chain + " } } sleep 99"), end},
+                  });
+    // Under the filter of another one there is no second, and processes are counted now and then.
+    ExpectEndings("command --processes 400 ",
+                  {{"within another one",
+                    Program("diag-seal") + " command --processes 40 -- sh -c " + Quoted(flood) + " >/tmp/inner", ""}});
+    EXPECT_EQ(Opened("/tmp/inner"), end);
+    ExpectEndings(kCommand, {{"few chains, faster than they can be seen",
+                              "(" + Perl(chain) + ") & (" + Perl(chain) + ") &", kLeftBehind}});
     ExpectEndings(
         "command --processes 40 --time-limit 0.5 --kill-delay 60 ",
         {{"a flood that TERM lets loose", "trap 'for i in $(seq 200); do sleep 99 & done; wait' TERM; sleep 99 & wait",
@@ -221,18 +239,18 @@ TEST(DiagSealCommandTest, OutputThatNobodyTakes_EndsTheCommand)
 /** diag-seal is two processes, of which either ends everything when the other cannot. */
 TEST(DiagSealCommandTest, SignalsToDiagSeal_EndWhatItRuns)
 {
-    const std::string script = "trap '' TERM; setsid sleep 99 & ";
+    const std::string script = "trap '' TERM; guard=$(cut -d' ' -f4 /proc/$PPID/stat); setsid sleep 99 & ";
     const auto kill = [&script](const std::string& words) { return script + "kill " + words + "; sleep 99"; };
-    const std::string guard = " $(cut -d' ' -f4 /proc/$PPID/stat)";
+    const std::string guard = " $guard";
     const std::string options = "command --kill-delay 0.4 --grace 0.3 --time-limit ";
     ExpectEndings(options + "60 ", {{"TERM", kill("-TERM" + guard), "", 1, "diag-seal: ended by signal 15\n"},
                                     {"INT", kill("-INT" + guard), "", 1, "diag-seal: ended by signal 2\n"},
                                     {"HUP", kill("-HUP" + guard), "", 1, "diag-seal: ended by signal 1\n"},
                                     {"KILL", kill("-KILL" + guard), "", 128 + 9, "Killed\n"},
                                     {"KILL of the other", kill("-KILL $PPID"), "", 1, "diag-seal: was killed\n"},
-                                    {"STOP", "kill -STOP" + guard + "; echo kept", "kept\n"},
-                                    {"TERM, when the other is stopped", "kill -STOP $PPID; " + kill("-TERM" + guard),
-                                     "", 1, "diag-seal: gave up, after signal 15\n"}});
+                                    {"STOP", script + "kill -STOP" + guard + "; echo kept", "kept\n" + kLeftBehind},
+                                    {"TERM, when the other is stopped", kill("-STOP $PPID; kill -TERM" + guard), "", 1,
+                                     "diag-seal: gave up, after signal 15\n"}});
     // Sends KILL to its whole process group. Then the worker's output fails.
     const std::set<std::string> before = Processes();
     Shell("timeout -s KILL 0.3 " + Program("diag-seal") + " command -- sh -c " +

@@ -14,7 +14,7 @@ struct Sealed
     int status;
     std::string written; ///< On standard output.
     std::string errors;  ///< On standard error.
-    std::string text;    ///< What the recipient reads; empty when it cannot be opened.
+    std::string text;    ///< What is Opened.
     std::chrono::milliseconds time;
     bool isAlone; ///< The processes are those that were there before.
 };
@@ -34,6 +34,13 @@ inline std::string Quoted(const std::string& text)
 inline std::set<std::string> Processes()
 {
     return NamesIn("/proc");
+}
+
+/** What the recipient reads of a sealed file; empty when it cannot be opened. */
+inline std::string Opened(const std::string& path, const std::string& key = DEVELOPMENT_KEY)
+{
+    const std::string open = "openssl cms -decrypt -binary -inform DER -inkey " + key + " -in " + path;
+    return Shell(open + " 2>/dev/null | gzip -dc 2>/dev/null").output;
 }
 
 /**
@@ -56,7 +63,6 @@ inline Sealed RunDiagSeal(const std::string& arguments, const std::string& key =
     sealed.isAlone = Processes() == before;
     sealed.written = ReadWholeFile(output);
     sealed.errors = ReadWholeFile(errors);
-    const std::string open = "openssl cms -decrypt -binary -inform DER -inkey " + key + " -in " + output;
-    sealed.text = Shell(open + " 2>/dev/null | gzip -dc 2>/dev/null").output;
+    sealed.text = Opened(output, key);
     return sealed;
 }

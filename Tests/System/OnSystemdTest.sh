@@ -150,6 +150,27 @@ full_disk() {
 }
 result "full disk" "$(full_disk)" "answered with 400; complete once there is room"
 
+# What the command prints first: how many filters of system calls it is under, and how many diag-seal.
+flood() {
+    cp $registry /tmp/registry
+    # shellcheck disable=SC2016 # for the command's shell
+    echo 'grep -h Seccomp_filters: /proc/self/status /proc/$PPID/status; f() { f & f & wait; }; f' >/root/flood
+    echo '{"diagItemConfigList":{"version":1.2,"item":[{"input":"encrypt-logs sh /root/flood","fileType":"TOP",
+        "subType":"flood","harvestType":"SCRIPT","outputFilename":"/mnt/nv/product-persistence/dfs_flood.txt"}]}}' >$registry
+    begin_anew
+    before=$(property MainPID)
+    upload
+    dfs-open "$archive" --key $key --cat flood >/tmp/flood 2>&1
+    grep -q 'it had more than 64 processes' /tmp/flood || tail -n 1 /tmp/flood
+    # shellcheck disable=SC2046 # two numbers
+    set -- $(sed -n 's/^Seccomp_filters:[^0-9]*//p' /tmp/flood)
+    [ "${1:-0}" -gt "${2:-0}" ] || echo "no process is kept in its group: $* filters"
+    [ "$(property MainPID)" = "$before" ] || echo "the service has not survived"
+    cp /tmp/registry $registry
+    begin_anew
+}
+result "flood of processes" "$(flood)" "ended; what it printed arrived"
+
 oom_kills() {
     group=$(property ControlGroup)
     sed -n 's/^oom_kill //p' "/sys/fs/cgroup$group/memory.events" \
