@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
@@ -211,24 +212,6 @@ int Pass(pid_t root, const Purpose& purpose)
     return descendants;
 }
 
-// Reaps the children that have ended, and kills their groups. False when there are no children any more.
-bool Reap(GroupKiller& groups)
-{
-    for (std::size_t count = 0; count < kMostProcesses; ++count) {
-        siginfo_t ended = {};
-        if (waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT) != 0) {
-            return false;
-        }
-        if (ended.si_pid == 0) {
-            break;
-        }
-        // What it has forked may live too short to be seen in /proc. Until it is reaped, it tells their group.
-        groups.Kill(getpgid(ended.si_pid));
-        waitpid(ended.si_pid, nullptr, 0);
-    }
-    return true;
-}
-
 } // namespace
 
 void Signal(int signal)
@@ -265,15 +248,22 @@ void KillBranch(pid_t root)
 bool KillAll(std::chrono::milliseconds timeLimit)
 {
     constexpr timespec kPause = {0, 1000000};
+    constexpr int kMostReaped = 256; // in one turn, as processes may end faster than they are reaped
+    // What ends from now on is reaped by the kernel, see waitpid(2).
+    std::signal(SIGCHLD, SIG_IGN);
     const Precedence precedence;
     for (const std::int64_t end = Milliseconds() + timeLimit.count();;) {
-        GroupKiller groups;
-        if (!Reap(groups)) {
+        pid_t reaped = 1;
+        for (int count = 0; count < kMostReaped && reaped > 0; ++count) {
+            reaped = waitpid(-1, nullptr, WNOHANG);
+        }
+        if (reaped < 0 && errno == ECHILD) {
             return true;
         }
         if (Milliseconds() > end) {
             return false;
         }
+        GroupKiller groups;
         Pass(getpid(), {SIGKILL, &groups});
         nanosleep(&kPause, nullptr);
     }

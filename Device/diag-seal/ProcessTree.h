@@ -30,7 +30,7 @@ void KillBranch(pid_t root);
 
 /**
  * Kills them, and what they start meanwhile, and reaps them, until none is left. Whole groups are killed, except this
- * process's own: what cannot leave its group cannot stay, see GroupLock.
+ * process's own: what cannot leave its group cannot stay, see GroupLock. SIGCHLD is ignored from then on.
  *
  * @return false when some outlive the time limit: nothing ends a process that waits for a dead device
  *
