@@ -25,8 +25,9 @@ struct Child
 };
 
 /**
- * Forks. The child has a session of its own, is under a GroupLock, and waits at its gate before it runs
- * the task, see Supervisor::Task. It is killed when this process dies. For a process of one thread.
+ * Forks. The child has a session of its own, puts itself under a GroupLock, and waits at its gate before it runs the
+ * task, see Supervisor::Task. It is killed when this process dies. For a process of one thread.
+ *
  * @throws std::runtime_error with the reason when no child can be started
  */
 void StartChild(const std::function<std::string()>& task, Child& child);
