@@ -36,8 +36,6 @@ int GroupLock::Install()
 
 void GroupLock::LetPass(short events)
 {
-    seccomp_notif* call = nullptr;
-    seccomp_notif_resp* answer = nullptr;
     if ((events & POLLIN) == 0) {
         if (events != 0) {
             // Nobody is left who could ask.
@@ -45,7 +43,13 @@ void GroupLock::LetPass(short events)
         }
         return;
     }
-    if (seccomp_notify_alloc(&call, &answer) == 0 && seccomp_notify_receive(m_listener.Get(), call) == 0) {
+    seccomp_notif* call = nullptr;
+    seccomp_notif_resp* answer = nullptr;
+    if (seccomp_notify_alloc(&call, &answer) != 0) {
+        // The call waits on.
+        return;
+    }
+    if (seccomp_notify_receive(m_listener.Get(), call) == 0) {
         answer->id = call->id;
         answer->flags = SECCOMP_USER_NOTIF_FLAG_CONTINUE;
         // Without effect when a signal has interrupted the call or ended its process.

@@ -16,7 +16,7 @@ namespace DiagSeal::ProcessTree
 /** Sends the signal to each. */
 void Signal(int signal);
 
-/** Returns their number, zombies included: their threads may live. Ends when it has found so many, or some more. */
+/** Returns their number, zombies included: their threads may live. Counts no further than to the most. */
 int Count(int most);
 
 /** Whether the latest Signal or Count has come across this process. */

@@ -32,7 +32,7 @@ refused dfs-encrypt-existing-file.sh random random
 text='{"it'\''s":"C:\new"} $HOME `id` *  '
 seal dfs-encrypt-string.sh -- "$text" '' -n
 equal "several texts" "-- $text  -n." "$(cat plain; echo .)"
-for options in '' 'command --size 1023' 'command --processes 16385' 'command --time-limit 0' 'command --tool-limit nan' \
+for options in '' 'command --size 1023' 'command --processes 1025' 'command --time-limit 0' 'command --tool-limit nan' \
     'file --kill-delay 3601'; do
     # shellcheck disable=SC2086  # options are words
     refused diag-seal $options -- random

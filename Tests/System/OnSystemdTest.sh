@@ -166,6 +166,7 @@ flood() {
     set -- $(sed -n 's/^Seccomp_filters:[^0-9]*//p' /tmp/flood)
     [ "${1:-0}" -gt "${2:-0}" ] || echo "no process is kept in its group: $* filters"
     [ "$(property MainPID)" = "$before" ] || echo "the service has not survived"
+    rm /root/flood
     cp /tmp/registry $registry
     begin_anew
 }
